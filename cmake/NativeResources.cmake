@@ -1,0 +1,23 @@
+# native_resource(<target> TYPE <number> NAME <name> DWORD <value>)
+#
+# What a line of a resource script is on Windows: compiles a 32-bit little-endian number into a native executable,
+# where FindResourceW finds it.
+function(native_resource target)
+  cmake_parse_arguments(ARG "" "TYPE;NAME;DWORD" "" ${ARGN})
+  math(EXPR b0 "${ARG_DWORD} & 0xff")
+  math(EXPR b1 "(${ARG_DWORD} >> 8) & 0xff")
+  math(EXPR b2 "(${ARG_DWORD} >> 16) & 0xff")
+  math(EXPR b3 "(${ARG_DWORD} >> 24) & 0xff")
+  set(source ${CMAKE_CURRENT_BINARY_DIR}/${target}-${ARG_NAME}.cpp)
+  file(CONFIGURE OUTPUT ${source} CONTENT [[
+#include "process/Resources.h"
+
+namespace {
+constexpr unsigned char bytes[] = {@b0@, @b1@, @b2@, @b3@};
+constexpr platform::NativeResource resource{@ARG_TYPE@, u"@ARG_NAME@", bytes, sizeof bytes};
+const platform::RegisterResource registered{resource};
+}  // namespace
+]] @ONLY)
+  target_sources(${target} PRIVATE ${source})
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/platform)
+endfunction()

@@ -1,0 +1,221 @@
+#include "Gate.h"
+
+#include <winbase.h>
+#include <winerror.h>
+
+#include <unistd.h>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <thread>
+
+#include <charconv>
+
+#include "Faults.h"
+
+namespace platform {
+namespace {
+
+// What a call that succeeds leaves as last error: Windows leaves anything, so nobody may read it.
+constexpr DWORD kMeaningless = 0x2BADBAD0;
+
+struct Armed {
+    faults::Fault fault;
+    unsigned seen = 0;
+};
+
+struct Gate {
+    std::mutex lock;
+    std::vector<Armed> armed;
+    std::vector<CallSite*> sites;
+    bool fired = false;
+};
+
+Gate& gate() {
+    static Gate& instance = *new Gate;  // calls are made until the very end of the process
+    return instance;
+}
+
+std::atomic<bool> anythingArmed{false};
+
+struct Verdict {
+    bool fails = false;
+    DWORD value = 0;
+    std::optional<DWORD> limit;
+};
+
+// What a site is able to do; a fault on "*" counts only the calls that it can hit.
+enum class Ability { PassOnly, Fail, Transfer };
+
+bool canHit(faults::Action action, Ability ability) {
+    if (action == faults::Action::Fail) return ability != Ability::PassOnly;
+    if (action == faults::Action::Short) return ability == Ability::Transfer;
+    return true;
+}
+
+Verdict judge(std::string_view call, Ability ability) {
+    Verdict verdict;
+    std::lock_guard hold(gate().lock);
+    for (Armed& armed : gate().armed) {
+        const faults::Fault& fault = armed.fault;
+        if (fault.call != "*" && fault.call != call) continue;
+        if (!canHit(fault.action, ability)) continue;
+        if (++armed.seen != fault.use && fault.use != 0) continue;
+        gate().fired = true;
+        switch (fault.action) {
+            case faults::Action::Fail:
+                verdict.fails = true;
+                verdict.value = fault.value;
+                break;
+            case faults::Action::Short:
+                verdict.limit = fault.value;
+                break;
+            case faults::Action::Delay:
+                std::this_thread::sleep_for(std::chrono::milliseconds(fault.value));
+                break;
+            case faults::Action::Kill:
+                std::raise(SIGKILL);
+                break;
+        }
+    }
+    return verdict;
+}
+
+bool armFromEnvironment() {
+    const char* text = std::getenv("VELLUM_FAULTS");
+    if (text == nullptr) return true;
+    std::vector<faults::Fault> parsed;
+    if (!faults::parse(text, parsed)) {
+        std::fprintf(stderr, "VELLUM_FAULTS is malformed; the form is call:use=action;...\n");
+        _exit(2);
+    }
+    for (faults::Fault& fault : parsed)
+        faults::arm(std::move(fault));
+    return true;
+}
+
+const bool environmentRead = armFromEnvironment();
+
+}  // namespace
+
+bool CallSite::armed() {
+    count_.fetch_add(1, std::memory_order_relaxed);
+    if (!listed_.exchange(true, std::memory_order_relaxed)) {
+        std::lock_guard hold(gate().lock);
+        gate().sites.push_back(this);
+    }
+    SetLastError(kMeaningless);
+    return anythingArmed.load(std::memory_order_relaxed);
+}
+
+bool CallSite::fails() {
+    if (!armed()) return false;
+    const Verdict verdict = judge(name_, Ability::Fail);
+    if (verdict.fails) SetLastError(verdict.value);
+    return verdict.fails;
+}
+
+DWORD CallSite::error() {
+    return fails() ? GetLastError() : ERROR_SUCCESS;
+}
+
+HRESULT CallSite::hresult() {
+    return fails() ? HRESULT_FROM_WIN32(GetLastError()) : S_OK;
+}
+
+bool CallSite::failsTransfer(DWORD& wanted) {
+    if (!armed()) return false;
+    const Verdict verdict = judge(name_, Ability::Transfer);
+    if (verdict.fails) SetLastError(verdict.value);
+    if (verdict.limit && *verdict.limit < wanted) wanted = *verdict.limit;
+    return verdict.fails;
+}
+
+void CallSite::pass() {
+    const DWORD before = GetLastError();
+    if (armed()) judge(name_, Ability::PassOnly);
+    SetLastError(before);
+}
+
+namespace faults {
+namespace {
+
+bool parseNumber(std::string_view text, unsigned& number) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size();
+}
+
+bool parseAction(std::string_view text, Fault& fault) {
+    const std::size_t open = text.find('(');
+    const std::string_view word = text.substr(0, open);
+    if (word == "fail")
+        fault.action = Action::Fail;
+    else if (word == "short")
+        fault.action = Action::Short;
+    else if (word == "delay")
+        fault.action = Action::Delay;
+    else if (word == "kill")
+        fault.action = Action::Kill;
+    else
+        return false;
+    if (open == std::string_view::npos) return fault.action == Action::Fail || fault.action == Action::Kill;
+    return text.back() == ')' && parseNumber(text.substr(open + 1, text.size() - open - 2), fault.value);
+}
+
+bool parseOne(std::string_view text, Fault& fault) {
+    const std::size_t colon = text.find(':');
+    const std::size_t equals = text.find('=');
+    if (colon == std::string_view::npos || equals == std::string_view::npos || equals < colon) return false;
+    fault.call = text.substr(0, colon);
+    const std::string_view use = text.substr(colon + 1, equals - colon - 1);
+    if (use == "every")
+        fault.use = 0;
+    else if (!parseNumber(use, fault.use) || fault.use == 0)
+        return false;
+    return !fault.call.empty() && parseAction(text.substr(equals + 1), fault);
+}
+
+}  // namespace
+
+void arm(Fault fault) {
+    std::lock_guard hold(gate().lock);
+    gate().armed.push_back({std::move(fault), 0});
+    anythingArmed = true;
+}
+
+void clear() {
+    std::lock_guard hold(gate().lock);
+    gate().armed.clear();
+    gate().fired = false;
+    anythingArmed = false;
+    for (CallSite* site : gate().sites)
+        site->resetCount();
+}
+
+bool fired() {
+    std::lock_guard hold(gate().lock);
+    return gate().fired;
+}
+
+unsigned uses(std::string_view call) {
+    std::lock_guard hold(gate().lock);
+    for (const CallSite* site : gate().sites)
+        if (site->name() == call) return site->count();
+    return 0;
+}
+
+bool parse(std::string_view text, std::vector<Fault>& parsed) {
+    while (!text.empty()) {
+        const std::size_t end = text.find(';');
+        Fault fault;
+        if (!parseOne(text.substr(0, end), fault)) return false;
+        parsed.push_back(std::move(fault));
+        text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
+    }
+    return true;
+}
+
+}  // namespace faults
+}  // namespace platform

@@ -1,0 +1,172 @@
+#include "Machine.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "files/NativePath.h"
+#include "process/Environment.h"
+#include "text/Encoding.h"
+
+namespace platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kNewMachine =
+    "# What this machine is. Processes read it when they start.\n"
+    "\n"
+    "[environment]\n"
+    "PROGRAMDATA = C:\\ProgramData\n"
+    "\n"
+    "[user operator]\n"
+    "profile = C:\\Users\\operator\n"
+    "\n"
+    "[session 1]\n"
+    "user = operator\n";
+
+[[noreturn]] void refuse(const fs::path& what, const std::string& why) {
+    std::fprintf(stderr, "%s: %s\n", what.c_str(), why.c_str());
+    _exit(2);
+}
+
+std::string trimmed(const std::string& text) {
+    const std::size_t first = text.find_first_not_of(" \t\r");
+    if (first == std::string::npos) return {};
+    return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
+}
+
+// One section of machine.txt: "[kind name]", then lines "key = value".
+struct Section {
+    std::string kind, name;
+    std::map<std::string, std::string> values;
+};
+
+std::vector<Section> readSections(const fs::path& file) {
+    std::ifstream input(file);
+    if (!input) refuse(file, "cannot be read");
+    std::vector<Section> sections;
+    std::string line;
+    for (int number = 1; std::getline(input, line); ++number) {
+        line = trimmed(line);
+        if (line.empty() || line.front() == '#') continue;
+        if (line.front() == '[' && line.back() == ']') {
+            const std::string head = trimmed(line.substr(1, line.size() - 2));
+            const std::size_t blank = head.find(' ');
+            const std::string name = blank == std::string::npos ? "" : trimmed(head.substr(blank));
+            sections.push_back({head.substr(0, blank), name, {}});
+            continue;
+        }
+        const std::size_t equals = line.find('=');
+        if (equals == std::string::npos || sections.empty())
+            refuse(file, "line " + std::to_string(number) + " is neither a [section] nor key = value");
+        sections.back().values[trimmed(line.substr(0, equals))] = trimmed(line.substr(equals + 1));
+    }
+    return sections;
+}
+
+MachineDescription describe(const fs::path& file) {
+    MachineDescription description;
+    for (Section& section : readSections(file)) {
+        if (section.kind == "environment") {
+            description.environment = std::move(section.values);
+        } else if (section.kind == "user") {
+            description.users.push_back({section.name, section.values["profile"]});
+        } else if (section.kind == "session") {
+            const DWORD id = static_cast<DWORD>(std::strtoul(section.name.c_str(), nullptr, 10));
+            description.sessions.push_back({id, section.values["user"]});
+        } else {
+            refuse(file, "knows no section \"" + section.kind + "\"");
+        }
+    }
+    return description;
+}
+
+fs::path defaultFolder() {
+    if (const char* named = std::getenv("VELLUM_MACHINE"); named != nullptr && *named != 0) return fs::absolute(named);
+    if (const char* data = std::getenv("XDG_DATA_HOME"); data != nullptr && *data == '/')
+        return fs::path(data) / "vellum-machine";
+    const char* home = std::getenv("HOME");
+    return fs::path(home == nullptr ? "/tmp" : home) / ".local/share/vellum-machine";
+}
+
+// Several processes may find no machine at the same time: the first whole file wins.
+void makeDescription(const fs::path& file) {
+    const fs::path draft = file.string() + "." + std::to_string(getpid());
+    std::ofstream(draft) << kNewMachine;
+    if (link(draft.c_str(), file.c_str()) != 0 && errno != EEXIST) refuse(file, "cannot be made");
+    unlink(draft.c_str());
+}
+
+Token chooseToken(const MachineDescription& description) {
+    if (const char* text = std::getenv("VELLUM_TOKEN"); text != nullptr) {
+        const std::string named = text;
+        const std::size_t at = named.rfind('@');
+        if (at == std::string::npos || at == 0) refuse("VELLUM_TOKEN", "the form is user@session");
+        return {named.substr(0, at), static_cast<DWORD>(std::strtoul(named.c_str() + at + 1, nullptr, 10))};
+    }
+    for (const Session& session : description.sessions)
+        if (!session.user.empty()) return {session.user, session.id};
+    return {"SYSTEM", 0};
+}
+
+struct Running {
+    fs::path folder;
+    MachineDescription description;
+    Token token;
+};
+
+Running start(const fs::path& folder) {
+    std::error_code error;
+    fs::create_directories(folder / "drive_c" / "ProgramData", error);
+    fs::create_directories(folder / "registry", error);
+    if (error) refuse(folder, "cannot be made: " + error.message());
+    const fs::path file = folder / "machine.txt";
+    if (!fs::exists(file)) makeDescription(file);
+    Running running{folder, describe(file), {}};
+    running.token = chooseToken(running.description);
+    const bool hasSystem = [&] {
+        for (const User& user : running.description.users)
+            if (user.name == "SYSTEM") return true;
+        return false;
+    }();
+    if (!hasSystem) running.description.users.push_back({"SYSTEM", "C:\\Windows\\System32\\config\\systemprofile"});
+    for (const User& user : running.description.users)
+        if (!user.profile.empty()) fs::create_directories(onDrive(folder, user.profile) / "AppData" / "Local", error);
+    return running;
+}
+
+Running& running() {
+    static Running& instance = *new Running(start(defaultFolder()));
+    return instance;
+}
+
+}  // namespace
+
+const fs::path& machineFolder() {
+    return running().folder;
+}
+
+const MachineDescription& machine() {
+    return running().description;
+}
+
+const Token& processToken() {
+    return running().token;
+}
+
+const User* findUser(std::string_view name) {
+    for (const User& user : machine().users)
+        if (user.name == name) return &user;
+    return nullptr;
+}
+
+void useMachine(const fs::path& folder) {
+    running() = start(folder);
+    resetEnvironment();
+}
+
+}  // namespace platform

@@ -1,0 +1,83 @@
+#include <commctrl.h>
+#include <objbase.h>
+#include <shlobj.h>
+#include <sys/random.h>
+#include <winbase.h>
+#include <winerror.h>
+
+#include <cstring>
+
+#include "Faults.h"
+#include "Gate.h"
+#include "Machine.h"
+#include "objects/Allocations.h"
+#include "text/Encoding.h"
+
+using platform::CallSite;
+
+namespace {
+
+struct Apartment {
+    DWORD model = 0;
+    std::size_t entered = 0;
+};
+thread_local Apartment apartment;
+
+}  // namespace
+
+std::size_t platform::faults::openApartments() {
+    return apartment.entered;
+}
+
+HRESULT CoInitializeEx(LPVOID, DWORD model) {
+    static constinit CallSite site{__func__};
+    if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
+    const DWORD wanted = model & COINIT_APARTMENTTHREADED;
+    if (apartment.entered > 0 && apartment.model != wanted) return RPC_E_CHANGED_MODE;
+    apartment.model = wanted;
+    return apartment.entered++ == 0 ? S_OK : S_FALSE;
+}
+
+void CoUninitialize() {
+    static constinit CallSite site{__func__};
+    site.pass();
+    if (apartment.entered > 0) --apartment.entered;
+}
+
+HRESULT CoCreateGuid(GUID* guid) {
+    static constinit CallSite site{__func__};
+    if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
+    if (guid == nullptr) return E_INVALIDARG;
+    if (getrandom(guid, sizeof *guid, 0) != sizeof *guid) return E_FAIL;
+    guid->Data3 = static_cast<USHORT>((guid->Data3 & 0x0fff) | 0x4000);  // version 4: random
+    guid->Data4[0] = static_cast<BYTE>((guid->Data4[0] & 0x3f) | 0x80);
+    return S_OK;
+}
+
+void CoTaskMemFree(LPVOID memory) {
+    static constinit CallSite site{__func__};
+    site.pass();
+    platform::release(memory);
+}
+
+HRESULT SHGetKnownFolderPath(REFKNOWNFOLDERID folder, DWORD, HANDLE, PWSTR* path) {
+    static constinit CallSite site{__func__};
+    *path = nullptr;
+    if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
+    const platform::User* user = platform::findUser(platform::processToken().user);
+    if (std::memcmp(&folder, &FOLDERID_LocalAppData, sizeof folder) != 0) return E_INVALIDARG;
+    if (user == nullptr || user->profile.empty()) return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
+    const std::u16string text = platform::toWide(user->profile + "\\AppData\\Local");
+    const std::size_t bytes = (text.size() + 1) * sizeof(WCHAR);
+    *path = static_cast<PWSTR>(platform::allocate(bytes));
+    std::memcpy(*path, text.c_str(), bytes);
+    return S_OK;
+}
+
+BOOL InitCommonControlsEx(const INITCOMMONCONTROLSEX* controls) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    if (controls != nullptr && controls->dwSize == sizeof *controls) return TRUE;
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+}

@@ -1,0 +1,58 @@
+#include "files/FileLocks.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include <cerrno>
+
+namespace platform {
+namespace {
+
+constexpr off_t kTaken = 0x7ffffffffffff000;
+constexpr off_t kDenied = kTaken + 3;
+
+struct flock lockOn(off_t byte, short type) {
+    struct flock lock = {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = byte;
+    lock.l_len = 1;
+    return lock;
+}
+
+bool isHeldByAnother(int descriptor, off_t byte) {
+    struct flock lock = lockOn(byte, F_WRLCK);
+    return fcntl(descriptor, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+}
+
+void hold(int descriptor, off_t byte) {
+    struct flock lock = lockOn(byte, F_RDLCK);
+    fcntl(descriptor, F_OFD_SETLK, &lock);
+}
+
+}  // namespace
+
+bool rightsConflict(int descriptor, unsigned rights, unsigned shared) {
+    for (int i = 0; i < 3; ++i) {
+        const unsigned right = 1U << i;
+        if ((rights & right) != 0 && isHeldByAnother(descriptor, kDenied + i)) return true;
+        if ((shared & right) == 0 && isHeldByAnother(descriptor, kTaken + i)) return true;
+    }
+    return false;
+}
+
+bool takeRights(int descriptor, unsigned rights, unsigned shared) {
+    // Two openers at once must not refuse each other: one looks and takes while the other waits.
+    while (flock(descriptor, LOCK_EX) != 0 && errno == EINTR)
+        continue;
+    const bool free = !rightsConflict(descriptor, rights, shared);
+    for (int i = 0; free && i < 3; ++i) {
+        const unsigned right = 1U << i;
+        if ((rights & right) != 0) hold(descriptor, kTaken + i);
+        if ((shared & right) == 0) hold(descriptor, kDenied + i);
+    }
+    flock(descriptor, LOCK_UN);
+    return free;
+}
+
+}  // namespace platform

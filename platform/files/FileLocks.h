@@ -1,0 +1,17 @@
+// Share modes that hold between processes. What an open file may do, and what its opener denies to others, are
+// locks on six bytes far beyond the end of any file: one for each right taken, one for each right denied. They
+// belong to the open file description and vanish with it, however the process ends.
+#pragma once
+
+namespace platform {
+
+// Rights of an open file, and the rights that it lets others have. The values are those of FILE_SHARE_*.
+constexpr unsigned kReadRight = 1, kWriteRight = 2, kDeleteRight = 4;
+
+// Takes the rights and denies those that are not shared. False, with nothing taken, when that conflicts with
+// another open file.
+bool takeRights(int descriptor, unsigned rights, unsigned shared);
+// Whether takeRights would be refused.
+bool rightsConflict(int descriptor, unsigned rights, unsigned shared);
+
+}  // namespace platform

@@ -1,0 +1,71 @@
+// The standard streams of the process.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <windows.h>
+
+#include <array>
+#include <mutex>
+
+#include "Gate.h"
+#include "files/FileObject.h"
+
+namespace platform {
+namespace {
+
+// A stream that was closed when the process began stays absent: its number must not pass to a file opened later.
+std::array<bool, 3> reserveClosedStreams() {
+    std::array<bool, 3> present{};
+    for (int stream = 0; stream < 3; ++stream) {
+        present[static_cast<std::size_t>(stream)] = fcntl(stream, F_GETFD) != -1;
+        if (!present[static_cast<std::size_t>(stream)]) open("/dev/null", O_RDWR | O_CLOEXEC);
+    }
+    return present;
+}
+
+const std::array<bool, 3> presentAtStart = reserveClosedStreams();
+
+std::mutex lock;
+HANDLE output = nullptr;
+
+// The stream belongs to the process, not to the handle.
+struct StreamObject : FileObject {
+    explicit StreamObject(int stream) : FileObject(Descriptor(stream), FILE_WRITE_DATA) {}
+    ~StreamObject() override { descriptor.release(); }
+};
+
+}  // namespace
+}  // namespace platform
+
+using namespace platform;
+
+HANDLE GetStdHandle(DWORD which) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return INVALID_HANDLE_VALUE;
+    if (which != STD_OUTPUT_HANDLE) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return INVALID_HANDLE_VALUE;
+    }
+    std::lock_guard hold(lock);
+    if (output == nullptr && presentAtStart[STDOUT_FILENO])
+        output = openHandle(std::make_shared<StreamObject>(STDOUT_FILENO));
+    return output;
+}
+
+BOOL AttachConsole(DWORD processId) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    if (processId != ATTACH_PARENT_PROCESS) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    // The console of the parent is the terminal that this process was started from.
+    Descriptor terminal(open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY));
+    if (terminal.get() < 0) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
+    }
+    std::lock_guard hold(lock);
+    output = openHandle(std::make_shared<FileObject>(std::move(terminal), FILE_WRITE_DATA));
+    return TRUE;
+}

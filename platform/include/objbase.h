@@ -1,0 +1,11 @@
+// COM.
+#pragma once
+
+#include <windef.h>
+
+enum COINIT : DWORD { COINIT_APARTMENTTHREADED = 0x2, COINIT_DISABLE_OLE1DDE = 0x4 };
+
+HRESULT CoInitializeEx(LPVOID reserved, DWORD model);
+void CoUninitialize();
+HRESULT CoCreateGuid(GUID* guid);
+void CoTaskMemFree(LPVOID memory);

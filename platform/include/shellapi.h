@@ -1,0 +1,6 @@
+// The shell: command lines.
+#pragma once
+
+#include <windef.h>
+
+LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count);

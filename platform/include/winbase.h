@@ -1,0 +1,82 @@
+// Errors, files, time, process, threads, resources.
+#pragma once
+
+#include <windef.h>
+
+#define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-1)))
+#define INVALID_FILE_ATTRIBUTES 0xffffffffU
+
+#define CREATE_NEW 1
+#define CREATE_ALWAYS 2
+#define OPEN_EXISTING 3
+#define OPEN_ALWAYS 4
+#define MOVEFILE_REPLACE_EXISTING 0x00000001U
+#define MOVEFILE_WRITE_THROUGH 0x00000008U
+
+#define STD_OUTPUT_HANDLE (static_cast<DWORD>(-11))
+#define ATTACH_PARENT_PROCESS (static_cast<DWORD>(-1))
+
+struct SECURITY_ATTRIBUTES {
+    DWORD nLength;
+    LPVOID lpSecurityDescriptor;
+    BOOL bInheritHandle;
+};
+using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
+
+struct OVERLAPPED;
+using LPOVERLAPPED = OVERLAPPED*;
+
+struct SYSTEMTIME {
+    WORD wYear;
+    WORD wMonth;
+    WORD wDayOfWeek;
+    WORD wDay;
+    WORD wHour;
+    WORD wMinute;
+    WORD wSecond;
+    WORD wMilliseconds;
+};
+using LPSYSTEMTIME = SYSTEMTIME*;
+
+struct CRITICAL_SECTION {
+    alignas(8) BYTE opaque[40];
+};
+using LPCRITICAL_SECTION = CRITICAL_SECTION*;
+
+DWORD GetLastError();
+void SetLastError(DWORD error);
+
+BOOL CloseHandle(HANDLE handle);
+HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD shareMode, LPSECURITY_ATTRIBUTES security, DWORD disposition,
+                   DWORD flagsAndAttributes, HANDLE templateFile);
+BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD byteCount, LPDWORD written, LPOVERLAPPED overlapped);
+BOOL FlushFileBuffers(HANDLE file);
+BOOL GetFileSizeEx(HANDLE file, PLARGE_INTEGER size);
+BOOL DeleteFileW(LPCWSTR path);
+BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags);
+DWORD GetFileAttributesW(LPCWSTR path);
+BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security);
+
+void GetSystemTime(LPSYSTEMTIME time);
+void GetLocalTime(LPSYSTEMTIME time);
+
+DWORD GetEnvironmentVariableW(LPCWSTR name, LPWSTR value, DWORD capacity);
+BOOL SetEnvironmentVariableW(LPCWSTR name, LPCWSTR value);
+LPWSTR GetCommandLineW();
+DWORD GetCurrentProcessId();
+BOOL ProcessIdToSessionId(DWORD processId, DWORD* sessionId);
+BOOL GetUserNameW(LPWSTR name, LPDWORD capacity);
+DWORD GetModuleFileNameW(HMODULE module, LPWSTR path, DWORD capacity);
+HANDLE GetStdHandle(DWORD which);
+BOOL AttachConsole(DWORD processId);
+void OutputDebugStringW(LPCWSTR text);
+HLOCAL LocalFree(HLOCAL memory);
+
+HRSRC FindResourceW(HMODULE module, LPCWSTR name, LPCWSTR type);
+DWORD SizeofResource(HMODULE module, HRSRC resource);
+HGLOBAL LoadResource(HMODULE module, HRSRC resource);
+LPVOID LockResource(HGLOBAL data);
+
+void InitializeCriticalSection(LPCRITICAL_SECTION section);
+void EnterCriticalSection(LPCRITICAL_SECTION section);
+void LeaveCriticalSection(LPCRITICAL_SECTION section);

@@ -1,0 +1,102 @@
+// Types, with the sizes and distinctness that they have on 64-bit Windows.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#define WINAPI
+#define CALLBACK
+#define APIENTRY WINAPI
+#define CONST const
+#define VOID void
+
+using BYTE = unsigned char;
+using WORD = std::uint16_t;
+using DWORD = std::uint32_t;
+using LONG = std::int32_t;
+using ULONG = std::uint32_t;
+using INT = int;
+using UINT = unsigned int;
+using USHORT = std::uint16_t;
+using LONGLONG = std::int64_t;
+using ULONGLONG = std::uint64_t;
+using DWORD64 = std::uint64_t;
+using SIZE_T = std::size_t;
+using LONG_PTR = std::intptr_t;
+using ULONG_PTR = std::uintptr_t;
+using UINT_PTR = std::uintptr_t;
+using DWORD_PTR = ULONG_PTR;
+using WPARAM = UINT_PTR;
+using LPARAM = LONG_PTR;
+using LRESULT = LONG_PTR;
+using BOOL = int;
+using CHAR = char;
+using WCHAR = char16_t;
+using HRESULT = LONG;
+using LSTATUS = LONG;
+using REGSAM = DWORD;
+
+using PVOID = void*;
+using LPVOID = void*;
+using LPCVOID = const void*;
+using LPBYTE = BYTE*;
+using PDWORD = DWORD*;
+using LPDWORD = DWORD*;
+using LPBOOL = BOOL*;
+using LPSTR = CHAR*;
+using LPCSTR = const CHAR*;
+using LPCCH = const CHAR*;
+using LPWSTR = WCHAR*;
+using PWSTR = WCHAR*;
+using LPCWSTR = const WCHAR*;
+using LPCWCH = const WCHAR*;
+
+using HANDLE = void*;
+using HGLOBAL = HANDLE;
+using HLOCAL = HANDLE;
+
+// Handle types are distinct: one kind cannot be passed for another.
+#define DECLARE_HANDLE(name) \
+    struct name##__ {        \
+        int unused;          \
+    };                       \
+    using name = name##__*
+DECLARE_HANDLE(HINSTANCE);
+DECLARE_HANDLE(HKEY);
+DECLARE_HANDLE(HRSRC);
+DECLARE_HANDLE(HWND);
+using HMODULE = HINSTANCE;
+using PHKEY = HKEY*;
+
+#define TRUE 1
+#define FALSE 0
+#define MAX_PATH 260
+
+#define TEXT_(quoted) u##quoted
+#define TEXT(quoted) TEXT_(quoted)
+
+#define MAKEINTRESOURCEW(number) (reinterpret_cast<LPWSTR>(static_cast<ULONG_PTR>(static_cast<WORD>(number))))
+
+union LARGE_INTEGER {
+    struct {
+        DWORD LowPart;
+        LONG HighPart;
+    } u;
+    LONGLONG QuadPart;
+};
+using PLARGE_INTEGER = LARGE_INTEGER*;
+
+struct LUID {
+    DWORD LowPart;
+    LONG HighPart;
+};
+
+struct GUID {
+    ULONG Data1;
+    USHORT Data2;
+    USHORT Data3;
+    BYTE Data4[8];
+};
+using IID = GUID;
+using KNOWNFOLDERID = GUID;
+#define REFKNOWNFOLDERID const KNOWNFOLDERID&

@@ -1,0 +1,53 @@
+// Windows error numbers and HRESULTs.
+#pragma once
+
+#include <windef.h>
+
+#define ERROR_SUCCESS 0
+#define NO_ERROR 0
+#define ERROR_FILE_NOT_FOUND 2
+#define ERROR_PATH_NOT_FOUND 3
+#define ERROR_TOO_MANY_OPEN_FILES 4
+#define ERROR_ACCESS_DENIED 5
+#define ERROR_INVALID_HANDLE 6
+#define ERROR_NOT_ENOUGH_MEMORY 8
+#define ERROR_INVALID_DATA 13
+#define ERROR_NOT_SAME_DEVICE 17
+#define ERROR_WRITE_PROTECT 19
+#define ERROR_WRITE_FAULT 29
+#define ERROR_GEN_FAILURE 31
+#define ERROR_SHARING_VIOLATION 32
+#define ERROR_FILE_EXISTS 80
+#define ERROR_INVALID_PARAMETER 87
+#define ERROR_BROKEN_PIPE 109
+#define ERROR_DISK_FULL 112
+#define ERROR_CALL_NOT_IMPLEMENTED 120
+#define ERROR_INSUFFICIENT_BUFFER 122
+#define ERROR_INVALID_NAME 123
+#define ERROR_DIR_NOT_EMPTY 145
+#define ERROR_ALREADY_EXISTS 183
+#define ERROR_ENVVAR_NOT_FOUND 203
+#define ERROR_FILENAME_EXCED_RANGE 206
+#define ERROR_NO_DATA 232
+#define ERROR_MORE_DATA 234
+#define ERROR_NO_UNICODE_TRANSLATION 1113
+#define ERROR_IO_DEVICE 1117
+#define ERROR_RESOURCE_DATA_NOT_FOUND 1812
+#define ERROR_RESOURCE_TYPE_NOT_FOUND 1813
+#define ERROR_RESOURCE_NAME_NOT_FOUND 1814
+#define ERROR_CANT_ACCESS_FILE 1920
+#define ERROR_CTX_WINSTATION_NOT_FOUND 7022
+
+#define S_OK (static_cast<HRESULT>(0))
+#define S_FALSE (static_cast<HRESULT>(1))
+#define E_FAIL (static_cast<HRESULT>(0x80004005))
+#define E_INVALIDARG (static_cast<HRESULT>(0x80070057))
+#define RPC_E_CHANGED_MODE (static_cast<HRESULT>(0x80010106))
+
+#define SUCCEEDED(result) (static_cast<HRESULT>(result) >= 0)
+#define FAILED(result) (static_cast<HRESULT>(result) < 0)
+#define FACILITY_WIN32 7
+#define HRESULT_FROM_WIN32(error)      \
+    (static_cast<LONG>(error) <= 0     \
+         ? static_cast<HRESULT>(error) \
+         : static_cast<HRESULT>((static_cast<DWORD>(error) & 0xffffU) | (FACILITY_WIN32 << 16) | 0x80000000U))

@@ -1,0 +1,20 @@
+// Conversion and comparison of text.
+#pragma once
+
+#include <windef.h>
+
+#include <cstdarg>
+
+#define CP_UTF8 65001
+#define CSTR_LESS_THAN 1
+#define CSTR_EQUAL 2
+#define CSTR_GREATER_THAN 3
+
+int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWCH wide, int wideUnits, LPSTR bytes, int byteCapacity,
+                        LPCCH defaultChar, LPBOOL usedDefaultChar);
+int CompareStringOrdinal(LPCWCH left, int leftUnits, LPCWCH right, int rightUnits, BOOL ignoreCase);
+
+// The wide formatter of the C runtime the Windows build is linked with, which is the same whatever Windows it
+// runs on. Formats follow the Windows data model: `l` is 32 bits. Gives the length of the whole text, which may
+// be above what fits, and always ends what it wrote with a zero; below 0 on a format it cannot carry out.
+int vsnwprintf(WCHAR* buffer, std::size_t capacity, const WCHAR* format, std::va_list arguments);

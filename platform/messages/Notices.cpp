@@ -1,0 +1,64 @@
+// What the process says without a window: debugger output and message boxes.
+#include <unistd.h>
+#include <windows.h>
+
+#include <mutex>
+#include <string>
+
+#include "Gate.h"
+#include "Machine.h"
+#include "text/Encoding.h"
+
+namespace platform {
+namespace {
+
+std::mutex lock;
+bool silent = false;
+bool keep = false;
+std::vector<std::u16string> debugOutput;
+std::vector<MessageBox> boxes;
+
+// One write, so that what several threads or processes say does not mix.
+void toStandardError(const std::string& text) {
+    if (silent) return;
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
+}
+
+}  // namespace
+
+std::vector<std::u16string> notices::takeDebugOutput() {
+    std::lock_guard hold(lock);
+    return std::move(debugOutput);
+}
+
+std::vector<MessageBox> notices::takeMessageBoxes() {
+    std::lock_guard hold(lock);
+    return std::move(boxes);
+}
+
+void notices::silence(bool on) {
+    std::lock_guard hold(lock);
+    silent = keep = on;
+}
+
+}  // namespace platform
+
+using namespace platform;
+
+void OutputDebugStringW(LPCWSTR text) {
+    static constinit CallSite site{__func__};
+    site.pass();
+    std::lock_guard hold(lock);
+    if (keep) debugOutput.emplace_back(text);
+    toStandardError(toUtf8(text));
+}
+
+// There is nobody to press the button: the box counts as read.
+int MessageBoxW(HWND, LPCWSTR text, LPCWSTR caption, UINT type) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return 0;
+    std::lock_guard hold(lock);
+    if (keep) boxes.push_back({caption, text, type});
+    toStandardError("[" + toUtf8(caption) + "]\n" + toUtf8(text) + "\n");
+    return IDOK;
+}

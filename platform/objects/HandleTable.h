@@ -1,0 +1,37 @@
+// Handles of the process. An object lives as long as a handle is open or a call is using it; a handle that was
+// closed, or is of another kind than the call wants, gives ERROR_INVALID_HANDLE and is never reused.
+#pragma once
+
+#include <windef.h>
+
+#include <cstddef>
+#include <memory>
+
+namespace platform {
+
+struct Object {
+    Object() = default;
+    Object(const Object&) = delete;
+    Object& operator=(const Object&) = delete;
+    virtual ~Object() = default;
+};
+
+HANDLE openHandle(std::shared_ptr<Object> object);
+std::shared_ptr<Object> findObject(HANDLE handle);
+// False, with nothing changed, when there is no such handle.
+bool closeHandle(HANDLE handle);
+
+// Null, with the last error ERROR_INVALID_HANDLE, when the handle is no open one of this kind.
+template <typename Kind>
+std::shared_ptr<Kind> find(HANDLE handle);
+
+void setInvalidHandleError();
+
+template <typename Kind>
+std::shared_ptr<Kind> find(HANDLE handle) {
+    std::shared_ptr<Kind> found = std::dynamic_pointer_cast<Kind>(findObject(handle));
+    if (found == nullptr) setInvalidHandleError();
+    return found;
+}
+
+}  // namespace platform

@@ -1,0 +1,70 @@
+#include "process/Process.h"
+
+#include <unistd.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+#include "Gate.h"
+#include "Machine.h"
+#include "files/NativePath.h"
+#include "text/Encoding.h"
+
+namespace platform {
+namespace {
+
+std::u16string commandLine;
+
+// One argument, quoted so that the split gives it back. Quotes inside double the backslashes before them.
+std::u16string quoted(const std::string& argument) {
+    const std::u16string text = toWide(argument);
+    if (!text.empty() && text.find_first_of(u" \t\"") == std::u16string::npos) return text;
+    std::u16string out = u"\"";
+    std::size_t backslashes = 0;
+    for (const char16_t unit : text) {
+        if (unit == u'"') out.append(backslashes + 1, u'\\');
+        backslashes = unit == u'\\' ? backslashes + 1 : 0;
+        out.push_back(unit);
+    }
+    return out.append(backslashes, u'\\') + u"\"";
+}
+
+}  // namespace
+
+std::u16string executablePath() {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    return windowsPath(std::string(path, length > 0 ? static_cast<std::size_t>(length) : 0));
+}
+
+void setCommandLine(const std::vector<std::string>& arguments) {
+    // The program's own name knows no backslash rule: it is quoted as it stands.
+    commandLine = u"\"" + executablePath() + u"\"";
+    for (std::size_t i = 1; i < arguments.size(); ++i)
+        commandLine += u" " + quoted(arguments[i]);
+}
+
+}  // namespace platform
+
+using platform::CallSite;
+
+LPWSTR GetCommandLineW() {
+    static constinit CallSite site{__func__};
+    site.pass();
+    return platform::commandLine.data();
+}
+
+DWORD GetModuleFileNameW(HMODULE, LPWSTR path, DWORD capacity) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return 0;
+    const std::u16string text = platform::executablePath();
+    if (capacity == 0) return 0;
+    const std::size_t copied = std::min<std::size_t>(text.size(), capacity - 1);
+    std::memcpy(path, text.data(), copied * sizeof(WCHAR));
+    path[copied] = 0;
+    if (copied == text.size()) return static_cast<DWORD>(copied);
+    SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return capacity;
+}

@@ -1,0 +1,232 @@
+// The registry: a folder for each key, a file for each value, all under registry/ in the machine folder. The file
+// of a value is named after it and its type; REG_SZ and REG_EXPAND_SZ hold plain UTF-8 text, so that a person can
+// read and write them, any other type holds hexadecimal digits.
+#include <windows.h>
+#include <winreg.h>
+
+#include <unistd.h>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "Gate.h"
+#include "Machine.h"
+#include "objects/HandleTable.h"
+#include "text/Encoding.h"
+#include "text/Ordinal.h"
+
+namespace platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct KeyObject : Object {
+    KeyObject(fs::path keyFolder, REGSAM granted) : folder(std::move(keyFolder)), access(granted) {}
+    fs::path folder;
+    REGSAM access;
+};
+
+struct TypeName {
+    DWORD type;
+    const char* name;
+};
+constexpr TypeName kTypes[] = {
+    {REG_SZ, "REG_SZ"}, {REG_EXPAND_SZ, "REG_EXPAND_SZ"}, {REG_BINARY, "REG_BINARY"}, {REG_DWORD, "REG_DWORD"}};
+
+bool isText(DWORD type) {
+    return type == REG_SZ || type == REG_EXPAND_SZ;
+}
+
+// Characters that a Linux file name cannot carry, or that would make it special, are written as %XX.
+std::string fileNameOf(std::u16string_view name) {
+    std::string out;
+    for (const char c : toUtf8(name)) {
+        if (c != '/' && c != '%' && !(c == '.' && out.empty())) {
+            out += c;
+            continue;
+        }
+        char escaped[4];
+        std::snprintf(escaped, sizeof escaped, "%%%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
+        out += escaped;
+    }
+    return out;
+}
+
+bool sameName(const std::string& left, const std::string& right) {
+    return equalsOrdinal(toWide(left), toWide(right));
+}
+
+// The folder of a key below `base`. Names are found whatever their case.
+fs::path folderOf(const fs::path& base, std::u16string_view path) {
+    fs::path folder = base;
+    while (!path.empty()) {
+        const std::size_t end = path.find(u'\\');
+        const std::string wanted = fileNameOf(path.substr(0, end));
+        std::string name = wanted;
+        std::error_code error;
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder, error))
+            if (entry.is_directory() && sameName(entry.path().filename().string(), wanted))
+                name = entry.path().filename().string();
+        folder /= name;
+        path = end == std::u16string_view::npos ? std::u16string_view() : path.substr(end + 1);
+    }
+    return folder;
+}
+
+struct Value {
+    fs::path file;
+    DWORD type = REG_NONE;
+};
+
+// The file of a value; false when there is none.
+bool findValue(const fs::path& folder, LPCWSTR name, Value& value) {
+    const std::string wanted = fileNameOf(name == nullptr ? u"" : name);
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+        const std::string stem = entry.path().stem().string(), type = entry.path().extension().string();
+        if (!entry.is_regular_file() || !sameName(stem, wanted)) continue;
+        for (const TypeName& known : kTypes)
+            if (type == std::string(".") + known.name) {
+                value = {entry.path(), known.type};
+                return true;
+            }
+    }
+    return false;
+}
+
+std::string encode(DWORD type, const BYTE* data, DWORD byteCount) {
+    std::string out;
+    if (isText(type)) {
+        std::u16string text(byteCount / sizeof(WCHAR), 0);
+        std::memcpy(text.data(), data, text.size() * sizeof(WCHAR));
+        while (!text.empty() && text.back() == 0)
+            text.pop_back();
+        return toUtf8(text);
+    }
+    for (DWORD i = 0; i < byteCount; ++i) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(data[i]));
+        out += digits;
+    }
+    return out;
+}
+
+std::vector<BYTE> decode(DWORD type, const std::string& content) {
+    std::vector<BYTE> bytes;
+    if (isText(type)) {
+        const std::u16string text = toWide(content);
+        bytes.resize((text.size() + 1) * sizeof(WCHAR));
+        std::memcpy(bytes.data(), text.c_str(), bytes.size());
+    } else {
+        for (std::size_t i = 0; i + 1 < content.size(); i += 2)
+            bytes.push_back(static_cast<BYTE>(std::stoul(content.substr(i, 2), nullptr, 16)));
+    }
+    return bytes;
+}
+
+LSTATUS open(HKEY parent, LPCWSTR path, REGSAM access, bool make, PHKEY key) {
+    fs::path base;
+    if (parent == HKEY_CURRENT_USER) {
+        base = machineFolder() / "registry" / "HKEY_USERS" / processToken().user;
+    } else {
+        const auto object = find<KeyObject>(reinterpret_cast<HANDLE>(parent));
+        if (object == nullptr) return ERROR_INVALID_HANDLE;
+        base = object->folder;
+    }
+    const fs::path folder = folderOf(base, path == nullptr ? u"" : path);
+    std::error_code error;
+    if (make) fs::create_directories(folder, error);
+    if (!fs::is_directory(folder, error)) return make ? ERROR_ACCESS_DENIED : ERROR_FILE_NOT_FOUND;
+    *key = reinterpret_cast<HKEY>(openHandle(std::make_shared<KeyObject>(folder, access)));
+    return ERROR_SUCCESS;
+}
+
+// The key, if it was opened with the right that the call needs.
+LSTATUS use(HKEY key, REGSAM right, std::shared_ptr<KeyObject>& object) {
+    object = find<KeyObject>(reinterpret_cast<HANDLE>(key));
+    if (object == nullptr) return ERROR_INVALID_HANDLE;
+    return (object->access & right) == right ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+}
+
+}  // namespace
+}  // namespace platform
+
+using namespace platform;
+
+LSTATUS RegCreateKeyExW(HKEY parent, LPCWSTR path, DWORD, LPWSTR, DWORD, REGSAM access, LPSECURITY_ATTRIBUTES,
+                        PHKEY key, LPDWORD) {
+    static constinit CallSite site{__func__};
+    if (const DWORD error = site.error()) return static_cast<LSTATUS>(error);
+    return open(parent, path, access, true, key);
+}
+
+LSTATUS RegOpenKeyExW(HKEY parent, LPCWSTR path, DWORD, REGSAM access, PHKEY key) {
+    static constinit CallSite site{__func__};
+    if (const DWORD error = site.error()) return static_cast<LSTATUS>(error);
+    return open(parent, path, access, false, key);
+}
+
+LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD, DWORD type, const BYTE* data, DWORD byteCount) {
+    static constinit CallSite site{__func__};
+    if (const DWORD error = site.error()) return static_cast<LSTATUS>(error);
+    std::shared_ptr<KeyObject> object;
+    if (const LSTATUS status = use(key, KEY_SET_VALUE, object)) return status;
+    Value old;
+    const bool existed = findValue(object->folder, name, old);
+    for (const TypeName& known : kTypes) {
+        if (known.type != type) continue;
+        const std::string stem = existed ? old.file.stem().string() : fileNameOf(name == nullptr ? u"" : name);
+        const fs::path file = object->folder / (stem + "." + known.name);
+        const fs::path draft = object->folder / (".draft-" + std::to_string(getpid()));
+        std::error_code error;
+        std::ofstream(draft, std::ios::binary) << encode(type, data, byteCount);
+        fs::rename(draft, file, error);
+        if (error) return ERROR_ACCESS_DENIED;
+        if (existed && old.file != file) fs::remove(old.file, error);
+        return ERROR_SUCCESS;
+    }
+    return ERROR_INVALID_PARAMETER;
+}
+
+LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD, LPDWORD type, LPBYTE data, LPDWORD byteCount) {
+    static constinit CallSite site{__func__};
+    if (const DWORD error = site.error()) return static_cast<LSTATUS>(error);
+    std::shared_ptr<KeyObject> object;
+    if (const LSTATUS status = use(key, KEY_QUERY_VALUE, object)) return status;
+    Value value;
+    if (!findValue(object->folder, name, value)) return ERROR_FILE_NOT_FOUND;
+    if (type != nullptr) *type = value.type;
+    if (byteCount == nullptr) return data == nullptr ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
+    std::ifstream file(value.file, std::ios::binary);
+    const std::vector<BYTE> bytes =
+        decode(value.type, {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()});
+    const DWORD capacity = *byteCount;
+    *byteCount = static_cast<DWORD>(bytes.size());
+    if (data == nullptr) return ERROR_SUCCESS;
+    if (capacity < bytes.size()) return ERROR_MORE_DATA;
+    std::memcpy(data, bytes.data(), bytes.size());
+    return ERROR_SUCCESS;
+}
+
+LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name) {
+    static constinit CallSite site{__func__};
+    if (const DWORD error = site.error()) return static_cast<LSTATUS>(error);
+    std::shared_ptr<KeyObject> object;
+    if (const LSTATUS status = use(key, KEY_SET_VALUE, object)) return status;
+    Value value;
+    std::error_code error;
+    if (!findValue(object->folder, name, value)) return ERROR_FILE_NOT_FOUND;
+    return fs::remove(value.file, error) ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+}
+
+LSTATUS RegCloseKey(HKEY key) {
+    static constinit CallSite site{__func__};
+    const DWORD refused = site.error();
+    if (key == HKEY_CURRENT_USER) return static_cast<LSTATUS>(refused);
+    const bool closed = closeHandle(reinterpret_cast<HANDLE>(key));
+    return refused != 0 ? static_cast<LSTATUS>(refused) : closed ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
+}

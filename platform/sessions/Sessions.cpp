@@ -1,0 +1,76 @@
+#include <unistd.h>
+#include <windows.h>
+#include <wtsapi32.h>
+
+#include <cstring>
+
+#include "Gate.h"
+#include "Machine.h"
+#include "objects/Allocations.h"
+#include "text/Encoding.h"
+
+using platform::CallSite;
+
+DWORD GetCurrentProcessId() {
+    static constinit CallSite site{__func__};
+    site.pass();
+    return static_cast<DWORD>(getpid());
+}
+
+// Of this process only: nobody asks for another's.
+BOOL ProcessIdToSessionId(DWORD processId, DWORD* sessionId) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    if (processId != static_cast<DWORD>(getpid())) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    *sessionId = platform::processToken().sessionId;
+    return TRUE;
+}
+
+BOOL GetUserNameW(LPWSTR name, LPDWORD capacity) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    const std::u16string text = platform::toWide(platform::processToken().user);
+    const DWORD needed = static_cast<DWORD>(text.size() + 1);
+    const bool fits = name != nullptr && *capacity >= needed;
+    *capacity = needed;
+    if (!fits) {
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return FALSE;
+    }
+    std::memcpy(name, text.c_str(), needed * sizeof(WCHAR));
+    return TRUE;
+}
+
+BOOL WTSQuerySessionInformationW(HANDLE, DWORD sessionId, WTS_INFO_CLASS what, LPWSTR* buffer, DWORD* bytes) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    if (what != WTSUserName) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    for (const platform::Session& session : platform::machine().sessions) {
+        if (session.id != sessionId) continue;
+        const std::u16string text = platform::toWide(session.user);
+        *bytes = static_cast<DWORD>((text.size() + 1) * sizeof(WCHAR));
+        *buffer = static_cast<LPWSTR>(platform::allocate(*bytes));
+        std::memcpy(*buffer, text.c_str(), *bytes);
+        return TRUE;
+    }
+    if (sessionId == 0) {  // the session of the services always exists; nobody is logged on there
+        *bytes = sizeof(WCHAR);
+        *buffer = static_cast<LPWSTR>(platform::allocate(*bytes));
+        **buffer = 0;
+        return TRUE;
+    }
+    SetLastError(ERROR_CTX_WINSTATION_NOT_FOUND);
+    return FALSE;
+}
+
+void WTSFreeMemory(PVOID memory) {
+    static constinit CallSite site{__func__};
+    site.pass();
+    platform::release(memory);
+}

@@ -1,0 +1,99 @@
+// Command lines, split as the shell library of Windows splits them.
+#include <shellapi.h>
+#include <winbase.h>
+#include <winerror.h>
+
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Gate.h"
+#include "objects/Allocations.h"
+#include "process/Process.h"
+
+namespace {
+
+using Arguments = std::vector<std::u16string>;
+
+bool isBlank(WCHAR unit) {
+    return unit == u' ' || unit == u'\t';
+}
+
+// The program's name knows no backslash rule: it ends at the closing quote, or at a blank.
+std::u16string takeProgram(std::u16string_view line, std::size_t& at) {
+    const bool quoted = at < line.size() && line[at] == u'"';
+    const std::size_t start = quoted ? ++at : at;
+    while (at < line.size() && (quoted ? line[at] != u'"' : !isBlank(line[at])))
+        ++at;
+    std::u16string program(line.substr(start, at - start));
+    if (at < line.size()) ++at;
+    return program;
+}
+
+// Reads one argument. Backslashes count only before a quote. A third quote in a row, counted from the one that
+// opened the quoted part, is a literal one and closes that part.
+std::u16string takeArgument(std::u16string_view line, std::size_t& at) {
+    std::u16string argument;
+    std::size_t backslashes = 0;
+    int quotes = 0;
+    while (at < line.size() && (quotes != 0 || !isBlank(line[at]))) {
+        const WCHAR unit = line[at++];
+        if (unit != u'"') {
+            argument.push_back(unit);
+            backslashes = unit == u'\\' ? backslashes + 1 : 0;
+            continue;
+        }
+        argument.resize(argument.size() - (backslashes + 1) / 2);
+        if (backslashes % 2 == 1)
+            argument.push_back(u'"');
+        else
+            ++quotes;
+        backslashes = 0;
+        for (; at < line.size() && line[at] == u'"'; ++at) {
+            if (++quotes == 3) {
+                argument.push_back(u'"');
+                quotes = 0;
+            }
+        }
+        if (quotes == 2) quotes = 0;
+    }
+    return argument;
+}
+
+Arguments split(std::u16string_view line) {
+    std::size_t at = 0;
+    Arguments arguments{takeProgram(line, at)};
+    for (;;) {
+        while (at < line.size() && isBlank(line[at]))
+            ++at;
+        if (at == line.size()) return arguments;
+        arguments.push_back(takeArgument(line, at));
+    }
+}
+
+}  // namespace
+
+LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) {
+    static constinit platform::CallSite site{__func__};
+    if (site.fails()) return nullptr;
+    if (commandLine == nullptr || count == nullptr) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    const Arguments arguments = *commandLine == 0 ? Arguments{platform::executablePath()} : split(commandLine);
+    // One block, as LocalFree releases it: the pointers, then the texts.
+    std::size_t bytes = (arguments.size() + 1) * sizeof(LPWSTR);
+    for (const std::u16string& argument : arguments)
+        bytes += (argument.size() + 1) * sizeof(WCHAR);
+    auto** const block = static_cast<LPWSTR*>(platform::allocate(bytes));
+    auto* text = reinterpret_cast<LPWSTR>(block + arguments.size() + 1);
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        block[i] = text;
+        std::memcpy(text, arguments[i].c_str(), (arguments[i].size() + 1) * sizeof(WCHAR));
+        text += arguments[i].size() + 1;
+    }
+    block[arguments.size()] = nullptr;
+    *count = static_cast<int>(arguments.size());
+    return block;
+}
