@@ -1,0 +1,42 @@
+#include "common/Folders.h"
+
+#include <shlobj.h>
+
+#include "common/Handles.h"
+#include "common/Paths.h"
+
+namespace {
+
+bool isDirectory(DWORD attributes) {
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+}  // namespace
+
+WideString executablePath() {
+    WCHAR buffer[1040];
+    const DWORD length = GetModuleFileNameW(nullptr, buffer, 1040);
+    return WideString(buffer, length);
+}
+
+WideString defaultNotesFolder() {
+    TaskText localData;
+    // The block is the caller's to free whatever the result.
+    const HRESULT result = SHGetKnownFolderPath(FOLDERID_LocalAppData, 0, nullptr, localData.put());
+    if (FAILED(result)) return WideString();
+    return joinPath(joinPath(joinPath(localData.get(), TEXT("Quorvane")), TEXT("Ombrel")), TEXT("Notes"));
+}
+
+bool createDirectoryTree(WideView path) {
+    if (path.empty()) return false;
+    const WideString folder(path);
+    const DWORD attributes = GetFileAttributesW(folder.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES) return isDirectory(attributes);
+
+    const WideString parent = parentPath(folder);
+    if (!parent.empty() && parent != folder && !createDirectoryTree(parent)) return false;
+
+    if (CreateDirectoryW(folder.c_str(), nullptr)) return true;
+    if (GetLastError() != ERROR_ALREADY_EXISTS) return false;
+    return isDirectory(GetFileAttributesW(folder.c_str()));  // another process may have been faster
+}

@@ -1,0 +1,82 @@
+// Owners of what the platform hands out. Every handle, key and block of memory is held by one of these from the
+// line that made it, so that each path releases it.
+#pragma once
+
+#include <windows.h>
+
+#include <objbase.h>
+#include <wtsapi32.h>
+
+// Owns one raw value. Moving empties the source; assigning and reset() release what was held before. Releasing
+// keeps the calling thread's last error, so that a failure can be read after the owner is gone.
+template <typename Traits>
+class Guard {
+  public:
+    using Raw = typename Traits::Raw;
+
+    Guard() = default;
+    explicit Guard(Raw raw) noexcept : raw_(raw) {}
+    Guard(Guard&& other) noexcept : raw_(other.release()) {}
+    Guard& operator=(Guard&& other) noexcept {
+        if (this != &other) reset(other.release());
+        return *this;
+    }
+    ~Guard() { reset(); }
+
+    explicit operator bool() const noexcept { return !Traits::isEmpty(raw_); }
+    Raw get() const noexcept { return raw_; }
+    // For calls that fill an out-parameter; what was held is released first.
+    Raw* put() noexcept {
+        reset();
+        return &raw_;
+    }
+    [[nodiscard]] Raw release() noexcept {
+        const Raw raw = raw_;
+        raw_ = Traits::none();
+        return raw;
+    }
+    void reset(Raw raw = Traits::none()) noexcept {
+        if (!Traits::isEmpty(raw_)) {
+            const DWORD lastError = GetLastError();
+            Traits::close(raw_);
+            SetLastError(lastError);
+        }
+        raw_ = raw;
+    }
+
+  private:
+    Raw raw_ = Traits::none();
+};
+
+struct FileTraits {
+    using Raw = HANDLE;
+    static Raw none() { return INVALID_HANDLE_VALUE; }
+    static bool isEmpty(Raw raw) { return raw == INVALID_HANDLE_VALUE || raw == nullptr; }
+    static void close(Raw raw) { CloseHandle(raw); }
+};
+
+template <typename Pointer, auto Close>
+struct PointerTraits {
+    using Raw = Pointer;
+    static Raw none() { return nullptr; }
+    static bool isEmpty(Raw raw) { return raw == nullptr; }
+    static void close(Raw raw) { Close(raw); }
+};
+
+using FileHandle = Guard<FileTraits>;
+using RegistryKey = Guard<PointerTraits<HKEY, RegCloseKey>>;
+using ArgumentArray = Guard<PointerTraits<LPWSTR*, LocalFree>>;
+using TaskText = Guard<PointerTraits<PWSTR, CoTaskMemFree>>;
+using SessionText = Guard<PointerTraits<LPWSTR, WTSFreeMemory>>;
+
+// Holds a critical section for the length of a scope.
+class CriticalSectionLock {
+  public:
+    explicit CriticalSectionLock(CRITICAL_SECTION& section) : section_(section) { EnterCriticalSection(&section_); }
+    ~CriticalSectionLock() { LeaveCriticalSection(&section_); }
+    CriticalSectionLock(const CriticalSectionLock&) = delete;
+    CriticalSectionLock& operator=(const CriticalSectionLock&) = delete;
+
+  private:
+    CRITICAL_SECTION& section_;
+};

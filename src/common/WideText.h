@@ -1,0 +1,26 @@
+// UTF-16 text, as the platform's calls take it, and the few operations on it that everything needs.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdarg>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+using WideString = std::basic_string<WCHAR>;
+using WideView = std::basic_string_view<WCHAR>;
+
+// The one door to wide printf formatting: the same bytes for the same arguments on every platform. Text arguments
+// are %ls (never %s), 32-bit ones %lu or %u, sizes %zu.
+//
+// Writes at most `capacity` units, terminator included, and always terminates. Returns the length of the whole
+// text, which is `capacity` or more when it was cut, or a negative number when the formatter gave up.
+int formatWideArguments(WCHAR* buffer, std::size_t capacity, const WCHAR* format, std::va_list arguments);
+int formatWide(WCHAR* buffer, std::size_t capacity, const WCHAR* format, ...);
+
+// The text as a string, for formats whose result is short: up to 255 units.
+WideString formatWideString(const WCHAR* format, ...);
+
+// Ordinal and culture-free: how ids, file names and option words are matched.
+bool equalsIgnoreCase(WideView left, WideView right);

@@ -1,0 +1,44 @@
+#include "common/Folders.h"
+
+#include <gtest/gtest.h>
+
+#include "common/Paths.h"
+#include "support/Files.h"
+#include "support/Text.h"
+
+TEST(Folders, makesEveryMissingFolder) {
+    const TempFolder folder;
+    EXPECT_TRUE(createDirectoryTree(folder / TEXT("a\\b\\c")));
+    EXPECT_TRUE(exists(folder / TEXT("a\\b\\c")));
+    EXPECT_TRUE(createDirectoryTree(folder / TEXT("a\\b\\c"))) << "it is there already";
+    EXPECT_TRUE(createDirectoryTree(folder / TEXT("a\\d\\e\\"))) << "a separator at the end";
+    EXPECT_TRUE(exists(folder / TEXT("a\\d\\e")));
+    EXPECT_TRUE(createDirectoryTree(folder.path() + TEXT("/f/g"))) << "either separator";
+}
+
+TEST(Folders, refusesWhatCannotBecomeAFolder) {
+    const TempFolder folder;
+    writeFile(folder / TEXT("file"), "kept");
+    EXPECT_FALSE(createDirectoryTree(TEXT("")));
+    EXPECT_FALSE(createDirectoryTree(folder / TEXT("file")));
+    EXPECT_FALSE(createDirectoryTree(folder / TEXT("file\\below")));
+    EXPECT_EQ(readFile(folder / TEXT("file")), "kept");
+    EXPECT_FALSE(createDirectoryTree(folder / TEXT("a|b")));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_NAME));
+}
+
+TEST(Folders, driveRootExists) {
+    EXPECT_TRUE(createDirectoryTree(TEXT("C:\\")));
+}
+
+TEST(Folders, tellsOwnImageAndDefaultFolder) {
+    EXPECT_TRUE(exists(executablePath())) << utf8(executablePath());
+    EXPECT_EQ(leafName(executablePath()).substr(0, 6), TEXT("vellum"));
+
+    const std::string notes = utf8(defaultNotesFolder());
+    const std::string tail = "\\AppData\\Local\\Quorvane\\Ombrel\\Notes";
+    ASSERT_GT(notes.size(), tail.size());
+    EXPECT_EQ(notes.substr(notes.size() - tail.size()), tail);
+    EXPECT_EQ(notes.substr(1, 2), ":\\");
+    EXPECT_FALSE(exists(defaultNotesFolder())) << "it is named, not made";
+}

@@ -1,0 +1,50 @@
+#include "common/Paths.h"
+
+#include <gtest/gtest.h>
+
+#include "support/Text.h"
+
+TEST(Paths, joinsWithOneSeparatorAndNormalisesNothing) {
+    struct Row {
+        const WCHAR *left, *right, *joined;
+    };
+    const Row rows[] = {
+        {TEXT("C:\\x"), TEXT("y"), TEXT("C:\\x\\y")},       {TEXT("C:\\x\\"), TEXT("y"), TEXT("C:\\x\\y")},
+        {TEXT("C:/x/"), TEXT("y"), TEXT("C:/x/y")},         {TEXT(""), TEXT("y"), TEXT("y")},
+        {TEXT("C:\\x"), TEXT(""), TEXT("C:\\x")},           {TEXT("C:\\x"), TEXT("\\y"), TEXT("C:\\x\\\\y")},
+        {TEXT("C:\\x\\"), TEXT("\\y"), TEXT("C:\\x\\\\y")}, {TEXT(""), TEXT(""), TEXT("")},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(utf8(joinPath(row.left, row.right)), utf8(row.joined));
+}
+
+TEST(Paths, splitsAtTheLastSeparatorOfEitherKind) {
+    struct Row {
+        const WCHAR *path, *parent, *leaf, *extension;
+    };
+    const Row rows[] = {
+        {TEXT("C:\\"), TEXT("C:\\"), TEXT(""), TEXT("")},
+        {TEXT("C:\\a"), TEXT("C:\\"), TEXT("a"), TEXT("")},
+        {TEXT("C:\\a\\b"), TEXT("C:\\a"), TEXT("b"), TEXT("")},
+        {TEXT("C:/a\\b/c"), TEXT("C:/a\\b"), TEXT("c"), TEXT("")},
+        {TEXT("a"), TEXT(""), TEXT("a"), TEXT("")},
+        {TEXT("\\a"), TEXT(""), TEXT("a"), TEXT("")},
+        {TEXT("ab\\c"), TEXT("ab"), TEXT("c"), TEXT("")},
+        {TEXT("\\:\\c"), TEXT("\\:\\"), TEXT("c"), TEXT("")},
+        {TEXT("C:"), TEXT(""), TEXT("C:"), TEXT("")},
+        {TEXT(""), TEXT(""), TEXT(""), TEXT("")},
+        {TEXT("C:\\x\\"), TEXT("C:\\x"), TEXT(""), TEXT("")},
+        {TEXT("note.JSON"), TEXT(""), TEXT("note.JSON"), TEXT("json")},
+        {TEXT("C:\\a.b.json"), TEXT("C:\\"), TEXT("a.b.json"), TEXT("json")},
+        {TEXT("a."), TEXT(""), TEXT("a."), TEXT("")},
+        {TEXT(".json"), TEXT(""), TEXT(".json"), TEXT("")},
+        {TEXT("C:\\x.y\\file"), TEXT("C:\\x.y"), TEXT("file"), TEXT("")},
+        {TEXT("a.\u00C4Z\u0130"), TEXT(""), TEXT("a.\u00C4Z\u0130"), TEXT("\u00C4z\u0130")},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(utf8(row.path));
+        EXPECT_EQ(utf8(parentPath(row.path)), utf8(row.parent));
+        EXPECT_EQ(utf8(leafName(row.path)), utf8(row.leaf));
+        EXPECT_EQ(utf8(lowerExtension(row.path)), utf8(row.extension));
+    }
+}

@@ -1,0 +1,81 @@
+#include "common/UtcTime.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "support/Text.h"
+
+namespace {
+
+std::string fields(const SYSTEMTIME& time) {
+    std::string text;
+    for (const WORD field : {time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond})
+        text += (text.empty() ? "" : " ") + std::to_string(field);
+    return text;
+}
+
+}  // namespace
+
+TEST(UtcTime, readsSixNumbersAndForgivesTheRest) {
+    struct Row {
+        const WCHAR* text;
+        const char* fields;
+    };
+    const Row rows[] = {
+        {TEXT("2026-03-14T09:26:53Z"), "2026 3 14 9 26 53"},
+        {TEXT("2026-03-14T09:26:53"), "2026 3 14 9 26 53"},
+        {TEXT("2026-03-14T09:26:53.5+02:00"), "2026 3 14 9 26 53"},
+        {TEXT("2026-13-40T25:61:61"), "2026 13 40 25 61 61"},
+        {TEXT("2026-3-14T09:26:53Z"), "2026 3 14 9 26 53"},
+        {TEXT("  2026- 3-+14T9:\t6: 53"), "2026 3 14 9 6 53"},
+        {TEXT("2026-03-14T09:26:5xxxxxx"), "2026 3 14 9 26 5"},
+        {TEXT("-1-03-14T-9:26:53Zxxx"), "65535 3 14 65527 26 53"},
+        {TEXT("65537-65536-1T2:3:4Z"), "1 0 1 2 3 4"},
+        {TEXT("4294967297-1-1T1:1:99999999999999999999"), "1 1 1 1 1 65535"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(utf8(row.text));
+        SYSTEMTIME time;
+        std::memset(&time, 0xAB, sizeof time);
+        ASSERT_TRUE(parseUtcTime(row.text, time));
+        EXPECT_EQ(fields(time), row.fields);
+        EXPECT_EQ(time.wDayOfWeek, 0);
+        EXPECT_EQ(time.wMilliseconds, 0);
+    }
+}
+
+TEST(UtcTime, refusesAndLeavesTheTimeAlone) {
+    const WCHAR* const texts[] = {
+        TEXT(""),
+        TEXT("2026-03-14"),
+        TEXT("2026-3-4T9:6:3Z"),
+        TEXT("2026-03-14 09:26:53"),
+        TEXT("2026-03-14t09:26:53Z"),
+        TEXT("2026/03/14T09:26:53Z"),
+        TEXT("2026-03-14T09:26:    "),
+        TEXT("2026-03-14T09:26:+   "),
+        TEXT("2026 -03-14T09:26:53"),
+        TEXT("xxxx-03-14T09:26:53Z"),
+        TEXT("\uFF12026-03-14T09:26:53Z"),
+    };
+    for (const WCHAR* text : texts) {
+        SCOPED_TRACE(utf8(text));
+        SYSTEMTIME time = {};
+        time.wYear = 77;
+        EXPECT_FALSE(parseUtcTime(text, time));
+        EXPECT_EQ(time.wYear, 77);
+    }
+}
+
+TEST(UtcTime, writesWhatItReads) {
+    SYSTEMTIME time = {};
+    ASSERT_TRUE(parseUtcTime(TEXT("2026-3-14T09:26:53Z"), time));
+    time.wMilliseconds = 999;
+    EXPECT_EQ(utf8(formatUtcTime(time)), "2026-03-14T09:26:53Z");
+    ASSERT_TRUE(parseUtcTime(TEXT("-1-13-40T25:61:-1...."), time));
+    EXPECT_EQ(utf8(formatUtcTime(time)), "65535-13-40T25:61:65535Z");
+    ASSERT_TRUE(parseUtcTime(nowUtcText(), time));
+    EXPECT_GE(time.wYear, 2026);
+    EXPECT_EQ(nowUtcText().size(), 20U);
+}

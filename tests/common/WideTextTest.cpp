@@ -1,0 +1,61 @@
+#include "common/WideText.h"
+
+#include <gtest/gtest.h>
+
+#include "support/Text.h"
+
+TEST(WideText, formatsAlikeOnEveryPlatform) {
+    const DWORD big = 4294967295U;
+    const std::size_t size = 18446744073709551615U;
+    const WORD month = 3;
+    const WCHAR lone[] = {TEXT('a'), 0xD800, TEXT('b'), 0xDC00, 0};
+    EXPECT_EQ(utf8(formatWideString(TEXT("%lu %u %d %zu"), big, 7U, -12, size)),
+              "4294967295 7 -12 18446744073709551615");
+    EXPECT_EQ(utf8(formatWideString(TEXT("[%04u][%5d][%02X][%08lx][%08lX]"), month, -42, 0xABU, big, DWORD(0xBEEF))),
+              "[0003][  -42][AB][ffffffff][0000BEEF]");
+    EXPECT_EQ(utf8(formatWideString(TEXT("%ls|%ls|%ls 100%%"), TEXT("\u00E9\u20AC"), TEXT(""), lone)),
+              utf8(TEXT("\u00E9\u20AC||") + WideString(lone) + TEXT(" 100%")));
+    EXPECT_EQ(utf8(formatWideString(TEXT("%ls"), static_cast<const WCHAR*>(nullptr))), "(null)");
+    EXPECT_EQ(utf8(formatWideString(TEXT("%lld %llu"), LONGLONG(-9000000000), ULONGLONG(9000000000))),
+              "-9000000000 9000000000");
+}
+
+TEST(WideText, cutsAtTheCapacityAndAlwaysTerminates) {
+    struct Row {
+        const WCHAR* text;
+        int length;
+        const char* kept;
+    };
+    const Row rows[] = {{TEXT("abcdef"), 6, "abcdef"},
+                        {TEXT("abcdefg"), 7, "abcdefg"},
+                        {TEXT("abcdefgh"), 8, "abcdefg"},
+                        {TEXT("abcdefghijkl"), 12, "abcdefg"},
+                        {TEXT(""), 0, ""}};
+    for (const Row& row : rows) {
+        WCHAR buffer[9];
+        std::fill(std::begin(buffer), std::end(buffer), TEXT('#'));
+        EXPECT_EQ(formatWide(buffer, 8, TEXT("%ls"), row.text), row.length);
+        EXPECT_EQ(utf8(buffer), row.kept);
+        EXPECT_EQ(buffer[8], TEXT('#')) << "nothing is written behind the buffer";
+    }
+}
+
+TEST(WideText, comparesOrdinallyWithoutCase) {
+    struct Row {
+        const WCHAR *left, *right;
+        bool equal;
+    };
+    const Row rows[] = {
+        {TEXT("JSON"), TEXT("json"), true},       {TEXT(""), TEXT(""), true},
+        {TEXT("a"), TEXT("ab"), false},           {TEXT("\u00C4\u00D6"), TEXT("\u00E4\u00F6"), true},
+        {TEXT("\u0416"), TEXT("\u0436"), true},   {TEXT("\u03A3"), TEXT("\u03C3"), true},
+        {TEXT("\u03A3"), TEXT("\u03C2"), false},  {TEXT("i"), TEXT("\u0131"), false},
+        {TEXT("I"), TEXT("\u0130"), false},       {TEXT("s"), TEXT("\u017F"), false},
+        {TEXT("k"), TEXT("\u212A"), false},       {TEXT("ss"), TEXT("\u00DF"), false},
+        {TEXT("e\u0301"), TEXT("\u00E9"), false}, {TEXT("\uFF21"), TEXT("\uFF41"), true},
+        {TEXT("\u01C4"), TEXT("\u01C6"), true},   {TEXT("\u01C5"), TEXT("\u01C6"), false},
+        {TEXT("[a"), TEXT("{a"), false},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(equalsIgnoreCase(row.left, row.right), row.equal) << utf8(row.left) << " " << utf8(row.right);
+}

@@ -1,0 +1,12 @@
+#include "Machine.h"
+#include "files/NativePath.h"
+#include "support/Files.h"
+
+std::filesystem::path hostPath(const WideString& path) {
+    std::string native;
+    return platform::nativePath(path.c_str(), native) ? native : std::string();
+}
+
+WideString productPath(const std::filesystem::path& path) {
+    return platform::windowsPath(path.string());
+}

@@ -1,0 +1,135 @@
+// The child runs under this process as its debugger, which is how its debugger output is had. A message box is read,
+// and its button pressed.
+#include "support/Process.h"
+
+#include <atomic>
+#include <list>
+#include <thread>
+
+#include "common/Folders.h"
+#include "common/Handles.h"
+#include "common/Paths.h"
+#include "support/Files.h"
+#include "support/Text.h"
+
+namespace {
+
+constexpr DWORD kLimitMs = 60000;
+
+using KernelHandle = Guard<PointerTraits<HANDLE, CloseHandle>>;
+
+struct Pipe {
+    KernelHandle reader, writer;
+};
+
+Pipe makePipe() {
+    Pipe pipe;
+    SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
+    CreatePipe(pipe.reader.put(), pipe.writer.put(), &inheritable, 0);
+    SetHandleInformation(pipe.reader.get(), HANDLE_FLAG_INHERIT, 0);
+    return pipe;
+}
+
+void readAll(HANDLE reader, std::string& text) {
+    char buffer[4096];
+    DWORD length = 0;
+    while (ReadFile(reader, buffer, sizeof buffer, &length, nullptr) && length > 0)
+        text.append(buffer, length);
+}
+
+// Waits for no window for long: the one that is asked may be stopped at a debug event.
+std::string windowText(HWND window) {
+    WCHAR text[4096] = {};
+    DWORD_PTR length = 0;
+    SendMessageTimeoutW(window, WM_GETTEXT, 4096, reinterpret_cast<LPARAM>(text), SMTO_NORMAL, 1000, &length);
+    return utf8(text);
+}
+
+bool isClass(HWND window, WideView name) {
+    WCHAR className[32];
+    return equalsIgnoreCase(WideView(className, static_cast<std::size_t>(GetClassNameW(window, className, 32))), name);
+}
+
+// Reads and closes the box that the process shows. False while there is none.
+bool answerBox(DWORD processId, ProcessResult& result) {
+    const HWND box = FindWindowW(TEXT("#32770"), TEXT("Vellumd"));
+    DWORD owner = 0;
+    if (box == nullptr || GetWindowThreadProcessId(box, &owner) == 0 || owner != processId) return false;
+    if (!IsWindowVisible(box)) return false;  // not whole yet
+    for (HWND child = GetWindow(box, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT))
+        if (isClass(child, TEXT("Static"))) result.boxText += windowText(child);
+    result.boxCaption = windowText(box);
+    PostMessageW(box, WM_COMMAND, IDOK, 0);
+    return true;
+}
+
+void takeDebugText(HANDLE process, const OUTPUT_DEBUG_STRING_INFO& info, ProcessResult& result) {
+    std::string bytes(info.nDebugStringLength, 0);
+    SIZE_T length = 0;
+    if (!ReadProcessMemory(process, info.lpDebugStringData, bytes.data(), bytes.size(), &length)) return;
+    if (info.fUnicode) {
+        const WideView text(reinterpret_cast<const WCHAR*>(bytes.data()), length / sizeof(WCHAR));
+        result.debugOutput += utf8(text.substr(0, text.find(WCHAR(0))));
+    } else {
+        result.debugOutput += std::string(bytes.c_str());
+    }
+}
+
+// Serves the debug events of the child until it ends.
+void serve(const PROCESS_INFORMATION& child, ProcessResult& result) {
+    const DWORD start = GetTickCount();
+    while (GetTickCount() - start < kLimitMs) {
+        DEBUG_EVENT event;
+        if (!WaitForDebugEvent(&event, 100)) continue;
+        DWORD answer = DBG_CONTINUE;
+        if (event.dwDebugEventCode == OUTPUT_DEBUG_STRING_EVENT)
+            takeDebugText(child.hProcess, event.u.DebugString, result);
+        if (event.dwDebugEventCode == CREATE_PROCESS_DEBUG_EVENT) CloseHandle(event.u.CreateProcessInfo.hFile);
+        if (event.dwDebugEventCode == LOAD_DLL_DEBUG_EVENT) CloseHandle(event.u.LoadDll.hFile);
+        if (event.dwDebugEventCode == EXCEPTION_DEBUG_EVENT &&
+            event.u.Exception.ExceptionRecord.ExceptionCode != static_cast<DWORD>(EXCEPTION_BREAKPOINT))
+            answer = static_cast<DWORD>(DBG_EXCEPTION_NOT_HANDLED);
+        if (event.dwDebugEventCode == EXIT_PROCESS_DEBUG_EVENT) {
+            result.finished = true;
+            result.exitCode = event.u.ExitProcess.dwExitCode;
+        }
+        ContinueDebugEvent(event.dwProcessId, event.dwThreadId, answer);
+        if (result.finished) return;
+    }
+    TerminateProcess(child.hProcess, 0xffffffff);
+}
+
+}  // namespace
+
+ProcessResult runVellumd(const WideString& arguments, const Environment& environment) {
+    const WideString image = joinPath(parentPath(executablePath()), TEXT("Vellumd.exe"));
+    WideString commandLine = TEXT("\"") + image + TEXT("\" ") + arguments;
+    std::list<EnvironmentScope> inherited;
+    for (const auto& [name, value] : environment)
+        inherited.emplace_back(wide(name).c_str(), wide(value).c_str());
+
+    Pipe out = makePipe();
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = out.writer.get();
+    PROCESS_INFORMATION child = {};
+    ProcessResult result;
+    const BOOL started = CreateProcessW(image.c_str(), commandLine.data(), nullptr, nullptr, TRUE,
+                                        DEBUG_ONLY_THIS_PROCESS, nullptr, nullptr, &startup, &child);
+    inherited.clear();
+    if (!started) return result;
+    const KernelHandle process(child.hProcess), thread(child.hThread);
+    out.writer.reset();
+    std::thread reading(readAll, out.reader.get(), std::ref(result.output));
+    std::atomic<bool> ended{false};
+    std::thread answering([&] {
+        while (!ended && !answerBox(child.dwProcessId, result))
+            Sleep(20);
+    });
+    serve(child, result);
+    ended = true;
+    reading.join();
+    answering.join();
+    return result;
+}
