@@ -1,0 +1,15 @@
+// Exit codes of the process. The contract query alone answers with Windows error numbers instead.
+#pragma once
+
+enum ExitCode : int {
+    kEnterMessageLoop = -1,  // no exit: the display role has started
+
+    kSuccess = 0,
+    kComFailed = 1,
+    kDeleteFailed = 10,
+    kRegisterFailed = 11,
+    kActionsCombined = 12,
+    kDispatchFailed = 13,
+    kAppletArgumentsRejected = 14,
+    kAppletStartFailed = 15,
+};

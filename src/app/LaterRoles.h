@@ -1,0 +1,21 @@
+// What is not built yet: the display role, the private queues, the dispatch and the scheduled task. Each of these
+// operations fails, and its role ends with the exit path that a failure has for good. The one exception is the
+// display role, which ends at once. This file goes away with the last of them.
+#pragma once
+
+#include "app/CommandLine.h"
+
+// Gives the exit code of the process.
+int runDisplay(const CommandLineOptions& options);
+
+bool startAtMediumIntegrity(const WideString& queueName, bool& relaunched, DWORD& err);
+
+namespace SessionLauncher {
+bool dispatchToSessions(const WideString& executable, const WideString& arguments);
+}
+
+namespace TaskSched {
+bool registerRecoveryTask(const WideString& name, const WideString& executable, const WideString& arguments,
+                          bool runNow, WideString& error);
+bool deleteRecoveryTask(const WideString& name, WideString& error);
+}  // namespace TaskSched

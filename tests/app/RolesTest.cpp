@@ -1,0 +1,133 @@
+// The program as a process: exit codes, standard output, what the debugger hears, the log it leaves.
+#include <gtest/gtest.h>
+
+#include "support/Files.h"
+#include "support/Process.h"
+#include "support/Text.h"
+
+namespace {
+
+const char* const kHelp =
+    "Vellumd - sticky notes daemon.\n"
+    "\n"
+    "Options:\n"
+    "  -f, --folder <dir>     Folder where note JSON files live.\n"
+    "                         Default: %LOCALAPPDATA%\\Quorvane\\Ombrel\\Notes\n"
+    "  --no-autostart         Skip writing the HKCU Run key.\n"
+    "  -i <instancename>     Instance name (affects log folder).\n"
+    "  /register              Register all-session startup/recovery\n"
+    "                         and launch now (requires elevation).\n"
+    "  /delete                Remove recovery task (requires elevation).\n"
+    "  --log-level <level>    debug|info|warn|error (default: info)\n"
+    "                         Log: %PROGRAMDATA%\\OmbrelService_Common[_<instance>]\\Logs\\\n"
+    "  -h, --help             Show this help.\n";
+
+class Roles : public testing::Test {
+  protected:
+    ProcessResult run(const WideString& arguments) {
+        ProcessResult result = runVellumd(arguments, {{"PROGRAMDATA", utf8(programData.path())}});
+        EXPECT_TRUE(result.finished) << utf8(arguments);
+        return result;
+    }
+    // All log files below the folder, one after the other.
+    std::string log() {
+        std::string text;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(hostPath(programData.path())))
+            if (entry.is_regular_file()) text += readFile(productPath(entry.path()));
+        return text;
+    }
+
+    const TempFolder programData;
+};
+
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+}  // namespace
+
+TEST_F(Roles, contractGoesToStandardOutput) {
+    const ProcessResult result = run(TEXT("--applet-contract-version"));
+    EXPECT_EQ(result.exitCode, 0U);
+    EXPECT_EQ(result.output, "OMBREL_APPLET_NOTES_CONTRACT=2\r\n");
+    EXPECT_EQ(result.debugOutput, "") << "no App exists for it";
+}
+
+TEST_F(Roles, contractStandsAloneOnTheCommandLine) {
+    for (const WCHAR* arguments : {TEXT("--applet-contract-version x"), TEXT("x --applet-contract-version"),
+                                   TEXT("--help --applet-contract-version"), TEXT("-i --applet-contract-version"),
+                                   TEXT("--applet-contract-version --applet-contract-version")}) {
+        const ProcessResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, 87U) << utf8(arguments);
+        EXPECT_EQ(result.output, "") << utf8(arguments);
+    }
+    EXPECT_EQ(log(), "");
+}
+
+TEST_F(Roles, helpIsABoxAndNothingElseHappens) {
+    for (const WCHAR* arguments :
+         {TEXT("-h"), TEXT("--register --help"), TEXT("--help --register"), TEXT("--applet-queue /? x")}) {
+        const ProcessResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, 0U) << utf8(arguments);
+        EXPECT_EQ(result.boxCaption, "Vellumd") << utf8(arguments);
+        EXPECT_EQ(result.boxText, kHelp) << utf8(arguments);
+        EXPECT_EQ(result.output, "");
+    }
+    EXPECT_EQ(log(), "");
+}
+
+TEST_F(Roles, everyRefusalHasItsExitCodeAndItsText) {
+    const char* const combined = "[ERROR] App: Task management and session dispatch actions cannot be combined\r\n";
+    const char* const rejected = "AppletNotes: invalid applet queue arguments\n";
+    struct Row {
+        const WCHAR* arguments;
+        DWORD exitCode;
+        const char* text;
+        bool isLogged;  // else the debugger alone hears it
+    };
+    const Row rows[] = {
+        {TEXT("--register --delete"), 12, combined, true},
+        {TEXT("/delete --launch-user-sessions"), 12, combined, true},
+        {TEXT("/register /delete --launch-user-sessions -i x"), 12, combined, true},
+        {TEXT("--register --applet-queue"), 14, rejected, false},
+        {TEXT("--applet-queue"), 14, rejected, false},
+        {TEXT("--applet-recover -i x"), 14, rejected, false},
+        {TEXT("--applet-recover unknown"), 14, rejected, false},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(utf8(row.arguments));
+        const std::string before = log();
+        const ProcessResult result = run(row.arguments);
+        EXPECT_EQ(result.exitCode, row.exitCode);
+        EXPECT_TRUE(contains(result.debugOutput, row.text)) << result.debugOutput;
+        EXPECT_EQ(contains(log().substr(before.size()), row.text), row.isLogged);
+        EXPECT_EQ(log().size() > before.size(), row.isLogged);
+        EXPECT_EQ(result.output, "");
+    }
+}
+
+TEST_F(Roles, plainStartLogsItselfAndIgnoresUnknownOptions) {
+    const ProcessResult result = run(TEXT("-i blue --no-autostart --what \"a b\" --log-level loud"));
+    EXPECT_EQ(result.exitCode, 0U);
+    EXPECT_TRUE(exists(programData / TEXT("OmbrelService_Common_blue\\Logs")));
+    EXPECT_TRUE(contains(log(), "[INFO ] App: Vellumd starting; pid="));
+    EXPECT_TRUE(contains(log(), "[INFO ] App: Shutting down\r\n"));
+    EXPECT_EQ(result.debugOutput, log()) << "the debugger hears every line of the file";
+}
+
+TEST_F(Roles, logLevelFiltersWhatIsWritten) {
+    run(TEXT("--log-level error"));
+    EXPECT_FALSE(contains(log(), "starting"));
+    run(TEXT("--log-level=DEBUG"));
+    EXPECT_TRUE(contains(log(), "starting"));
+}
+
+TEST_F(Roles, appletRolesLeaveNoLogFile) {
+    for (const WCHAR* arguments :
+         {TEXT("--applet-recover"), TEXT("--applet-queue -i applet-00000002-000000000003A1F7-01DC2F6A5B3C4D10")}) {
+        const ProcessResult result = run(arguments);
+        EXPECT_TRUE(contains(result.debugOutput, "[INFO ] App: Vellumd starting; pid=")) << result.debugOutput;
+        EXPECT_EQ(result.exitCode, 15U);
+    }
+    EXPECT_EQ(log(), "");
+}

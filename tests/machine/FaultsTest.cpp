@@ -1,0 +1,70 @@
+#include <windows.h>
+
+#include "machine/MachineFixture.h"
+#include "support/Files.h"
+#include "support/Process.h"
+#include "support/Text.h"
+
+using namespace platform;
+
+TEST_F(MachineTest, faultTextsAreRead) {
+    std::vector<faults::Fault> parsed;
+    ASSERT_TRUE(
+        faults::parse("CreateFileW:2=fail(32);*:every=delay(7);WriteFile:1=short(0);*:40=kill;X:1=fail", parsed));
+    ASSERT_EQ(parsed.size(), 5U);
+    EXPECT_EQ(parsed[0].call, "CreateFileW");
+    EXPECT_EQ(parsed[0].use, 2U);
+    EXPECT_EQ(parsed[0].value, 32U);
+    EXPECT_EQ(parsed[1].use, 0U);
+    EXPECT_EQ(parsed[1].action, faults::Action::Delay);
+    EXPECT_EQ(parsed[2].action, faults::Action::Short);
+    EXPECT_EQ(parsed[3].action, faults::Action::Kill);
+    EXPECT_EQ(parsed[4].value, 31U);
+    for (const char* bad : {"x", "x:1", "x=fail", ":1=fail", "x:0=fail", "x:-1=fail", "x:1=burn", "x:1=short",
+                            "x:1=fail(", "x:1=fail()", "x:1=fail(a)", "x:1=fail;;"})
+        EXPECT_FALSE(faults::parse(bad, parsed)) << bad;
+}
+
+TEST_F(MachineTest, faultHitsTheNamedUseAlone) {
+    faults::arm({"CreateDirectoryW", 2, faults::Action::Fail, 1234});
+    EXPECT_TRUE(CreateDirectoryW(TEXT("C:\\1"), nullptr));
+    EXPECT_FALSE(faults::fired());
+    EXPECT_FALSE(CreateDirectoryW(TEXT("C:\\2"), nullptr));
+    EXPECT_EQ(GetLastError(), 1234U);
+    EXPECT_TRUE(faults::fired());
+    EXPECT_TRUE(CreateDirectoryW(TEXT("C:\\2"), nullptr));
+    EXPECT_EQ(faults::uses("CreateDirectoryW"), 3U);
+}
+
+TEST_F(MachineTest, successLeavesALastErrorThatMeansNothing) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(CreateDirectoryW(TEXT("C:\\1"), nullptr));
+    EXPECT_NE(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    EXPECT_NE(GetLastError(), static_cast<DWORD>(ERROR_SUCCESS));
+}
+
+TEST_F(MachineTest, environmentBreaksAProcess) {
+    const auto run = [this](const char* faults) {
+        return runVellumd(TEXT(""), {{"VELLUM_MACHINE", folder().string()}, {"VELLUM_FAULTS", faults}});
+    };
+    EXPECT_EQ(run("CoInitializeEx:1=fail").exitCode, 1U);
+    EXPECT_EQ(run("CreateFileW:1=kill").exitCode, 0xffffffffU) << "killed, it has no exit code";
+    EXPECT_EQ(run("nonsense").exitCode, 2U);
+}
+
+TEST_F(MachineTest, closedAndForeignHandlesAreErrorsNotCrashes) {
+    const HANDLE file = CreateFileW(TEXT("C:\\f"), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    EXPECT_TRUE(CloseHandle(file));
+    HKEY key = nullptr;
+    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, TEXT("K"), 0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr), 0);
+    for (const HANDLE wrong :
+         {file, static_cast<HANDLE>(nullptr), INVALID_HANDLE_VALUE, reinterpret_cast<HANDLE>(key)}) {
+        LARGE_INTEGER size;
+        EXPECT_FALSE(GetFileSizeEx(wrong, &size));
+        EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+    }
+    EXPECT_FALSE(CloseHandle(file));
+    EXPECT_EQ(RegQueryValueExW(key, TEXT("v"), nullptr, nullptr, nullptr, nullptr), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
+    EXPECT_EQ(RegCloseKey(key), ERROR_INVALID_HANDLE);
+}

@@ -1,0 +1,56 @@
+// A machine of a test's own.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "Faults.h"
+#include "Machine.h"
+
+class MachineTest : public testing::Test {
+  protected:
+    MachineTest() {
+        folder_ = std::filesystem::temp_directory_path() / ("vellum-machine-" + std::to_string(getpid()));
+        std::filesystem::remove_all(folder_);
+        platform::useMachine(folder_);
+        platform::notices::silence(true);
+    }
+    ~MachineTest() override {
+        platform::faults::clear();
+        std::filesystem::remove_all(folder_);
+    }
+
+    // Replaces machine.txt; the process then runs on the machine that it describes.
+    void describe(const std::string& text) {
+        std::ofstream(folder_ / "machine.txt") << text;
+        platform::useMachine(folder_);
+    }
+    const std::filesystem::path& folder() const { return folder_; }
+
+  private:
+    std::filesystem::path folder_;
+};
+
+// Runs `body` with the 1st, 2nd, 3rd ... use of any call failing, until a run meets no fault. `check` runs after each,
+// with the faults gone. Nothing may be left open by any of them. Returns the number of runs that met a fault.
+template <typename Body, typename Check>
+unsigned forEachFailingCall(Body body, Check check, DWORD error = 5) {
+    for (unsigned use = 1; use < 10000; ++use) {
+        const std::size_t handles = platform::faults::openHandles(), memory = platform::faults::openAllocations();
+        platform::faults::clear();
+        platform::faults::arm({"*", use, platform::faults::Action::Fail, error});
+        body();
+        const bool fired = platform::faults::fired();
+        platform::faults::clear();
+        SCOPED_TRACE("failing call " + std::to_string(use));
+        check(fired);
+        EXPECT_EQ(platform::faults::openHandles(), handles);
+        EXPECT_EQ(platform::faults::openAllocations(), memory);
+        if (!fired) return use - 1;
+    }
+    ADD_FAILURE() << "the loop of faults does not end";
+    return 0;
+}

@@ -1,0 +1,68 @@
+// The life of App with the platform failing under it.
+#include <windows.h>
+
+#include <algorithm>
+
+#include "app/App.h"
+#include "app/ExitCode.h"
+#include "machine/MachineFixture.h"
+#include "support/Text.h"
+
+using namespace platform;
+
+namespace {
+
+int runApp(const std::vector<std::string>& arguments) {
+    setCommandLine(arguments);
+    App app;
+    const int exitCode = app.initialize(nullptr, WideString());
+    app.shutdown();
+    return exitCode;
+}
+
+}  // namespace
+
+TEST_F(MachineTest, startWithoutComEndsWith1) {
+    faults::arm({"CoInitializeEx", 1, faults::Action::Fail, 8});
+    EXPECT_EQ(runApp({"Vellumd", "--help"}), kComFailed);
+    EXPECT_TRUE(notices::takeMessageBoxes().empty());
+    EXPECT_EQ(faults::uses("CoUninitialize"), 0U) << "nothing is owed";
+}
+
+TEST_F(MachineTest, lineThatCannotBeSplitHasNoOptions) {
+    faults::arm({"CommandLineToArgvW", 1, faults::Action::Fail, 8});
+    EXPECT_EQ(runApp({"Vellumd", "--register", "--delete"}), kSuccess);
+}
+
+TEST_F(MachineTest, helpBoxCarriesItsFlagAndStopsTheScan) {
+    EXPECT_EQ(runApp({"Vellumd", "--applet-queue", "--register", "/?", "--delete"}), kSuccess);
+    const std::vector<MessageBox> boxes = notices::takeMessageBoxes();
+    ASSERT_EQ(boxes.size(), 1U);
+    EXPECT_EQ(boxes[0].type, static_cast<UINT>(MB_ICONINFORMATION));
+    EXPECT_EQ(faults::uses("CreateFileW"), 0U) << "no log";
+}
+
+TEST_F(MachineTest, everyRoleEndsInADocumentedWayWhateverFails) {
+    const struct {
+        std::vector<std::string> arguments;
+        std::vector<int> exitCodes;  // the first is the one without a fault
+    } rows[] = {
+        {{"Vellumd"}, {0, 1}},
+        {{"Vellumd", "--help"}, {0, 1}},
+        // An option that is lost with the command line leaves a plain start.
+        {{"Vellumd", "--register", "--delete"}, {12, 0, 1}},
+        {{"Vellumd", "--applet-recover", "x"}, {14, 0, 1}},
+    };
+    for (const auto& row : rows) {
+        int exitCode = 0;
+        forEachFailingCall([&] { exitCode = runApp(row.arguments); },
+                           [&](bool fired) {
+                               const auto& allowed = row.exitCodes;
+                               EXPECT_NE(std::find(allowed.begin(), allowed.end(), exitCode), allowed.end())
+                                   << exitCode;
+                               EXPECT_TRUE(fired || exitCode == allowed.front());
+                               EXPECT_EQ(faults::openApartments(), 0U);
+                               notices::takeDebugOutput();
+                           });
+    }
+}
