@@ -1,0 +1,115 @@
+#!/bin/bash
+# The one door to building, running and testing vellumd. Every command installs what it needs on Debian 12 and can be
+# run again at no cost.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+usage() {
+    cat <<'TEXT'
+usage: ./dev.sh COMMAND
+
+  run [ARGUMENT...]       builds Vellumd.exe and runs it under Wine with these arguments, on the display if there is
+                          one, else on a virtual one; prints what it logged
+  test                    builds both platforms and runs every test; ends with "N passed, N failed"
+  build native|windows    build/native/Vellumd (Linux, sanitizers) or build/windows/Vellumd.exe
+  format                  formats the sources
+TEXT
+}
+
+say() { printf '== %s\n' "$*"; }
+
+# Installs the packages that are missing.
+need() {
+    local missing=()
+    for package in "$@"; do
+        dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    say "installing ${missing[*]}"
+    local as_root=()
+    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+    export DEBIAN_FRONTEND=noninteractive
+    "${as_root[@]}" apt-get update -qq
+    "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+need_native() { need cmake ninja-build g++ googletest python3; }
+need_windows() { need cmake ninja-build g++-mingw-w64-x86-64-posix googletest python3; }
+need_wine() { need wine wine64 xvfb xauth; }
+
+# build PRESET [TARGET...]
+build() {
+    local preset=$1
+    shift
+    say "building $preset"
+    cmake --preset "$preset" >"build-$preset.log" 2>&1 || { cat "build-$preset.log"; rm "build-$preset.log"; exit 1; }
+    rm "build-$preset.log"
+    cmake --build --preset "$preset" ${1:+--target "$@"}
+}
+
+# run_tests NAME COMMAND...: the command writes build/reports/NAME.xml
+run_tests() {
+    local name=$1
+    shift
+    say "testing $name"
+    reports+=("build/reports/$name.xml")
+    "$@" || say "$name: there are failures"
+}
+
+command_test() {
+    need_native
+    need_windows
+    need_wine
+    need python3-pytest python3-pefile
+    rm -rf build/reports
+    mkdir -p build/reports
+    reports=()
+    local reports_folder=$PWD/build/reports
+    build native
+    run_tests native ctest --preset native -j2 --output-junit "$reports_folder/native.xml"
+    build native-tsan
+    run_tests native-tsan ctest --preset native-tsan -j2 --output-junit "$reports_folder/native-tsan.xml"
+    build windows
+    run_tests executable /usr/bin/python3 -m pytest -q -p no:cacheprovider tests/package \
+        --junitxml="$reports_folder/executable.xml"
+    run_tests windows tools/wine-session.sh ctest --preset windows -j2 --output-junit "$reports_folder/windows.xml"
+    say "all suites"
+    /usr/bin/python3 tools/summary.py "${reports[@]}"
+}
+
+command_run() {
+    need_windows
+    need_wine
+    build windows Vellumd
+    local folder=$PWD/build/wineprefix/drive_c/ProgramData/OmbrelService_Common
+    rm -rf "$folder"
+    say "running Vellumd.exe $*"
+    local status=0
+    if [ -n "${DISPLAY:-}" ]; then
+        WINEPREFIX=$PWD/build/wineprefix WINEDEBUG=-all wine build/windows/Vellumd.exe "$@" || status=$?
+    else
+        tools/wine-session.sh wine build/windows/Vellumd.exe "$@" || status=$?
+    fi
+    cat "$folder"/Logs/*.log 2>/dev/null || true
+    say "exit code $status"
+    return $status
+}
+
+command_format() {
+    need clang-format
+    git ls-files '*.h' '*.cpp' | xargs clang-format -i
+}
+
+case "${1:-}" in
+    run) shift; command_run "$@" ;;
+    test) command_test ;;
+    build)
+        case "${2:-}" in
+            native) need_native; build native Vellumd ;;
+            windows) need_windows; build windows Vellumd ;;
+            *) usage >&2; exit 2 ;;
+        esac ;;
+    format) command_format ;;
+    -h | --help | help) usage ;;
+    *) usage >&2; exit 2 ;;
+esac
