@@ -13,7 +13,7 @@ function(native_resource target)
 #include "process/Resources.h"
 
 namespace {
-constexpr unsigned char bytes[] = {@b0@, @b1@, @b2@, @b3@};
+alignas(8) constexpr unsigned char bytes[] = {@b0@, @b1@, @b2@, @b3@};
 constexpr platform::NativeResource resource{@ARG_TYPE@, u"@ARG_NAME@", bytes, sizeof bytes};
 const platform::RegisterResource registered{resource};
 }  // namespace

@@ -44,6 +44,7 @@ struct Verdict {
     bool fails = false;
     DWORD value = 0;
     std::optional<DWORD> limit;
+    DWORD delayMs = 0;
 };
 
 // What a site is able to do; a fault on "*" counts only the calls that it can hit.
@@ -55,7 +56,7 @@ bool canHit(faults::Action action, Ability ability) {
     return true;
 }
 
-Verdict judge(std::string_view call, Ability ability) {
+Verdict judgeLocked(std::string_view call, Ability ability) {
     Verdict verdict;
     std::lock_guard hold(gate().lock);
     for (Armed& armed : gate().armed) {
@@ -73,13 +74,19 @@ Verdict judge(std::string_view call, Ability ability) {
                 verdict.limit = fault.value;
                 break;
             case faults::Action::Delay:
-                std::this_thread::sleep_for(std::chrono::milliseconds(fault.value));
+                verdict.delayMs += fault.value;
                 break;
             case faults::Action::Kill:
                 std::raise(SIGKILL);
                 break;
         }
     }
+    return verdict;
+}
+
+Verdict judge(std::string_view call, Ability ability) {
+    const Verdict verdict = judgeLocked(call, ability);
+    if (verdict.delayMs != 0) std::this_thread::sleep_for(std::chrono::milliseconds(verdict.delayMs));
     return verdict;
 }
 
@@ -161,7 +168,8 @@ bool parseAction(std::string_view text, Fault& fault) {
     else
         return false;
     if (open == std::string_view::npos) return fault.action == Action::Fail || fault.action == Action::Kill;
-    return text.back() == ')' && parseNumber(text.substr(open + 1, text.size() - open - 2), fault.value);
+    const bool isNumber = text.back() == ')' && parseNumber(text.substr(open + 1, text.size() - open - 2), fault.value);
+    return isNumber && !(fault.action == Action::Fail && fault.value == 0);  // an error of 0 is none
 }
 
 bool parseOne(std::string_view text, Fault& fault) {

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <mutex>
+#include <optional>
 #include <sstream>
 
 #include "files/NativePath.h"
@@ -68,16 +70,27 @@ std::vector<Section> readSections(const fs::path& file) {
     return sections;
 }
 
+// The value of the one key that a section of this kind has.
+std::string only(const Section& section, const char* key, const fs::path& file) {
+    for (const auto& [name, value] : section.values)
+        if (name != key) refuse(file, "[" + section.kind + " " + section.name + "] knows no \"" + name + "\"");
+    const auto found = section.values.find(key);
+    return found == section.values.end() ? std::string() : found->second;
+}
+
 MachineDescription describe(const fs::path& file) {
     MachineDescription description;
     for (Section& section : readSections(file)) {
         if (section.kind == "environment") {
-            description.environment = std::move(section.values);
+            description.environment.merge(section.values);
         } else if (section.kind == "user") {
-            description.users.push_back({section.name, section.values["profile"]});
+            const std::string profile = only(section, "profile", file);
+            if (!profile.starts_with("C:\\")) refuse(file, "the profile of " + section.name + " is not on drive C:");
+            description.users.push_back({section.name, profile});
         } else if (section.kind == "session") {
-            const DWORD id = static_cast<DWORD>(std::strtoul(section.name.c_str(), nullptr, 10));
-            description.sessions.push_back({id, section.values["user"]});
+            if (section.name.empty() || section.name.find_first_not_of("0123456789") != std::string::npos)
+                refuse(file, "a session has a number, not \"" + section.name + "\"");
+            description.sessions.push_back({static_cast<DWORD>(std::stoul(section.name)), only(section, "user", file)});
         } else {
             refuse(file, "knows no section \"" + section.kind + "\"");
         }
@@ -122,7 +135,7 @@ struct Running {
 Running start(const fs::path& folder) {
     std::error_code error;
     fs::create_directories(folder / "drive_c" / "ProgramData", error);
-    fs::create_directories(folder / "registry", error);
+    if (!error) fs::create_directories(folder / "registry", error);
     if (error) refuse(folder, "cannot be made: " + error.message());
     const fs::path file = folder / "machine.txt";
     if (!fs::exists(file)) makeDescription(file);
@@ -139,9 +152,17 @@ Running start(const fs::path& folder) {
     return running;
 }
 
-Running& running() {
-    static Running& instance = *new Running(start(defaultFolder()));
+std::optional<Running>& current() {
+    static std::optional<Running>& instance = *new std::optional<Running>;
     return instance;
+}
+
+Running& running() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        if (!current()) current() = start(defaultFolder());
+    });
+    return *current();
 }
 
 }  // namespace
@@ -165,7 +186,7 @@ const User* findUser(std::string_view name) {
 }
 
 void useMachine(const fs::path& folder) {
-    running() = start(folder);
+    current() = start(folder);
     resetEnvironment();
 }
 

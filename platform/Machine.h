@@ -66,8 +66,8 @@ void advance(std::int64_t milliseconds);
 void useRealTime();
 }  // namespace clock
 
-// What the process said: every OutputDebugStringW and every MessageBoxW. Natively both go to standard error
-// as well, unless a test has silenced them.
+// What the process said: every OutputDebugStringW and every MessageBoxW. Both go to standard error, until a test
+// silences them; from then on they are kept for it instead.
 struct MessageBox {
     std::u16string caption;
     std::u16string text;

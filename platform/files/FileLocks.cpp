@@ -10,6 +10,7 @@ namespace {
 
 constexpr off_t kTaken = 0x7ffffffffffff000;
 constexpr off_t kDenied = kTaken + 3;
+constexpr off_t kOpen = kTaken + 6;
 
 struct flock lockOn(off_t byte, short type) {
     struct flock lock = {};
@@ -33,6 +34,7 @@ void hold(int descriptor, off_t byte) {
 }  // namespace
 
 bool rightsConflict(int descriptor, unsigned rights, unsigned shared) {
+    if (rights == 0) return false;
     for (int i = 0; i < 3; ++i) {
         const unsigned right = 1U << i;
         if ((rights & right) != 0 && isHeldByAnother(descriptor, kDenied + i)) return true;
@@ -41,17 +43,25 @@ bool rightsConflict(int descriptor, unsigned rights, unsigned shared) {
     return false;
 }
 
+bool isOpenElsewhere(int descriptor) { return isHeldByAnother(descriptor, kOpen); }
+
+void lockOpening(int descriptor) {
+    while (flock(descriptor, LOCK_EX) != 0 && errno == EINTR) continue;
+}
+
+void unlockOpening(int descriptor) { flock(descriptor, LOCK_UN); }
+
 bool takeRights(int descriptor, unsigned rights, unsigned shared) {
     // Two openers at once must not refuse each other: one looks and takes while the other waits.
-    while (flock(descriptor, LOCK_EX) != 0 && errno == EINTR)
-        continue;
+    lockOpening(descriptor);
     const bool free = !rightsConflict(descriptor, rights, shared);
-    for (int i = 0; free && i < 3; ++i) {
+    if (free) hold(descriptor, kOpen);
+    for (int i = 0; free && rights != 0 && i < 3; ++i) {
         const unsigned right = 1U << i;
         if ((rights & right) != 0) hold(descriptor, kTaken + i);
         if ((shared & right) == 0) hold(descriptor, kDenied + i);
     }
-    flock(descriptor, LOCK_UN);
+    unlockOpening(descriptor);
     return free;
 }
 

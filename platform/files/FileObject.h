@@ -3,6 +3,8 @@
 
 #include <unistd.h>
 
+#include <utility>
+
 #include "objects/HandleTable.h"
 
 namespace platform {
@@ -11,7 +13,10 @@ class Descriptor {
   public:
     explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
     Descriptor(Descriptor&& other) noexcept : descriptor_(other.release()) {}
-    Descriptor& operator=(Descriptor&&) = delete;
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(descriptor_, other.descriptor_);
+        return *this;
+    }
     ~Descriptor() {
         if (descriptor_ >= 0) close(descriptor_);
     }

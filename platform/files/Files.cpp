@@ -40,7 +40,7 @@ struct Opening {
 int openDescriptor(const std::string& native, const Opening& opening, bool& made) {
     const bool writes = (opening.access & (FILE_WRITE_DATA | FILE_APPEND_DATA)) != 0;
     const bool appendsOnly = writes && (opening.access & FILE_WRITE_DATA) == 0;
-    const int flags = (writes ? O_RDWR : O_RDONLY) | (appendsOnly ? O_APPEND : 0) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    const int flags = (writes || opening.disposition == CREATE_ALWAYS ? O_RDWR : O_RDONLY) | (appendsOnly ? O_APPEND : 0) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     made = false;
     int descriptor = -1;
     if (opening.disposition != CREATE_NEW) descriptor = open(native.c_str(), flags);
@@ -74,8 +74,10 @@ std::shared_ptr<FileObject> openFile(const std::string& native, const Opening& o
             SetLastError(ERROR_SHARING_VIOLATION);
             return nullptr;
         }
-        // Between opening and taking the rights somebody may have deleted it: then that name has to be opened anew.
-        if (fstat(descriptor.get(), &status) == 0 && status.st_nlink == 0) continue;
+        // Between opening and taking the rights somebody may have deleted or replaced it: then that name has to be
+        // opened anew.
+        struct stat named;
+        if (stat(native.c_str(), &named) != 0 || named.st_ino != status.st_ino || named.st_dev != status.st_dev) continue;
         if (opening.disposition == CREATE_ALWAYS && ftruncate(descriptor.get(), 0) != 0) {
             setFileError(errno, native);
             return nullptr;
@@ -87,40 +89,75 @@ std::shared_ptr<FileObject> openFile(const std::string& native, const Opening& o
     }
 }
 
-// Whether the file may lose its name now: nobody has it open without sharing that, and it is not read-only.
-// False with the last error set. `anyRight` refuses as soon as anyone has it open at all.
-bool mayLoseName(const std::string& native, bool anyRight) {
+// A file that is to lose its name. Nobody can open it from the first look at it to the end of this object.
+class DoomedName {
+  public:
+    // False, with the last error set, when there is no such file.
+    bool open(const std::string& native) {
+        if (lstat(native.c_str(), &status_) != 0) {
+            setFileError(errno, native);
+            return false;
+        }
+        if (S_ISREG(status_.st_mode)) descriptor_ = Descriptor(::open(native.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+        if (!S_ISDIR(status_.st_mode) && (!S_ISREG(status_.st_mode) || descriptor_.get() >= 0)) return true;
+        SetLastError(ERROR_ACCESS_DENIED);
+        return false;
+    }
+    void lock() const {
+        if (descriptor_.get() >= 0) lockOpening(descriptor_.get());
+    }
+    // False, with the last error set, when somebody has it open who does not share its deletion.
+    bool mayGo() const {
+        constexpr unsigned kAll = kReadRight | kWriteRight | kDeleteRight;
+        if (descriptor_.get() < 0 || !rightsConflict(descriptor_.get(), kDeleteRight, kAll)) return true;
+        SetLastError(ERROR_SHARING_VIOLATION);
+        return false;
+    }
+    bool isOpenAnywhere() const { return descriptor_.get() >= 0 && isOpenElsewhere(descriptor_.get()); }
+    bool isReadOnly() const { return S_ISREG(status_.st_mode) && platform::isReadOnly(status_); }
+    ino_t number() const { return status_.st_ino; }
+
+  private:
+    Descriptor descriptor_{-1};
+    struct stat status_ = {};
+};
+
+bool exists(const std::string& native) {
     struct stat status;
-    if (lstat(native.c_str(), &status) != 0) {
-        setFileError(errno, native);
-        return false;
-    }
-    if (S_ISDIR(status.st_mode)) {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return false;
-    }
-    if (!S_ISREG(status.st_mode)) return true;
-    const Descriptor descriptor(open(native.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (descriptor.get() < 0 || isReadOnly(status)) {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return false;
-    }
-    const unsigned shared = anyRight ? 0 : kReadRight | kWriteRight | kDeleteRight;
-    if (!rightsConflict(descriptor.get(), kDeleteRight, shared)) return true;
-    SetLastError(ERROR_SHARING_VIOLATION);
+    return lstat(native.c_str(), &status) == 0;
+}
+
+bool refuse(DWORD error) {
+    SetLastError(error);
     return false;
 }
 
-bool checkTarget(const std::string& native, DWORD flags) {
-    struct stat status;
-    if (lstat(native.c_str(), &status) != 0) return true;
-    if ((flags & MOVEFILE_REPLACE_EXISTING) == 0) {
-        SetLastError(ERROR_ALREADY_EXISTS);
-        return false;
-    }
+bool removeFile(const std::string& native) {
+    DoomedName file;
+    if (!file.open(native)) return false;
+    if (file.isReadOnly()) return refuse(ERROR_ACCESS_DENIED);
+    file.lock();
+    if (!file.mayGo()) return false;
+    if (unlink(native.c_str()) == 0) return true;
+    setFileError(errno, native);
+    return false;
+}
+
+bool moveFile(const std::string& source, const std::string& target, DWORD flags) {
+    DoomedName moved, replaced;
+    if (!moved.open(source)) return false;
+    const bool replaces = exists(target);
+    if (replaces && (flags & MOVEFILE_REPLACE_EXISTING) == 0) return refuse(ERROR_ALREADY_EXISTS);
+    if (replaces && !replaced.open(target)) return refuse(ERROR_ACCESS_DENIED);
+    // In one order for everybody, so that two who move across each other do not wait for each other.
+    const bool movedFirst = moved.number() < replaced.number();
+    (movedFirst ? moved : replaced).lock();
+    if (moved.number() != replaced.number()) (movedFirst ? replaced : moved).lock();
+    if (!moved.mayGo()) return false;
     // An open file cannot be replaced, whatever its opener shares.
-    if (mayLoseName(native, true)) return true;
-    SetLastError(ERROR_ACCESS_DENIED);
+    if (replaced.isReadOnly() || replaced.isOpenAnywhere()) return refuse(ERROR_ACCESS_DENIED);
+    if (rename(source.c_str(), target.c_str()) == 0) return true;
+    setFileError(errno, target);
     return false;
 }
 
@@ -134,9 +171,36 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD shareMode, LPSECURITY_ATTRI
     static constinit CallSite site{__func__};
     std::string native;
     if (site.fails() || !nativePath(path, native)) return INVALID_HANDLE_VALUE;
+    if (disposition < CREATE_NEW || disposition > OPEN_ALWAYS) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return INVALID_HANDLE_VALUE;
+    }
     auto file = openFile(native, {grantedAccess(access), shareMode, disposition});
     if (file == nullptr) return INVALID_HANDLE_VALUE;
     return openHandle(std::move(file));
+}
+
+BOOL ReadFile(HANDLE handle, LPVOID bytes, DWORD byteCount, LPDWORD count, LPOVERLAPPED) {
+    static constinit CallSite site{__func__};
+    if (count != nullptr) *count = 0;
+    DWORD wanted = byteCount;
+    if (site.failsTransfer(wanted)) return FALSE;
+    const auto file = find<FileObject>(handle);
+    if (file == nullptr) return FALSE;
+    if ((file->access & FILE_READ_DATA) == 0) {
+        SetLastError(ERROR_ACCESS_DENIED);
+        return FALSE;
+    }
+    ssize_t moved = 0;
+    do
+        moved = read(file->descriptor.get(), bytes, wanted);
+    while (moved < 0 && errno == EINTR);
+    if (moved < 0) {
+        setFileError(errno, "/");
+        return FALSE;
+    }
+    if (count != nullptr) *count = static_cast<DWORD>(moved);
+    return TRUE;
 }
 
 BOOL WriteFile(HANDLE handle, LPCVOID bytes, DWORD byteCount, LPDWORD written, LPOVERLAPPED) {
@@ -195,20 +259,13 @@ BOOL GetFileSizeEx(HANDLE handle, PLARGE_INTEGER size) {
 BOOL DeleteFileW(LPCWSTR path) {
     static constinit CallSite site{__func__};
     std::string native;
-    if (site.fails() || !nativePath(path, native) || !mayLoseName(native, false)) return FALSE;
-    if (unlink(native.c_str()) == 0) return TRUE;
-    setFileError(errno, native);
-    return FALSE;
+    return !site.fails() && nativePath(path, native) && removeFile(native);
 }
 
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) {
     static constinit CallSite site{__func__};
     std::string source, target;
-    if (site.fails() || !nativePath(from, source) || !nativePath(to, target)) return FALSE;
-    if (!mayLoseName(source, false) || !checkTarget(target, flags)) return FALSE;
-    if (rename(source.c_str(), target.c_str()) == 0) return TRUE;
-    setFileError(errno, target);
-    return FALSE;
+    return !site.fails() && nativePath(from, source) && nativePath(to, target) && moveFile(source, target, flags);
 }
 
 DWORD GetFileAttributesW(LPCWSTR path) {

@@ -30,6 +30,7 @@ using WPARAM = UINT_PTR;
 using LPARAM = LONG_PTR;
 using LRESULT = LONG_PTR;
 using BOOL = int;
+using COLORREF = DWORD;
 using CHAR = char;
 using WCHAR = char16_t;
 using HRESULT = LONG;
@@ -85,6 +86,13 @@ union LARGE_INTEGER {
     LONGLONG QuadPart;
 };
 using PLARGE_INTEGER = LARGE_INTEGER*;
+
+struct RECT {
+    LONG left;
+    LONG top;
+    LONG right;
+    LONG bottom;
+};
 
 struct LUID {
     DWORD LowPart;

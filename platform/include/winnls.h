@@ -6,10 +6,12 @@
 #include <cstdarg>
 
 #define CP_UTF8 65001
+#define MB_ERR_INVALID_CHARS 0x00000008
 #define CSTR_LESS_THAN 1
 #define CSTR_EQUAL 2
 #define CSTR_GREATER_THAN 3
 
+int MultiByteToWideChar(UINT codePage, DWORD flags, LPCCH bytes, int byteCount, LPWSTR wide, int wideCapacity);
 int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWCH wide, int wideUnits, LPSTR bytes, int byteCapacity,
                         LPCCH defaultChar, LPBOOL usedDefaultChar);
 int CompareStringOrdinal(LPCWCH left, int leftUnits, LPCWCH right, int rightUnits, BOOL ignoreCase);

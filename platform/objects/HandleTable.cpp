@@ -74,6 +74,10 @@ void SetLastError(DWORD error) {
 
 BOOL CloseHandle(HANDLE handle) {
     static constinit CallSite site{__func__};
+    if (std::dynamic_pointer_cast<platform::KeyBase>(platform::findObject(handle)) != nullptr) {
+        platform::setInvalidHandleError();
+        return FALSE;
+    }
     if (site.fails()) {
         platform::closeHandle(handle);  // whatever the answer, nobody can use it any more
         return FALSE;

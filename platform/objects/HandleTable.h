@@ -21,6 +21,9 @@ std::shared_ptr<Object> findObject(HANDLE handle);
 // False, with nothing changed, when there is no such handle.
 bool closeHandle(HANDLE handle);
 
+// Keys are no handles for CloseHandle, and files none for RegCloseKey.
+struct KeyBase : Object {};
+
 // Null, with the last error ERROR_INVALID_HANDLE, when the handle is no open one of this kind.
 template <typename Kind>
 std::shared_ptr<Kind> find(HANDLE handle);

@@ -6,6 +6,7 @@
 
 #include <unistd.h>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -24,7 +25,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct KeyObject : Object {
+struct KeyObject : KeyBase {
     KeyObject(fs::path keyFolder, REGSAM granted) : folder(std::move(keyFolder)), access(granted) {}
     fs::path folder;
     REGSAM access;
@@ -115,15 +116,16 @@ std::string encode(DWORD type, const BYTE* data, DWORD byteCount) {
     return out;
 }
 
-std::vector<BYTE> decode(DWORD type, const std::string& content) {
+std::vector<BYTE> decode(DWORD type, std::string content) {
     std::vector<BYTE> bytes;
+    if (!content.empty() && content.back() == '\n') content.pop_back();  // an editor's
     if (isText(type)) {
         const std::u16string text = toWide(content);
         bytes.resize((text.size() + 1) * sizeof(WCHAR));
         std::memcpy(bytes.data(), text.c_str(), bytes.size());
     } else {
         for (std::size_t i = 0; i + 1 < content.size(); i += 2)
-            bytes.push_back(static_cast<BYTE>(std::stoul(content.substr(i, 2), nullptr, 16)));
+            bytes.push_back(static_cast<BYTE>(std::strtoul(content.substr(i, 2).c_str(), nullptr, 16)));
     }
     return bytes;
 }
@@ -227,6 +229,7 @@ LSTATUS RegCloseKey(HKEY key) {
     static constinit CallSite site{__func__};
     const DWORD refused = site.error();
     if (key == HKEY_CURRENT_USER) return static_cast<LSTATUS>(refused);
-    const bool closed = closeHandle(reinterpret_cast<HANDLE>(key));
+    const HANDLE handle = reinterpret_cast<HANDLE>(key);
+    const bool closed = find<KeyObject>(handle) != nullptr && closeHandle(handle);
     return refused != 0 ? static_cast<LSTATUS>(refused) : closed ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }

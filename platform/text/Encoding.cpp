@@ -40,26 +40,32 @@ void appendUtf8(std::string& out, char32_t c) {
     }
 }
 
-// The character that starts at `at`, which moves behind it.
+constexpr char32_t kMalformed = 0xFFFFFFFF;
+
+bool isSurrogate(char32_t c) { return c >= 0xD800 && c <= 0xDFFF; }
+
+// The character that starts at `at`, which moves behind it. A malformed sequence ends before the first byte that cannot
+// continue it; one that the end of the text cuts short takes all that is left. These are the rules of Windows.
 char32_t decodeUtf8(std::string_view bytes, std::size_t& at) {
-    const auto unit = [&](std::size_t index) {
-        return index < bytes.size() ? static_cast<unsigned char>(bytes[index]) : 0U;
-    };
-    const unsigned lead = unit(at++);
+    const unsigned lead = static_cast<unsigned char>(bytes[at++]);
     if (lead < 0x80) return lead;
-    const unsigned length = lead >= 0xC2 && lead <= 0xDF   ? 2
-                            : lead >= 0xE0 && lead <= 0xEF ? 3
-                            : lead >= 0xF0 && lead <= 0xF4 ? 4
-                                                           : 0;
-    if (length == 0) return kReplacement;
-    char32_t c = lead & (0x7FU >> length);
-    for (unsigned i = 0; i + 1 < length; ++i) {
-        if ((unit(at + i) & 0xC0U) != 0x80U) return kReplacement;
-        c = (c << 6) | (unit(at + i) & 0x3FU);
+    const unsigned tails = lead < 0xC2 ? 0 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : lead < 0xF5 ? 3 : 0;
+    if (tails == 0) return kMalformed;
+    if (bytes.size() - at < tails) {
+        at = bytes.size();
+        return kMalformed;
     }
-    const bool overlong = (length == 3 && c < 0x800) || (length == 4 && c < 0x10000);
-    if (overlong || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) return kReplacement;
-    at += length - 1;
+    char32_t c = lead & (0x3FU >> tails);
+    for (unsigned i = 1; i <= tails; ++i) {
+        const unsigned tail = static_cast<unsigned char>(bytes[at]);
+        if ((tail & 0xC0U) != 0x80U) return kMalformed;
+        c = (c << 6) | (tail & 0x3FU);
+        const unsigned missing = 6 * (tails - i);
+        if (tails == 3 && i == 2 && (c << missing) > 0x10FFFF) return kMalformed;  // the tail is not taken
+        ++at;
+        const bool isOverlong = (tails == 3 && i == 1 && c < 0x10) || (tails == 2 && i == 1 && c < 0x20);
+        if (isOverlong || (tails == 2 && isSurrogate(c << missing))) return kMalformed;
+    }
     return c;
 }
 
@@ -84,7 +90,8 @@ std::u16string toWide(std::string_view bytes) {
     std::u16string out;
     out.reserve(bytes.size());
     for (std::size_t at = 0; at < bytes.size();) {
-        const char32_t c = decodeUtf8(bytes, at);
+        char32_t c = decodeUtf8(bytes, at);
+        if (c == kMalformed) c = kReplacement;
         if (c < 0x10000) {
             out.push_back(static_cast<char16_t>(c));
         } else {
@@ -95,9 +102,38 @@ std::u16string toWide(std::string_view bytes) {
     return out;
 }
 
+bool isUtf8(std::string_view bytes) {
+    for (std::size_t at = 0; at < bytes.size();)
+        if (decodeUtf8(bytes, at) == kMalformed) return false;
+    return true;
+}
+
 }  // namespace platform
 
 using platform::CallSite;
+
+int MultiByteToWideChar(UINT codePage, DWORD flags, LPCCH bytes, int byteCount, LPWSTR wide, int wideCapacity) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return 0;
+    if (codePage != CP_UTF8 || (flags & ~DWORD{MB_ERR_INVALID_CHARS}) != 0 || bytes == nullptr || byteCount < 1 ||
+        wideCapacity < 0) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    const std::string_view text(bytes, static_cast<std::size_t>(byteCount));
+    if ((flags & MB_ERR_INVALID_CHARS) != 0 && !platform::isUtf8(text)) {
+        SetLastError(ERROR_NO_UNICODE_TRANSLATION);
+        return 0;
+    }
+    const std::u16string converted = platform::toWide(text);
+    if (wideCapacity == 0) return static_cast<int>(converted.size());
+    if (converted.size() > static_cast<std::size_t>(wideCapacity)) {
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return 0;
+    }
+    std::memcpy(wide, converted.data(), converted.size() * sizeof(WCHAR));
+    return static_cast<int>(converted.size());
+}
 
 int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWCH wide, int wideUnits, LPSTR bytes, int byteCapacity,
                         LPCCH defaultChar, LPBOOL usedDefaultChar) {

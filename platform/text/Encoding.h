@@ -8,7 +8,8 @@ namespace platform {
 
 // Unpaired surrogates become U+FFFD, as WideCharToMultiByte makes them.
 std::string toUtf8(std::u16string_view wide);
-// Malformed bytes become U+FFFD, one for each byte.
+// Malformed sequences become U+FFFD, as MultiByteToWideChar makes them.
 std::u16string toWide(std::string_view bytes);
+bool isUtf8(std::string_view bytes);
 
 }  // namespace platform

@@ -25,6 +25,16 @@ bool takeNumber(WideView& text, WORD& number) {
     return true;
 }
 
+// With zeros in front up to `width` digits.
+void appendNumber(WideString& text, WORD number, std::size_t width) {
+    WCHAR digits[5];
+    std::size_t at = 5;
+    do digits[--at] = static_cast<WCHAR>(TEXT('0') + number % 10);
+    while ((number = static_cast<WORD>(number / 10)) != 0);
+    while (5 - at < width) digits[--at] = TEXT('0');
+    text.append(digits + at, 5 - at);
+}
+
 bool takeUnit(WideView& text, WCHAR unit) {
     if (text.empty() || text.front() != unit) return false;
     text.remove_prefix(1);
@@ -33,9 +43,17 @@ bool takeUnit(WideView& text, WCHAR unit) {
 
 }  // namespace
 
+// Written by hand: every note that is saved takes two of them.
 WideString formatUtcTime(const SYSTEMTIME& time) {
-    return formatWideString(TEXT("%04u-%02u-%02uT%02u:%02u:%02uZ"), time.wYear, time.wMonth, time.wDay, time.wHour,
-                            time.wMinute, time.wSecond);
+    WideString text;
+    text.reserve(20);
+    appendNumber(text, time.wYear, 4);
+    appendNumber(text += TEXT('-'), time.wMonth, 2);
+    appendNumber(text += TEXT('-'), time.wDay, 2);
+    appendNumber(text += TEXT('T'), time.wHour, 2);
+    appendNumber(text += TEXT(':'), time.wMinute, 2);
+    appendNumber(text += TEXT(':'), time.wSecond, 2);
+    return text += TEXT('Z');
 }
 
 WideString nowUtcText() {

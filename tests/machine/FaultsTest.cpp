@@ -21,7 +21,7 @@ TEST_F(MachineTest, faultTextsAreRead) {
     EXPECT_EQ(parsed[3].action, faults::Action::Kill);
     EXPECT_EQ(parsed[4].value, 31U);
     for (const char* bad : {"x", "x:1", "x=fail", ":1=fail", "x:0=fail", "x:-1=fail", "x:1=burn", "x:1=short",
-                            "x:1=fail(", "x:1=fail()", "x:1=fail(a)", "x:1=fail;;"})
+                            "x:1=fail(", "x:1=fail()", "x:1=fail(a)", "x:1=fail;;", "x:1=fail(0)"})
         EXPECT_FALSE(faults::parse(bad, parsed)) << bad;
 }
 

@@ -36,7 +36,8 @@ TEST_F(MachineTest, shareModesDecideWhoMayOpen) {
         {GENERIC_READ, kAll, GENERIC_READ, 0, 32},
         {GENERIC_READ, FILE_SHARE_READ, DELETE, kAll, 32},
         {GENERIC_READ, FILE_SHARE_DELETE, DELETE, kAll, 0},
-        {0, 0, GENERIC_READ, 0, 32},
+        {0, 0, GENERIC_READ, 0, 0},  // attributes only: neither denies nor is denied
+        {GENERIC_WRITE, 0, 0, 0, 0},
     };
     for (const Row& row : rows) {
         const FileHandle first = openFile(TEXT("C:\\f"), row.access, row.share);
@@ -88,6 +89,10 @@ TEST_F(MachineTest, openFilesKeepTheirNames) {
         const FileHandle target = openFile(TEXT("C:\\b"), GENERIC_READ, kAll);
         EXPECT_EQ(moveOver(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
     }
+    {
+        const FileHandle watcher = openFile(TEXT("C:\\b"), 0, kAll);
+        EXPECT_EQ(moveOver(), static_cast<DWORD>(ERROR_ACCESS_DENIED)) << "also by one who has no right to it";
+    }
     EXPECT_FALSE(MoveFileExW(TEXT("C:\\a"), TEXT("C:\\b"), 0));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ALREADY_EXISTS));
     EXPECT_EQ(readFile(TEXT("C:\\b")), "b");
@@ -103,6 +108,7 @@ TEST_F(MachineTest, openFilesKeepTheirNames) {
     EXPECT_FALSE(openFile(TEXT("C:\\b"), GENERIC_WRITE, 0));
     EXPECT_FALSE(DeleteFileW(TEXT("C:\\b")));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    EXPECT_TRUE(MoveFileExW(TEXT("C:\\b"), TEXT("C:\\c"), 0)) << "but it can be moved";
 }
 
 TEST_F(MachineTest, pathsAreResolvedAsWindowsDoes) {

@@ -1,0 +1,452 @@
+// The parser is one grammar over two kinds of units. On UTF-16 it is exact in every respect. On UTF-8 it is the fast
+// way for good documents: it reads each byte once and makes UTF-16 as it goes. Where that meets a malformed document or
+// malformed UTF-8 it gives up, and the document is converted and parsed as UTF-16, which finds error and position.
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdlib>
+#include <type_traits>
+#include <unordered_map>
+
+#include "notes/Json.h"
+#include "notes/Text.h"
+#include "notes/TextRuns.h"
+
+namespace {
+
+constexpr int kTooDeep = 65;
+constexpr std::size_t kMostElements = 1048576;
+constexpr std::size_t kLongString = 16777216;
+constexpr std::size_t kIndexFrom = 64;  // members
+
+// Keys of an object that is being read. A large object would take a time that grows with the square of its size if
+// every key were looked for one by one.
+class KeyIndex {
+  public:
+    // Where the member with that key stands; the size of `members` if there is none.
+    std::size_t find(const std::vector<JsonMember>& members, const WideString& key) {
+        if (members.size() < kIndexFrom) {
+            const WideView wanted = key;  // views compare their lengths first
+            const auto found = std::find_if(members.begin(), members.end(),
+                                            [wanted](const JsonMember& member) { return member.key == wanted; });
+            return static_cast<std::size_t>(found - members.begin());
+        }
+        for (; indexed_ < members.size(); ++indexed_) places_.emplace(hash_(members[indexed_].key), indexed_);
+        for (auto [at, end] = places_.equal_range(hash_(key)); at != end; ++at)
+            if (members[at->second].key == key) return at->second;
+        return members.size();
+    }
+
+  private:
+    std::hash<WideString> hash_;
+    std::unordered_multimap<std::size_t, std::size_t> places_;
+    std::size_t indexed_ = 0;
+};
+
+// The state of one parse.
+template <typename Unit>
+class JsonParser {
+  public:
+    JsonParser(const Unit* text, std::size_t length) : begin_(text), cursor(text), end(text + length) {}
+
+    bool parseDocument(JsonValue& out);
+    WideString error;  // empty until the first failure
+
+  private:
+    bool parseValue(JsonValue& out, int depth);
+    bool parseLiteral(JsonValue& out);
+    bool parseNumber(JsonValue& out);
+    bool parseString(WideString& out);
+    bool parseEndOfLongString(WideString& out);
+    // These write one unit, or two, and move `to` behind them.
+    bool parseUnit(WCHAR*& to);
+    bool parseEscape(WCHAR*& to);
+    bool parseUnicodeEscape(WCHAR*& to);
+    bool parseForeign(WCHAR*& to);
+    bool parseHexDigits(WCHAR& unit, const WCHAR* failure);
+    bool parseArray(JsonValue& out, int depth);
+    bool parseObject(JsonValue& out, int depth);
+    bool parseMember(JsonValue& object, KeyIndex& index, int depth);
+
+    bool atEnd() const { return cursor == end; }
+    bool isAt(char unit) const { return cursor != end && *cursor == static_cast<Unit>(unit); }
+    bool isAtDigit() const { return cursor != end && *cursor >= Unit('0') && *cursor <= Unit('9'); }
+    bool take(char unit);
+    bool takeWord(std::string_view word);
+    bool takeDigits();
+    void skipBlanks();
+    std::size_t distanceToQuote() const;
+    bool fail(const WCHAR* what);
+    void locate();
+
+    const Unit* begin_;
+    const Unit* cursor;
+    const Unit* end;
+    int line = 1;
+    int column = 1;
+};
+
+template <typename Unit>
+bool JsonParser<Unit>::take(char unit) {
+    if (!isAt(unit)) return false;
+    ++cursor;
+    return true;
+}
+
+// Moves only when the whole word stands there; what follows it is not looked at.
+template <typename Unit>
+bool JsonParser<Unit>::takeWord(std::string_view word) {
+    if (static_cast<std::size_t>(end - cursor) < word.size() || !std::equal(word.begin(), word.end(), cursor))
+        return false;
+    cursor += word.size();
+    return true;
+}
+
+// At least one.
+template <typename Unit>
+bool JsonParser<Unit>::takeDigits() {
+    const Unit* const first = cursor;
+    while (isAtDigit()) ++cursor;
+    return cursor != first;
+}
+
+template <typename Unit>
+void JsonParser<Unit>::skipBlanks() {
+    while (cursor != end && (*cursor == Unit(' ') || *cursor == Unit('\n') || *cursor == Unit('\r') ||
+                             *cursor == Unit('\t')))
+        ++cursor;
+}
+
+// Line and column of the cursor: they are only wanted for an error, so nobody keeps them on the way.
+template <typename Unit>
+void JsonParser<Unit>::locate() {
+    line = column = 1;
+    for (const Unit* at = begin_; at != cursor; ++at) {
+        if (*at == Unit('\n')) {
+            ++line;
+            column = 1;
+        } else {
+            ++column;
+        }
+    }
+}
+
+template <typename Unit>
+bool JsonParser<Unit>::fail(const WCHAR* what) {
+    if (!error.empty()) return false;  // the first error wins
+    locate();
+    WCHAR text[256];
+    formatWide(text, 256, TEXT("JSON parse error at line %d col %d: %ls"), line, column, what);
+    error = text;
+    return false;
+}
+
+template <typename Unit>
+bool JsonParser<Unit>::parseDocument(JsonValue& out) {
+    skipBlanks();
+    if (!parseValue(out, 0)) return false;
+    skipBlanks();
+    return atEnd() || fail(TEXT("trailing characters after JSON value"));
+}
+
+template <typename Unit>
+bool JsonParser<Unit>::parseValue(JsonValue& out, int depth) {
+    if (depth >= kTooDeep) return fail(TEXT("max nesting depth exceeded"));
+    skipBlanks();
+    if (atEnd()) return fail(TEXT("unexpected end of input"));
+    switch (*cursor) {
+        case '{':
+            return parseObject(out, depth);
+        case '[':
+            return parseArray(out, depth);
+        case '"':
+            out.kind = JsonKind::String;
+            return parseString(out.stringValue);
+        case 't':
+        case 'f':
+        case 'n':
+            return parseLiteral(out);
+        default:
+            if (isAt('-') || isAtDigit()) return parseNumber(out);
+            return fail(TEXT("unexpected character"));
+    }
+}
+
+template <typename Unit>
+bool JsonParser<Unit>::parseLiteral(JsonValue& out) {
+    if (isAt('n')) return takeWord("null") || fail(TEXT("expected null"));
+    out.kind = JsonKind::Bool;
+    out.boolValue = takeWord("true");
+    return out.boolValue || takeWord("false") || fail(TEXT("expected boolean"));
+}
+
+// Out of range is no error: too large is infinity, too small is zero.
+bool convertNumber(const char* first, const char* last, double& value) {
+    const std::from_chars_result result = std::from_chars(first, last, value);
+    if (result.ec == std::errc::result_out_of_range) value = std::strtod(std::string(first, last).c_str(), nullptr);
+    return result.ptr != first;
+}
+
+bool convertNumber(const WCHAR* first, const WCHAR* last, double& value) {
+    const std::string text(first, last);
+    return convertNumber(text.data(), text.data() + text.size(), value);
+}
+
+template <typename Unit>
+bool JsonParser<Unit>::parseNumber(JsonValue& out) {
+    const Unit* const first = cursor;
+    const bool isNegative = take('-');
+    if (atEnd()) return fail(TEXT("unexpected end in number"));
+    if (!take('0') && !takeDigits()) return fail(TEXT("invalid number"));
+    const bool isInteger = !isAt('.') && !isAt('e') && !isAt('E');
+    if (take('.') && !takeDigits()) return fail(TEXT("invalid number (decimals)"));
+    if (take('e') || take('E')) {
+        if (!take('+')) take('-');
+        if (!takeDigits()) return fail(TEXT("invalid number (exponent)"));
+    }
+    out.kind = JsonKind::Number;
+    if (isInteger && cursor - first <= 15) {  // every integer of that many digits is exact
+        LONGLONG magnitude = 0;
+        for (const Unit* at = first + isNegative; at != cursor; ++at) magnitude = magnitude * 10 + (*at - Unit('0'));
+        out.numberValue = isNegative ? -static_cast<double>(magnitude) : static_cast<double>(magnitude);
+        return true;
+    }
+    return convertNumber(first, cursor, out.numberValue) || fail(TEXT("could not parse number"));
+}
+
+// Up to the next quote, escaped or not: a good guess for how long a long string will be.
+template <typename Unit>
+std::size_t JsonParser<Unit>::distanceToQuote() const {
+    const std::size_t rest = static_cast<std::size_t>(end - cursor);
+    const Unit* const quote = std::char_traits<Unit>::find(cursor, rest, Unit('"'));
+    return quote == nullptr ? rest : static_cast<std::size_t>(quote - cursor);
+}
+
+// What the letter behind a backslash stands for; 0 for those that stand for nothing, and for "u".
+constexpr std::array<char, 128> kEscapes = [] {
+    std::array<char, 128> table{};
+    table['"'] = '"';
+    table['\\'] = '\\';
+    table['/'] = '/';
+    table['b'] = '\b';
+    table['f'] = '\f';
+    table['n'] = '\n';
+    table['r'] = '\r';
+    table['t'] = '\t';
+    return table;
+}();
+
+template <typename Unit>
+unsigned valueOf(Unit unit) {
+    return static_cast<std::make_unsigned_t<std::conditional_t<sizeof(Unit) == 1, char, short>>>(unit);
+}
+
+// Decoded text is gathered in a small buffer that stays in the processor's cache and goes to the string in large steps.
+template <typename Unit>
+bool JsonParser<Unit>::parseString(WideString& out) {
+    constexpr std::ptrdiff_t kBuffer = 2048, kMostAtOnce = 2;
+    WCHAR buffer[kBuffer];
+    out.clear();
+    if (!take('"')) return fail(TEXT("expected string"));
+    while (out.size() + kBuffer < kLongString) {
+        WCHAR* to = buffer;
+        const Unit* at = cursor;  // kept out of memory: the copying below could be writing there, for all the compiler knows
+        for (std::ptrdiff_t room = kBuffer; room >= kMostAtOnce; room = buffer + kBuffer - to) {
+            const std::size_t run = copyPlainRun(at, static_cast<std::size_t>(std::min(end - at, room)), to);
+            at += run;
+            to += run;
+            const unsigned unit = at == end ? 0 : valueOf(*at);
+            if (unit == '"') {
+                cursor = at + 1;
+                if (out.empty()) out = WideString(buffer, to);
+                else out.append(buffer, to);
+                return true;
+            }
+            if (buffer + kBuffer - to < kMostAtOnce) break;
+            const unsigned letter = unit == '\\' && end - at > 1 ? valueOf(at[1]) : 0;
+            if (letter < kEscapes.size() && kEscapes[letter] != 0) {
+                *to++ = static_cast<WCHAR>(kEscapes[letter]);
+                at += 2;
+                continue;
+            }
+            cursor = at;
+            if (!parseUnit(to)) return false;
+            at = cursor;
+        }
+        cursor = at;
+        const std::size_t held = static_cast<std::size_t>(to - buffer);
+        if (out.capacity() - out.size() < held) out.reserve(out.size() + held + distanceToQuote());
+        out.append(buffer, held);
+    }
+    return parseEndOfLongString(out);
+}
+
+// Near the limit the length counts before every unit.
+template <typename Unit>
+bool JsonParser<Unit>::parseEndOfLongString(WideString& out) {
+    while (!take('"')) {
+        if (!atEnd() && out.size() > kLongString) return fail(TEXT("string too long"));
+        WCHAR units[2];
+        WCHAR* to = units;
+        if (!parseUnit(to)) return false;
+        out.append(units, to);
+    }
+    return true;
+}
+
+template <typename Unit>
+bool JsonParser<Unit>::parseUnit(WCHAR*& to) {
+    if (atEnd()) return fail(TEXT("unterminated string"));
+    if (isAt('\\')) return parseEscape(to);
+    if (valueOf(*cursor) < 0x20) return fail(TEXT("unescaped control character in string"));
+    return parseForeign(to);
+}
+
+template <typename Unit>
+bool JsonParser<Unit>::parseEscape(WCHAR*& to) {
+    ++cursor;
+    if (atEnd()) return fail(TEXT("unterminated escape"));
+    const unsigned letter = valueOf(*cursor++);
+    if (letter < kEscapes.size() && kEscapes[letter] != 0) {
+        *to++ = static_cast<WCHAR>(kEscapes[letter]);
+        return true;
+    }
+    return letter == 'u' ? parseUnicodeEscape(to) : fail(TEXT("invalid escape"));
+}
+
+bool isHighSurrogate(WCHAR unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool isLowSurrogate(WCHAR unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+
+template <typename Unit>
+bool JsonParser<Unit>::parseUnicodeEscape(WCHAR*& to) {
+    if (!parseHexDigits(*to++, TEXT("invalid \\u escape"))) return false;
+    if (!isHighSurrogate(to[-1])) return true;
+    if (!takeWord("\\u")) return fail(TEXT("unpaired high surrogate"));
+    if (!parseHexDigits(*to++, TEXT("invalid \\u escape (low)"))) return false;
+    return isLowSurrogate(to[-1]) || fail(TEXT("invalid low surrogate"));
+}
+
+template <typename Unit>
+bool JsonParser<Unit>::parseHexDigits(WCHAR& unit, const WCHAR* failure) {
+    unsigned value = 0;
+    for (int i = 0; i < 4; ++i) {
+        if (atEnd()) return fail(failure);
+        const unsigned c = static_cast<unsigned>(*cursor);
+        unsigned digit = 0;
+        if (c >= '0' && c <= '9') digit = c - '0';
+        else if (c >= 'a' && c <= 'f') digit = c - 'a' + 10;
+        else if (c >= 'A' && c <= 'F') digit = c - 'A' + 10;
+        else return fail(failure);
+        value = value * 16 + digit;
+        ++cursor;
+    }
+    unit = static_cast<WCHAR>(value);
+    return true;
+}
+
+// A unit of UTF-16 that the run before it did not take.
+template <>
+bool JsonParser<WCHAR>::parseForeign(WCHAR*& to) {
+    *to++ = *cursor++;
+    return true;
+}
+
+// A character of UTF-8 that the run before it did not take: of the shortest form, and no surrogate.
+template <>
+bool JsonParser<char>::parseForeign(WCHAR*& to) {
+    const auto byte = [this](std::ptrdiff_t index) { return index < end - cursor ? valueOf(cursor[index]) : 0U; };
+    const auto isTail = [&byte](std::ptrdiff_t index) { return (byte(index) & 0xC0) == 0x80; };
+    const unsigned lead = byte(0);
+    unsigned c = lead;
+    std::ptrdiff_t length = 1;
+    if (lead >= 0xC2 && lead <= 0xDF && isTail(1)) {
+        c = (lead & 0x1F) << 6 | (byte(1) & 0x3F);
+        length = 2;
+    } else if ((lead & 0xF0) == 0xE0 && isTail(1) && isTail(2)) {
+        c = (lead & 0x0F) << 12 | (byte(1) & 0x3F) << 6 | (byte(2) & 0x3F);
+        length = c >= 0x800 && (c & 0xF800) != 0xD800 ? 3 : 0;
+    } else if ((lead & 0xF8) == 0xF0 && isTail(1) && isTail(2) && isTail(3)) {
+        c = (lead & 0x07) << 18 | (byte(1) & 0x3F) << 12 | (byte(2) & 0x3F) << 6 | (byte(3) & 0x3F);
+        length = c >= 0x10000 && c <= 0x10FFFF ? 4 : 0;
+    } else if (lead >= 0x80) {
+        length = 0;
+    }
+    if (length == 0) return fail(TEXT("malformed UTF-8"));
+    cursor += length;
+    if (length == 4) *to++ = static_cast<WCHAR>(0xD7C0 + (c >> 10));
+    *to++ = static_cast<WCHAR>(length == 4 ? 0xDC00 + (c & 0x3FF) : c);
+    return true;
+}
+
+template <typename Unit>
+bool JsonParser<Unit>::parseArray(JsonValue& out, int depth) {
+    if (!take('[')) return fail(TEXT("expected '['"));
+    out.kind = JsonKind::Array;
+    skipBlanks();
+    if (take(']')) return true;
+    for (std::size_t count = 1;;) {
+        if (!parseValue(out.items.emplace_back(), depth + 1)) return false;
+        skipBlanks();
+        if (atEnd()) return fail(TEXT("unterminated array"));
+        if (take(']')) return true;
+        if (!take(',')) return fail(TEXT("expected ',' or ']'"));
+        skipBlanks();
+        if (++count > kMostElements) return fail(TEXT("too many array items"));
+    }
+}
+
+template <typename Unit>
+bool JsonParser<Unit>::parseObject(JsonValue& out, int depth) {
+    if (!take('{')) return fail(TEXT("expected '{'"));
+    out.kind = JsonKind::Object;
+    skipBlanks();
+    if (take('}')) return true;
+    KeyIndex index;
+    out.members.reserve(depth == 0 ? 16 : 4);  // a note's document, and the objects inside it
+    for (std::size_t count = 1;;) {
+        if (!parseMember(out, index, depth)) return false;
+        skipBlanks();
+        if (atEnd()) return fail(TEXT("unterminated object"));
+        if (take('}')) return true;
+        if (!take(',')) return fail(TEXT("expected ',' or '}'"));
+        if (++count > kMostElements) return fail(TEXT("too many object members"));
+    }
+}
+
+// A key that stands twice keeps its first place and takes the last value.
+template <typename Unit>
+bool JsonParser<Unit>::parseMember(JsonValue& object, KeyIndex& index, int depth) {
+    WideString key;
+    skipBlanks();
+    if (!parseString(key)) return false;
+    skipBlanks();
+    if (!take(':')) return fail(TEXT("expected ':'"));
+    const std::size_t place = index.find(object.members, key);
+    if (place == object.members.size()) {
+        JsonMember& member = object.members.emplace_back();
+        member.key = std::move(key);
+        return parseValue(member.value, depth + 1);
+    }
+    JsonValue value;
+    if (!parseValue(value, depth + 1)) return false;
+    object.members[place].value = std::move(value);
+    return true;
+}
+
+}  // namespace
+
+bool parseJson(WideView text, JsonValue& outValue, WideString* outError) {
+    outValue = JsonValue();
+    JsonParser<WCHAR> parser(text.data(), text.size());
+    if (parser.parseDocument(outValue)) return true;
+    if (outError != nullptr) *outError = std::move(parser.error);
+    return false;
+}
+
+bool parseJsonUtf8(std::string_view bytes, JsonValue& outValue, WideString* outError) {
+    if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
+    outValue = JsonValue();
+    JsonParser<char> parser(bytes.data(), bytes.size());
+    if (parser.parseDocument(outValue)) return true;
+    return parseJson(utf8ToWide(bytes), outValue, outError);
+}

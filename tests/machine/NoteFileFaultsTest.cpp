@@ -1,0 +1,131 @@
+// Notes on a machine where everything fails once: the old file or the new one stands, whole.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "machine/MachineFixture.h"
+#include "notes/FileIo.h"
+#include "notes/NoteRecord.h"
+#include "notes/Text.h"
+#include "support/Files.h"
+#include "support/Text.h"
+
+using namespace platform;
+using faults::Action;
+
+namespace {
+
+const WCHAR* const kPath = TEXT("C:\\note.json");
+const WCHAR* const kTemporary = TEXT("C:\\note.json.tmp");
+const std::string kOld(70000, 'o'), kNew(200000, 'n');  // more than one write each
+
+bool isWhole(const std::string& bytes) { return bytes == kOld || bytes == kNew; }
+
+}  // namespace
+
+TEST_F(MachineTest, failedSaveLeavesTheOldNoteAndNoTemporaryFile) {
+    bool saved = false;
+    unsigned runs = 0;
+    writeFile(kPath, kOld);
+    forEachFailingCall([&] { saved = writeFileAtomic(kPath, kNew); },
+                       [&](bool) {
+                           ++runs;
+                           EXPECT_EQ(readFile(kPath) == kNew, saved);
+                           EXPECT_TRUE(isWhole(readFile(kPath)));
+                           EXPECT_FALSE(exists(kTemporary));
+                           writeFile(kPath, kOld);
+                       });
+    EXPECT_GT(runs, 6U) << "open, four writes, flush, close, move";
+}
+
+TEST_F(MachineTest, saveThatIsKilledAtAnyCallLeavesOneWholeNote) {
+    unsigned deaths = 0;
+    for (unsigned use = 1; use < 100; ++use) {
+        writeFile(kPath, kOld);
+        std::filesystem::remove(hostPath(kTemporary));
+        const pid_t child = fork();
+        if (child == 0) {
+            faults::clear();
+            faults::arm({"*", use, Action::Kill, 0});
+            writeFileAtomic(kPath, kNew);
+            _exit(0);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(isWhole(readFile(kPath))) << "killed at call " << use;
+        if (!WIFSIGNALED(status)) break;
+        ++deaths;
+        // What is left behind does not keep the next save from working.
+        EXPECT_TRUE(writeFileAtomic(kPath, kNew)) << use;
+        EXPECT_EQ(readFile(kPath), kNew);
+    }
+    EXPECT_GE(deaths, 7U);
+}
+
+TEST_F(MachineTest, writesThatDeliverShortAddUp) {
+    faults::arm({"WriteFile", 0, Action::Short, 777});
+    EXPECT_TRUE(writeFileAtomic(kPath, kNew));
+    faults::clear();
+    EXPECT_EQ(readFile(kPath), kNew);
+
+    faults::arm({"WriteFile", 3, Action::Short, 0});
+    EXPECT_FALSE(writeFileAtomic(kPath, kOld)) << "a write of nothing is a failed one";
+    faults::clear();
+    EXPECT_EQ(readFile(kPath), kNew);
+    EXPECT_FALSE(exists(kTemporary));
+    EXPECT_EQ(faults::uses("WriteFile"), 0U);
+}
+
+TEST_F(MachineTest, writesAreOf64KiBAndFlushedBeforeTheRename) {
+    faults::clear();
+    EXPECT_TRUE(writeFileAtomic(kPath, kNew));
+    EXPECT_EQ(faults::uses("WriteFile"), 4U);
+    EXPECT_EQ(faults::uses("FlushFileBuffers"), 1U);
+    faults::clear();
+    EXPECT_TRUE(writeFileAtomic(kPath, ""));
+    EXPECT_EQ(faults::uses("WriteFile"), 0U);
+}
+
+TEST_F(MachineTest, fullDiskIsAFailedSave) {
+    writeFile(kPath, kOld);
+    faults::arm({"WriteFile", 2, Action::Fail, ERROR_DISK_FULL});
+    NoteRecord record = newNoteRecord(TEXT("ann"));
+    record.content = WideString(100000, TEXT('x'));
+    WideString error;
+    EXPECT_FALSE(saveNoteFile(kPath, record, &error));
+    EXPECT_EQ(utf8(error), "cannot write file");
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DISK_FULL));
+    faults::clear();
+    EXPECT_EQ(readFile(kPath), kOld);
+    EXPECT_FALSE(exists(kTemporary));
+}
+
+TEST_F(MachineTest, readsDeliverAllOrNothing) {
+    writeFile(kPath, kNew);
+    std::string bytes;
+    forEachFailingCall([&] { EXPECT_TRUE(readFileBytes(kPath, bytes) || bytes.empty()); },
+                       [&](bool fired) { EXPECT_TRUE(bytes.empty() ? fired : bytes == kNew); });
+    faults::arm({"ReadFile", 0, Action::Short, 999});
+    EXPECT_TRUE(readFileBytes(kPath, bytes));
+    EXPECT_EQ(bytes, kNew);
+    faults::clear();
+    faults::arm({"ReadFile", 2, Action::Short, 0});
+    faults::arm({"ReadFile", 1, Action::Short, 999});
+    EXPECT_TRUE(readFileBytes(kPath, bytes)) << "a file that shrinks while it is read";
+    EXPECT_EQ(bytes.size(), 999U);
+}
+
+TEST_F(MachineTest, conversionThatFailsGivesNoText) {
+    faults::arm({"MultiByteToWideChar", 2, Action::Fail, 8});
+    EXPECT_TRUE(utf8ToWide("abc").empty());
+    faults::clear();
+    faults::arm({"MultiByteToWideChar", 1, Action::Fail, 8});
+    EXPECT_EQ(utf8(utf8ToWide("abc")), "abc") << "the strict question is only the first";
+    faults::clear();
+    for (const unsigned use : {1U, 2U}) {
+        faults::arm({"WideCharToMultiByte", use, Action::Fail, 8});
+        EXPECT_TRUE(wideToUtf8(TEXT("abc")).empty());
+        faults::clear();
+    }
+    EXPECT_TRUE(wideToUtf8(WideView()).empty());
+    EXPECT_EQ(faults::uses("WideCharToMultiByte"), 0U) << "nothing to convert, nobody to ask";
+}

@@ -1,0 +1,280 @@
+#include "notes/Json.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+#include "notes/Cases.h"
+#include "notes/Text.h"
+#include "notes/TextRuns.h"
+#include "support/Text.h"
+
+namespace {
+
+struct Outcome {
+    bool ok;
+    std::string text;  // compact, or the error
+};
+
+Outcome parseBytes(const std::string& bytes) {
+    JsonValue value;
+    WideString error = TEXT("untouched");
+    const bool ok = parseJsonUtf8(bytes, value, &error);
+    EXPECT_EQ(utf8(error) == "untouched", ok);
+    return {ok, ok ? serializeJsonUtf8(value, false) : utf8(error)};
+}
+
+// The same by way of UTF-16, which is the measure.
+Outcome parseConverted(const std::string& bytes) {
+    JsonValue value;
+    WideString error;
+    const std::size_t mark = bytes.starts_with("\xEF\xBB\xBF") ? 3 : 0;
+    const bool ok = parseJson(utf8ToWide(bytes.substr(mark)), value, &error);
+    return {ok, ok ? wideToUtf8(serializeJson(value, false)) : utf8(error)};
+}
+
+std::string errorAt(int line, int column, const char* what) {
+    return "JSON parse error at line " + std::to_string(line) + " col " + std::to_string(column) + ": " + what;
+}
+
+WideString repeated(const WCHAR* text, std::size_t count) {
+    WideString all;
+    while (count-- > 0) all += text;
+    return all;
+}
+
+}  // namespace
+
+TEST(Json, acceptsAndWritesBack) {
+    const std::vector<Case> cases = readCases(TEXT("accepted.txt"));
+    ASSERT_GT(cases.size(), 50U);
+    for (const Case& row : cases) {
+        const Outcome outcome = parseBytes(row.left);
+        EXPECT_TRUE(outcome.ok) << row.line << "\n" << outcome.text;
+        EXPECT_EQ(outcome.text, row.right) << row.line;
+        EXPECT_EQ(parseConverted(row.left).text, row.right) << row.line;
+    }
+}
+
+TEST(Json, refusesWithTextAndPosition) {
+    const std::vector<Case> cases = readCases(TEXT("refused.txt"));
+    ASSERT_GT(cases.size(), 70U);
+    for (const Case& row : cases) {
+        const std::size_t first = row.left.find(' '), second = row.left.find(' ', first + 1);
+        const std::string expected = errorAt(std::stoi(row.left), std::stoi(row.left.substr(first)), row.left.c_str() + second + 1);
+        const Outcome outcome = parseBytes(row.right);
+        EXPECT_FALSE(outcome.ok) << row.line;
+        EXPECT_EQ(outcome.text, expected) << row.line;
+        EXPECT_EQ(parseConverted(row.right).text, expected) << row.line;
+    }
+    JsonValue value;
+    EXPECT_FALSE(parseJsonUtf8("x", value, nullptr)) << "nobody has to want the reason";
+    EXPECT_EQ(parseConverted("\xEF\xBB\xBF\xEF\xBB\xBF{}").text, errorAt(1, 1, "unexpected character"));
+}
+
+TEST(Json, limitsHoldAtTheirEdges) {
+    JsonValue value;
+    WideString error;
+    EXPECT_TRUE(parseJson(repeated(TEXT("["), 65) + repeated(TEXT("]"), 65), value, &error));
+    EXPECT_FALSE(parseJson(repeated(TEXT("["), 66) + repeated(TEXT("]"), 66), value, &error));
+    EXPECT_EQ(utf8(error), errorAt(1, 66, "max nesting depth exceeded"));
+    EXPECT_FALSE(parseJson(repeated(TEXT("["), 65) + TEXT("1"), value, &error));
+    EXPECT_EQ(utf8(error), errorAt(1, 66, "max nesting depth exceeded"));
+
+    constexpr std::size_t kMost = 1048576;
+    std::string many = "[1";
+    for (std::size_t i = 1; i < kMost; ++i) many += ",1";
+    EXPECT_TRUE(parseJsonUtf8(many + "]", value, &error));
+    EXPECT_EQ(value.items.size(), kMost);
+    EXPECT_FALSE(parseJsonUtf8(many + ", ]", value, &error));
+    EXPECT_EQ(utf8(error), errorAt(1, 2097155, "too many array items"));
+}
+
+TEST(Json, largeObjectsAreReadInLinearTimeAndCountMembersNotKeys) {
+    constexpr std::size_t kMost = 1048576;
+    std::string many = "{";
+    for (std::size_t i = 0; i < kMost; ++i) many += (i == 0 ? "\"" : ",\"") + std::to_string(i % 1000000) + "\":" + std::to_string(i % 10);
+    JsonValue value;
+    WideString error;
+    ASSERT_TRUE(parseJsonUtf8(many + "}", value, &error)) << utf8(error);
+    ASSERT_EQ(value.members.size(), 1000000U);
+    EXPECT_EQ(utf8(value.members[48575].key), "48575");
+    EXPECT_EQ(value.members[48575].value.numberValue, 5) << "the last value wins, in the first place";
+    EXPECT_FALSE(parseJsonUtf8(many + ",\"x\":1}", value, &error));
+    EXPECT_EQ(utf8(error), errorAt(1, static_cast<int>(many.size() + 2), "too many object members"));
+}
+
+TEST(Json, stringsHaveTheirLimit) {
+    constexpr std::size_t kMost = 16777217;
+    const struct {
+        std::size_t plainUnits;
+        const char* tail;
+        bool ok;
+    } rows[] = {
+        {kMost, "", true},
+        {kMost, "x", false},
+        {kMost, "\\n", false},
+        {kMost - 1, "\\ud83d\\ude00", true},
+        {kMost - 1, "\xF0\x9F\x98\x80", true},
+        {kMost - 1, "\xF0\x9F\x98\x80x", false},
+        {kMost, "\\ud83d\\ude00", false},
+    };
+    for (const auto& row : rows) {
+        // By bytes only: the surrogate pair of a raw character is two units on both ways.
+        const std::string bytes = "\"" + std::string(row.plainUnits, 'a') + row.tail + "\"";
+        JsonValue value;
+        WideString error;
+        EXPECT_EQ(parseJsonUtf8(bytes, value, &error), row.ok) << row.plainUnits << row.tail;
+        EXPECT_EQ(utf8(error).find("string too long") != std::string::npos, !row.ok) << utf8(error);
+    }
+}
+
+TEST(Json, bothWaysOfReadingAgreeOnDamagedDocuments) {
+    std::mt19937 random(20260314);
+    const std::string good =
+        "{\"id\":\"a\\u00e9\\ud83d\\ude00\",\"t\":\"Gr\xC3\xBC\xC3\x9F \xE4\xBD\xA0 \xF0\x9F\x98\x80 \\\\par\\r\\n"
+        "0123456789abcdef0123456789abcdef\",\n \"n\":[1,-2.5e3,1e999,0.1,12345678901234567],\"o\":{\"x\":true,\"y\":null}}";
+    const std::string pieces[] = {"\"", "\\", "{", "}", "[", "]", ",", ":", "\xC3", "\x80", "\xED\xA0\x80", "\n", "\\u",
+                                  "\\ud83d", "1", "-", "e", " ", std::string(1, 0), "\xF4\x90", "x"};
+    int accepted = 0;
+    for (int round = 0; round < 20000; ++round) {
+        std::string bytes = good;
+        for (unsigned damage = 1 + random() % 3; damage > 0; --damage) {
+            const std::size_t at = random() % bytes.size();
+            const std::string& piece = pieces[random() % std::size(pieces)];
+            if (random() % 2 == 0) bytes.insert(at, piece);
+            else bytes.replace(at, 1 + random() % 3, piece);
+        }
+        const Outcome fast = parseBytes(bytes), exact = parseConverted(bytes);
+        ASSERT_EQ(fast.ok, exact.ok) << bytes;
+        ASSERT_EQ(fast.text, exact.text) << bytes;
+        accepted += fast.ok;
+    }
+    EXPECT_GT(accepted, 500) << "damage inside of strings is often no damage";
+}
+
+TEST(Json, runsAreCopiedAsOneByOne) {
+    std::mt19937 random(7);
+    const WCHAR units[] = {TEXT('a'), TEXT('Z'), 0x20, 0x7F, TEXT('"'), TEXT('\\'), 0x1F, 0, 0x80, 0xFF, 0x100, 0x7FFF, 0x8000, 0xD83D, 0xFF80, 0xFFFF};
+    for (int round = 0; round < 50000; ++round) {
+        WCHAR wide[64];
+        char narrow[64];
+        const std::size_t count = random() % 64, special = random() % 80;
+        for (std::size_t i = 0; i < count; ++i) {
+            wide[i] = i == special ? units[random() % std::size(units)] : units[random() % 4];
+            narrow[i] = static_cast<char>(wide[i]);
+        }
+        WCHAR toWide[64], expectedWide[64];
+        char toNarrow[64], expectedNarrow[64];
+        std::size_t run = onebyone::copyPlainRun(narrow, count, expectedWide);
+        ASSERT_EQ(copyPlainRun(narrow, count, toWide), run);
+        ASSERT_EQ(WideView(toWide, run), WideView(expectedWide, run));
+        run = onebyone::copyPlainRun(wide, count, expectedNarrow);
+        ASSERT_EQ(copyPlainRun(wide, count, toNarrow), run);
+        ASSERT_EQ(std::string_view(toNarrow, run), std::string_view(expectedNarrow, run));
+        run = onebyone::copyPlainRun(wide, count, expectedWide);
+        ASSERT_EQ(copyPlainRun(wide, count, toWide), run);
+        ASSERT_EQ(WideView(toWide, run), WideView(wide, run));
+    }
+}
+
+TEST(JsonValue, readsWithoutFailing) {
+    JsonValue value;
+    ASSERT_TRUE(parseJson(TEXT("{\"s\":\"x\",\"a\":[1,\"two\"],\"o\":{\"k\":true}}"), value, nullptr));
+    EXPECT_EQ(utf8(value.find(TEXT("s")).asString()), "x");
+    EXPECT_EQ(utf8(value.find(TEXT("a")).at(1).asString()), "two");
+    EXPECT_EQ(value.find(TEXT("a")).at(2).kind, JsonKind::Null);
+    EXPECT_EQ(value.find(TEXT("S")).kind, JsonKind::Null) << "keys are compared exactly";
+    EXPECT_EQ(utf8(value.find(TEXT("no")).find(TEXT("such")).at(7).asString()), "");
+    EXPECT_EQ(utf8(value.find(TEXT("o")).asString()), "");
+    EXPECT_TRUE(value.contains(TEXT("o")));
+    EXPECT_FALSE(value.find(TEXT("s")).contains(TEXT("x")));
+    EXPECT_EQ(&value.find(TEXT("no")), &value.at(0)) << "there is one Null for all";
+}
+
+TEST(JsonValue, changesInPlaceAndKeepsTheOrder) {
+    JsonValue value(3.5);
+    value.set(TEXT("b"), JsonValue(1.0));
+    value.set(TEXT("a"), JsonValue(2.0));
+    value.set(TEXT("b"), JsonValue(true));
+    value.member(TEXT("c")).push(JsonValue(WideString(TEXT("x"))));
+    value.member(TEXT("c")).push(JsonValue());
+    EXPECT_EQ(serializeJsonUtf8(value, false), "{\"b\":true,\"a\":2,\"c\":[\"x\",null]}");
+    value.erase(TEXT("a"));
+    value.erase(TEXT("no"));
+    EXPECT_EQ(serializeJsonUtf8(value, false), "{\"b\":true,\"c\":[\"x\",null]}");
+    value.push(JsonValue(1.0));
+    EXPECT_EQ(serializeJsonUtf8(value, false), "[1]") << "an object that becomes an array loses its members";
+    value.erase(TEXT("b"));
+
+    JsonValue from(WideString(TEXT("moved")));
+    JsonValue to(std::move(from));
+    EXPECT_EQ(from.kind, JsonKind::Null);  // NOLINT: what a move leaves is part of the contract
+    EXPECT_TRUE(from.stringValue.empty());
+    EXPECT_EQ(utf8(to.asString()), "moved");
+    JsonValue outer;
+    outer.set(TEXT("in"), JsonValue(WideString(TEXT("inner"))));
+    outer = std::move(outer.member(TEXT("in")));
+    EXPECT_EQ(utf8(outer.asString()), "inner") << "a value may be moved into the one that holds it";
+}
+
+TEST(JsonWriter, prettyFormIsExact) {
+    JsonValue value;
+    ASSERT_TRUE(parseJson(TEXT("{\"a\":[1,{\"b\":null}],\"c\":{},\"d\":[]}"), value, nullptr));
+    const char* const expected =
+        "{\n"
+        "  \"a\": [\n"
+        "    1,\n"
+        "    {\n"
+        "      \"b\": null\n"
+        "    }\n"
+        "  ],\n"
+        "  \"c\": {},\n"
+        "  \"d\": []\n"
+        "}";
+    EXPECT_EQ(serializeJsonUtf8(value, true), expected);
+    EXPECT_EQ(utf8(serializeJson(value, true)), expected);
+}
+
+TEST(JsonWriter, numbersKeepTheirRule) {
+    const struct {
+        double number;
+        const char* text;
+    } rows[] = {{260, "260"},
+                {-5, "-5"},
+                {2.5, "2.5"},
+                {-0.0, "0"},
+                {1e15, "1000000000000000"},
+                {9223372036854775808.0, "-9223372036854775808"},
+                {-9223372036854775808.0, "-9223372036854775808"},
+                {-9223372036854777856.0, "-9.2233720368547779e+18"},
+                {0.1, "0.10000000000000001"},
+                {1e-5, "1.0000000000000001e-05"},
+                {1e100, "1e+100"},
+                {123456.789, "123456.789"},
+                {std::numeric_limits<double>::infinity(), "null"},
+                {-std::numeric_limits<double>::infinity(), "null"},
+                {std::nan(""), "null"}};
+    for (const auto& row : rows) EXPECT_EQ(serializeJsonUtf8(JsonValue(row.number), true), row.text);
+}
+
+TEST(JsonWriter, bothTargetsAgreeOnAnyText) {
+    std::mt19937 random(11);
+    const WCHAR units[] = {TEXT('a'), TEXT('b'), TEXT(' '), TEXT('/'), 0x7F, TEXT('"'), TEXT('\\'), 0, 8, 9, 10, 12, 13, 0x1F, 0x80, 0xE9, 0x7FF, 0x800, 0x20AC, 0xD83D, 0xDE00, 0xDFFF, 0xD800, 0xFFFF};
+    for (int round = 0; round < 3000; ++round) {
+        WideString text;
+        for (std::size_t length = random() % (round % 100 == 0 ? 9000 : 60); length > 0; --length)
+            text += units[random() % (round % 2 == 0 ? 6 : std::size(units))];
+        JsonValue value;
+        value.set(text, JsonValue(text));
+        const std::string direct = serializeJsonUtf8(value, true);
+        ASSERT_EQ(direct, wideToUtf8(serializeJson(value, true)));
+        JsonValue back;
+        ASSERT_TRUE(parseJson(serializeJson(value, false), back, nullptr));
+        ASSERT_EQ(utf8(back.members[0].key), utf8(text)) << "what was written reads back";
+        ASSERT_EQ(utf8(back.members[0].value.asString()), utf8(text));
+    }
+    EXPECT_EQ(serializeJsonUtf8(JsonValue(WideString(TEXT("\x1F/\u00E9"))), true), "\"\\u001f/\xC3\xA9\"");
+}
