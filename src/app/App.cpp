@@ -100,7 +100,8 @@ int App::startApplet(const CommandLineOptions& options) {
         logWrite(LogLevel::Error, kComponent, TEXT("Applet medium-integrity startup failed (err=%lu)"), err);
         return kAppletStartFailed;
     }
-    return kSuccess;
+    if (relaunched) return kSuccess;  // a child has taken over
+    return options.appletRecover ? runRecovery() : runDisplay(options);
 }
 
 int App::dispatchOrManageTask(const CommandLineOptions& options) {

@@ -11,6 +11,11 @@ int runDisplay(const CommandLineOptions&) {
     return kSuccess;
 }
 
+int runRecovery() {
+    logWrite(LogLevel::Error, TEXT("App"), TEXT("Applet recovery context rejected (err=%lu)"), DWORD{ERROR_CALL_NOT_IMPLEMENTED});
+    return kAppletStartFailed;
+}
+
 bool startAtMediumIntegrity(const WideString&, bool& relaunched, DWORD& err) {
     relaunched = false;
     err = ERROR_CALL_NOT_IMPLEMENTED;

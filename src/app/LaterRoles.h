@@ -8,6 +8,9 @@
 // Gives the exit code of the process.
 int runDisplay(const CommandLineOptions& options);
 
+// Gives the exit code of the process.
+int runRecovery();
+
 bool startAtMediumIntegrity(const WideString& queueName, bool& relaunched, DWORD& err);
 
 namespace SessionLauncher {

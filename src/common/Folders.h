@@ -12,5 +12,5 @@ WideString defaultNotesFolder();
 
 // Makes the folder and every missing one above it, with default security. True when the folder exists on return,
 // also when another process made it meanwhile; false for an empty path, a file in the way, or a folder that cannot
-// be made (GetLastError tells why).
+// be made; GetLastError has the reason only in the last case.
 bool createDirectoryTree(WideView path);

@@ -25,6 +25,7 @@ WideString formatWideString(const WCHAR* format, ...) {
 }
 
 bool equalsIgnoreCase(WideView left, WideView right) {
-    return left.size() == right.size() && CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
+    if (left.size() != right.size()) return false;
+    return left.empty() || CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
                                                                static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
 }
