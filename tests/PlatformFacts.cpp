@@ -15,7 +15,7 @@
 
 static_assert(sizeof(WCHAR) == 2 && sizeof(BYTE) == 1 && sizeof(WORD) == 2 && sizeof(DWORD) == 4 && sizeof(LONG) == 4);
 static_assert(sizeof(ULONG) == 4 && sizeof(LONGLONG) == 8 && sizeof(HANDLE) == 8 && sizeof(ULONG_PTR) == 8);
-static_assert(sizeof(BOOL) == 4 && sizeof(HRESULT) == 4 && sizeof(LSTATUS) == 4 && sizeof(WPARAM) == 8);
+static_assert(sizeof(BOOL) == 4 && sizeof(HRESULT) == 4 && sizeof(LSTATUS) == 4);
 static_assert(std::is_unsigned_v<DWORD> && std::is_signed_v<LONG> && std::is_signed_v<HRESULT>);
 static_assert(!std::is_same_v<HWND, HKEY> && !std::is_same_v<HRSRC, HINSTANCE> && std::is_same_v<HMODULE, HINSTANCE>);
 
@@ -51,7 +51,7 @@ static_assert(ERROR_FILENAME_EXCED_RANGE == 206 && ERROR_NO_DATA == 232 && ERROR
 static_assert(ERROR_IO_DEVICE == 1117 && ERROR_RESOURCE_DATA_NOT_FOUND == 1812);
 static_assert(ERROR_RESOURCE_TYPE_NOT_FOUND == 1813 && ERROR_RESOURCE_NAME_NOT_FOUND == 1814);
 static_assert(ERROR_CANT_ACCESS_FILE == 1920 && ERROR_CTX_WINSTATION_NOT_FOUND == 7022);
-static_assert(SUCCEEDED(S_FALSE) && FAILED(E_FAIL) && HRESULT_FROM_WIN32(5) == static_cast<HRESULT>(0x80070005));
+static_assert(!FAILED(S_FALSE) && FAILED(E_FAIL) && HRESULT_FROM_WIN32(5) == static_cast<HRESULT>(0x80070005));
 static_assert(E_INVALIDARG == static_cast<HRESULT>(0x80070057) &&
               RPC_E_CHANGED_MODE == static_cast<HRESULT>(0x80010106));
 

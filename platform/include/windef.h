@@ -5,30 +5,20 @@
 #include <cstdint>
 
 #define WINAPI
-#define CALLBACK
-#define APIENTRY WINAPI
-#define CONST const
-#define VOID void
 
 using BYTE = unsigned char;
 using WORD = std::uint16_t;
 using DWORD = std::uint32_t;
 using LONG = std::int32_t;
 using ULONG = std::uint32_t;
-using INT = int;
 using UINT = unsigned int;
 using USHORT = std::uint16_t;
 using LONGLONG = std::int64_t;
 using ULONGLONG = std::uint64_t;
-using DWORD64 = std::uint64_t;
 using SIZE_T = std::size_t;
 using LONG_PTR = std::intptr_t;
 using ULONG_PTR = std::uintptr_t;
-using UINT_PTR = std::uintptr_t;
 using DWORD_PTR = ULONG_PTR;
-using WPARAM = UINT_PTR;
-using LPARAM = LONG_PTR;
-using LRESULT = LONG_PTR;
 using BOOL = int;
 using COLORREF = DWORD;
 using CHAR = char;
@@ -41,11 +31,9 @@ using PVOID = void*;
 using LPVOID = void*;
 using LPCVOID = const void*;
 using LPBYTE = BYTE*;
-using PDWORD = DWORD*;
 using LPDWORD = DWORD*;
 using LPBOOL = BOOL*;
 using LPSTR = CHAR*;
-using LPCSTR = const CHAR*;
 using LPCCH = const CHAR*;
 using LPWSTR = WCHAR*;
 using PWSTR = WCHAR*;
@@ -105,6 +93,5 @@ struct GUID {
     USHORT Data3;
     BYTE Data4[8];
 };
-using IID = GUID;
 using KNOWNFOLDERID = GUID;
 #define REFKNOWNFOLDERID const KNOWNFOLDERID&

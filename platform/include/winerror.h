@@ -4,13 +4,11 @@
 #include <windef.h>
 
 #define ERROR_SUCCESS 0
-#define NO_ERROR 0
 #define ERROR_FILE_NOT_FOUND 2
 #define ERROR_PATH_NOT_FOUND 3
 #define ERROR_TOO_MANY_OPEN_FILES 4
 #define ERROR_ACCESS_DENIED 5
 #define ERROR_INVALID_HANDLE 6
-#define ERROR_NOT_ENOUGH_MEMORY 8
 #define ERROR_INVALID_DATA 13
 #define ERROR_NOT_SAME_DEVICE 17
 #define ERROR_WRITE_PROTECT 19
@@ -19,7 +17,6 @@
 #define ERROR_SHARING_VIOLATION 32
 #define ERROR_FILE_EXISTS 80
 #define ERROR_INVALID_PARAMETER 87
-#define ERROR_BROKEN_PIPE 109
 #define ERROR_DISK_FULL 112
 #define ERROR_CALL_NOT_IMPLEMENTED 120
 #define ERROR_INSUFFICIENT_BUFFER 122
@@ -45,7 +42,6 @@
 #define E_INVALIDARG (static_cast<HRESULT>(0x80070057))
 #define RPC_E_CHANGED_MODE (static_cast<HRESULT>(0x80010106))
 
-#define SUCCEEDED(result) (static_cast<HRESULT>(result) >= 0)
 #define FAILED(result) (static_cast<HRESULT>(result) < 0)
 #define FACILITY_WIN32 7
 #define HRESULT_FROM_WIN32(error)      \

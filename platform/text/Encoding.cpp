@@ -42,7 +42,9 @@ void appendUtf8(std::string& out, char32_t c) {
 
 constexpr char32_t kMalformed = 0xFFFFFFFF;
 
-bool isSurrogate(char32_t c) { return c >= 0xD800 && c <= 0xDFFF; }
+bool isSurrogate(char32_t c) {
+    return c >= 0xD800 && c <= 0xDFFF;
+}
 
 // The character that starts at `at`, which moves behind it. A malformed sequence ends before the first byte that cannot
 // continue it; one that the end of the text cuts short takes all that is left. These are the rules of Windows.

@@ -29,9 +29,11 @@ bool takeNumber(WideView& text, WORD& number) {
 void appendNumber(WideString& text, WORD number, std::size_t width) {
     WCHAR digits[5];
     std::size_t at = 5;
-    do digits[--at] = static_cast<WCHAR>(TEXT('0') + number % 10);
+    do
+        digits[--at] = static_cast<WCHAR>(TEXT('0') + number % 10);
     while ((number = static_cast<WORD>(number / 10)) != 0);
-    while (5 - at < width) digits[--at] = TEXT('0');
+    while (5 - at < width)
+        digits[--at] = TEXT('0');
     text.append(digits + at, 5 - at);
 }
 

@@ -14,7 +14,8 @@ bool readAll(HANDLE file, std::string& bytes) {
     std::size_t done = 0;
     while (done < bytes.size()) {
         DWORD count = 0;
-        if (!ReadFile(file, bytes.data() + done, static_cast<DWORD>(bytes.size() - done), &count, nullptr)) return false;
+        if (!ReadFile(file, bytes.data() + done, static_cast<DWORD>(bytes.size() - done), &count, nullptr))
+            return false;
         if (count == 0) break;  // the file has shrunk meanwhile
         done += count;
     }
@@ -60,8 +61,8 @@ bool readFileBytes(const WideString& path, std::string& bytes) {
 
 bool writeFileAtomic(const WideString& path, std::string_view bytes) {
     const WideString temporary = path + TEXT(".tmp");
-    FileHandle file(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
-                                nullptr));
+    FileHandle file(
+        CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) return false;
     if (!writeAll(file.get(), bytes)) {
         file.reset();

@@ -31,7 +31,8 @@ class KeyIndex {
                                             [wanted](const JsonMember& member) { return member.key == wanted; });
             return static_cast<std::size_t>(found - members.begin());
         }
-        for (; indexed_ < members.size(); ++indexed_) places_.emplace(hash_(members[indexed_].key), indexed_);
+        for (; indexed_ < members.size(); ++indexed_)
+            places_.emplace(hash_(members[indexed_].key), indexed_);
         for (auto [at, end] = places_.equal_range(hash_(key)); at != end; ++at)
             if (members[at->second].key == key) return at->second;
         return members.size();
@@ -106,14 +107,15 @@ bool JsonParser<Unit>::takeWord(std::string_view word) {
 template <typename Unit>
 bool JsonParser<Unit>::takeDigits() {
     const Unit* const first = cursor;
-    while (isAtDigit()) ++cursor;
+    while (isAtDigit())
+        ++cursor;
     return cursor != first;
 }
 
 template <typename Unit>
 void JsonParser<Unit>::skipBlanks() {
-    while (cursor != end && (*cursor == Unit(' ') || *cursor == Unit('\n') || *cursor == Unit('\r') ||
-                             *cursor == Unit('\t')))
+    while (cursor != end &&
+           (*cursor == Unit(' ') || *cursor == Unit('\n') || *cursor == Unit('\r') || *cursor == Unit('\t')))
         ++cursor;
 }
 
@@ -207,7 +209,8 @@ bool JsonParser<Unit>::parseNumber(JsonValue& out) {
     out.kind = JsonKind::Number;
     if (isInteger && cursor - first <= 15) {  // every integer of that many digits is exact
         LONGLONG magnitude = 0;
-        for (const Unit* at = first + isNegative; at != cursor; ++at) magnitude = magnitude * 10 + (*at - Unit('0'));
+        for (const Unit* at = first + isNegative; at != cursor; ++at)
+            magnitude = magnitude * 10 + (*at - Unit('0'));
         out.numberValue = isNegative ? -static_cast<double>(magnitude) : static_cast<double>(magnitude);
         return true;
     }
@@ -250,7 +253,8 @@ bool JsonParser<Unit>::parseString(WideString& out) {
     if (!take('"')) return fail(TEXT("expected string"));
     while (out.size() + kBuffer < kLongString) {
         WCHAR* to = buffer;
-        const Unit* at = cursor;  // kept out of memory: the copying below could be writing there, for all the compiler knows
+        const Unit* at =
+            cursor;  // kept out of memory: the copying below could be writing there, for all the compiler knows
         for (std::ptrdiff_t room = kBuffer; room >= kMostAtOnce; room = buffer + kBuffer - to) {
             const std::size_t run = copyPlainRun(at, static_cast<std::size_t>(std::min(end - at, room)), to);
             at += run;
@@ -258,8 +262,10 @@ bool JsonParser<Unit>::parseString(WideString& out) {
             const unsigned unit = at == end ? 0 : valueOf(*at);
             if (unit == '"') {
                 cursor = at + 1;
-                if (out.empty()) out = WideString(buffer, to);
-                else out.append(buffer, to);
+                if (out.empty())
+                    out = WideString(buffer, to);
+                else
+                    out.append(buffer, to);
                 return true;
             }
             if (buffer + kBuffer - to < kMostAtOnce) break;
@@ -314,8 +320,12 @@ bool JsonParser<Unit>::parseEscape(WCHAR*& to) {
     return letter == 'u' ? parseUnicodeEscape(to) : fail(TEXT("invalid escape"));
 }
 
-bool isHighSurrogate(WCHAR unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool isLowSurrogate(WCHAR unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+bool isHighSurrogate(WCHAR unit) {
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+bool isLowSurrogate(WCHAR unit) {
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
 
 template <typename Unit>
 bool JsonParser<Unit>::parseUnicodeEscape(WCHAR*& to) {
@@ -333,10 +343,14 @@ bool JsonParser<Unit>::parseHexDigits(WCHAR& unit, const WCHAR* failure) {
         if (atEnd()) return fail(failure);
         const unsigned c = static_cast<unsigned>(*cursor);
         unsigned digit = 0;
-        if (c >= '0' && c <= '9') digit = c - '0';
-        else if (c >= 'a' && c <= 'f') digit = c - 'a' + 10;
-        else if (c >= 'A' && c <= 'F') digit = c - 'A' + 10;
-        else return fail(failure);
+        if (c >= '0' && c <= '9')
+            digit = c - '0';
+        else if (c >= 'a' && c <= 'f')
+            digit = c - 'a' + 10;
+        else if (c >= 'A' && c <= 'F')
+            digit = c - 'A' + 10;
+        else
+            return fail(failure);
         value = value * 16 + digit;
         ++cursor;
     }

@@ -65,7 +65,9 @@ const JsonValue& JsonValue::at(std::size_t index) const {
     return kind == JsonKind::Array && index < items.size() ? items[index] : sharedNull();
 }
 
-void JsonValue::set(WideView key, JsonValue value) { member(key) = std::move(value); }
+void JsonValue::set(WideView key, JsonValue value) {
+    member(key) = std::move(value);
+}
 
 JsonValue& JsonValue::member(WideView key) {
     become(*this, JsonKind::Object);

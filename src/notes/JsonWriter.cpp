@@ -35,8 +35,10 @@ void write(JsonWriter<Text>& writer, const JsonValue& value) {
 // About what the text will take, so that it grows once.
 std::size_t expectedLength(const JsonValue& value) {
     std::size_t length = 32 + value.stringValue.size() + value.stringValue.size() / 16;
-    for (const JsonValue& item : value.items) length += expectedLength(item);
-    for (const JsonMember& member : value.members) length += member.key.size() + expectedLength(member.value);
+    for (const JsonValue& item : value.items)
+        length += expectedLength(item);
+    for (const JsonMember& member : value.members)
+        length += member.key.size() + expectedLength(member.value);
     return length;
 }
 
@@ -51,6 +53,10 @@ Text serialize(const JsonValue& value, bool pretty) {
 
 }  // namespace
 
-WideString serializeJson(const JsonValue& value, bool pretty) { return serialize<WideString>(value, pretty); }
+WideString serializeJson(const JsonValue& value, bool pretty) {
+    return serialize<WideString>(value, pretty);
+}
 
-std::string serializeJsonUtf8(const JsonValue& value, bool pretty) { return serialize<std::string>(value, pretty); }
+std::string serializeJsonUtf8(const JsonValue& value, bool pretty) {
+    return serialize<std::string>(value, pretty);
+}

@@ -158,7 +158,8 @@ std::size_t JsonWriter<Text>::special(WideView text, std::size_t& at, Unit* to) 
     const unsigned c = isPair ? 0x10000 + ((unit & 0x3FFU) << 10) + (text[at++] & 0x3FFU) : isSurrogate ? 0xFFFD : unit;
     const std::size_t length = c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
     constexpr unsigned kLeads[] = {0, 0, 0xC0, 0xE0, 0xF0};
-    for (std::size_t i = length; i-- > 1;) put(i, 0x80 | ((c >> (6 * (length - 1 - i))) & 0x3F));
+    for (std::size_t i = length; i-- > 1;)
+        put(i, 0x80 | ((c >> (6 * (length - 1 - i))) & 0x3F));
     put(0, kLeads[length] | (c >> (6 * (length - 1))));
     return length;
 }

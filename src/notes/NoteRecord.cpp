@@ -116,7 +116,8 @@ void describe(const NoteRecord& record, Out& out) {
     out.text(TEXT("modified"), formatUtcTime(record.modified));
     if (record.bgColor != kDefaultNoteColor) out.text(TEXT("bgColor"), formatColor(record.bgColor));
     if (record.titleBarBGColorSet) out.text(TEXT("titleBarBGColor"), formatColor(record.titleBarBGColor));
-    if (record.noteTitleColor != kDefaultTextColor) out.text(TEXT("noteTitleColor"), formatColor(record.noteTitleColor));
+    if (record.noteTitleColor != kDefaultTextColor)
+        out.text(TEXT("noteTitleColor"), formatColor(record.noteTitleColor));
     if (record.noteBodyColor != kDefaultTextColor) out.text(TEXT("noteBodyColor"), formatColor(record.noteBodyColor));
     out.open(TEXT("position"));
     out.number(TEXT("x"), record.x);

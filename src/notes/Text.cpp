@@ -12,7 +12,9 @@ WideString utf8ToWide(const char* bytes, std::size_t length) {
     return text;
 }
 
-WideString utf8ToWide(std::string_view bytes) { return utf8ToWide(bytes.data(), bytes.size()); }
+WideString utf8ToWide(std::string_view bytes) {
+    return utf8ToWide(bytes.data(), bytes.size());
+}
 
 std::string wideToUtf8(const WCHAR* text, std::size_t length) {
     if (text == nullptr || length == 0) return std::string();
@@ -25,4 +27,6 @@ std::string wideToUtf8(const WCHAR* text, std::size_t length) {
     return bytes;
 }
 
-std::string wideToUtf8(WideView text) { return wideToUtf8(text.data(), text.size()); }
+std::string wideToUtf8(WideView text) {
+    return wideToUtf8(text.data(), text.size());
+}

@@ -22,7 +22,8 @@ std::size_t copyPlainRun(const From* from, std::size_t count, To* to) {
     constexpr bool isAsciiOnly = sizeof(From) == 1 || sizeof(To) == 1;
     std::size_t done = 0;
     for (; done < count; ++done) {
-        const unsigned unit = static_cast<std::make_unsigned_t<std::conditional_t<sizeof(From) == 1, char, short>>>(from[done]);
+        const unsigned unit =
+            static_cast<std::make_unsigned_t<std::conditional_t<sizeof(From) == 1, char, short>>>(from[done]);
         if (unit < 0x20 || unit == '"' || unit == '\\' || (isAsciiOnly && unit >= 0x80)) break;
         to[done] = static_cast<To>(unit);
     }
@@ -33,8 +34,12 @@ std::size_t copyPlainRun(const From* from, std::size_t count, To* to) {
 
 namespace textruns {
 
-inline __m128i load(const void* from) { return _mm_loadu_si128(static_cast<const __m128i*>(from)); }
-inline void store(void* to, __m128i value) { _mm_storeu_si128(static_cast<__m128i*>(to), value); }
+inline __m128i load(const void* from) {
+    return _mm_loadu_si128(static_cast<const __m128i*>(from));
+}
+inline void store(void* to, __m128i value) {
+    _mm_storeu_si128(static_cast<__m128i*>(to), value);
+}
 
 // One bit for each of 16 bytes that is not plain. As signed numbers, bytes from 0x80 up lie below the blank too.
 inline unsigned specialBytes(__m128i bytes) {

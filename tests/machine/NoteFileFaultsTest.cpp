@@ -18,7 +18,9 @@ const WCHAR* const kPath = TEXT("C:\\note.json");
 const WCHAR* const kTemporary = TEXT("C:\\note.json.tmp");
 const std::string kOld(70000, 'o'), kNew(200000, 'n');  // more than one write each
 
-bool isWhole(const std::string& bytes) { return bytes == kOld || bytes == kNew; }
+bool isWhole(const std::string& bytes) {
+    return bytes == kOld || bytes == kNew;
+}
 
 }  // namespace
 
@@ -56,7 +58,7 @@ TEST_F(MachineTest, saveThatIsKilledAtAnyCallLeavesOneWholeNote) {
         ++deaths;
         // What is left behind does not keep the next save from working.
         EXPECT_TRUE(writeFileAtomic(kPath, kNew)) << use;
-        EXPECT_EQ(readFile(kPath), kNew);
+        EXPECT_TRUE(readFile(kPath) == kNew);
     }
     EXPECT_GE(deaths, 7U);
 }
@@ -65,12 +67,12 @@ TEST_F(MachineTest, writesThatDeliverShortAddUp) {
     faults::arm({"WriteFile", 0, Action::Short, 777});
     EXPECT_TRUE(writeFileAtomic(kPath, kNew));
     faults::clear();
-    EXPECT_EQ(readFile(kPath), kNew);
+    EXPECT_TRUE(readFile(kPath) == kNew);
 
-    faults::arm({"WriteFile", 3, Action::Short, 0});
+    faults::arm({"WriteFile", 2, Action::Short, 0});
     EXPECT_FALSE(writeFileAtomic(kPath, kOld)) << "a write of nothing is a failed one";
     faults::clear();
-    EXPECT_EQ(readFile(kPath), kNew);
+    EXPECT_TRUE(readFile(kPath) == kNew);
     EXPECT_FALSE(exists(kTemporary));
     EXPECT_EQ(faults::uses("WriteFile"), 0U);
 }
@@ -95,7 +97,7 @@ TEST_F(MachineTest, fullDiskIsAFailedSave) {
     EXPECT_EQ(utf8(error), "cannot write file");
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DISK_FULL));
     faults::clear();
-    EXPECT_EQ(readFile(kPath), kOld);
+    EXPECT_TRUE(readFile(kPath) == kOld);
     EXPECT_FALSE(exists(kTemporary));
 }
 
@@ -106,7 +108,7 @@ TEST_F(MachineTest, readsDeliverAllOrNothing) {
                        [&](bool fired) { EXPECT_TRUE(bytes.empty() ? fired : bytes == kNew); });
     faults::arm({"ReadFile", 0, Action::Short, 999});
     EXPECT_TRUE(readFileBytes(kPath, bytes));
-    EXPECT_EQ(bytes, kNew);
+    EXPECT_TRUE(bytes == kNew);
     faults::clear();
     faults::arm({"ReadFile", 2, Action::Short, 0});
     faults::arm({"ReadFile", 1, Action::Short, 999});

@@ -9,7 +9,8 @@
 namespace {
 
 FileHandle hold(const WideString& path, DWORD share) {
-    return FileHandle(CreateFileW(path.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return FileHandle(
+        CreateFileW(path.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 constexpr DWORD kReadWrite = FILE_SHARE_READ | FILE_SHARE_WRITE;

@@ -41,7 +41,8 @@ std::string errorAt(int line, int column, const char* what) {
 
 WideString repeated(const WCHAR* text, std::size_t count) {
     WideString all;
-    while (count-- > 0) all += text;
+    while (count-- > 0)
+        all += text;
     return all;
 }
 
@@ -63,7 +64,8 @@ TEST(Json, refusesWithTextAndPosition) {
     ASSERT_GT(cases.size(), 70U);
     for (const Case& row : cases) {
         const std::size_t first = row.left.find(' '), second = row.left.find(' ', first + 1);
-        const std::string expected = errorAt(std::stoi(row.left), std::stoi(row.left.substr(first)), row.left.c_str() + second + 1);
+        const std::string expected =
+            errorAt(std::stoi(row.left), std::stoi(row.left.substr(first)), row.left.c_str() + second + 1);
         const Outcome outcome = parseBytes(row.right);
         EXPECT_FALSE(outcome.ok) << row.line;
         EXPECT_EQ(outcome.text, expected) << row.line;
@@ -85,7 +87,8 @@ TEST(Json, limitsHoldAtTheirEdges) {
 
     constexpr std::size_t kMost = 1048576;
     std::string many = "[1";
-    for (std::size_t i = 1; i < kMost; ++i) many += ",1";
+    for (std::size_t i = 1; i < kMost; ++i)
+        many += ",1";
     EXPECT_TRUE(parseJsonUtf8(many + "]", value, &error));
     EXPECT_EQ(value.items.size(), kMost);
     EXPECT_FALSE(parseJsonUtf8(many + ", ]", value, &error));
@@ -95,7 +98,8 @@ TEST(Json, limitsHoldAtTheirEdges) {
 TEST(Json, largeObjectsAreReadInLinearTimeAndCountMembersNotKeys) {
     constexpr std::size_t kMost = 1048576;
     std::string many = "{";
-    for (std::size_t i = 0; i < kMost; ++i) many += (i == 0 ? "\"" : ",\"") + std::to_string(i % 1000000) + "\":" + std::to_string(i % 10);
+    for (std::size_t i = 0; i < kMost; ++i)
+        many += (i == 0 ? "\"" : ",\"") + std::to_string(i % 1000000) + "\":" + std::to_string(i % 10);
     JsonValue value;
     WideString error;
     ASSERT_TRUE(parseJsonUtf8(many + "}", value, &error)) << utf8(error);
@@ -135,17 +139,39 @@ TEST(Json, bothWaysOfReadingAgreeOnDamagedDocuments) {
     std::mt19937 random(20260314);
     const std::string good =
         "{\"id\":\"a\\u00e9\\ud83d\\ude00\",\"t\":\"Gr\xC3\xBC\xC3\x9F \xE4\xBD\xA0 \xF0\x9F\x98\x80 \\\\par\\r\\n"
-        "0123456789abcdef0123456789abcdef\",\n \"n\":[1,-2.5e3,1e999,0.1,12345678901234567],\"o\":{\"x\":true,\"y\":null}}";
-    const std::string pieces[] = {"\"", "\\", "{", "}", "[", "]", ",", ":", "\xC3", "\x80", "\xED\xA0\x80", "\n", "\\u",
-                                  "\\ud83d", "1", "-", "e", " ", std::string(1, 0), "\xF4\x90", "x"};
+        "0123456789abcdef0123456789abcdef\",\n "
+        "\"n\":[1,-2.5e3,1e999,0.1,12345678901234567],\"o\":{\"x\":true,\"y\":null}}";
+    const std::string pieces[] = {"\"",
+                                  "\\",
+                                  "{",
+                                  "}",
+                                  "[",
+                                  "]",
+                                  ",",
+                                  ":",
+                                  "\xC3",
+                                  "\x80",
+                                  "\xED\xA0\x80",
+                                  "\n",
+                                  "\\u",
+                                  "\\ud83d",
+                                  "1",
+                                  "-",
+                                  "e",
+                                  " ",
+                                  std::string(1, 0),
+                                  "\xF4\x90",
+                                  "x"};
     int accepted = 0;
     for (int round = 0; round < 20000; ++round) {
         std::string bytes = good;
-        for (unsigned damage = 1 + random() % 3; damage > 0; --damage) {
+        for (std::size_t damage = 1 + random() % 3; damage > 0; --damage) {
             const std::size_t at = random() % bytes.size();
             const std::string& piece = pieces[random() % std::size(pieces)];
-            if (random() % 2 == 0) bytes.insert(at, piece);
-            else bytes.replace(at, 1 + random() % 3, piece);
+            if (random() % 2 == 0)
+                bytes.insert(at, piece);
+            else
+                bytes.replace(at, 1 + random() % 3, piece);
         }
         const Outcome fast = parseBytes(bytes), exact = parseConverted(bytes);
         ASSERT_EQ(fast.ok, exact.ok) << bytes;
@@ -157,7 +183,8 @@ TEST(Json, bothWaysOfReadingAgreeOnDamagedDocuments) {
 
 TEST(Json, runsAreCopiedAsOneByOne) {
     std::mt19937 random(7);
-    const WCHAR units[] = {TEXT('a'), TEXT('Z'), 0x20, 0x7F, TEXT('"'), TEXT('\\'), 0x1F, 0, 0x80, 0xFF, 0x100, 0x7FFF, 0x8000, 0xD83D, 0xFF80, 0xFFFF};
+    const WCHAR units[] = {TEXT('a'), TEXT('Z'), 0x20,  0x7F,   TEXT('"'), TEXT('\\'), 0x1F,   0,
+                           0x80,      0xFF,      0x100, 0x7FFF, 0x8000,    0xD83D,     0xFF80, 0xFFFF};
     for (int round = 0; round < 50000; ++round) {
         WCHAR wide[64];
         char narrow[64];
@@ -257,12 +284,15 @@ TEST(JsonWriter, numbersKeepTheirRule) {
                 {std::numeric_limits<double>::infinity(), "null"},
                 {-std::numeric_limits<double>::infinity(), "null"},
                 {std::nan(""), "null"}};
-    for (const auto& row : rows) EXPECT_EQ(serializeJsonUtf8(JsonValue(row.number), true), row.text);
+    for (const auto& row : rows)
+        EXPECT_EQ(serializeJsonUtf8(JsonValue(row.number), true), row.text);
 }
 
 TEST(JsonWriter, bothTargetsAgreeOnAnyText) {
     std::mt19937 random(11);
-    const WCHAR units[] = {TEXT('a'), TEXT('b'), TEXT(' '), TEXT('/'), 0x7F, TEXT('"'), TEXT('\\'), 0, 8, 9, 10, 12, 13, 0x1F, 0x80, 0xE9, 0x7FF, 0x800, 0x20AC, 0xD83D, 0xDE00, 0xDFFF, 0xD800, 0xFFFF};
+    const WCHAR units[] = {TEXT('a'), TEXT('b'), TEXT(' '), TEXT('/'), 0x7F,   TEXT('"'), TEXT('\\'), 0,
+                           8,         9,         10,        12,        13,     0x1F,      0x80,       0xE9,
+                           0x7FF,     0x800,     0x20AC,    0xD83D,    0xDE00, 0xDFFF,    0xD800,     0xFFFF};
     for (int round = 0; round < 3000; ++round) {
         WideString text;
         for (std::size_t length = random() % (round % 100 == 0 ? 9000 : 60); length > 0; --length)

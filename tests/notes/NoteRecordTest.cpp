@@ -27,7 +27,9 @@ std::string saved(const std::string& members, const std::string& key) {
     return value.contains(name) ? serializeJsonUtf8(value.find(name), false) : "";
 }
 
-std::string now() { return utf8(nowUtcText()); }
+std::string now() {
+    return utf8(nowUtcText());
+}
 
 }  // namespace
 
@@ -79,7 +81,8 @@ TEST(NoteRecord, whatSurvivesOneLoadAndSave) {
         {"\"author\":[]", "author", "\"\""},
         {"\"title\":\"one\",\"title\":\"two\"", "title", "\"two\""},
     };
-    for (const Row& row : rows) EXPECT_EQ(saved(row.members, row.key), row.after) << row.members;
+    for (const Row& row : rows)
+        EXPECT_EQ(saved(row.members, row.key), row.after) << row.members;
 }
 
 TEST(NoteRecord, missingTimesBecomeTheTimeOfTheLoad) {
@@ -107,7 +110,8 @@ TEST(NoteRecord, smallestNoteTakesEveryDefault) {
 }
 
 TEST(NoteRecord, valueThatIsNoNoteLeavesTheRecordAlone) {
-    for (const char* document : {"{}", "{\"id\":\"\"}", "{\"id\":5}", "{\"id\":null}", "[]", "\"a\"", "{\"ID\":\"a\"}"}) {
+    for (const char* document :
+         {"{}", "{\"id\":\"\"}", "{\"id\":5}", "{\"id\":null}", "[]", "\"a\"", "{\"ID\":\"a\"}"}) {
         JsonValue value;
         NoteRecord record;
         record.title = TEXT("kept");
@@ -158,7 +162,8 @@ TEST(NoteRecord, samplesAreWhatTheDocumentationSays) {
     for (const auto& row : rows) {
         NoteRecord record;
         WideString error;
-        const WideString path = joinPath(parentPath(executablePath()), WideString(TEXT("test-data\\format\\")) + row.file);
+        const WideString path =
+            joinPath(parentPath(executablePath()), WideString(TEXT("test-data\\format\\")) + row.file);
         EXPECT_EQ(loadNoteFile(path, record, &error), *row.error == 0) << utf8(row.file);
         EXPECT_EQ(utf8(error), row.error) << utf8(row.file);
     }
@@ -168,23 +173,35 @@ TEST(NoteRecord, newNoteIsWrittenInItsShortForm) {
     const NoteRecord record = newNoteRecord(TEXT("ann"));
     EXPECT_EQ(record.id.size(), 36U);
     const std::string time = utf8(formatUtcTime(record.created));
-    EXPECT_EQ(serializeNote(record), "{\n  \"id\": \"" + utf8(record.id) +
-                                         "\",\n  \"title\": \"\",\n  \"content\": \"\",\n  \"author\": \"ann\",\n  \"created\": \"" +
-                                         time + "\",\n  \"modified\": \"" + time +
-                                         "\",\n  \"position\": {\n    \"x\": 0,\n    \"y\": 0,\n    \"width\": 260,\n    \"height\": 260\n"
-                                         "  },\n  \"monitor\": {\n    \"device\": \"\",\n    \"bounds\": {\n      \"left\": 0,\n      \"top\": 0,\n"
-                                         "      \"right\": 0,\n      \"bottom\": 0\n    }\n  },\n  \"editable\": true\n}");
+    EXPECT_EQ(
+        serializeNote(record),
+        "{\n  \"id\": \"" + utf8(record.id) +
+            "\",\n  \"title\": \"\",\n  \"content\": \"\",\n  \"author\": \"ann\",\n  \"created\": \"" + time +
+            "\",\n  \"modified\": \"" + time +
+            "\",\n  \"position\": {\n    \"x\": 0,\n    \"y\": 0,\n    \"width\": 260,\n    \"height\": 260\n"
+            "  },\n  \"monitor\": {\n    \"device\": \"\",\n    \"bounds\": {\n      \"left\": 0,\n      \"top\": 0,\n"
+            "      \"right\": 0,\n      \"bottom\": 0\n    }\n  },\n  \"editable\": true\n}");
 }
 
 TEST(NoteRecord, colorsHaveTwoForms) {
     const struct {
         const WCHAR* text;
         LONG color;  // -1: refused
-    } rows[] = {{TEXT("#FFCC00"), 0x0000CCFF}, {TEXT("#ffcc01"), 0x0001CCFF}, {TEXT("#abc"), 0x00CCBBAA},
-                {TEXT("#000"), 0},             {TEXT(""), -1},                {TEXT("#"), -1},
-                {TEXT("#FFCC0"), -1},          {TEXT("#FFCC000"), -1},        {TEXT("#FFCC00FF"), -1},
-                {TEXT("FFCC000"), -1},         {TEXT("#FFCC0G"), -1},         {TEXT(" #FFCC00"), -1},
-                {TEXT("#ab"), -1},             {TEXT("#+12"), -1},            {TEXT("#\uFF11\uFF12\uFF13"), -1}};
+    } rows[] = {{TEXT("#FFCC00"), 0x0000CCFF},
+                {TEXT("#ffcc01"), 0x0001CCFF},
+                {TEXT("#abc"), 0x00CCBBAA},
+                {TEXT("#000"), 0},
+                {TEXT(""), -1},
+                {TEXT("#"), -1},
+                {TEXT("#FFCC0"), -1},
+                {TEXT("#FFCC000"), -1},
+                {TEXT("#FFCC00FF"), -1},
+                {TEXT("FFCC000"), -1},
+                {TEXT("#FFCC0G"), -1},
+                {TEXT(" #FFCC00"), -1},
+                {TEXT("#ab"), -1},
+                {TEXT("#+12"), -1},
+                {TEXT("#\uFF11\uFF12\uFF13"), -1}};
     for (const auto& row : rows) {
         COLORREF color = 0xFFFFFFFF;
         EXPECT_EQ(parseColor(row.text, color), row.color >= 0) << utf8(row.text);

@@ -54,7 +54,8 @@ TEST(Text, halfCharactersBecomeReplacements) {
         {WideString(2, 0xD83D) + WideString(1, 0xDE00), "<EF><BF><BD><F0><9F><98><80>"},
         {WideString(1, 0), "<00>"},
     };
-    for (const auto& row : rows) EXPECT_EQ(wideToUtf8(row.text), unescaped(row.bytes)) << row.bytes;
+    for (const auto& row : rows)
+        EXPECT_EQ(wideToUtf8(row.text), unescaped(row.bytes)) << row.bytes;
     EXPECT_TRUE(wideToUtf8(WideView()).empty());
     EXPECT_TRUE(wideToUtf8(nullptr, 3).empty());
 }
