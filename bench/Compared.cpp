@@ -22,11 +22,15 @@ WideString widen(std::string_view bytes) {
         for (; at + 16 <= bytes.size(); at += 16, to += 16) {
             const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes.data() + at));
             if (_mm_movemask_epi8(chunk) != 0) break;
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(out.data() + to), _mm_unpacklo_epi8(chunk, _mm_setzero_si128()));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(out.data() + to + 8), _mm_unpackhi_epi8(chunk, _mm_setzero_si128()));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out.data() + to),
+                             _mm_unpacklo_epi8(chunk, _mm_setzero_si128()));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out.data() + to + 8),
+                             _mm_unpackhi_epi8(chunk, _mm_setzero_si128()));
         }
         if (at == bytes.size()) break;
-        const auto byte = [&](std::size_t i) { return static_cast<unsigned>(static_cast<unsigned char>(bytes[at + i])); };
+        const auto byte = [&](std::size_t i) {
+            return static_cast<unsigned>(static_cast<unsigned char>(bytes[at + i]));
+        };
         const unsigned lead = byte(0);
         if (lead < 0x80) {
             out[to++] = static_cast<WCHAR>(lead);
@@ -55,10 +59,14 @@ std::string narrow(WideView text) {
         const auto put = [&out](unsigned value) { out.push_back(static_cast<char>(value)); };
         unsigned c = text[i];
         if ((c & 0xFC00) == 0xD800 && i + 1 < text.size()) c = 0x10000 + ((c & 0x3FF) << 10) + (text[++i] & 0x3FFU);
-        if (c < 0x80) put(c);
-        else if (c < 0x800) put(0xC0 | c >> 6), put(0x80 | (c & 0x3F));
-        else if (c < 0x10000) put(0xE0 | c >> 12), put(0x80 | (c >> 6 & 0x3F)), put(0x80 | (c & 0x3F));
-        else put(0xF0 | c >> 18), put(0x80 | (c >> 12 & 0x3F)), put(0x80 | (c >> 6 & 0x3F)), put(0x80 | (c & 0x3F));
+        if (c < 0x80)
+            put(c);
+        else if (c < 0x800)
+            put(0xC0 | c >> 6), put(0x80 | (c & 0x3F));
+        else if (c < 0x10000)
+            put(0xE0 | c >> 12), put(0x80 | (c >> 6 & 0x3F)), put(0x80 | (c & 0x3F));
+        else
+            put(0xF0 | c >> 18), put(0x80 | (c >> 12 & 0x3F)), put(0x80 | (c >> 6 & 0x3F)), put(0x80 | (c & 0x3F));
     }
     return out;
 }
@@ -98,7 +106,9 @@ struct NlohmannSource {
         const auto at = json.find(key);
         return at == json.end() ? WideString() : widen(at->get_ref<const std::string&>());
     }
-    LONG number(const char* object, const char* key) { return static_cast<LONG>(json.at(object).at(key).get<double>()); }
+    LONG number(const char* object, const char* key) {
+        return static_cast<LONG>(json.at(object).at(key).get<double>());
+    }
     WideString device() { return widen(json.at("monitor").at("device").get_ref<const std::string&>()); }
     LONG bound(const char* key) { return static_cast<LONG>(json.at("monitor").at("bounds").at(key).get<double>()); }
     bool flag(const char* key) { return json.contains(key) && json.at(key).get<bool>(); }
@@ -146,7 +156,9 @@ struct SimdSource {
     }
 };
 
-std::string hex(COLORREF color) { return narrow(formatColor(color)); }
+std::string hex(COLORREF color) {
+    return narrow(formatColor(color));
+}
 
 }  // namespace
 

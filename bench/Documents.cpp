@@ -8,7 +8,8 @@ NoteRecord plainNote() {
     NoteRecord note;
     note.id = TEXT("3f2b8c1e-7a44-4d0e-9b1a-5c6d7e8f9a0b");
     note.title = TEXT("Call back");
-    note.content = TEXT("Driver installed.\nReboot pending. Ask for the serial number of the printer on the third floor.");
+    note.content =
+        TEXT("Driver installed.\nReboot pending. Ask for the serial number of the printer on the third floor.");
     note.author = TEXT("operator");
     parseUtcTime(TEXT("2026-03-14T09:26:53Z"), note.created);
     parseUtcTime(TEXT("2026-03-14T10:02:11Z"), note.modified);
@@ -29,10 +30,13 @@ NoteRecord richNote() {
     NoteRecord note = plainNote();
     note.contentRtf = TEXT("{\\rtf1\\ansi\\ansicpg1252\\uc1\\deff0{\\fonttbl{\\f0 Segoe UI;}}\r\n");
     for (int i = 0; note.contentRtf.size() < 12500; ++i)
-        note.contentRtf += TEXT("\\pard\\sl-240\\slmult1 \\lang1033\\fs19\\f0 Line \\b of\\b0  text with \\'e9 and \\u9733?\\par\r\n");
+        note.contentRtf +=
+            TEXT("\\pard\\sl-240\\slmult1 \\lang1033\\fs19\\f0 Line \\b of\\b0  text with \\'e9 and \\u9733?\\par\r\n");
     note.contentRtf += TEXT("}");
     while (note.content.size() < 7500)
-        note.content += TEXT("Gr\u00FC\u00DFe, \u4F60\u597D \u05E9\u05DC\u05D5\u05DD and a line of plain text behind it, as people write.\n");
+        note.content += TEXT(
+            "Gr\u00FC\u00DFe, \u4F60\u597D \u05E9\u05DC\u05D5\u05DD and a line of plain text behind it, as people "
+            "write.\n");
     return note;
 }
 
@@ -53,7 +57,8 @@ NoteRecord logoNote() {
 const std::vector<Document>& documents() {
     static const std::vector<Document> all = [] {
         std::vector<Document> made{{"plain", {}, plainNote()}, {"rich", {}, richNote()}, {"logo", {}, logoNote()}};
-        for (Document& document : made) document.bytes = serializeNote(document.record);
+        for (Document& document : made)
+            document.bytes = serializeNote(document.record);
         return made;
     }();
     return all;

@@ -12,6 +12,6 @@ struct Document {
     NoteRecord record;
 };
 
-// "plain" of about 0.7 KB, "rich" of about 24 KB with RTF full of escapes and text beyond ASCII, "logo" of 2 MiB with an
-// image as base64 text. All as the program itself writes them.
+// "plain" of about 0.7 KB, "rich" of about 24 KB with RTF full of escapes and text beyond ASCII, "logo" of 2 MiB with
+// an image as base64 text. All as the program itself writes them.
 const std::vector<Document>& documents();

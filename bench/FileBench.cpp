@@ -13,9 +13,13 @@ namespace {
 
 constexpr int kNotes = 1000;
 
-WideString folder() { return TEXT("C:\\vellum-bench"); }
+WideString folder() {
+    return TEXT("C:\\vellum-bench");
+}
 
-WideString noteFile(int number) { return folder() + formatWideString(TEXT("\\note-%04u.json"), static_cast<unsigned>(number)); }
+WideString noteFile(int number) {
+    return folder() + formatWideString(TEXT("\\note-%04u.json"), static_cast<unsigned>(number));
+}
 
 void makeNotes() {
     createDirectoryTree(folder());
@@ -42,14 +46,16 @@ void loadNote(const WideString& path) {
 void measureFiles(benchmark::State& state, void (*load)(const WideString&)) {
     makeNotes();
     for (auto _ : state)
-        for (int i = 0; i < kNotes; ++i) load(noteFile(i));
+        for (int i = 0; i < kNotes; ++i)
+            load(noteFile(i));
     state.SetItemsProcessed(state.iterations() * kNotes);
 }
 
 // Write, flush, close, rename.
 void saveBare(const WideString& path, const Document& document) {
     const WideString draft = path + TEXT(".draft");
-    FileHandle file(CreateFileW(draft.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    FileHandle file(
+        CreateFileW(draft.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     DWORD count = 0;
     WriteFile(file.get(), document.bytes.data(), static_cast<DWORD>(document.bytes.size()), &count, nullptr);
     FlushFileBuffers(file.get());
@@ -63,7 +69,8 @@ void saveNote(const WideString& path, const Document& document) {
 
 void measureSave(benchmark::State& state, void (*save)(const WideString&, const Document&), const Document& document) {
     createDirectoryTree(folder());
-    for (auto _ : state) save(noteFile(0), document);
+    for (auto _ : state)
+        save(noteFile(0), document);
 }
 
 }  // namespace

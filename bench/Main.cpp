@@ -18,7 +18,8 @@ class Ratios : public benchmark::BenchmarkReporter {
 
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
-            if (run.error_occurred) std::fprintf(stderr, "%s: %s\n", run.benchmark_name().c_str(), run.error_message.c_str());
+            if (run.error_occurred)
+                std::fprintf(stderr, "%s: %s\n", run.benchmark_name().c_str(), run.error_message.c_str());
             if (run.run_type != Run::RT_Aggregate || run.aggregate_name != "median") continue;
             // "work/who", with "/real_time" behind it where the clock on the wall counts
             std::string name = run.run_name.function_name;
@@ -37,12 +38,15 @@ class Ratios : public benchmark::BenchmarkReporter {
         for (Row& row : rows_) {
             // The interleaving mixes them: vellumd first, then the fastest.
             std::sort(row.entries.begin(), row.entries.end(), [](const Entry& a, const Entry& b) {
-                return (a.who == "vellumd") != (b.who == "vellumd") ? a.who == "vellumd" : a.nanoseconds < b.nanoseconds;
+                return (a.who == "vellumd") != (b.who == "vellumd") ? a.who == "vellumd"
+                                                                    : a.nanoseconds < b.nanoseconds;
             });
             for (const Entry& entry : row.entries) {
                 std::printf("%-12s %-14s %9.2f us ", row.work.c_str(), entry.who.c_str(), entry.nanoseconds / 1000);
-                if (entry.megabytes > 0) std::printf("%10.0f", entry.megabytes);
-                else std::printf("%10s", "");
+                if (entry.megabytes > 0)
+                    std::printf("%10.0f", entry.megabytes);
+                else
+                    std::printf("%10s", "");
                 std::printf(" %17.2fx\n", entry.nanoseconds / row.entries.front().nanoseconds);
             }
         }
@@ -73,8 +77,8 @@ class Ratios : public benchmark::BenchmarkReporter {
 int main(int count, char** arguments) {
     std::vector<char*> all(arguments, arguments + count);
     // Interleaved, so that a slow moment of the machine hits all alike.
-    for (const char* option : {"--benchmark_repetitions=5", "--benchmark_enable_random_interleaving=true",
-                               "--benchmark_min_time=0.1"})
+    for (const char* option :
+         {"--benchmark_repetitions=5", "--benchmark_enable_random_interleaving=true", "--benchmark_min_time=0.1"})
         all.insert(all.begin() + 1, const_cast<char*>(option));
     int total = static_cast<int>(all.size());
     benchmark::Initialize(&total, all.data());

@@ -17,7 +17,9 @@ void readFloor(const std::string& bytes, NoteRecord&) {
     benchmark::DoNotOptimize(copy.data());
 }
 
-std::string writeOursByValue(const NoteRecord& record) { return serializeJsonUtf8(noteToJson(record), true); }
+std::string writeOursByValue(const NoteRecord& record) {
+    return serializeJsonUtf8(noteToJson(record), true);
+}
 
 void measureRead(benchmark::State& state, const Document& document, void (*read)(const std::string&, NoteRecord&)) {
     for (auto _ : state) {
@@ -66,8 +68,8 @@ void registerNoteBenchmarks() {
     for (const Document& document : documents()) {
         for (const auto& reader : readers) {
             if (reader.read != readFloor) demandSameRecord(document, reader.read, reader.who);
-            benchmark::RegisterBenchmark((std::string("read ") + document.name + "/" + reader.who).c_str(),
-                                         measureRead, document, reader.read);
+            benchmark::RegisterBenchmark((std::string("read ") + document.name + "/" + reader.who).c_str(), measureRead,
+                                         document, reader.read);
         }
         for (const auto& writer : writers)
             benchmark::RegisterBenchmark((std::string("write ") + document.name + "/" + writer.who).c_str(),
