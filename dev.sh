@@ -12,6 +12,9 @@ usage: ./dev.sh COMMAND
                           one, else on a virtual one; prints what it logged
   test                    builds both platforms and runs every test; ends with "N passed, N failed"
   build native|windows    build/native/Vellumd (Linux, sanitizers) or build/windows/Vellumd.exe
+  bench [OPTION...]       reading and writing notes beside well-known libraries; prints times and ratios. Options are
+                          those of Google Benchmark
+  fuzz [SECONDS]          feeds damaged input to the parsers for that long each (30); stops at the first finding
   format                  formats the sources
 TEXT
 }
@@ -37,13 +40,15 @@ need_native() { need cmake ninja-build g++ googletest python3; }
 need_windows() { need cmake ninja-build g++-mingw-w64-x86-64-posix googletest python3; }
 need_wine() { need wine wine64 xvfb xauth; }
 
+cmake_options=()  # for the next build
+
 # build PRESET [TARGET...]
 build() {
     local preset=$1
     shift
     say "building $preset"
-    cmake --preset "$preset" >"build-$preset.log" 2>&1 || { cat "build-$preset.log"; rm "build-$preset.log"; exit 1; }
-    rm "build-$preset.log"
+    mkdir -p build
+    cmake --preset "$preset" "${cmake_options[@]}" >"build/configure-$preset.log" 2>&1 || { cat "build/configure-$preset.log"; exit 1; }
     cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 
@@ -60,7 +65,7 @@ command_test() {
     need_native
     need_windows
     need_wine
-    need python3-pytest python3-pefile
+    need python3-pytest python3-pefile python3-jsonschema
     rm -rf build/reports
     mkdir -p build/reports
     reports=()
@@ -77,22 +82,51 @@ command_test() {
     /usr/bin/python3 tools/summary.py "${reports[@]}"
 }
 
+# The program shows nothing yet, so a run that does not end by itself waits for a person.
 command_run() {
     need_windows
     need_wine
     build windows Vellumd
-    local folder=$PWD/build/wineprefix/drive_c/ProgramData/OmbrelService_Common
-    rm -rf "$folder"
+    local folders=build/wineprefix/drive_c/ProgramData/OmbrelService_Common*
+    rm -rf $folders
     say "running Vellumd.exe $*"
     local status=0
     if [ -n "${DISPLAY:-}" ]; then
-        WINEPREFIX=$PWD/build/wineprefix WINEDEBUG=-all wine build/windows/Vellumd.exe "$@" || status=$?
+        VELLUM_ON_DISPLAY=1 tools/wine-session.sh wine build/windows/Vellumd.exe "$@" || status=$?
     else
-        tools/wine-session.sh wine build/windows/Vellumd.exe "$@" || status=$?
+        tools/wine-session.sh timeout 30 wine build/windows/Vellumd.exe "$@" || status=$?
+        [ $status -ne 124 ] || say "stopped after 30 seconds: it waits for somebody, and there is no display"
     fi
-    cat "$folder"/Logs/*.log 2>/dev/null || true
+    cat $folders/Logs/*.log 2>/dev/null || true
     say "exit code $status"
     return $status
+}
+
+command_bench() {
+    need_native
+    need libbenchmark-dev libsimdjson-dev rapidjson-dev nlohmann-json3-dev
+    cmake_options=(-DVELLUM_BENCH=ON)
+    build native-release vellum-bench
+    say "measuring, about three minutes"
+    VELLUM_MACHINE=$PWD/build/bench-machine build/native-release/vellum-bench "$@"
+}
+
+command_fuzz() {
+    local seconds=${1:-30}
+    need_native
+    need clang libclang-rt-14-dev
+    build native-fuzz
+    local target
+    for target in json note color time; do
+        say "fuzzing $target for $seconds seconds"
+        mkdir -p "build/fuzz-corpus/$target"
+        VELLUM_MACHINE=$PWD/build/fuzz-machine "build/native-fuzz/fuzz-$target" -max_total_time="$seconds" -max_len=4096 \
+            -print_final_stats=1 -artifact_prefix="build/fuzz-$target-" \
+            "build/fuzz-corpus/$target" "fuzz/corpus/$target" >"build/fuzz-$target.log" 2>&1 ||
+            { tail -n 60 "build/fuzz-$target.log"; say "a finding: build/fuzz-$target-*"; exit 1; }
+        grep -E 'number_of_executed_units' "build/fuzz-$target.log"
+    done
+    say "no findings"
 }
 
 command_format() {
@@ -109,6 +143,8 @@ case "${1:-}" in
             windows) need_windows; build windows Vellumd ;;
             *) usage >&2; exit 2 ;;
         esac ;;
+    bench) shift; command_bench "$@" ;;
+    fuzz) command_fuzz "${2:-30}" ;;
     format) command_format ;;
     -h | --help | help) usage ;;
     *) usage >&2; exit 2 ;;

@@ -22,10 +22,10 @@ struct JsonValue {
     std::vector<JsonValue> items;
     std::vector<JsonMember> members;  // in the order in which their keys were first set; keys are unique
 
-    JsonValue() = default;
-    explicit JsonValue(bool value) : kind(JsonKind::Bool), boolValue(value) {}
-    explicit JsonValue(double value) : kind(JsonKind::Number), numberValue(value) {}
-    explicit JsonValue(WideString value) : kind(JsonKind::String), stringValue(std::move(value)) {}
+    JsonValue();
+    explicit JsonValue(bool value);
+    explicit JsonValue(double value);
+    explicit JsonValue(WideString value);
     JsonValue(const JsonValue& other);
     JsonValue& operator=(const JsonValue& other);
     JsonValue(JsonValue&& other) noexcept;
@@ -50,6 +50,11 @@ struct JsonMember {
     WideString key;
     JsonValue value;
 };
+
+inline JsonValue::JsonValue() = default;
+inline JsonValue::JsonValue(bool value) : kind(JsonKind::Bool), boolValue(value) {}
+inline JsonValue::JsonValue(double value) : kind(JsonKind::Number), numberValue(value) {}
+inline JsonValue::JsonValue(WideString value) : kind(JsonKind::String), stringValue(std::move(value)) {}
 
 // Read one whole document. False leaves "JSON parse error at line %d col %d: %s" in `outError` (which may be null) and
 // an unusable `outValue`. Columns count UTF-16 units. Containers nest 65 deep, hold 1048576 elements each, and strings
