@@ -1,13 +1,17 @@
 #!/bin/bash
-# wine-session.sh COMMAND...: runs a command inside a warm Wine session of its own, with a virtual display and a
-# virtual desktop, and ends both. The exit status is that of the command.
+# wine-session.sh COMMAND...: runs a command inside a warm Wine session of its own and ends what it started. The exit
+# status is that of the command. With VELLUM_ON_DISPLAY=1 windows appear on $DISPLAY; otherwise the session has a
+# virtual display and, in it, a virtual desktop.
 #
-# The prefix is build/wineprefix unless WINEPREFIX says otherwise; it is made on first use (about 10 seconds).
+# The prefix is build/wineprefix unless WINEPREFIX says otherwise; it is made on first use (about 10 seconds). One
+# session at a time uses a prefix: another one waits.
 set -u
 cd "$(dirname "$0")/.."
 : "${WINEPREFIX:=$PWD/build/wineprefix}"
 export WINEPREFIX WINEDEBUG=-all WINEDLLOVERRIDES='mscoree=;mshtml='
 mkdir -p "$(dirname "$WINEPREFIX")"
+exec 9>"$WINEPREFIX.lock"
+flock 9
 work=$(mktemp -d)
 display=
 
@@ -21,27 +25,31 @@ finish() {
 trap finish EXIT
 trap 'exit 143' TERM INT HUP
 
-Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$work/display" >/dev/null 2>&1 </dev/null &
-display=$!
-for _ in $(seq 200); do [ -s "$work/display" ] && break; sleep .05; done
-[ -s "$work/display" ] || { echo "Xvfb did not start" >&2; exit 99; }
-DISPLAY=:$(cat "$work/display")
-export DISPLAY
+if [ "${VELLUM_ON_DISPLAY:-0}" != 1 ]; then
+    Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$work/display" >/dev/null 2>&1 </dev/null 9>&- &
+    display=$!
+    for _ in $(seq 200); do [ -s "$work/display" ] && break; sleep .05; done
+    [ -s "$work/display" ] || { echo "Xvfb did not start" >&2; exit 99; }
+    DISPLAY=:$(cat "$work/display")
+    export DISPLAY
+fi
 
 # The server has to stay, and has to be there before any other Wine process: without it each start costs seconds.
 # What it starts keeps the streams it is given for ever, so it is given none.
-quietly() { "$@" </dev/null >/dev/null 2>&1; }
+quietly() { "$@" </dev/null >/dev/null 2>&1 9>&-; }
 quietly wineserver -p
 quietly timeout 180 wineboot -i || { echo "Wine did not start" >&2; exit 98; }
 
 set_value() { quietly wine reg add "$1" /v "$2" /t "$3" /d "$4" /f; }
-if [ ! -e "$WINEPREFIX/.vellum-settings" ]; then
-    set_value 'HKCU\Software\Wine\WineDbg' ShowCrashDialog REG_DWORD 0  # a crash ends the program at once
-    set_value 'HKCU\Software\Wine\Explorer' Desktop REG_SZ Default
-    set_value 'HKCU\Software\Wine\Explorer\Desktops' Default REG_SZ 1280x800
-    touch "$WINEPREFIX/.vellum-settings"
+desktop='HKCU\Software\Wine\Explorer'
+set_value 'HKCU\Software\Wine\WineDbg' ShowCrashDialog REG_DWORD 0  # a crash ends the program at once
+if [ -n "$display" ]; then
+    set_value "$desktop" Desktop REG_SZ Default
+    set_value "$desktop\\Desktops" Default REG_SZ 1280x800
+else
+    quietly wine reg delete "$desktop" /v Desktop /f
 fi
 
-"$@" </dev/null &
+"$@" </dev/null 9>&- &
 wait $!
 exit $?
