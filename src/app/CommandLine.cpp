@@ -106,16 +106,20 @@ WideString taskName(const WideString& instanceName) {
     return instanceName.empty() ? name : name + TEXT(" - ") + instanceName;
 }
 
+// clang-format off
 WideString helpText() {
-    return TEXT("Vellumd - sticky notes daemon.\n") TEXT("\n") TEXT("Options:\n")
-        TEXT("  -f, --folder <dir>     Folder where note JSON files live.\n")
-            TEXT("                         Default: %LOCALAPPDATA%\\Quorvane\\Ombrel\\Notes\n") TEXT(
-                "  --no-autostart         Skip writing the HKCU Run key.\n")
-                TEXT("  -i <instancename>     Instance name (affects log folder).\n") TEXT(
-                    "  /register              Register all-session startup/recovery\n")
-                    TEXT("                         and launch now (requires elevation).\n") TEXT(
-                        "  /delete                Remove recovery task (requires elevation).\n")
-                        TEXT("  --log-level <level>    debug|info|warn|error (default: info)\n") TEXT(
-                            "                         Log: %PROGRAMDATA%\\OmbrelService_Common[_<instance>]\\Logs\\\n")
-                            TEXT("  -h, --help             Show this help.\n");
+    return TEXT("Vellumd - sticky notes daemon.\n")
+           TEXT("\n")
+           TEXT("Options:\n")
+           TEXT("  -f, --folder <dir>     Folder where note JSON files live.\n")
+           TEXT("                         Default: %LOCALAPPDATA%\\Quorvane\\Ombrel\\Notes\n")
+           TEXT("  --no-autostart         Skip writing the HKCU Run key.\n")
+           TEXT("  -i <instancename>     Instance name (affects log folder).\n")
+           TEXT("  /register              Register all-session startup/recovery\n")
+           TEXT("                         and launch now (requires elevation).\n")
+           TEXT("  /delete                Remove recovery task (requires elevation).\n")
+           TEXT("  --log-level <level>    debug|info|warn|error (default: info)\n")
+           TEXT("                         Log: %PROGRAMDATA%\\OmbrelService_Common[_<instance>]\\Logs\\\n")
+           TEXT("  -h, --help             Show this help.\n");
 }
+// clang-format on

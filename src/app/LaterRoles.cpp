@@ -12,7 +12,8 @@ int runDisplay(const CommandLineOptions&) {
 }
 
 int runRecovery() {
-    logWrite(LogLevel::Error, TEXT("App"), TEXT("Applet recovery context rejected (err=%lu)"), DWORD{ERROR_CALL_NOT_IMPLEMENTED});
+    logWrite(LogLevel::Error, TEXT("App"), TEXT("Applet recovery context rejected (err=%lu)"),
+             DWORD{ERROR_CALL_NOT_IMPLEMENTED});
     return kAppletStartFailed;
 }
 
