@@ -124,12 +124,16 @@ bool CallSite::fails() {
     return verdict.fails;
 }
 
+// The answer is the return value: the last error means as little as after a success.
 DWORD CallSite::error() {
-    return fails() ? GetLastError() : ERROR_SUCCESS;
+    const DWORD refused = fails() ? GetLastError() : ERROR_SUCCESS;
+    SetLastError(kMeaningless);
+    return refused;
 }
 
 HRESULT CallSite::hresult() {
-    return fails() ? HRESULT_FROM_WIN32(GetLastError()) : S_OK;
+    const DWORD refused = error();
+    return refused == ERROR_SUCCESS ? S_OK : HRESULT_FROM_WIN32(refused);
 }
 
 bool CallSite::failsTransfer(DWORD& wanted) {

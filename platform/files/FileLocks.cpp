@@ -43,13 +43,18 @@ bool rightsConflict(int descriptor, unsigned rights, unsigned shared) {
     return false;
 }
 
-bool isOpenElsewhere(int descriptor) { return isHeldByAnother(descriptor, kOpen); }
-
-void lockOpening(int descriptor) {
-    while (flock(descriptor, LOCK_EX) != 0 && errno == EINTR) continue;
+bool isOpenElsewhere(int descriptor) {
+    return isHeldByAnother(descriptor, kOpen);
 }
 
-void unlockOpening(int descriptor) { flock(descriptor, LOCK_UN); }
+void lockOpening(int descriptor) {
+    while (flock(descriptor, LOCK_EX) != 0 && errno == EINTR)
+        continue;
+}
+
+void unlockOpening(int descriptor) {
+    flock(descriptor, LOCK_UN);
+}
 
 bool takeRights(int descriptor, unsigned rights, unsigned shared) {
     // Two openers at once must not refuse each other: one looks and takes while the other waits.

@@ -1,6 +1,6 @@
 // Share modes that hold between processes. What an open file may do, and what its opener denies to others, are
-// locks on a few bytes far beyond the end of any file: one for each right taken, one for each right denied, one for being
-// open at all. They belong to the open file description and vanish with it, however the process ends.
+// locks on a few bytes far beyond the end of any file: one for each right taken, one for each right denied, one for
+// being open at all. They belong to the open file description and vanish with it, however the process ends.
 #pragma once
 
 namespace platform {

@@ -40,7 +40,8 @@ struct Opening {
 int openDescriptor(const std::string& native, const Opening& opening, bool& made) {
     const bool writes = (opening.access & (FILE_WRITE_DATA | FILE_APPEND_DATA)) != 0;
     const bool appendsOnly = writes && (opening.access & FILE_WRITE_DATA) == 0;
-    const int flags = (writes || opening.disposition == CREATE_ALWAYS ? O_RDWR : O_RDONLY) | (appendsOnly ? O_APPEND : 0) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    const int flags = (writes || opening.disposition == CREATE_ALWAYS ? O_RDWR : O_RDONLY) |
+                      (appendsOnly ? O_APPEND : 0) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     made = false;
     int descriptor = -1;
     if (opening.disposition != CREATE_NEW) descriptor = open(native.c_str(), flags);
@@ -77,7 +78,8 @@ std::shared_ptr<FileObject> openFile(const std::string& native, const Opening& o
         // Between opening and taking the rights somebody may have deleted or replaced it: then that name has to be
         // opened anew.
         struct stat named;
-        if (stat(native.c_str(), &named) != 0 || named.st_ino != status.st_ino || named.st_dev != status.st_dev) continue;
+        if (stat(native.c_str(), &named) != 0 || named.st_ino != status.st_ino || named.st_dev != status.st_dev)
+            continue;
         if (opening.disposition == CREATE_ALWAYS && ftruncate(descriptor.get(), 0) != 0) {
             setFileError(errno, native);
             return nullptr;
@@ -98,7 +100,8 @@ class DoomedName {
             setFileError(errno, native);
             return false;
         }
-        if (S_ISREG(status_.st_mode)) descriptor_ = Descriptor(::open(native.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+        if (S_ISREG(status_.st_mode))
+            descriptor_ = Descriptor(::open(native.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
         if (!S_ISDIR(status_.st_mode) && (!S_ISREG(status_.st_mode) || descriptor_.get() >= 0)) return true;
         SetLastError(ERROR_ACCESS_DENIED);
         return false;

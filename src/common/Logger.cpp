@@ -178,7 +178,9 @@ LogLevel logGetLevel() {
 }
 
 WideString logPath() {
-    return state().path;
+    LogState& log = state();
+    CriticalSectionLock hold(log.lock);
+    return log.path;
 }
 
 bool logParseLevel(const WCHAR* word, LogLevel* level) {

@@ -2,7 +2,7 @@
 // debugger. A log that cannot be opened or written costs nothing but the log: nothing here reports a failure.
 //
 // logWrite may be called from any thread. The first call into the log has to come from the main thread, before
-// another thread exists. logOpen, logClose and logPath are for the main thread.
+// another thread exists.
 #pragma once
 
 #include "common/WideText.h"

@@ -10,7 +10,7 @@ WideString formatUtcTime(const SYSTEMTIME& time);
 WideString nowUtcText();
 
 // Reads what formatUtcTime writes, and forgives: six numbers separated by "-", "-", "T", ":", ":", each of which may
-// carry a sign or leading blanks (of ASCII); no range is checked, each number keeps its low 16 bits, and whatever follows the
-// seconds (a fraction, an offset, no "Z") is ignored. False, with `time` untouched, when `text` has fewer than 19
-// units or does not yield six numbers.
+// carry a sign or leading blanks (of ASCII); no range is checked, each number keeps its low 16 bits, and whatever
+// follows the seconds (a fraction, an offset, no "Z") is ignored. False, with `time` untouched, when `text` has fewer
+// than 19 units or does not yield six numbers.
 bool parseUtcTime(WideView text, SYSTEMTIME& time);

@@ -27,5 +27,5 @@ WideString formatWideString(const WCHAR* format, ...) {
 bool equalsIgnoreCase(WideView left, WideView right) {
     if (left.size() != right.size()) return false;
     return left.empty() || CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
-                                                               static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
+                                                static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
 }

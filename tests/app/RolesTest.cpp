@@ -86,9 +86,13 @@ TEST_F(Roles, everyRefusalHasItsExitCodeAndItsText) {
         bool isLogged;  // else the debugger alone hears it
     };
     const Row rows[] = {
+        {TEXT("--register"), 11, "[ERROR] App: /register failed: ", true},
+        {TEXT("/delete"), 10, "[ERROR] App: /delete failed: ", true},
+        {TEXT("--launch-user-sessions"), 13, "[ERROR] SessionLauncher: ", true},
         {TEXT("--register --delete"), 12, combined, true},
         {TEXT("/delete --launch-user-sessions"), 12, combined, true},
         {TEXT("/register /delete --launch-user-sessions -i x"), 12, combined, true},
+        {TEXT("--applet-recover"), 15, "[ERROR] App: Applet medium-integrity startup failed (err=120)\r\n", false},
         {TEXT("--register --applet-queue"), 14, rejected, false},
         {TEXT("--applet-queue"), 14, rejected, false},
         {TEXT("--applet-recover -i x"), 14, rejected, false},
@@ -129,5 +133,7 @@ TEST_F(Roles, appletRolesLeaveNoLogFile) {
         EXPECT_TRUE(contains(result.debugOutput, "[INFO ] App: Vellumd starting; pid=")) << result.debugOutput;
         EXPECT_EQ(result.exitCode, 15U);
     }
+    const ProcessResult quiet = run(TEXT("--applet-recover --log-level error"));
+    EXPECT_FALSE(contains(quiet.debugOutput, "starting")) << "the level counts there too";
     EXPECT_EQ(log(), "");
 }

@@ -15,6 +15,9 @@ TEST(QueueName, readsBothForms) {
     EXPECT_EQ(name.identity.logonTime, 0x1DC2F6A5B3C4D10);
     EXPECT_TRUE(name.claimToken.empty());
 
+    EXPECT_TRUE(parseQueueName(TEXT("applet-00000002-0000000100000000-01DC2F6A5B3C4D10"), name))
+        << "one half of the logon id may be zero";
+
     const WideView claimed =
         TEXT("applet-7fffffff-000000000004b2e0-7FFFFFFFFFFFFFFF-r-6F9619FF8B86D011b42d00c04fc964ff");
     ASSERT_TRUE(parseQueueName(claimed, name));
@@ -38,6 +41,11 @@ TEST(QueueName, refusesEverythingElseAndLeavesNothingBehind) {
         {"second hyphen", &plain, 15, TEXT("0")},
         {"third hyphen", &plain, 32, TEXT("0")},
         {"letter behind F", &plain, 8, TEXT("G")},
+        {"letter behind f", &plain, 8, TEXT("g")},
+        {"before 0", &plain, 8, TEXT("/")},
+        {"behind 9", &plain, 8, TEXT(":")},
+        {"before A", &plain, 8, TEXT("@")},
+        {"before a", &plain, 8, TEXT("`")},
         {"blank for a digit", &plain, 7, TEXT(" ")},
         {"sign for a digit", &plain, 16, TEXT("+")},
         {"wide digit", &plain, 14, TEXT("\uFF12")},

@@ -23,6 +23,7 @@ TEST(Folders, refusesWhatCannotBecomeAFolder) {
     EXPECT_FALSE(createDirectoryTree(folder / TEXT("file")));
     EXPECT_FALSE(createDirectoryTree(folder / TEXT("file\\below")));
     EXPECT_EQ(readFile(folder / TEXT("file")), "kept");
+    EXPECT_FALSE(createDirectoryTree(TEXT("Q:\\x"))) << "a drive that is not there";
     EXPECT_FALSE(createDirectoryTree(folder / TEXT("a|b")));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_NAME));
 }

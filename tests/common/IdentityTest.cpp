@@ -3,14 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <regex>
+#include <set>
 
 #include "support/Text.h"
 
 TEST(Identity, guidsHaveTheirFormAndDiffer) {
-    const std::string first = utf8(newGuidText()), second = utf8(newGuidText());
-    const std::regex form("[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}");
-    EXPECT_TRUE(std::regex_match(first, form)) << first;
-    EXPECT_NE(first, second);
+    const std::regex form("[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}");
+    std::set<std::string> texts, tails;
+    for (int i = 0; i < 16; ++i) {
+        const std::string text = utf8(newGuidText());
+        EXPECT_TRUE(std::regex_match(text, form)) << text;
+        texts.insert(text);
+        tails.insert(text.substr(32, 2) == text.substr(34, 2) ? "repeated" : "different");
+    }
+    EXPECT_EQ(texts.size(), 16U);
+    EXPECT_EQ(tails.count("different"), 1U) << "each byte is one of its own";
 }
 
 TEST(Identity, userHasANameWithoutTerminator) {

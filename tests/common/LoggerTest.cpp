@@ -72,6 +72,8 @@ TEST_F(Logger, lineHasItsExactForm) {
     EXPECT_EQ(lastLine(), "[WARN ] Watcher: \xC3\xA9 \xE2\x98\x85 5");
     logWrite(LogLevel::Error, nullptr, nullptr);
     EXPECT_EQ(lastLine(), "[ERROR] -: ");
+    logWrite(LogLevel::Info, TEXT("App"), TEXT("\xD83D\xDE00"));
+    EXPECT_EQ(lastLine(), "[INFO ] App: \xF0\x9F\x98\x80");
     logWrite(static_cast<LogLevel>(7), TEXT("App"), TEXT("x"));
     EXPECT_EQ(lastLine(), "[?    ] App: x");
 }
@@ -96,6 +98,11 @@ TEST_F(Logger, messageIsCutAt1999UnitsWithoutAMark) {
         logWrite(LogLevel::Info, TEXT("App"), TEXT("%ls"), message(units).c_str());
         EXPECT_EQ(lastLine(), head + std::string(std::min<std::size_t>(units, 1999), 'm')) << units;
     }
+    std::string stars;
+    for (int i = 0; i < 1999; ++i)
+        stars += "\xE2\x98\x85";
+    logWrite(LogLevel::Info, TEXT("App"), TEXT("%ls"), WideString(2500, 0x2605).c_str());
+    EXPECT_TRUE(lastLine() == head + stars) << "three bytes for each unit";
     // A cut through a surrogate pair leaves half a character, which no encoding can carry.
     logWrite(LogLevel::Info, TEXT("App"), TEXT("%ls\xD83D\xDE00"), message(1998).c_str());
     EXPECT_EQ(lastLine(), head + std::string(1998, 'm') + "\xEF\xBF\xBD");
@@ -116,11 +123,14 @@ TEST_F(Logger, rotatesBehindTheLineThatFillsTheFile) {
     const WideString path = logPath(), older = path + TEXT(".1");
     logClose();
     writeFile(older, "an older generation");
-    writeFile(path, std::string(1048576 - 2 * lineBytes, 'f'));
+    writeFile(path, std::string(1048576 - lineBytes - 1, 'f'));
 
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     logWrite(LogLevel::Info, TEXT("App"), TEXT("1"));
-    EXPECT_EQ(readFile(older), "an older generation");
+    EXPECT_EQ(readFile(older), "an older generation") << "one byte is missing";
+    logClose();
+    writeFile(path, std::string(1048576 - lineBytes, 'f'));
+    ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     logWrite(LogLevel::Info, TEXT("App"), TEXT("2"));
     EXPECT_EQ(readFile(older).size(), 1048576U);
     EXPECT_EQ(readFile(path), "");
@@ -133,7 +143,9 @@ TEST_F(Logger, worksWithoutAFile) {
     const struct {
         const char* name;
         WideString programData;
-    } rows[] = {{"unset", WideString()}, {"too long", TEXT("C:\\") + WideString(260, TEXT('x'))}};
+    } rows[] = {{"unset", WideString()},
+                {"too long", TEXT("C:\\") + WideString(257, TEXT('x'))},
+                {"far too long", TEXT("C:\\") + WideString(260, TEXT('x'))}};
     for (const auto& row : rows) {
         const EnvironmentScope changed(TEXT("PROGRAMDATA"),
                                        row.programData.empty() ? nullptr : row.programData.c_str());
@@ -209,6 +221,21 @@ TEST_F(LoggerThreads, noLineIsTorn) {
             std::string(isApp ? "App: line " : "Watcher: line ") + std::to_string(next++) + " of many";
         ASSERT_EQ(line.substr(std::min<std::size_t>(33, line.size())), expected);
     }
+}
+
+TEST_F(LoggerThreads, fileMayCloseUnderAWriter) {
+    ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
+    std::thread other([] {
+        for (int i = 0; i < 2000; ++i)
+            logWrite(LogLevel::Info, TEXT("Watcher"), TEXT("%ls"), logPath().c_str());
+    });
+    for (int i = 0; i < 200; ++i) {
+        logClose();
+        EXPECT_TRUE(logOpen(LogLevel::Info, nullptr));
+    }
+    other.join();
+    for (const std::string& line : linesOf(logged()))
+        ASSERT_TRUE(line.ends_with(".log")) << line;
 }
 
 TEST(LogLevelWords, anyCaseAndNothingElse) {

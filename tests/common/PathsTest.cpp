@@ -37,6 +37,7 @@ TEST(Paths, splitsAtTheLastSeparatorOfEitherKind) {
         {TEXT("note.JSON"), TEXT(""), TEXT("note.JSON"), TEXT("json")},
         {TEXT("C:\\a.b.json"), TEXT("C:\\"), TEXT("a.b.json"), TEXT("json")},
         {TEXT("a."), TEXT(""), TEXT("a."), TEXT("")},
+        {TEXT("x.AZ[@"), TEXT(""), TEXT("x.AZ[@"), TEXT("az[@")},
         {TEXT(".json"), TEXT(""), TEXT(".json"), TEXT("")},
         {TEXT("C:\\x.y\\file"), TEXT("C:\\x.y"), TEXT("file"), TEXT("")},
         {TEXT("a.\u00C4Z\u0130"), TEXT(""), TEXT("a.\u00C4Z\u0130"), TEXT("\u00C4z\u0130")},

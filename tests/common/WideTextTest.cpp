@@ -56,6 +56,7 @@ TEST(WideText, comparesOrdinallyWithoutCase) {
         {TEXT("\u01C4"), TEXT("\u01C6"), true},   {TEXT("\u01C5"), TEXT("\u01C6"), false},
         {TEXT("[a"), TEXT("{a"), false},
     };
+    EXPECT_TRUE(equalsIgnoreCase(WideView(), WideView()));
     for (const Row& row : rows)
         EXPECT_EQ(equalsIgnoreCase(row.left, row.right), row.equal) << utf8(row.left) << " " << utf8(row.right);
 }

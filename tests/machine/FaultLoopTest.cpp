@@ -38,6 +38,10 @@ TEST_F(MachineTest, folderTreeIsMadeOrTheAnswerIsNo) {
     faults::arm({"GetFileAttributesW", 1, faults::Action::Fail, ERROR_FILE_NOT_FOUND});
     EXPECT_TRUE(createDirectoryTree(TEXT("C:\\tree\\a\\b")));
     faults::clear();
+    // It is there, and cannot be looked at.
+    faults::arm({"GetFileAttributesW", 0, faults::Action::Fail, ERROR_FILE_NOT_FOUND});
+    EXPECT_FALSE(createDirectoryTree(TEXT("C:\\tree")));
+    faults::clear();
     // A file is.
     fs::remove_all(top / "a/b");
     std::ofstream(top / "a/b") << "file";
@@ -87,15 +91,23 @@ TEST_F(MachineTest, rotationThatFailsKeepsEveryLineThatWasWritten) {
 }
 
 TEST_F(MachineTest, formatterThatGivesUpEarlyIsMarked) {
-    ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
-    // The first text of a line is its timestamp, the second the message; 5 units of its format are carried out.
-    faults::arm({"vsnwprintf", 2, faults::Action::Short, 5});
-    logWrite(LogLevel::Info, TEXT("App"), TEXT("12345678"));
-    EXPECT_TRUE(readFile(logPath()).ends_with("[INFO ] App: 12345...\r\n")) << readFile(logPath());
-    logClose();
+    const WideString format(1999, TEXT('m'));
+    for (const std::size_t written : {5U, 1995U, 1996U, 1998U}) {
+        ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
+        // The first text of a line is its timestamp, the second the message; so many units of it are carried out.
+        faults::arm({"vsnwprintf", 2, faults::Action::Short, static_cast<DWORD>(written)});
+        logWrite(LogLevel::Info, TEXT("App"), format.c_str());
+        faults::clear();
+        const std::string mark = written + 4 < 2000 ? "..." : "";
+        EXPECT_TRUE(readFile(logPath()).ends_with("[INFO ] App: " + std::string(written, 'm') + mark + "\r\n"))
+            << written;
+        logClose();
+    }
+    faults::arm({"vsnwprintf", 1, faults::Action::Short, 5});
+    EXPECT_EQ(utf8(newGuidText()), "") << "no text is better than half an identifier";
 }
 
-TEST_F(MachineTest, logOpensWithTheDocumentedArgumentsAndClosesForGood) {
+TEST_F(MachineTest, oneLineIsOneWriteAndADroppedLineIsNothing) {
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     EXPECT_EQ(faults::uses("FlushFileBuffers"), 0U);
     logWrite(LogLevel::Info, TEXT("App"), TEXT("x"));

@@ -4,6 +4,7 @@
 #include "common/Folders.h"
 #include "common/Identity.h"
 #include "common/Logger.h"
+#include "common/UtcTime.h"
 #include "machine/MachineFixture.h"
 #include "support/Files.h"
 #include "support/Process.h"
@@ -19,6 +20,9 @@ std::string variable(const WCHAR* name) {
 }  // namespace
 
 TEST_F(MachineTest, newMachineHasOneUserInOneSession) {
+    EXPECT_TRUE(std::filesystem::is_directory(folder() / "drive_c/Users/operator/AppData/Local"));
+    for (const auto& entry : std::filesystem::directory_iterator(folder()))
+        EXPECT_EQ(entry.path().filename().string().find("machine.txt."), std::string::npos) << entry.path();
     EXPECT_EQ(utf8(currentUserName()), "operator");
     EXPECT_EQ(variable(TEXT("PROGRAMDATA")), "C:\\ProgramData");
     EXPECT_EQ(utf8(defaultNotesFolder()), "C:\\Users\\operator\\AppData\\Local\\Quorvane\\Ombrel\\Notes");
@@ -55,15 +59,34 @@ TEST_F(MachineTest, sessionWithoutAUserGivesALogOfTheUnknown) {
     logClose();
 }
 
-TEST_F(MachineTest, dateInTheNameStaysWhenTheDayChanges) {
-    platform::clock::set(1773446340000);  // 2026-03-13T23:59:00Z
+TEST_F(MachineTest, nameCarriesTheLocalDateForGoodAndLinesTheUtcTime) {
+    setenv("TZ", "EAST-9", 1);
+    tzset();
+    platform::clock::set(1773410340007);  // 2026-03-13T13:59:00.007Z, where it is 22:59 in the east
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     EXPECT_NE(utf8(logPath()).find("_20260313.log"), std::string::npos) << utf8(logPath());
-    platform::clock::advance(120000);
-    logWrite(LogLevel::Info, TEXT("App"), TEXT("next day"));
-    EXPECT_EQ(readFile(logPath()), "2026-03-14T00:01:00.000Z [INFO ] App: next day\r\n");
+    platform::clock::advance(3660000);
+    logWrite(LogLevel::Info, TEXT("App"), TEXT("the same file, the next local day"));
+    EXPECT_EQ(readFile(logPath()), "2026-03-13T15:00:00.007Z [INFO ] App: the same file, the next local day\r\n");
+    EXPECT_EQ(utf8(nowUtcText()), "2026-03-13T15:00:00Z");
+    logClose();
+    ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
+    EXPECT_NE(utf8(logPath()).find("_20260314.log"), std::string::npos) << "a new start, a new day";
     logClose();
     platform::clock::useRealTime();
+    unsetenv("TZ");
+    tzset();
+}
+
+TEST_F(MachineTest, sessionThatCannotBeAskedIsTheFirstAndItsUserUnknown) {
+    for (const char* call : {"ProcessIdToSessionId", "WTSQuerySessionInformationW"}) {
+        platform::faults::arm({call, 1, platform::faults::Action::Fail, 5});
+        ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
+        const bool isSession = std::string_view(call) == "ProcessIdToSessionId";
+        EXPECT_NE(utf8(logPath()).find(isSession ? "\\Vellumd_0_" : "\\Vellumd_1_unknown_"), std::string::npos) << call;
+        logClose();
+        platform::faults::clear();
+    }
 }
 
 TEST_F(MachineTest, processesOfOneMachineMeet) {
@@ -79,9 +102,23 @@ TEST_F(MachineTest, processesOfOneMachineMeet) {
     EXPECT_NE(names.find("Vellumd_0_unknown_"), std::string::npos) << names;
 }
 
-TEST_F(MachineTest, badDescriptionIsRefusedWithItsLine) {
-    std::ofstream(folder() / "machine.txt") << "[session 1]\nuser operator\n";
-    const ProcessResult result = runVellumd(TEXT(""), {{"VELLUM_MACHINE", folder().string()}});
-    EXPECT_EQ(result.exitCode, 2U);
-    EXPECT_NE(result.debugOutput.find("line 2 is neither"), std::string::npos) << result.debugOutput;
+TEST_F(MachineTest, badDescriptionIsRefusedWithItsReason) {
+    const struct {
+        const char *text, *token, *reason;
+    } rows[] = {
+        {"[session 1]\nuser operator\n", nullptr, "line 2 is neither"},
+        {"[sesion 1]\nuser = operator\n", nullptr, "knows no section \"sesion\""},
+        {"[session two]\nuser = operator\n", nullptr, "a session has a number"},
+        {"[session 2]\nusr = operator\n", nullptr, "knows no \"usr\""},
+        {"[user ann]\nprofile = D:\\ann\n", nullptr, "not on drive C:"},
+        {"[session 1]\n", "operator", "the form is user@session"},
+    };
+    for (const auto& row : rows) {
+        std::ofstream(folder() / "machine.txt") << row.text;
+        Environment environment = {{"VELLUM_MACHINE", folder().string()}};
+        if (row.token != nullptr) environment.push_back({"VELLUM_TOKEN", row.token});
+        const ProcessResult result = runVellumd(TEXT(""), environment);
+        EXPECT_EQ(result.exitCode, 2U) << row.text;
+        EXPECT_NE(result.debugOutput.find(row.reason), std::string::npos) << result.debugOutput;
+    }
 }

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include <objbase.h>
+
 #include "app/App.h"
 #include "app/ExitCode.h"
 #include "machine/MachineFixture.h"
@@ -27,6 +29,19 @@ TEST_F(MachineTest, startWithoutComEndsWith1) {
     EXPECT_EQ(runApp({"Vellumd", "--help"}), kComFailed);
     EXPECT_TRUE(notices::takeMessageBoxes().empty());
     EXPECT_EQ(faults::uses("CoUninitialize"), 0U) << "nothing is owed";
+}
+
+TEST_F(MachineTest, startEntersAnApartmentAndInitialisesTheControls) {
+    setCommandLine({"Vellumd", "--register", "--delete"});
+    App app;
+    app.initialize(nullptr, WideString());
+    EXPECT_EQ(CoInitializeEx(nullptr, 0), RPC_E_CHANGED_MODE) << "it is an apartment of its own";
+    EXPECT_EQ(faults::uses("InitCommonControlsEx"), 1U);
+    const std::vector<std::u16string> lines = notices::takeDebugOutput();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_TRUE(utf8(lines[0]).ends_with("App: Vellumd starting; pid=" + std::to_string(getpid()) + "\r\n"));
+    app.shutdown();
+    EXPECT_EQ(faults::openApartments(), 0U);
 }
 
 TEST_F(MachineTest, lineThatCannotBeSplitHasNoOptions) {
