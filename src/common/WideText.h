@@ -5,6 +5,7 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -21,6 +22,11 @@ int formatWide(WCHAR* buffer, std::size_t capacity, const WCHAR* format, ...);
 
 // The text as a string, for formats whose result is short: up to 255 units.
 WideString formatWideString(const WCHAR* format, ...);
+
+// Unit by unit. The comparison of the library goes one unit at a time where units are no char.
+inline bool sameText(WideView left, WideView right) {
+    return left.size() == right.size() && std::memcmp(left.data(), right.data(), left.size() * sizeof(WCHAR)) == 0;
+}
 
 // Ordinal and culture-free: how ids, file names and option words are matched.
 bool equalsIgnoreCase(WideView left, WideView right);

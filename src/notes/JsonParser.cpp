@@ -19,6 +19,11 @@ constexpr std::size_t kMostElements = 1048576;
 constexpr std::size_t kLongString = 16777216;
 constexpr std::size_t kIndexFrom = 64;  // members
 
+template <typename Unit>
+unsigned valueOf(Unit unit) {
+    return static_cast<std::make_unsigned_t<std::conditional_t<sizeof(Unit) == 1, char, short>>>(unit);
+}
+
 // Keys of an object that is being read. A large object would take a time that grows with the square of its size if
 // every key were looked for one by one.
 class KeyIndex {
@@ -26,9 +31,8 @@ class KeyIndex {
     // Where the member with that key stands; the size of `members` if there is none.
     std::size_t find(const std::vector<JsonMember>& members, const WideString& key) {
         if (members.size() < kIndexFrom) {
-            const WideView wanted = key;  // views compare their lengths first
             const auto found = std::find_if(members.begin(), members.end(),
-                                            [wanted](const JsonMember& member) { return member.key == wanted; });
+                                            [&key](const JsonMember& member) { return sameText(member.key, key); });
             return static_cast<std::size_t>(found - members.begin());
         }
         for (; indexed_ < members.size(); ++indexed_)
@@ -114,9 +118,10 @@ bool JsonParser<Unit>::takeDigits() {
 
 template <typename Unit>
 void JsonParser<Unit>::skipBlanks() {
-    while (cursor != end &&
-           (*cursor == Unit(' ') || *cursor == Unit('\n') || *cursor == Unit('\r') || *cursor == Unit('\t')))
-        ++cursor;
+    constexpr ULONGLONG kBlanks = 1ULL << ' ' | 1ULL << '\n' | 1ULL << '\r' | 1ULL << '\t';
+    const Unit* at = cursor;
+    while (at != end && valueOf(*at) <= ' ' && (kBlanks >> valueOf(*at) & 1) != 0) ++at;
+    cursor = at;
 }
 
 // Line and column of the cursor: they are only wanted for an error, so nobody keeps them on the way.
@@ -239,11 +244,6 @@ constexpr std::array<char, 128> kEscapes = [] {
     return table;
 }();
 
-template <typename Unit>
-unsigned valueOf(Unit unit) {
-    return static_cast<std::make_unsigned_t<std::conditional_t<sizeof(Unit) == 1, char, short>>>(unit);
-}
-
 // Decoded text is gathered in a small buffer that stays in the processor's cache and goes to the string in large steps.
 template <typename Unit>
 bool JsonParser<Unit>::parseString(WideString& out) {
@@ -253,8 +253,7 @@ bool JsonParser<Unit>::parseString(WideString& out) {
     if (!take('"')) return fail(TEXT("expected string"));
     while (out.size() + kBuffer < kLongString) {
         WCHAR* to = buffer;
-        const Unit* at =
-            cursor;  // kept out of memory: the copying below could be writing there, for all the compiler knows
+        const Unit* at = cursor;  // a local: for all the compiler knows the copying below could change a member
         for (std::ptrdiff_t room = kBuffer; room >= kMostAtOnce; room = buffer + kBuffer - to) {
             const std::size_t run = copyPlainRun(at, static_cast<std::size_t>(std::min(end - at, room)), to);
             at += run;
@@ -262,10 +261,7 @@ bool JsonParser<Unit>::parseString(WideString& out) {
             const unsigned unit = at == end ? 0 : valueOf(*at);
             if (unit == '"') {
                 cursor = at + 1;
-                if (out.empty())
-                    out = WideString(buffer, to);
-                else
-                    out.append(buffer, to);
+                out.append(buffer, static_cast<std::size_t>(to - buffer));
                 return true;
             }
             if (buffer + kBuffer - to < kMostAtOnce) break;

@@ -12,7 +12,7 @@ const JsonValue& sharedNull() {
 
 template <typename Members>
 auto position(Members& members, WideView key) {
-    return std::find_if(members.begin(), members.end(), [key](const JsonMember& member) { return member.key == key; });
+    return std::find_if(members.begin(), members.end(), [key](const JsonMember& member) { return sameText(member.key, key); });
 }
 
 void become(JsonValue& value, JsonKind kind) {

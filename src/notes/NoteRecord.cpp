@@ -11,6 +11,36 @@
 
 namespace {
 
+// Keys of the file.
+namespace keys {
+constexpr WideView id = TEXT("id");
+constexpr WideView title = TEXT("title");
+constexpr WideView content = TEXT("content");
+constexpr WideView contentRtf = TEXT("contentRtf");
+constexpr WideView author = TEXT("author");
+constexpr WideView created = TEXT("created");
+constexpr WideView modified = TEXT("modified");
+constexpr WideView bgColor = TEXT("bgColor");
+constexpr WideView titleBarBGColor = TEXT("titleBarBGColor");
+constexpr WideView noteTitleColor = TEXT("noteTitleColor");
+constexpr WideView noteBodyColor = TEXT("noteBodyColor");
+constexpr WideView position = TEXT("position");
+constexpr WideView x = TEXT("x");
+constexpr WideView y = TEXT("y");
+constexpr WideView width = TEXT("width");
+constexpr WideView height = TEXT("height");
+constexpr WideView monitor = TEXT("monitor");
+constexpr WideView device = TEXT("device");
+constexpr WideView bounds = TEXT("bounds");
+constexpr WideView left = TEXT("left");
+constexpr WideView top = TEXT("top");
+constexpr WideView right = TEXT("right");
+constexpr WideView bottom = TEXT("bottom");
+constexpr WideView editable = TEXT("editable");
+constexpr WideView allowNewNote = TEXT("allowNewNote");
+constexpr WideView logo = TEXT("logo");
+}  // namespace keys
+
 constexpr LONG kLeastWidth = 120, kLeastHeight = 100, kLargestExtent = 8000;
 
 int hexValue(WCHAR unit) {
@@ -37,7 +67,7 @@ class Members {
         for (std::size_t tried = 0; tried < members_.size(); ++tried) {
             if (next_ == members_.size()) next_ = 0;
             JsonMember& member = members_[next_++];
-            if (member.key == key) return &member.value;
+            if (sameText(member.key, key)) return &member.value;
         }
         return nullptr;
     }
@@ -72,71 +102,71 @@ SYSTEMTIME now() {
 }
 
 void readColors(Members& members, NoteRecord& record) {
-    parseColor(members.text(TEXT("bgColor")), record.bgColor);
-    record.titleBarBGColorSet = parseColor(members.text(TEXT("titleBarBGColor")), record.titleBarBGColor);
-    parseColor(members.text(TEXT("noteTitleColor")), record.noteTitleColor);
-    parseColor(members.text(TEXT("noteBodyColor")), record.noteBodyColor);
+    parseColor(members.text(keys::bgColor), record.bgColor);
+    record.titleBarBGColorSet = parseColor(members.text(keys::titleBarBGColor), record.titleBarBGColor);
+    parseColor(members.text(keys::noteTitleColor), record.noteTitleColor);
+    parseColor(members.text(keys::noteBodyColor), record.noteBodyColor);
 }
 
 void readPosition(Members members, NoteRecord& record) {
     record.hasPosition = true;
-    record.x = members.number(TEXT("x"), record.x);
-    record.y = members.number(TEXT("y"), record.y);
-    record.width = members.number(TEXT("width"), record.width);
-    record.height = members.number(TEXT("height"), record.height);
+    record.x = members.number(keys::x, record.x);
+    record.y = members.number(keys::y, record.y);
+    record.width = members.number(keys::width, record.width);
+    record.height = members.number(keys::height, record.height);
 }
 
 RECT readBounds(Members members) {
-    const LONG left = members.number(TEXT("left"), 0), top = members.number(TEXT("top"), 0);
-    return {left, top, members.number(TEXT("right"), 0), members.number(TEXT("bottom"), 0)};
+    const LONG left = members.number(keys::left, 0), top = members.number(keys::top, 0);
+    return {left, top, members.number(keys::right, 0), members.number(keys::bottom, 0)};
 }
 
 void readPlace(Members& members, NoteRecord& record) {
     // A value of another kind has no members, so only the position, whose presence counts, has its kind tested.
-    JsonValue* const position = members.find(TEXT("position"));
+    JsonValue* const position = members.find(keys::position);
     if (position != nullptr && position->kind == JsonKind::Object) readPosition(Members(*position), record);
     record.width = std::clamp(record.width, kLeastWidth, kLargestExtent);
     record.height = std::clamp(record.height, kLeastHeight, kLargestExtent);
-    if (JsonValue* const monitor = members.find(TEXT("monitor"))) {
+    if (JsonValue* const monitor = members.find(keys::monitor)) {
         Members inner(*monitor);
-        record.monitorDevice = inner.takeText(TEXT("device"));
-        if (JsonValue* const bounds = inner.find(TEXT("bounds"))) record.monitorBounds = readBounds(Members(*bounds));
+        record.monitorDevice = inner.takeText(keys::device);
+        if (JsonValue* const bounds = inner.find(keys::bounds)) record.monitorBounds = readBounds(Members(*bounds));
     }
 }
 
 // The members of a note's document in their order, told to `out`, which makes values or text of them.
 template <typename Out>
 void describe(const NoteRecord& record, Out& out) {
-    out.text(TEXT("id"), record.id);
-    out.text(TEXT("title"), record.title);
-    out.text(TEXT("content"), record.content);
-    if (!record.contentRtf.empty()) out.text(TEXT("contentRtf"), record.contentRtf);
-    out.text(TEXT("author"), record.author);
-    out.text(TEXT("created"), formatUtcTime(record.created));
-    out.text(TEXT("modified"), formatUtcTime(record.modified));
-    if (record.bgColor != kDefaultNoteColor) out.text(TEXT("bgColor"), formatColor(record.bgColor));
-    if (record.titleBarBGColorSet) out.text(TEXT("titleBarBGColor"), formatColor(record.titleBarBGColor));
+    out.text(keys::id, record.id);
+    out.text(keys::title, record.title);
+    out.text(keys::content, record.content);
+    if (!record.contentRtf.empty()) out.text(keys::contentRtf, record.contentRtf);
+    out.text(keys::author, record.author);
+    out.text(keys::created, formatUtcTime(record.created));
+    out.text(keys::modified, formatUtcTime(record.modified));
+    if (record.bgColor != kDefaultNoteColor) out.text(keys::bgColor, formatColor(record.bgColor));
+    if (record.titleBarBGColorSet) out.text(keys::titleBarBGColor, formatColor(record.titleBarBGColor));
     if (record.noteTitleColor != kDefaultTextColor)
-        out.text(TEXT("noteTitleColor"), formatColor(record.noteTitleColor));
-    if (record.noteBodyColor != kDefaultTextColor) out.text(TEXT("noteBodyColor"), formatColor(record.noteBodyColor));
-    out.open(TEXT("position"));
-    out.number(TEXT("x"), record.x);
-    out.number(TEXT("y"), record.y);
-    out.number(TEXT("width"), record.width);
-    out.number(TEXT("height"), record.height);
+        out.text(keys::noteTitleColor, formatColor(record.noteTitleColor));
+    if (record.noteBodyColor != kDefaultTextColor) out.text(keys::noteBodyColor, formatColor(record.noteBodyColor));
+    out.open(keys::position);
+    out.number(keys::x, record.x);
+    out.number(keys::y, record.y);
+    out.number(keys::width, record.width);
+    out.number(keys::height, record.height);
     out.close();
-    out.open(TEXT("monitor"));
-    out.text(TEXT("device"), record.monitorDevice);
-    out.open(TEXT("bounds"));
-    out.number(TEXT("left"), record.monitorBounds.left);
-    out.number(TEXT("top"), record.monitorBounds.top);
-    out.number(TEXT("right"), record.monitorBounds.right);
-    out.number(TEXT("bottom"), record.monitorBounds.bottom);
+    out.open(keys::monitor);
+    out.text(keys::device, record.monitorDevice);
+    out.open(keys::bounds);
+    out.number(keys::left, record.monitorBounds.left);
+    out.number(keys::top, record.monitorBounds.top);
+    out.number(keys::right, record.monitorBounds.right);
+    out.number(keys::bottom, record.monitorBounds.bottom);
     out.close();
     out.close();
-    out.flag(TEXT("editable"), record.editable);
-    if (record.allowNewNote) out.flag(TEXT("allowNewNote"), true);
-    if (!record.logo.empty()) out.text(TEXT("logo"), record.logo);
+    out.flag(keys::editable, record.editable);
+    if (record.allowNewNote) out.flag(keys::allowNewNote, true);
+    if (!record.logo.empty()) out.text(keys::logo, record.logo);
 }
 
 class ValueBuilder {
@@ -185,26 +215,26 @@ bool saveNoteFile(const WideString& path, const NoteRecord& record, WideString* 
 }
 
 bool noteFromJson(const JsonValue& value, NoteRecord& outRecord) {
-    if (value.find(TEXT("id")).asString().empty()) return false;
+    if (value.find(keys::id).asString().empty()) return false;
     return noteFromJson(JsonValue(value), outRecord);
 }
 
 bool noteFromJson(JsonValue&& value, NoteRecord& outRecord) {
-    if (value.find(TEXT("id")).asString().empty()) return false;
+    if (value.find(keys::id).asString().empty()) return false;
     Members members(value);
     outRecord = NoteRecord();
-    outRecord.id = members.takeText(TEXT("id"));
-    outRecord.title = members.takeText(TEXT("title"));
-    outRecord.content = members.takeText(TEXT("content"));
-    outRecord.contentRtf = members.takeText(TEXT("contentRtf"));
-    outRecord.author = members.takeText(TEXT("author"));
-    if (!parseUtcTime(members.text(TEXT("created")), outRecord.created)) outRecord.created = now();
-    if (!parseUtcTime(members.text(TEXT("modified")), outRecord.modified)) outRecord.modified = outRecord.created;
+    outRecord.id = members.takeText(keys::id);
+    outRecord.title = members.takeText(keys::title);
+    outRecord.content = members.takeText(keys::content);
+    outRecord.contentRtf = members.takeText(keys::contentRtf);
+    outRecord.author = members.takeText(keys::author);
+    if (!parseUtcTime(members.text(keys::created), outRecord.created)) outRecord.created = now();
+    if (!parseUtcTime(members.text(keys::modified), outRecord.modified)) outRecord.modified = outRecord.created;
     readColors(members, outRecord);
     readPlace(members, outRecord);
-    outRecord.editable = members.flag(TEXT("editable"));
-    outRecord.allowNewNote = members.flag(TEXT("allowNewNote"));
-    outRecord.logo = members.takeText(TEXT("logo"));
+    outRecord.editable = members.flag(keys::editable);
+    outRecord.allowNewNote = members.flag(keys::allowNewNote);
+    outRecord.logo = members.takeText(keys::logo);
     return true;
 }
 
