@@ -2,7 +2,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
-#include <filesystem>
+#include <utility>
 
 #include "bench/Documents.h"
 #include "common/Folders.h"
@@ -22,6 +22,8 @@ WideString noteFile(int number) {
 }
 
 void makeNotes() {
+    static bool made = false;
+    if (std::exchange(made, true)) return;
     createDirectoryTree(folder());
     for (int i = 0; i < kNotes; ++i)
         if (!writeFileAtomic(noteFile(i), documents()[0].bytes)) std::abort();

@@ -47,7 +47,7 @@ bool isSurrogate(char32_t c) {
 }
 
 // The character that starts at `at`, which moves behind it. A malformed sequence ends before the first byte that cannot
-// continue it; one that the end of the text cuts short takes all that is left. These are the rules of Windows.
+// continue it; one that the end of the text cuts short takes all that is left. These are the rules that Wine has.
 char32_t decodeUtf8(std::string_view bytes, std::size_t& at) {
     const unsigned lead = static_cast<unsigned char>(bytes[at++]);
     if (lead < 0x80) return lead;

@@ -18,6 +18,7 @@ constexpr int kTooDeep = 65;
 constexpr std::size_t kMostElements = 1048576;
 constexpr std::size_t kLongString = 16777216;
 constexpr std::size_t kIndexFrom = 64;  // members
+constexpr unsigned kFewObjects = 64;    // a document with many more is none of ours, and room costs memory
 
 template <typename Unit>
 unsigned valueOf(Unit unit) {
@@ -89,6 +90,7 @@ class JsonParser {
     const Unit* end;
     int line = 1;
     int column = 1;
+    unsigned smallObjects_ = 0;
 };
 
 template <typename Unit>
@@ -120,7 +122,8 @@ template <typename Unit>
 void JsonParser<Unit>::skipBlanks() {
     constexpr ULONGLONG kBlanks = 1ULL << ' ' | 1ULL << '\n' | 1ULL << '\r' | 1ULL << '\t';
     const Unit* at = cursor;
-    while (at != end && valueOf(*at) <= ' ' && (kBlanks >> valueOf(*at) & 1) != 0) ++at;
+    while (at != end && valueOf(*at) <= ' ' && (kBlanks >> valueOf(*at) & 1) != 0)
+        ++at;
     cursor = at;
 }
 
@@ -283,9 +286,10 @@ bool JsonParser<Unit>::parseString(WideString& out) {
     return parseEndOfLongString(out);
 }
 
-// Near the limit the length counts before every unit.
+// Near the limit the length counts before every unit of UTF-16, so that bytes are not the way to go.
 template <typename Unit>
 bool JsonParser<Unit>::parseEndOfLongString(WideString& out) {
+    if (sizeof(Unit) == 1) return fail(TEXT("string too long"));
     while (!take('"')) {
         if (!atEnd() && out.size() > kLongString) return fail(TEXT("string too long"));
         WCHAR units[2];
@@ -412,7 +416,10 @@ bool JsonParser<Unit>::parseObject(JsonValue& out, int depth) {
     skipBlanks();
     if (take('}')) return true;
     KeyIndex index;
-    out.members.reserve(depth == 0 ? 16 : 4);  // a note's document, and the objects inside it
+    if (depth == 0)
+        out.members.reserve(16);  // a note's document has as many
+    else if (smallObjects_++ < kFewObjects)
+        out.members.reserve(4);  // and the objects inside it have four
     for (std::size_t count = 1;;) {
         if (!parseMember(out, index, depth)) return false;
         skipBlanks();
@@ -445,12 +452,14 @@ bool JsonParser<Unit>::parseMember(JsonValue& object, KeyIndex& index, int depth
 
 }  // namespace
 
+// The text may lie in the value that is replaced, so nothing of that is touched before the end.
 bool parseJson(WideView text, JsonValue& outValue, WideString* outError) {
-    outValue = JsonValue();
+    JsonValue parsed;
     JsonParser<WCHAR> parser(text.data(), text.size());
-    if (parser.parseDocument(outValue)) return true;
-    if (outError != nullptr) *outError = std::move(parser.error);
-    return false;
+    const bool isWhole = parser.parseDocument(parsed);
+    outValue = std::move(parsed);
+    if (!isWhole && outError != nullptr) *outError = std::move(parser.error);
+    return isWhole;
 }
 
 bool parseJsonUtf8(std::string_view bytes, JsonValue& outValue, WideString* outError) {

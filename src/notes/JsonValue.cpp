@@ -12,7 +12,8 @@ const JsonValue& sharedNull() {
 
 template <typename Members>
 auto position(Members& members, WideView key) {
-    return std::find_if(members.begin(), members.end(), [key](const JsonMember& member) { return sameText(member.key, key); });
+    return std::find_if(members.begin(), members.end(),
+                        [key](const JsonMember& member) { return sameText(member.key, key); });
 }
 
 void become(JsonValue& value, JsonKind kind) {
@@ -24,7 +25,6 @@ void become(JsonValue& value, JsonKind kind) {
 }  // namespace
 
 JsonValue::JsonValue(const JsonValue&) = default;
-JsonValue& JsonValue::operator=(const JsonValue&) = default;
 JsonValue::~JsonValue() = default;
 
 JsonValue::JsonValue(JsonValue&& other) noexcept
@@ -44,6 +44,11 @@ JsonValue& JsonValue::operator=(JsonValue&& other) noexcept {
     items.swap(taken.items);
     members.swap(taken.members);
     return *this;
+}
+
+JsonValue& JsonValue::operator=(const JsonValue& other) {
+    JsonValue copy(other);  // the source may be a part of this value
+    return *this = std::move(copy);
 }
 
 const JsonValue& JsonValue::find(WideView key) const {
@@ -70,7 +75,12 @@ void JsonValue::set(WideView key, JsonValue value) {
 }
 
 JsonValue& JsonValue::member(WideView key) {
-    become(*this, JsonKind::Object);
+    if (kind != JsonKind::Object) {
+        WideString name(key);  // which may be a part of what is discarded
+        become(*this, JsonKind::Object);
+        members.push_back({std::move(name), JsonValue()});
+        return members.back().value;
+    }
     const auto found = position(members, key);
     if (found != members.end()) return found->value;
     members.push_back({WideString(key), JsonValue()});

@@ -2,8 +2,10 @@
 // value(), after key() where it is a member; open() and close() stand around those of a container.
 #pragma once
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <string>
 
 #include "common/WideText.h"

@@ -71,10 +71,16 @@ class Members {
         }
         return nullptr;
     }
+    // Null also for a value of another kind.
+    JsonValue* findObject(WideView key) {
+        JsonValue* const value = find(key);
+        return value != nullptr && value->kind == JsonKind::Object ? value : nullptr;
+    }
     // Moved out; empty where there is no text.
     WideString takeText(WideView key) {
         JsonValue* const value = find(key);
-        return value == nullptr ? WideString() : std::move(value->stringValue);
+        const bool isText = value != nullptr && value->kind == JsonKind::String;
+        return isText ? std::move(value->stringValue) : WideString();
     }
     const WideString& text(WideView key) {
         static const WideString empty;
@@ -83,7 +89,7 @@ class Members {
     }
     bool flag(WideView key) {
         const JsonValue* const value = find(key);
-        return value != nullptr && value->boolValue;
+        return value != nullptr && value->kind == JsonKind::Bool && value->boolValue;
     }
     LONG number(WideView key, LONG otherwise) {
         const JsonValue* const value = find(key);
@@ -122,15 +128,14 @@ RECT readBounds(Members members) {
 }
 
 void readPlace(Members& members, NoteRecord& record) {
-    // A value of another kind has no members, so only the position, whose presence counts, has its kind tested.
-    JsonValue* const position = members.find(keys::position);
-    if (position != nullptr && position->kind == JsonKind::Object) readPosition(Members(*position), record);
+    if (JsonValue* const position = members.findObject(keys::position)) readPosition(Members(*position), record);
     record.width = std::clamp(record.width, kLeastWidth, kLargestExtent);
     record.height = std::clamp(record.height, kLeastHeight, kLargestExtent);
-    if (JsonValue* const monitor = members.find(keys::monitor)) {
+    if (JsonValue* const monitor = members.findObject(keys::monitor)) {
         Members inner(*monitor);
         record.monitorDevice = inner.takeText(keys::device);
-        if (JsonValue* const bounds = inner.find(keys::bounds)) record.monitorBounds = readBounds(Members(*bounds));
+        if (JsonValue* const bounds = inner.findObject(keys::bounds))
+            record.monitorBounds = readBounds(Members(*bounds));
     }
 }
 
@@ -146,8 +151,7 @@ void describe(const NoteRecord& record, Out& out) {
     out.text(keys::modified, formatUtcTime(record.modified));
     if (record.bgColor != kDefaultNoteColor) out.text(keys::bgColor, formatColor(record.bgColor));
     if (record.titleBarBGColorSet) out.text(keys::titleBarBGColor, formatColor(record.titleBarBGColor));
-    if (record.noteTitleColor != kDefaultTextColor)
-        out.text(keys::noteTitleColor, formatColor(record.noteTitleColor));
+    if (record.noteTitleColor != kDefaultTextColor) out.text(keys::noteTitleColor, formatColor(record.noteTitleColor));
     if (record.noteBodyColor != kDefaultTextColor) out.text(keys::noteBodyColor, formatColor(record.noteBodyColor));
     out.open(keys::position);
     out.number(keys::x, record.x);

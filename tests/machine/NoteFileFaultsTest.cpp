@@ -87,6 +87,20 @@ TEST_F(MachineTest, writesAreOf64KiBAndFlushedBeforeTheRename) {
     EXPECT_EQ(faults::uses("WriteFile"), 0U);
 }
 
+TEST_F(MachineTest, flushThatFailsIsNoFailedSaveAndACleanUpThatFailsIsOne) {
+    writeFile(kPath, kOld);
+    faults::arm({"FlushFileBuffers", 1, Action::Fail, 1});
+    EXPECT_TRUE(writeFileAtomic(kPath, kNew));
+    EXPECT_TRUE(readFile(kPath) == kNew);
+    faults::clear();
+    faults::arm({"MoveFileExW", 1, Action::Fail, 5});
+    faults::arm({"DeleteFileW", 1, Action::Fail, 32});
+    EXPECT_FALSE(writeFileAtomic(kPath, kOld));
+    EXPECT_EQ(GetLastError(), 5U);
+    EXPECT_TRUE(readFile(kPath) == kNew);
+    EXPECT_TRUE(readFile(kTemporary) == kOld) << "the one case in which it stays";
+}
+
 TEST_F(MachineTest, fullDiskIsAFailedSave) {
     writeFile(kPath, kOld);
     faults::arm({"WriteFile", 2, Action::Fail, ERROR_DISK_FULL});

@@ -121,18 +121,48 @@ TEST(Json, stringsHaveTheirLimit) {
         {kMost, "x", false},
         {kMost, "\\n", false},
         {kMost - 1, "\\ud83d\\ude00", true},
-        {kMost - 1, "\xF0\x9F\x98\x80", true},
-        {kMost - 1, "\xF0\x9F\x98\x80x", false},
+        {kMost - 2, "\xF0\x9F\x98\x80", true},
+        {kMost - 1, "\xF0\x9F\x98\x80", false},
+        {kMost - 1, "\\ud83d\\ude00x", false},
         {kMost, "\\ud83d\\ude00", false},
     };
     for (const auto& row : rows) {
-        // By bytes only: the surrogate pair of a raw character is two units on both ways.
         const std::string bytes = "\"" + std::string(row.plainUnits, 'a') + row.tail + "\"";
         JsonValue value;
         WideString error;
         EXPECT_EQ(parseJsonUtf8(bytes, value, &error), row.ok) << row.plainUnits << row.tail;
         EXPECT_EQ(utf8(error).find("string too long") != std::string::npos, !row.ok) << utf8(error);
     }
+}
+
+TEST(Json, keysThatStandTwiceAreFoundInLargeObjectsToo) {
+    for (const int members : {63, 64, 65, 200}) {
+        std::string document = "{";
+        for (int i = 0; i < members; ++i)
+            document += "\"k" + std::to_string(i) + "\":" + std::to_string(i) + ",";
+        const int again[] = {0, members - 1, members / 2, 0};
+        for (const int key : again)
+            document += "\"k" + std::to_string(key) + "\":-1,";
+        JsonValue value;
+        ASSERT_TRUE(parseJsonUtf8(document + "\"new\":1,\"new\":2}", value, nullptr));
+        ASSERT_EQ(value.members.size(), static_cast<std::size_t>(members) + 1) << members;
+        for (const int key : again)
+            EXPECT_EQ(value.members[static_cast<std::size_t>(key)].value.numberValue, -1);
+        EXPECT_EQ(value.members.back().value.numberValue, 2);
+    }
+}
+
+TEST(Json, valuesMayBeMadeFromTheirOwnParts) {
+    JsonValue value;
+    ASSERT_TRUE(parseJson(TEXT("[[1,2,3,4,5,6,7,8]]"), value, nullptr));
+    value = value.items[0];
+    EXPECT_EQ(serializeJsonUtf8(value, false), "[1,2,3,4,5,6,7,8]");
+    JsonValue text(WideString(TEXT("{\"a text that is longer than its value holds in place\":1}")));
+    ASSERT_TRUE(parseJson(text.stringValue, text, nullptr));
+    EXPECT_EQ(text.members.size(), 1U);
+    JsonValue name(WideString(TEXT("a name that is longer than its value holds in place")));
+    name.set(name.stringValue, JsonValue(true));
+    EXPECT_EQ(serializeJsonUtf8(name, false), "{\"a name that is longer than its value holds in place\":true}");
 }
 
 TEST(Json, bothWaysOfReadingAgreeOnDamagedDocuments) {

@@ -53,6 +53,7 @@ TEST(NoteRecord, whatSurvivesOneLoadAndSave) {
         {"\"titleBarBGColor\":\"yellow\"", "titleBarBGColor", ""},
         {"\"created\":\"2026-03-14T09:26:53.9+02:00\"", "created", "\"2026-03-14T09:26:53Z\""},
         {"\"created\":\"2026-03-14T09:26:53Z\",\"modified\":\"yesterday\"", "modified", "\"2026-03-14T09:26:53Z\""},
+        {"\"created\":\"?\",\"modified\":\"2026-03-14T09:26:53Z\"", "modified", "\"2026-03-14T09:26:53Z\""},
         {"\"position\":{}", "position", "{\"x\":0,\"y\":0,\"width\":260,\"height\":260}"},
         {"\"position\":{\"width\":1,\"height\":99999}", "position", "{\"x\":0,\"y\":0,\"width\":120,\"height\":8000}"},
         {"\"position\":{\"width\":8001,\"height\":99}", "position", "{\"x\":0,\"y\":0,\"width\":8000,\"height\":100}"},
@@ -64,6 +65,8 @@ TEST(NoteRecord, whatSurvivesOneLoadAndSave) {
          "{\"x\":2147483647,\"y\":-2147483648,\"width\":260,\"height\":260}"},
         {"\"monitor\":{\"device\":5,\"bounds\":[1]}", "monitor",
          "{\"device\":\"\",\"bounds\":{\"left\":0,\"top\":0,\"right\":0,\"bottom\":0}}"},
+        {"\"monitor\":{\"bounds\":{\"left\":1e10,\"top\":2147483648}}", "monitor",
+         "{\"device\":\"\",\"bounds\":{\"left\":-2147483648,\"top\":-2147483648,\"right\":0,\"bottom\":0}}"},
         {"\"monitor\":{\"bounds\":{\"left\":-5.5,\"right\":\"7\",\"bottom\":9}}", "monitor",
          "{\"device\":\"\",\"bounds\":{\"left\":-5,\"top\":0,\"right\":0,\"bottom\":9}}"},
         {"", "editable", "false"},
@@ -164,7 +167,9 @@ TEST(NoteRecord, samplesAreWhatTheDocumentationSays) {
         WideString error;
         const WideString path =
             joinPath(parentPath(executablePath()), WideString(TEXT("test-data\\format\\")) + row.file);
+        record.title = TEXT("kept");
         EXPECT_EQ(loadNoteFile(path, record, &error), *row.error == 0) << utf8(row.file);
+        EXPECT_EQ(utf8(record.title) == "kept", *row.error != 0) << "a failure changes nothing";
         EXPECT_EQ(utf8(error), row.error) << utf8(row.file);
     }
 }
