@@ -9,6 +9,7 @@ set -u
 cd "$(dirname "$0")/.."
 : "${WINEPREFIX:=$PWD/build/wineprefix}"
 export WINEPREFIX WINEDEBUG=-all WINEDLLOVERRIDES='mscoree=;mshtml='
+export LC_ALL=C.UTF-8  # in the C locale Wine cannot make files whose names are not ASCII
 mkdir -p "$(dirname "$WINEPREFIX")"
 exec 9>"$WINEPREFIX.lock"
 flock 9
