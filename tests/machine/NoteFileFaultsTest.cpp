@@ -83,6 +83,9 @@ TEST_F(MachineTest, writesAreOf64KiBAndFlushedBeforeTheRename) {
     EXPECT_EQ(faults::uses("WriteFile"), 4U);
     EXPECT_EQ(faults::uses("FlushFileBuffers"), 1U);
     faults::clear();
+    EXPECT_TRUE(writeFileAtomic(kPath, std::string(131072, 'x')));
+    EXPECT_EQ(faults::uses("WriteFile"), 2U);
+    faults::clear();
     EXPECT_TRUE(writeFileAtomic(kPath, ""));
     EXPECT_EQ(faults::uses("WriteFile"), 0U);
 }
