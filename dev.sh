@@ -107,7 +107,7 @@ command_bench() {
     need libbenchmark-dev libsimdjson-dev rapidjson-dev nlohmann-json3-dev
     cmake_options=(-DVELLUM_BENCH=ON)
     build native-release vellum-bench
-    say "measuring, about three minutes"
+    say "measuring, about a minute"
     VELLUM_MACHINE=$PWD/build/bench-machine build/native-release/vellum-bench "$@"
 }
 
