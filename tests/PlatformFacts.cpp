@@ -21,6 +21,7 @@ static_assert(!std::is_same_v<HWND, HKEY> && !std::is_same_v<HRSRC, HINSTANCE> &
 
 static_assert(sizeof(SYSTEMTIME) == 16 && offsetof(SYSTEMTIME, wDay) == 6 && offsetof(SYSTEMTIME, wMilliseconds) == 14);
 static_assert(sizeof(LARGE_INTEGER) == 8 && sizeof(LUID) == 8 && offsetof(LUID, HighPart) == 4);
+static_assert(sizeof(RECT) == 16 && offsetof(RECT, right) == 8 && sizeof(COLORREF) == 4);
 static_assert(sizeof(GUID) == 16 && offsetof(GUID, Data2) == 4 && offsetof(GUID, Data4) == 8);
 static_assert(sizeof(SECURITY_ATTRIBUTES) == 24 && offsetof(SECURITY_ATTRIBUTES, bInheritHandle) == 16);
 static_assert(sizeof(CRITICAL_SECTION) == 40 && sizeof(INITCOMMONCONTROLSEX) == 8);
@@ -48,6 +49,7 @@ static_assert(ERROR_FILE_EXISTS == 80 && ERROR_INVALID_PARAMETER == 87 && ERROR_
 static_assert(ERROR_CALL_NOT_IMPLEMENTED == 120 && ERROR_INSUFFICIENT_BUFFER == 122 && ERROR_INVALID_NAME == 123);
 static_assert(ERROR_DIR_NOT_EMPTY == 145 && ERROR_ALREADY_EXISTS == 183 && ERROR_ENVVAR_NOT_FOUND == 203);
 static_assert(ERROR_FILENAME_EXCED_RANGE == 206 && ERROR_NO_DATA == 232 && ERROR_MORE_DATA == 234);
+static_assert(ERROR_FILE_TOO_LARGE == 223 && ERROR_NO_UNICODE_TRANSLATION == 1113 && MB_ERR_INVALID_CHARS == 8);
 static_assert(ERROR_IO_DEVICE == 1117 && ERROR_RESOURCE_DATA_NOT_FOUND == 1812);
 static_assert(ERROR_RESOURCE_TYPE_NOT_FOUND == 1813 && ERROR_RESOURCE_NAME_NOT_FOUND == 1814);
 static_assert(ERROR_CANT_ACCESS_FILE == 1920 && ERROR_CTX_WINSTATION_NOT_FOUND == 7022);
@@ -66,6 +68,7 @@ CALL(GetLastError, DWORD());
 CALL(SetLastError, void(DWORD));
 CALL(CloseHandle, BOOL(HANDLE));
 CALL(CreateFileW, HANDLE(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE));
+CALL(ReadFile, BOOL(HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED));
 CALL(WriteFile, BOOL(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED));
 CALL(FlushFileBuffers, BOOL(HANDLE));
 CALL(GetFileSizeEx, BOOL(HANDLE, PLARGE_INTEGER));
@@ -93,6 +96,7 @@ CALL(LockResource, LPVOID(HGLOBAL));
 CALL(InitializeCriticalSection, void(LPCRITICAL_SECTION));
 CALL(EnterCriticalSection, void(LPCRITICAL_SECTION));
 CALL(LeaveCriticalSection, void(LPCRITICAL_SECTION));
+CALL(MultiByteToWideChar, int(UINT, DWORD, LPCCH, int, LPWSTR, int));
 CALL(WideCharToMultiByte, int(UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL));
 CALL(CompareStringOrdinal, int(LPCWCH, int, LPCWCH, int, BOOL));
 CALL(RegCreateKeyExW, LSTATUS(HKEY, LPCWSTR, DWORD, LPWSTR, DWORD, REGSAM, LPSECURITY_ATTRIBUTES, PHKEY, LPDWORD));
