@@ -25,8 +25,10 @@ class Ratios : public benchmark::BenchmarkReporter {
             std::string name = run.run_name.function_name;
             const std::size_t slash = name.find('/');
             Row& row = rowOf(name.substr(0, slash));
+            const bool isOnTheWall = !run.run_name.time_type.empty();
             const auto rate = run.counters.find("bytes_per_second");
-            row.entries.push_back({name.substr(slash + 1), run.GetAdjustedRealTime(),
+            row.entries.push_back({name.substr(slash + 1),
+                                   isOnTheWall ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime(),
                                    rate == run.counters.end() ? 0 : rate->second.value / 1e6});
         }
         std::fprintf(stderr, ".");

@@ -29,18 +29,21 @@ unsigned valueOf(Unit unit) {
 // every key were looked for one by one.
 class KeyIndex {
   public:
-    // Where the member with that key stands; the size of `members` if there is none.
-    std::size_t find(const std::vector<JsonMember>& members, const WideString& key) {
-        if (members.size() < kIndexFrom) {
-            const auto found = std::find_if(members.begin(), members.end(),
-                                            [&key](const JsonMember& member) { return sameText(member.key, key); });
-            return static_cast<std::size_t>(found - members.begin());
+    // Where the key of the last member stood first.
+    std::size_t find(const std::vector<JsonMember>& members) {
+        const std::size_t last = members.size() - 1;
+        const WideString& key = members[last].key;
+        if (last < kIndexFrom) {
+            std::size_t place = 0;
+            while (!sameText(members[place].key, key))
+                ++place;
+            return place;
         }
-        for (; indexed_ < members.size(); ++indexed_)
+        for (; indexed_ < last; ++indexed_)
             places_.emplace(hash_(members[indexed_].key), indexed_);
         for (auto [at, end] = places_.equal_range(hash_(key)); at != end; ++at)
             if (members[at->second].key == key) return at->second;
-        return members.size();
+        return last;
     }
 
   private:
@@ -433,20 +436,16 @@ bool JsonParser<Unit>::parseObject(JsonValue& out, int depth) {
 // A key that stands twice keeps its first place and takes the last value.
 template <typename Unit>
 bool JsonParser<Unit>::parseMember(JsonValue& object, KeyIndex& index, int depth) {
-    WideString key;
+    JsonMember& member = object.members.emplace_back();
     skipBlanks();
-    if (!parseString(key)) return false;
+    if (!parseString(member.key)) return false;
     skipBlanks();
     if (!take(':')) return fail(TEXT("expected ':'"));
-    const std::size_t place = index.find(object.members, key);
-    if (place == object.members.size()) {
-        JsonMember& member = object.members.emplace_back();
-        member.key = std::move(key);
-        return parseValue(member.value, depth + 1);
-    }
-    JsonValue value;
-    if (!parseValue(value, depth + 1)) return false;
-    object.members[place].value = std::move(value);
+    if (!parseValue(member.value, depth + 1)) return false;
+    JsonMember& first = object.members[index.find(object.members)];
+    if (&first == &member) return true;
+    first.value = std::move(member.value);
+    object.members.pop_back();
     return true;
 }
 
