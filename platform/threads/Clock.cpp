@@ -6,12 +6,24 @@
 
 #include "Gate.h"
 #include "Machine.h"
+#include "threads/Clock.h"
+#include "threads/Waiting.h"
 
 namespace platform {
 namespace {
 
-std::atomic<bool> standsStill{false};
+std::atomic<bool> taken{false};
 std::atomic<std::int64_t> testTime{0};
+
+// Under the lock, so that no thread that is about to sleep misses the change.
+void change(bool takes, std::int64_t milliseconds) {
+    {
+        std::lock_guard hold(waiting::lock());
+        testTime = milliseconds;
+        taken = takes;
+    }
+    waiting::wake();
+}
 
 SYSTEMTIME systemTime(bool local) {
     const std::int64_t milliseconds = clock::now();
@@ -30,21 +42,24 @@ SYSTEMTIME systemTime(bool local) {
 
 std::int64_t clock::now() {
     using namespace std::chrono;
-    if (standsStill) return testTime;
+    if (taken) return testTime;
     return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
+bool clock::standsStill() {
+    return taken;
+}
+
 void clock::set(std::int64_t milliseconds) {
-    testTime = milliseconds;
-    standsStill = true;
+    change(true, milliseconds);
 }
 
 void clock::advance(std::int64_t milliseconds) {
-    testTime += milliseconds;
+    change(taken, testTime + milliseconds);
 }
 
 void clock::useRealTime() {
-    standsStill = false;
+    change(false, 0);
 }
 
 }  // namespace platform
