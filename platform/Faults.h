@@ -44,5 +44,6 @@ bool parse(std::string_view text, std::vector<Fault>& faults);
 std::size_t openHandles();      // files, keys and the like
 std::size_t openAllocations();  // memory that the caller owes to LocalFree, CoTaskMemFree, WTSFreeMemory
 std::size_t openApartments();   // CoInitializeEx without its CoUninitialize, on this thread
+std::size_t openDrawing();      // GdiplusStartup without its GdiplusShutdown
 
 }  // namespace platform::faults

@@ -78,6 +78,39 @@ std::string only(const Section& section, const char* key, const fs::path& file) 
     return found == section.values.end() ? std::string() : found->second;
 }
 
+// "left top right bottom"
+RECT readRect(const std::string& text, const Section& section, const fs::path& file) {
+    std::istringstream input(text);
+    RECT rect = {};
+    if (!(input >> rect.left >> rect.top >> rect.right >> rect.bottom))
+        refuse(file, "monitor " + section.name + ": \"" + text + "\" is not left, top, right, bottom");
+    return rect;
+}
+
+Monitor readMonitor(const Section& section, const fs::path& file) {
+    Monitor monitor;
+    monitor.device = u"\\\\.\\" + toWide(section.name);
+    monitor.bounds = {0, 0, 1920, 1080};
+    for (const auto& [key, value] : section.values)
+        if (key == "bounds") monitor.bounds = readRect(value, section, file);
+    monitor.workArea = monitor.bounds;
+    for (const auto& [key, value] : section.values) {
+        if (key == "work")
+            monitor.workArea = readRect(value, section, file);
+        else if (key == "dpi")
+            monitor.dpi = std::max(1, std::atoi(value.c_str()));
+        else if (key == "primary")
+            monitor.isPrimary = value == "yes";
+        else if (key != "bounds")
+            refuse(file, "[monitor " + section.name + "] knows no \"" + key + "\"");
+    }
+    return monitor;
+}
+
+Monitor commonMonitor() {
+    return {u"\\\\.\\DISPLAY1", {0, 0, 1920, 1080}, {0, 0, 1920, 1040}, 96, true};
+}
+
 MachineDescription describe(const fs::path& file) {
     MachineDescription description;
     for (Section& section : readSections(file)) {
@@ -91,10 +124,13 @@ MachineDescription describe(const fs::path& file) {
             if (section.name.empty() || section.name.find_first_not_of("0123456789") != std::string::npos)
                 refuse(file, "a session has a number, not \"" + section.name + "\"");
             description.sessions.push_back({static_cast<DWORD>(std::stoul(section.name)), only(section, "user", file)});
+        } else if (section.kind == "monitor") {
+            description.monitors.push_back(readMonitor(section, file));
         } else {
             refuse(file, "knows no section \"" + section.kind + "\"");
         }
     }
+    if (description.monitors.empty()) description.monitors.push_back(commonMonitor());
     return description;
 }
 

@@ -3,7 +3,7 @@
 // A machine is a folder, named by the environment variable VELLUM_MACHINE (default: "vellum-machine" under the
 // user's data folder). All processes that name the same folder run on the same machine. It holds
 //
-//     machine.txt    users, sessions and the system's environment variables; meant to be edited
+//     machine.txt    users, sessions, monitors and the system's environment variables; meant to be edited
 //     drive_c/       drive C:
 //     registry/      one folder a key, one file a value
 //
@@ -36,11 +36,20 @@ struct Token {
     DWORD sessionId = 0;
 };
 
+struct Monitor {
+    std::u16string device;  // such as \\\\.\\DISPLAY1
+    RECT bounds = {};
+    RECT workArea = {};
+    LONG dpi = 96;
+    bool isPrimary = false;
+};
+
 // What machine.txt says.
 struct MachineDescription {
     std::map<std::string, std::string> environment;
     std::vector<User> users;
     std::vector<Session> sessions;
+    std::vector<Monitor> monitors;  // of every session's desktop
 };
 
 // The folder, made and filled on first need. A machine that cannot be made or read ends the process with a

@@ -2,7 +2,10 @@
 // call, constants that are passed or compared, signatures of the calls that the product makes.
 #include <windows.h>
 
+#include <objidl.h>
+
 #include <commctrl.h>
+#include <gdiplus.h>
 #include <objbase.h>
 #include <shellapi.h>
 #include <shlobj.h>
@@ -25,6 +28,31 @@ static_assert(sizeof(RECT) == 16 && offsetof(RECT, right) == 8 && sizeof(COLORRE
 static_assert(sizeof(GUID) == 16 && offsetof(GUID, Data2) == 4 && offsetof(GUID, Data4) == 8);
 static_assert(sizeof(SECURITY_ATTRIBUTES) == 24 && offsetof(SECURITY_ATTRIBUTES, bInheritHandle) == 16);
 static_assert(sizeof(CRITICAL_SECTION) == 40 && sizeof(INITCOMMONCONTROLSEX) == 8);
+
+static_assert(sizeof(MSG) == 48 && offsetof(MSG, wParam) == 16 && offsetof(MSG, pt) == 36 && sizeof(POINT) == 8);
+static_assert(sizeof(WNDCLASSEXW) == 80 && offsetof(WNDCLASSEXW, hCursor) == 40);
+static_assert(offsetof(WNDCLASSEXW, lpszClassName) == 64);
+static_assert(sizeof(CREATESTRUCTW) == 80 && offsetof(CREATESTRUCTW, style) == 48);
+static_assert(sizeof(WINDOWPOS) == 40 && offsetof(WINDOWPOS, flags) == 32 && sizeof(MINMAXINFO) == 40);
+static_assert(sizeof(MONITORINFOEXW) == 104 && offsetof(MONITORINFO, rcWork) == 20);
+static_assert(offsetof(MINMAXINFO, ptMinTrackSize) == 24 && sizeof(Gdiplus::GdiplusStartupInput) == 24);
+
+static_assert(WM_CREATE == 1 && WM_DESTROY == 2 && WM_MOVE == 3 && WM_SIZE == 5 && WM_ACTIVATE == 6);
+static_assert(WM_SETFOCUS == 7 && WM_KILLFOCUS == 8 && WM_SETTEXT == 12 && WM_GETTEXT == 13);
+static_assert(WM_GETTEXTLENGTH == 14 && WM_PAINT == 15 && WM_CLOSE == 16 && WM_QUERYENDSESSION == 17);
+static_assert(WM_QUIT == 18 && WM_ERASEBKGND == 20 && WM_ENDSESSION == 22 && WM_SHOWWINDOW == 24);
+static_assert(WM_SETTINGCHANGE == 0x1A && WM_MOUSEACTIVATE == 0x21 && WM_WINDOWPOSCHANGING == 0x46);
+static_assert(WM_WINDOWPOSCHANGED == 0x47 && WM_DISPLAYCHANGE == 0x7E && WM_NCCREATE == 0x81);
+static_assert(WM_NCDESTROY == 0x82 && WM_NCHITTEST == 0x84 && WM_TIMER == 0x113 && WM_DPICHANGED == 0x2E0);
+static_assert(WM_APP == 0x8000 && WA_INACTIVE == 0 && WA_ACTIVE == 1 && MA_ACTIVATE == 1 && SIZE_RESTORED == 0);
+static_assert(HTCLIENT == 1 && SW_SHOWNOACTIVATE == 4 && SWP_NOSIZE == 1 && SWP_NOMOVE == 2 && SWP_NOZORDER == 4);
+static_assert(SWP_NOACTIVATE == 0x10 && SWP_SHOWWINDOW == 0x40 && GWLP_USERDATA == -21 && GWL_STYLE == -16);
+static_assert((CS_VREDRAW | CS_HREDRAW | CS_DBLCLKS | CS_DROPSHADOW) == 0x2000B && GWL_EXSTYLE == -20);
+static_assert((WS_EX_TOOLWINDOW | WS_EX_TOPMOST) == 0x88 && (WS_POPUP | WS_CLIPCHILDREN) == 0x82000000);
+static_assert(WS_CHILD == 0x40000000 && WS_VISIBLE == 0x10000000 && PM_REMOVE == 1);
+static_assert(SM_CXSCREEN == 0 && SM_CYSCREEN == 1 && MONITORINFOF_PRIMARY == 1 && LOGPIXELSX == 88);
+static_assert(MONITOR_DEFAULTTONULL == 0 && MONITOR_DEFAULTTOPRIMARY == 1 && MONITOR_DEFAULTTONEAREST == 2);
+static_assert((BSF_POSTMESSAGE | BSF_IGNORECURRENTTASK) == 0x12 && BSM_APPLICATIONS == 8);
 
 static_assert(MAX_PATH == 260 && INVALID_FILE_ATTRIBUTES == 0xffffffff);
 static_assert(GENERIC_READ == 0x80000000 && GENERIC_WRITE == 0x40000000 && DELETE == 0x10000);
@@ -50,6 +78,10 @@ static_assert(ERROR_CALL_NOT_IMPLEMENTED == 120 && ERROR_INSUFFICIENT_BUFFER == 
 static_assert(ERROR_DIR_NOT_EMPTY == 145 && ERROR_ALREADY_EXISTS == 183 && ERROR_ENVVAR_NOT_FOUND == 203);
 static_assert(ERROR_FILENAME_EXCED_RANGE == 206 && ERROR_NO_DATA == 232 && ERROR_MORE_DATA == 234);
 static_assert(ERROR_FILE_TOO_LARGE == 223 && ERROR_NO_UNICODE_TRANSLATION == 1113 && MB_ERR_INVALID_CHARS == 8);
+static_assert(ERROR_MOD_NOT_FOUND == 126 && ERROR_PROC_NOT_FOUND == 127 && ERROR_INVALID_WINDOW_HANDLE == 1400);
+static_assert(ERROR_TLW_WITH_WSCHILD == 1406 && ERROR_CANNOT_FIND_WND_CLASS == 1407);
+static_assert(ERROR_CLASS_ALREADY_EXISTS == 1410 && ERROR_INVALID_MONITOR_HANDLE == 1461);
+static_assert(ERROR_NOT_ENOUGH_QUOTA == 1816);
 static_assert(ERROR_IO_DEVICE == 1117 && ERROR_RESOURCE_DATA_NOT_FOUND == 1812);
 static_assert(ERROR_RESOURCE_TYPE_NOT_FOUND == 1813 && ERROR_RESOURCE_NAME_NOT_FOUND == 1814);
 static_assert(ERROR_CANT_ACCESS_FILE == 1920 && ERROR_CTX_WINSTATION_NOT_FOUND == 7022);
@@ -105,6 +137,45 @@ CALL(RegSetValueExW, LSTATUS(HKEY, LPCWSTR, DWORD, DWORD, const BYTE*, DWORD));
 CALL(RegQueryValueExW, LSTATUS(HKEY, LPCWSTR, LPDWORD, LPDWORD, LPBYTE, LPDWORD));
 CALL(RegDeleteValueW, LSTATUS(HKEY, LPCWSTR));
 CALL(RegCloseKey, LSTATUS(HKEY));
+CALL(LoadLibraryW, HMODULE(LPCWSTR));
+CALL(GetModuleHandleW, HMODULE(LPCWSTR));
+CALL(GetProcAddress, FARPROC(HMODULE, LPCSTR));
+CALL(RegisterClassExW, ATOM(const WNDCLASSEXW*));
+CALL(CreateWindowExW, HWND(DWORD, LPCWSTR, LPCWSTR, DWORD, int, int, int, int, HWND, HMENU, HINSTANCE, LPVOID));
+CALL(DestroyWindow, BOOL(HWND));
+CALL(IsWindow, BOOL(HWND));
+CALL(ShowWindow, BOOL(HWND, int));
+CALL(UpdateWindow, BOOL(HWND));
+CALL(SetWindowPos, BOOL(HWND, HWND, int, int, int, int, UINT));
+CALL(GetWindowRect, BOOL(HWND, LPRECT));
+CALL(GetWindowLongW, LONG(HWND, int));
+CALL(GetWindowLongPtrW, LONG_PTR(HWND, int));
+CALL(SetWindowLongPtrW, LONG_PTR(HWND, int, LONG_PTR));
+CALL(FindWindowExW, HWND(HWND, HWND, LPCWSTR, LPCWSTR));
+CALL(LoadCursorW, HCURSOR(HINSTANCE, LPCWSTR));
+CALL(DefWindowProcW, LRESULT(HWND, UINT, WPARAM, LPARAM));
+CALL(SendMessageW, LRESULT(HWND, UINT, WPARAM, LPARAM));
+CALL(PostMessageW, BOOL(HWND, UINT, WPARAM, LPARAM));
+CALL(PostQuitMessage, void(int));
+CALL(GetMessageW, BOOL(LPMSG, HWND, UINT, UINT));
+CALL(PeekMessageW, BOOL(LPMSG, HWND, UINT, UINT, UINT));
+CALL(TranslateMessage, BOOL(const MSG*));
+CALL(DispatchMessageW, LRESULT(const MSG*));
+CALL(RegisterWindowMessageW, UINT(LPCWSTR));
+CALL(BroadcastSystemMessageW, LONG(DWORD, LPDWORD, UINT, WPARAM, LPARAM));
+CALL(SetTimer, UINT_PTR(HWND, UINT_PTR, UINT, TIMERPROC));
+CALL(KillTimer, BOOL(HWND, UINT_PTR));
+CALL(MonitorFromRect, HMONITOR(LPCRECT, DWORD));
+CALL(MonitorFromWindow, HMONITOR(HWND, DWORD));
+CALL(GetMonitorInfoW, BOOL(HMONITOR, LPMONITORINFO));
+CALL(EnumDisplayMonitors, BOOL(HDC, LPCRECT, MONITORENUMPROC, LPARAM));
+CALL(GetSystemMetrics, int(int));
+CALL(GetDC, HDC(HWND));
+CALL(ReleaseDC, int(HWND, HDC));
+CALL(GetDeviceCaps, int(HDC, int));
+CALL(Gdiplus::GdiplusStartup,
+     Gdiplus::GpStatus(ULONG_PTR*, const Gdiplus::GdiplusStartupInput*, Gdiplus::GdiplusStartupOutput*));
+CALL(Gdiplus::GdiplusShutdown, void(ULONG_PTR));
 CALL(MessageBoxW, int(HWND, LPCWSTR, LPCWSTR, UINT));
 CALL(CoInitializeEx, HRESULT(LPVOID, DWORD));
 CALL(CoUninitialize, void());

@@ -73,6 +73,10 @@ BOOL AttachConsole(DWORD processId);
 void OutputDebugStringW(LPCWSTR text);
 HLOCAL LocalFree(HLOCAL memory);
 
+HMODULE LoadLibraryW(LPCWSTR name);
+HMODULE GetModuleHandleW(LPCWSTR name);
+FARPROC GetProcAddress(HMODULE module, LPCSTR name);
+
 HRSRC FindResourceW(HMODULE module, LPCWSTR name, LPCWSTR type);
 DWORD SizeofResource(HMODULE module, HRSRC resource);
 HGLOBAL LoadResource(HMODULE module, HRSRC resource);

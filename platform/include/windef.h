@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #define WINAPI
+#define CALLBACK
 
 using BYTE = unsigned char;
 using WORD = std::uint16_t;
@@ -19,6 +20,12 @@ using SIZE_T = std::size_t;
 using LONG_PTR = std::intptr_t;
 using ULONG_PTR = std::uintptr_t;
 using DWORD_PTR = ULONG_PTR;
+using INT_PTR = std::intptr_t;
+using UINT_PTR = std::uintptr_t;
+using WPARAM = UINT_PTR;
+using LPARAM = LONG_PTR;
+using LRESULT = LONG_PTR;
+using ATOM = WORD;
 using BOOL = int;
 using COLORREF = DWORD;
 using CHAR = char;
@@ -34,6 +41,7 @@ using LPBYTE = BYTE*;
 using LPDWORD = DWORD*;
 using LPBOOL = BOOL*;
 using LPSTR = CHAR*;
+using LPCSTR = const CHAR*;
 using LPCCH = const CHAR*;
 using LPWSTR = WCHAR*;
 using PWSTR = WCHAR*;
@@ -50,12 +58,23 @@ using HLOCAL = HANDLE;
         int unused;          \
     };                       \
     using name = name##__*
+DECLARE_HANDLE(HBITMAP);
+DECLARE_HANDLE(HBRUSH);
+DECLARE_HANDLE(HDC);
+DECLARE_HANDLE(HFONT);
+DECLARE_HANDLE(HICON);
 DECLARE_HANDLE(HINSTANCE);
 DECLARE_HANDLE(HKEY);
+DECLARE_HANDLE(HMENU);
+DECLARE_HANDLE(HMONITOR);
 DECLARE_HANDLE(HRSRC);
 DECLARE_HANDLE(HWND);
 using HMODULE = HINSTANCE;
+using HCURSOR = HICON;
+using HGDIOBJ = void*;
 using PHKEY = HKEY*;
+
+using FARPROC = INT_PTR(WINAPI*)();
 
 #define TRUE 1
 #define FALSE 0
@@ -81,6 +100,18 @@ struct RECT {
     LONG right;
     LONG bottom;
 };
+
+using LPRECT = RECT*;
+using LPCRECT = const RECT*;
+
+struct POINT {
+    LONG x;
+    LONG y;
+};
+using LPPOINT = POINT*;
+
+#define LOWORD(value) (static_cast<WORD>(static_cast<DWORD_PTR>(value) & 0xffff))
+#define HIWORD(value) (static_cast<WORD>((static_cast<DWORD_PTR>(value) >> 16) & 0xffff))
 
 struct LUID {
     DWORD LowPart;

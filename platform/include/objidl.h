@@ -1,0 +1,4 @@
+// COM objects.
+#pragma once
+
+#include <windef.h>

@@ -1,0 +1,8 @@
+// Drawing.
+#pragma once
+
+#include <windef.h>
+
+#define LOGPIXELSX 88
+
+int GetDeviceCaps(HDC context, int index);

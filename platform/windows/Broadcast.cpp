@@ -1,0 +1,43 @@
+// Messages known by name to all processes of the machine, and their way to all windows of a session.
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "Gate.h"
+#include "Machine.h"
+#include "files/FileObject.h"
+#include "text/Encoding.h"
+#include "text/Ordinal.h"
+#include "windows/Queue.h"
+#include "windows/Remote.h"
+#include "windows/Window.h"
+
+using namespace platform;
+
+// The n-th line of the machine's list is the name of message 0xC000 + n.
+UINT RegisterWindowMessageW(LPCWSTR name) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return 0;
+    const std::string path = machineFolder() / "messages.txt";
+    const Descriptor held(open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
+    if (held.get() < 0 || flock(held.get(), LOCK_EX) != 0) {
+        SetLastError(ERROR_GEN_FAILURE);
+        return 0;
+    }
+    std::ifstream list(path);
+    UINT number = 0xC000;
+    for (std::string line; std::getline(list, line); ++number)
+        if (equalsOrdinal(toWide(line), name)) return number;
+    const std::string line = toUtf8(name) + "\n";
+    return write(held.get(), line.data(), line.size()) == static_cast<ssize_t>(line.size()) ? number : 0;
+}
+
+// The windows of this process are left out, as BSF_IGNORECURRENTTASK asks.
+LONG BroadcastSystemMessageW(DWORD, LPDWORD, UINT message, WPARAM, LPARAM) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return 0;
+    remote::ask("broadcast " + std::to_string(message), false);
+    return 1;
+}

@@ -1,0 +1,208 @@
+#include "windows/Monitors.h"
+
+#include "process/Modules.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <mutex>
+#include <optional>
+
+#include "Desktop.h"
+#include "Gate.h"
+#include "Machine.h"
+
+namespace platform {
+namespace {
+
+struct Display {
+    std::mutex lock;
+    std::optional<std::vector<Monitor>> monitors;  // none: as the machine says
+};
+
+Display& display() {
+    static Display& instance = *new Display;
+    return instance;
+}
+
+// A monitor is known by its place in the list, counted from 1.
+HMONITOR handleOf(std::size_t index) {
+    return reinterpret_cast<HMONITOR>(0x10000 + index);
+}
+
+std::optional<std::size_t> indexOf(HMONITOR handle, std::size_t count) {
+    const std::size_t index = reinterpret_cast<std::size_t>(handle) - 0x10000;
+    if (index < count) return index;
+    return std::nullopt;
+}
+
+RECT intersection(const RECT& one, const RECT& other) {
+    return {std::max(one.left, other.left), std::max(one.top, other.top), std::min(one.right, other.right),
+            std::min(one.bottom, other.bottom)};
+}
+
+LONGLONG area(const RECT& rect) {
+    if (rect.right <= rect.left || rect.bottom <= rect.top) return 0;
+    return static_cast<LONGLONG>(widthOf(rect)) * heightOf(rect);
+}
+
+// The square of how far the two rectangles are apart.
+LONGLONG distance(const RECT& one, const RECT& other) {
+    const LONGLONG x = std::max({other.left - one.right, one.left - other.right, LONG{0}});
+    const LONGLONG y = std::max({other.top - one.bottom, one.top - other.bottom, LONG{0}});
+    return x * x + y * y;
+}
+
+HMONITOR primaryOf(const std::vector<Monitor>& monitors) {
+    for (std::size_t i = 0; i < monitors.size(); ++i)
+        if (monitors[i].isPrimary) return handleOf(i);
+    return monitors.empty() ? nullptr : handleOf(0);
+}
+
+HMONITOR monitorAt(RECT rect, DWORD otherwise) {
+    const std::vector<Monitor> monitors = desktop::monitors();
+    if (rect.right <= rect.left) rect.right = rect.left + 1;  // nothing counts as a point
+    if (rect.bottom <= rect.top) rect.bottom = rect.top + 1;
+    HMONITOR found = nullptr;
+    LONGLONG most = 0, least = std::numeric_limits<LONGLONG>::max();
+    for (std::size_t i = 0; i < monitors.size(); ++i)
+        if (const LONGLONG common = area(intersection(rect, monitors[i].bounds)); common > most) {
+            most = common;
+            found = handleOf(i);
+        }
+    if (found != nullptr || otherwise == MONITOR_DEFAULTTONULL) return found;
+    if (otherwise == MONITOR_DEFAULTTOPRIMARY) return primaryOf(monitors);
+    for (std::size_t i = 0; i < monitors.size(); ++i)
+        if (const LONGLONG apart = distance(rect, monitors[i].bounds); apart < least) {
+            least = apart;
+            found = handleOf(i);
+        }
+    return found;
+}
+
+}  // namespace
+
+std::vector<Monitor> desktop::monitors() {
+    std::lock_guard hold(display().lock);
+    return display().monitors ? *display().monitors : machine().monitors;
+}
+
+void desktop::setMonitors(std::vector<Monitor> monitors) {
+    {
+        std::lock_guard hold(display().lock);
+        display().monitors = std::move(monitors);
+    }
+    for (const auto& window : topLevelWindows()) {
+        followMonitorDpi(window);
+        callWindow(*window, WM_DISPLAYCHANGE, 32);
+    }
+}
+
+LONG dpiOfWindow(const Window& window) {
+    const std::vector<Monitor> monitors = desktop::monitors();
+    const auto index = indexOf(monitorAt(screenRect(window), MONITOR_DEFAULTTONEAREST), monitors.size());
+    return index ? monitors[*index].dpi : 96;
+}
+
+}  // namespace platform
+
+using namespace platform;
+
+HMONITOR MonitorFromRect(LPCRECT rect, DWORD otherwise) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return nullptr;
+    return monitorAt(*rect, otherwise);
+}
+
+HMONITOR MonitorFromWindow(HWND handle, DWORD otherwise) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return nullptr;
+    const std::shared_ptr<Window> window = findWindow(handle);
+    if (window != nullptr) return monitorAt(screenRect(*window), otherwise);
+    return otherwise == MONITOR_DEFAULTTONULL ? nullptr : primaryOf(desktop::monitors());
+}
+
+BOOL GetMonitorInfoW(HMONITOR handle, LPMONITORINFO info) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    const std::vector<Monitor> monitors = desktop::monitors();
+    const auto index = indexOf(handle, monitors.size());
+    if (!index) {
+        SetLastError(ERROR_INVALID_MONITOR_HANDLE);
+        return FALSE;
+    }
+    if (info->cbSize != sizeof(MONITORINFO) && info->cbSize != sizeof(MONITORINFOEXW)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    const Monitor& monitor = monitors[*index];
+    info->rcMonitor = monitor.bounds;
+    info->rcWork = monitor.workArea;
+    info->dwFlags = monitor.isPrimary ? MONITORINFOF_PRIMARY : 0;
+    if (info->cbSize == sizeof(MONITORINFO)) return TRUE;
+    WCHAR* device = static_cast<MONITORINFOEXW*>(info)->szDevice;
+    const std::size_t units = std::min<std::size_t>(monitor.device.size(), CCHDEVICENAME - 1);
+    std::memcpy(device, monitor.device.data(), units * sizeof(WCHAR));
+    device[units] = 0;
+    return TRUE;
+}
+
+BOOL EnumDisplayMonitors(HDC, LPCRECT, MONITORENUMPROC callback, LPARAM parameter) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    std::vector<Monitor> monitors = desktop::monitors();
+    for (std::size_t i = 0; i < monitors.size(); ++i)
+        if (!callback(handleOf(i), nullptr, &monitors[i].bounds, parameter)) return FALSE;
+    return TRUE;
+}
+
+int GetSystemMetrics(int index) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return 0;
+    const std::vector<Monitor> monitors = desktop::monitors();
+    const auto primary = indexOf(primaryOf(monitors), monitors.size());
+    const RECT screen = primary ? monitors[*primary].bounds : RECT{0, 0, 1024, 768};
+    return index == SM_CXSCREEN ? widthOf(screen) : index == SM_CYSCREEN ? heightOf(screen) : 0;
+}
+
+HDC GetDC(HWND) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return nullptr;
+    return reinterpret_cast<HDC>(0x20000);
+}
+
+int ReleaseDC(HWND, HDC) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return 0;
+    return 1;
+}
+
+// The screen has the DPI of the primary monitor.
+int GetDeviceCaps(HDC, int index) {
+    static constinit CallSite site{__func__};
+    if (site.fails() || index != LOGPIXELSX) return 0;
+    const std::vector<Monitor> monitors = desktop::monitors();
+    const auto primary = indexOf(primaryOf(monitors), monitors.size());
+    return primary ? monitors[*primary].dpi : 96;
+}
+
+namespace platform {
+
+HRESULT WINAPI getDpiForMonitor(HMONITOR handle, MONITOR_DPI_TYPE, UINT* x, UINT* y) {
+    static constinit CallSite site{"GetDpiForMonitor"};
+    if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
+    const std::vector<Monitor> monitors = desktop::monitors();
+    const auto index = indexOf(handle, monitors.size());
+    if (!index) return E_INVALIDARG;
+    *x = *y = static_cast<UINT>(monitors[*index].dpi);
+    return S_OK;
+}
+
+UINT WINAPI getDpiForWindow(HWND handle) {
+    static constinit CallSite site{"GetDpiForWindow"};
+    if (site.fails()) return 0;
+    const std::shared_ptr<Window> window = findWindow(handle);
+    return window == nullptr ? 0 : static_cast<UINT>(window->dpi);
+}
+
+}  // namespace platform
