@@ -237,8 +237,8 @@ ATOM RegisterClassExW(const WNDCLASSEXW* description) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return 0;
     }
-    const bool added = addClass(std::make_shared<WindowClass>(WindowClass{
-        description->lpszClassName, description->style, description->lpfnWndProc, description->hCursor}));
+    const bool added = addClass(std::make_shared<WindowClass>(
+        WindowClass{description->lpszClassName, description->style, description->lpfnWndProc, description->hCursor}));
     if (!added) SetLastError(ERROR_CLASS_ALREADY_EXISTS);
     return added ? ATOM{0xC000} : ATOM{0};
 }
@@ -257,7 +257,7 @@ HWND CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR text, DWORD style
         return nullptr;
     }
     if (parent != nullptr && parent != HWND_MESSAGE && findWindow(parent) == nullptr) return nullptr;
-    const CREATESTRUCTW wanted = {parameter, instance,  menu, parent, height, width, y, x, static_cast<LONG>(style),
+    const CREATESTRUCTW wanted = {parameter, instance,  menu,   parent, height, width, y, x, static_cast<LONG>(style),
                                   text,      className, exStyle};
     const std::shared_ptr<Window> window = newWindow(exStyle, std::move(kind), wanted);
     enter(window);

@@ -1,0 +1,57 @@
+// A hash map from text to values that iterates in the order in which its elements were inserted. Keys are compared
+// exactly, unit by unit. Elements stay where they are: a reference holds until its element is erased.
+#pragma once
+
+#include <list>
+#include <unordered_map>
+#include <utility>
+
+#include "common/WideText.h"
+
+template <typename Value>
+class OrderedMap {
+  public:
+    using Element = std::pair<const WideString, Value>;
+    using iterator = typename std::list<Element>::iterator;
+
+    iterator begin() { return elements_.begin(); }
+    iterator end() { return elements_.end(); }
+    std::size_t size() const { return elements_.size(); }
+
+    // Null when there is no such key.
+    Value* find(WideView key) {
+        const auto found = index_.find(key);
+        return found == index_.end() ? nullptr : &found->second->second;
+    }
+    // A new key goes to the end; a key that is there keeps its place and takes the new value.
+    Value& set(WideView key, Value value) {
+        if (Value* known = find(key)) return *known = std::move(value);
+        elements_.emplace_back(WideString(key), std::move(value));
+        const iterator added = std::prev(elements_.end());
+        index_.emplace(added->first, added);
+        return added->second;
+    }
+    // The value lives on until the key is gone from the map.
+    void erase(WideView key) {
+        const auto found = index_.find(key);
+        if (found == index_.end()) return;
+        const iterator element = found->second;
+        index_.erase(found);
+        elements_.erase(element);
+    }
+    template <typename Condition>
+    void eraseIf(Condition condition) {
+        for (iterator at = begin(); at != end();) {
+            const iterator element = at++;
+            if (condition(element->second)) erase(element->first);
+        }
+    }
+    void clear() {
+        index_.clear();
+        elements_.clear();
+    }
+
+  private:
+    std::list<Element> elements_;
+    std::unordered_map<WideView, iterator> index_;  // its keys lie in the elements
+};
