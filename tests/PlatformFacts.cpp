@@ -7,6 +7,7 @@
 #include <commctrl.h>
 #include <gdiplus.h>
 #include <objbase.h>
+#include <process.h>
 #include <shellapi.h>
 #include <shlobj.h>
 #include <wchar.h>
@@ -27,6 +28,8 @@ static_assert(sizeof(LARGE_INTEGER) == 8 && sizeof(LUID) == 8 && offsetof(LUID, 
 static_assert(sizeof(RECT) == 16 && offsetof(RECT, right) == 8 && sizeof(COLORREF) == 4);
 static_assert(sizeof(GUID) == 16 && offsetof(GUID, Data2) == 4 && offsetof(GUID, Data4) == 8);
 static_assert(sizeof(SECURITY_ATTRIBUTES) == 24 && offsetof(SECURITY_ATTRIBUTES, bInheritHandle) == 16);
+static_assert(sizeof(WIN32_FIND_DATAW) == 592 && offsetof(WIN32_FIND_DATAW, cFileName) == 44);
+static_assert(INFINITE == 0xffffffff && WAIT_OBJECT_0 == 0 && WAIT_TIMEOUT == 258 && WAIT_FAILED == 0xffffffff);
 static_assert(sizeof(CRITICAL_SECTION) == 40 && sizeof(INITCOMMONCONTROLSEX) == 8);
 
 static_assert(sizeof(MSG) == 48 && offsetof(MSG, wParam) == 16 && offsetof(MSG, pt) == 36 && sizeof(POINT) == 8);
@@ -81,7 +84,7 @@ static_assert(ERROR_FILE_TOO_LARGE == 223 && ERROR_NO_UNICODE_TRANSLATION == 111
 static_assert(ERROR_MOD_NOT_FOUND == 126 && ERROR_PROC_NOT_FOUND == 127 && ERROR_INVALID_WINDOW_HANDLE == 1400);
 static_assert(ERROR_TLW_WITH_WSCHILD == 1406 && ERROR_CANNOT_FIND_WND_CLASS == 1407);
 static_assert(ERROR_CLASS_ALREADY_EXISTS == 1410 && ERROR_INVALID_MONITOR_HANDLE == 1461);
-static_assert(ERROR_NOT_ENOUGH_QUOTA == 1816);
+static_assert(ERROR_NOT_ENOUGH_QUOTA == 1816 && ERROR_NO_MORE_FILES == 18 && ERROR_NOT_OWNER == 288);
 static_assert(ERROR_IO_DEVICE == 1117 && ERROR_RESOURCE_DATA_NOT_FOUND == 1812);
 static_assert(ERROR_RESOURCE_TYPE_NOT_FOUND == 1813 && ERROR_RESOURCE_NAME_NOT_FOUND == 1814);
 static_assert(ERROR_CANT_ACCESS_FILE == 1920 && ERROR_CTX_WINSTATION_NOT_FOUND == 7022);
@@ -108,6 +111,19 @@ CALL(DeleteFileW, BOOL(LPCWSTR));
 CALL(MoveFileExW, BOOL(LPCWSTR, LPCWSTR, DWORD));
 CALL(GetFileAttributesW, DWORD(LPCWSTR));
 CALL(CreateDirectoryW, BOOL(LPCWSTR, LPSECURITY_ATTRIBUTES));
+CALL(FindFirstFileW, HANDLE(LPCWSTR, WIN32_FIND_DATAW*));
+CALL(FindNextFileW, BOOL(HANDLE, WIN32_FIND_DATAW*));
+CALL(FindClose, BOOL(HANDLE));
+CALL(CreateEventW, HANDLE(LPSECURITY_ATTRIBUTES, BOOL, BOOL, LPCWSTR));
+CALL(SetEvent, BOOL(HANDLE));
+CALL(ResetEvent, BOOL(HANDLE));
+CALL(CreateMutexW, HANDLE(LPSECURITY_ATTRIBUTES, BOOL, LPCWSTR));
+CALL(ReleaseMutex, BOOL(HANDLE));
+CALL(WaitForSingleObject, DWORD(HANDLE, DWORD));
+CALL(WaitForMultipleObjects, DWORD(DWORD, const HANDLE*, BOOL, DWORD));
+CALL(Sleep, void(DWORD));
+CALL(GetTickCount64, ULONGLONG());
+CALL(_beginthreadex, std::uintptr_t(void*, unsigned, unsigned (*)(void*), void*, unsigned, unsigned*));
 CALL(GetSystemTime, void(LPSYSTEMTIME));
 CALL(GetLocalTime, void(LPSYSTEMTIME));
 CALL(GetEnvironmentVariableW, DWORD(LPCWSTR, LPWSTR, DWORD));

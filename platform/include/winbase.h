@@ -13,6 +13,11 @@
 #define MOVEFILE_REPLACE_EXISTING 0x00000001U
 #define MOVEFILE_WRITE_THROUGH 0x00000008U
 
+#define INFINITE 0xffffffffU
+#define WAIT_OBJECT_0 0U
+#define WAIT_TIMEOUT 258U
+#define WAIT_FAILED 0xffffffffU
+
 #define STD_OUTPUT_HANDLE (static_cast<DWORD>(-11))
 #define ATTACH_PARENT_PROCESS (static_cast<DWORD>(-1))
 
@@ -25,6 +30,24 @@ using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 
 struct OVERLAPPED;
 using LPOVERLAPPED = OVERLAPPED*;
+
+struct FILETIME {
+    DWORD dwLowDateTime;
+    DWORD dwHighDateTime;
+};
+
+struct WIN32_FIND_DATAW {
+    DWORD dwFileAttributes;
+    FILETIME ftCreationTime;
+    FILETIME ftLastAccessTime;
+    FILETIME ftLastWriteTime;
+    DWORD nFileSizeHigh;
+    DWORD nFileSizeLow;
+    DWORD dwReserved0;
+    DWORD dwReserved1;
+    WCHAR cFileName[MAX_PATH];
+    WCHAR cAlternateFileName[14];
+};
 
 struct SYSTEMTIME {
     WORD wYear;
@@ -57,6 +80,20 @@ BOOL DeleteFileW(LPCWSTR path);
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags);
 DWORD GetFileAttributesW(LPCWSTR path);
 BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security);
+
+HANDLE FindFirstFileW(LPCWSTR pattern, WIN32_FIND_DATAW* data);
+BOOL FindNextFileW(HANDLE search, WIN32_FIND_DATAW* data);
+BOOL FindClose(HANDLE search);
+
+HANDLE CreateEventW(LPSECURITY_ATTRIBUTES security, BOOL manualReset, BOOL signalled, LPCWSTR name);
+BOOL SetEvent(HANDLE event);
+BOOL ResetEvent(HANDLE event);
+HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES security, BOOL initialOwner, LPCWSTR name);
+BOOL ReleaseMutex(HANDLE mutex);
+DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds);
+DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all, DWORD milliseconds);
+void Sleep(DWORD milliseconds);
+ULONGLONG GetTickCount64();
 
 void GetSystemTime(LPSYSTEMTIME time);
 void GetLocalTime(LPSYSTEMTIME time);

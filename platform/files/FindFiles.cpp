@@ -1,0 +1,117 @@
+// Listing of a folder by a pattern with "*".
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "Gate.h"
+#include "files/NativePath.h"
+#include "objects/HandleTable.h"
+#include "text/Encoding.h"
+#include "text/Ordinal.h"
+
+namespace platform {
+namespace {
+
+struct Entry {
+    std::u16string name;
+    DWORD attributes = 0;
+};
+
+struct Search : Object {
+    std::vector<Entry> entries;
+    std::size_t next = 0;
+};
+
+bool matches(std::u16string_view pattern, std::u16string_view name) {
+    if (pattern.empty()) return name.empty();
+    if (pattern.front() == u'*')
+        return matches(pattern.substr(1), name) || (!name.empty() && matches(pattern, name.substr(1)));
+    return !name.empty() && foldOrdinal(pattern.front()) == foldOrdinal(name.front()) &&
+           matches(pattern.substr(1), name.substr(1));
+}
+
+DWORD attributesOf(int folder, const char* name) {
+    struct stat own, target;
+    if (fstatat(folder, name, &own, AT_SYMLINK_NOFOLLOW) != 0) return FILE_ATTRIBUTE_ARCHIVE;  // gone meanwhile
+    const bool isLink = S_ISLNK(own.st_mode);
+    if (!isLink || fstatat(folder, name, &target, 0) != 0) target = own;
+    DWORD attributes = S_ISDIR(target.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE;
+    if (isLink) attributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+    if (S_ISREG(target.st_mode) && (target.st_mode & 0222) == 0) attributes |= FILE_ATTRIBUTE_READONLY;
+    return attributes;
+}
+
+void fill(WIN32_FIND_DATAW& data, const Entry& entry) {
+    data = {};
+    data.dwFileAttributes = entry.attributes;
+    const std::size_t units = std::min<std::size_t>(entry.name.size(), MAX_PATH - 1);
+    std::memcpy(data.cFileName, entry.name.data(), units * sizeof(WCHAR));
+}
+
+// False, with the last error set, when the folder cannot be read.
+bool list(const std::string& folder, std::u16string_view pattern, std::vector<Entry>& entries) {
+    DIR* const stream = opendir(folder.c_str());
+    if (stream == nullptr) {
+        setFileError(errno, folder);
+        if (errno == ENOENT || errno == ENOTDIR) SetLastError(ERROR_PATH_NOT_FOUND);
+        return false;
+    }
+    while (const dirent* entry = readdir(stream))
+        if (std::u16string name = toWide(entry->d_name); matches(pattern, name))
+            entries.push_back({std::move(name), attributesOf(dirfd(stream), entry->d_name)});
+    closedir(stream);
+    return true;
+}
+
+}  // namespace
+}  // namespace platform
+
+using namespace platform;
+
+HANDLE FindFirstFileW(LPCWSTR path, WIN32_FIND_DATAW* data) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return INVALID_HANDLE_VALUE;
+    const std::u16string text = path;
+    const std::size_t split = text.find_last_of(u"\\/");
+    const std::u16string folder = split == std::u16string::npos ? u"." : text.substr(0, split + 1);
+    const std::u16string pattern = text.substr(split == std::u16string::npos ? 0 : split + 1);
+    std::string native;
+    if (!nativePath(folder.c_str(), native)) return INVALID_HANDLE_VALUE;
+    const auto search = std::make_shared<Search>();
+    if (!list(native, pattern, search->entries)) return INVALID_HANDLE_VALUE;
+    if (search->entries.empty()) {
+        SetLastError(ERROR_FILE_NOT_FOUND);
+        return INVALID_HANDLE_VALUE;
+    }
+    fill(*data, search->entries[search->next++]);
+    return openHandle(search);
+}
+
+BOOL FindNextFileW(HANDLE handle, WIN32_FIND_DATAW* data) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    const auto search = find<Search>(handle);
+    if (search == nullptr) return FALSE;
+    if (search->next == search->entries.size()) {
+        SetLastError(ERROR_NO_MORE_FILES);
+        return FALSE;
+    }
+    fill(*data, search->entries[search->next++]);
+    return TRUE;
+}
+
+BOOL FindClose(HANDLE handle) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) {
+        closeHandle(handle);
+        return FALSE;
+    }
+    return find<Search>(handle) != nullptr && closeHandle(handle);
+}

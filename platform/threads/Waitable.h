@@ -1,0 +1,17 @@
+// What a thread can wait for through a handle.
+#pragma once
+
+#include <memory>
+
+#include "objects/HandleTable.h"
+
+namespace platform {
+
+struct Waitable : Object {
+    // To be looked at and changed under waiting::lock().
+    bool signalled = false;
+};
+
+struct Event : Waitable {};
+
+}  // namespace platform

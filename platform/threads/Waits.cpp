@@ -1,0 +1,102 @@
+// Events, waits, sleep and the tick clock.
+#include <windows.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "Gate.h"
+#include "threads/Waitable.h"
+#include "threads/Waiting.h"
+
+using namespace platform;
+
+namespace {
+
+void setSignal(Event& event, bool on) {
+    {
+        std::lock_guard hold(waiting::lock());
+        event.signalled = on;
+    }
+    waiting::wake();
+}
+
+// The first of the objects that is signalled decides.
+DWORD waitForAny(const std::vector<std::shared_ptr<Waitable>>& objects, DWORD milliseconds) {
+    std::size_t first = 0;
+    const auto ready = [&] {
+        const auto found = std::find_if(objects.begin(), objects.end(), [](const auto& object) { return object->signalled; });
+        first = static_cast<std::size_t>(found - objects.begin());
+        return found != objects.end();
+    };
+    const std::uint64_t deadline = waiting::deadlineAfter(milliseconds);
+    std::unique_lock held(waiting::lock());
+    return waiting::sleepUntil(held, deadline, ready) ? WAIT_OBJECT_0 + static_cast<DWORD>(first) : WAIT_TIMEOUT;
+}
+
+}  // namespace
+
+HANDLE CreateEventW(LPSECURITY_ATTRIBUTES, BOOL manualReset, BOOL signalled, LPCWSTR name) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return nullptr;
+    if (!manualReset || name != nullptr) {  // nobody makes other events
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    const auto event = std::make_shared<Event>();
+    event->signalled = signalled != FALSE;
+    return openHandle(event);
+}
+
+BOOL SetEvent(HANDLE handle) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    const auto event = find<Event>(handle);
+    if (event == nullptr) return FALSE;
+    setSignal(*event, true);
+    return TRUE;
+}
+
+BOOL ResetEvent(HANDLE handle) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    const auto event = find<Event>(handle);
+    if (event == nullptr) return FALSE;
+    setSignal(*event, false);
+    return TRUE;
+}
+
+DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return WAIT_FAILED;
+    const auto object = find<Waitable>(handle);
+    return object == nullptr ? WAIT_FAILED : waitForAny({object}, milliseconds);
+}
+
+DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL all, DWORD milliseconds) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return WAIT_FAILED;
+    if (all) {  // nobody waits for all of them
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return WAIT_FAILED;
+    }
+    std::vector<std::shared_ptr<Waitable>> objects;
+    for (DWORD i = 0; i < count; ++i) {
+        objects.push_back(find<Waitable>(handles[i]));
+        if (objects.back() == nullptr) return WAIT_FAILED;
+    }
+    return waitForAny(objects, milliseconds);
+}
+
+void Sleep(DWORD milliseconds) {
+    static constinit CallSite site{__func__};
+    site.pass();
+    const std::uint64_t deadline = waiting::deadlineAfter(milliseconds);
+    std::unique_lock held(waiting::lock());
+    waiting::sleepUntil(held, deadline, [] { return false; });
+}
+
+ULONGLONG GetTickCount64() {
+    static constinit CallSite site{__func__};
+    site.pass();
+    return waiting::ticks();
+}
