@@ -13,6 +13,9 @@
 #define MOVEFILE_REPLACE_EXISTING 0x00000001U
 #define MOVEFILE_WRITE_THROUGH 0x00000008U
 
+#define FILE_FLAG_OVERLAPPED 0x40000000U
+#define FILE_FLAG_BACKUP_SEMANTICS 0x02000000U
+
 #define INFINITE 0xffffffffU
 #define WAIT_OBJECT_0 0U
 #define WAIT_TIMEOUT 258U
@@ -28,8 +31,20 @@ struct SECURITY_ATTRIBUTES {
 };
 using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 
-struct OVERLAPPED;
+struct OVERLAPPED {
+    ULONG_PTR Internal;
+    ULONG_PTR InternalHigh;
+    union {
+        struct {
+            DWORD Offset;
+            DWORD OffsetHigh;
+        };
+        PVOID Pointer;
+    };
+    HANDLE hEvent;
+};
 using LPOVERLAPPED = OVERLAPPED*;
+using LPOVERLAPPED_COMPLETION_ROUTINE = void(WINAPI*)(DWORD, DWORD, LPOVERLAPPED);
 
 struct FILETIME {
     DWORD dwLowDateTime;
@@ -80,6 +95,12 @@ BOOL DeleteFileW(LPCWSTR path);
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags);
 DWORD GetFileAttributesW(LPCWSTR path);
 BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security);
+
+// One read of the changes in a folder, which completes through the event in `overlapped`.
+BOOL ReadDirectoryChangesW(HANDLE directory, LPVOID buffer, DWORD bufferBytes, BOOL subtree, DWORD filter,
+                           LPDWORD bytes, LPOVERLAPPED overlapped, LPOVERLAPPED_COMPLETION_ROUTINE routine);
+BOOL GetOverlappedResult(HANDLE file, LPOVERLAPPED overlapped, LPDWORD bytes, BOOL wait);
+BOOL CancelIoEx(HANDLE file, LPOVERLAPPED overlapped);
 
 HANDLE FindFirstFileW(LPCWSTR pattern, WIN32_FIND_DATAW* data);
 BOOL FindNextFileW(HANDLE search, WIN32_FIND_DATAW* data);

@@ -24,7 +24,8 @@ void setSignal(Event& event, bool on) {
 DWORD waitForAny(const std::vector<std::shared_ptr<Waitable>>& objects, DWORD milliseconds) {
     std::size_t first = 0;
     const auto ready = [&] {
-        const auto found = std::find_if(objects.begin(), objects.end(), [](const auto& object) { return object->signalled; });
+        const auto found =
+            std::find_if(objects.begin(), objects.end(), [](const auto& object) { return object->signalled; });
         first = static_cast<std::size_t>(found - objects.begin());
         return found != objects.end();
     };

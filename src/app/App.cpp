@@ -69,9 +69,9 @@ int launchSessions(const CommandLineOptions& options) {
 }  // namespace
 
 int App::initialize(HINSTANCE instance, const WideString&) {
-    hInstance = instance;
+    hInstance_ = instance;
     if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE))) return kComFailed;
-    comInitialized = true;
+    comInitialized_ = true;
     initializeCommonControls();
 
     // A command line that cannot be split counts as one without options.
@@ -80,17 +80,17 @@ int App::initialize(HINSTANCE instance, const WideString&) {
         showHelp();
         return kSuccess;
     }
-    noAutostart = options.noAutostart;
+    noAutostart_ = options.noAutostart;
     if (isAppletRole(options) && appletArgumentsRejected(options)) {
         OutputDebugStringW(TEXT("AppletNotes: invalid applet queue arguments\n"));
         return kAppletArgumentsRejected;
     }
-    if (isAppletRole(options)) noAutostart = true;
+    if (isAppletRole(options)) noAutostart_ = true;
     startLog(options);
 
     if (isAppletRole(options)) return startApplet(options);
     if (options.registerTask || options.deleteTask || options.launchSessions) return dispatchOrManageTask(options);
-    return runDisplay(options);
+    return startDisplay(options);
 }
 
 int App::startApplet(const CommandLineOptions& options) {
@@ -101,7 +101,7 @@ int App::startApplet(const CommandLineOptions& options) {
         return kAppletStartFailed;
     }
     if (relaunched) return kSuccess;  // a child has taken over
-    return options.appletRecover ? runRecovery() : runDisplay(options);
+    return options.appletRecover ? runRecovery() : runAppletDisplay();
 }
 
 int App::dispatchOrManageTask(const CommandLineOptions& options) {
@@ -111,11 +111,4 @@ int App::dispatchOrManageTask(const CommandLineOptions& options) {
     }
     if (options.launchSessions) return launchSessions(options);
     return options.deleteTask ? deleteTask(options) : registerTask(options);
-}
-
-void App::shutdown() {
-    logWrite(LogLevel::Info, kComponent, TEXT("Shutting down"));
-    if (comInitialized) CoUninitialize();
-    comInitialized = false;
-    logClose();
 }

@@ -1,25 +1,109 @@
 // The one object of the process. The entry function makes it, calls initialize once, runs the message loop if
-// initialize says so, and calls shutdown once in every case. All of it happens on the main thread.
+// initialize says so, and calls shutdown once in every case.
+//
+// All state of the notes lives on the main thread and changes only in the handlers of the message window. Everybody
+// else (the watcher's thread, the note windows) reaches it by posting one of the messages in common/Messages.h.
+//
+// App.cpp has the roles, DisplayRole.cpp the way from the options to the first note and back, MessageWindow.cpp the
+// messages, NoteLifecycle.cpp how the open notes follow the files, NoteSaving.cpp how changes go back.
 #pragma once
 
+#include <memory>
+
 #include "app/CommandLine.h"
+#include "common/Handles.h"
+#include "common/OrderedMap.h"
 #include "common/WideText.h"
+#include "watch/FolderWatcher.h"
+#include "window/NoteWindow.h"
+#include "window/OccupiedPlaces.h"
 
 class App {
   public:
+    App() = default;
+    App(const App&) = delete;
+    App& operator=(const App&) = delete;
+
     // Reads the options, decides the role and runs it. Returns the exit code of the process, or kEnterMessageLoop
     // when the display role has started. The options come from the system's own copy of the command line;
     // `commandLine` is taken and not used. Failures are in the log, and with them nothing is shown to the user.
     int initialize(HINSTANCE instance, const WideString& commandLine);
 
-    // Undoes what initialize has done, in order, also after a failure.
+    // Undoes what initialize has done, in order, also after a failure. Saves nothing: what an open note has not
+    // reported is lost, and native windows of notes go with the process.
     void shutdown();
 
+    // For the note windows.
+
+    // Hidden; null before it is made and after shutdown.
+    HWND messageWindow() const { return messageWindow_; }
+    const WideString& notesFolder() const { return notesFolder_; }
+    // Where a note that wants this rectangle goes without covering an open note: a free place near it, or the
+    // rectangle itself. `except`, which may be null, is not in the way.
+    RECT resolveOverlap(const RECT& wanted, const NoteWindow* except) const;
+    // To be called when an open note has another place than before.
+    void followPlace(const NoteWindow& window);
+
   private:
+    using NoteWindowPtr = std::unique_ptr<NoteWindow>;
+
     int startApplet(const CommandLineOptions& options);
     int dispatchOrManageTask(const CommandLineOptions& options);
 
-    HINSTANCE hInstance = nullptr;
-    bool comInitialized = false;
-    bool noAutostart = false;
+    int startDisplay(const CommandLineOptions& options);
+    int openNotesFolder(const CommandLineOptions& options);
+    bool isSecondInstance(const WideString& instanceName, int& exitCode);
+    bool startDrawing();
+    void registerAutoStart(const WideString& folderOption);
+    bool createMessageWindow();
+    void startWatching();
+
+    static LRESULT CALLBACK messageWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    LRESULT handleMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    using Handler = void (App::*)(WPARAM wParam, LPARAM lParam);
+    struct Handled {
+        UINT message;
+        Handler handler;
+    };
+    static const Handled kHandled[];
+    void onFileAddedMessage(WPARAM, LPARAM path);
+    void onFileRemovedMessage(WPARAM, LPARAM path);
+    void onNoteDismissMessage(WPARAM, LPARAM id);
+    void onNoteSaveMessage(WPARAM, LPARAM id);
+    void onNoteNewMessage(WPARAM, LPARAM);
+    void onTimer(WPARAM, LPARAM);
+    void onDestroy(WPARAM, LPARAM);
+    void onEndSession(WPARAM isEnding, LPARAM);
+    void onDisplayChange(WPARAM, LPARAM);
+    void rescueFromOffScreen(NoteWindow& window);
+
+    WideString notePath(WideView id) const;
+    void scanFolder();
+    void loadNote(const WideString& path);
+    bool readNote(const WideString& path, NoteRecord& record, WideString& error) const;
+    void openNote(NoteRecord record);
+    void onFileChanged(const WideString& path);
+    void onFileRemoved(const WideString& path);
+    bool isOwnWrite(const WideString& path);
+
+    bool saveNote(NoteWindow* window);
+    void createNewNote();
+    void dismissNote(const WideString& id);
+    void insertNote(NoteWindowPtr window);
+    void eraseNote(const WideString& id);
+
+    HINSTANCE hInstance_ = nullptr;
+    HWND messageWindow_ = nullptr;
+    InstanceMutex instanceMutex_;
+    DrawingToken gdiplusToken_;
+    bool comInitialized_ = false;
+    WideString notesFolder_;
+    bool noAutostart_ = false;
+    FolderWatcher watcher_;
+    OccupiedPlaces places_;  // of the open notes
+    OrderedMap<NoteWindowPtr> notes_;
+    OrderedMap<ULONGLONG> ownWrites_;  // full path of a file to the tick of our last write of it
 };
+
+// Runs until the quit message, or until messages cannot be had; gives the exit code of the process.
+int runMessageLoop();

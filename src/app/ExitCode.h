@@ -6,6 +6,12 @@ enum ExitCode : int {
 
     kSuccess = 0,
     kComFailed = 1,
+    kNoNotesFolder = 2,
+    kNotesFolderFailed = 3,
+    kMutexFailed = 4,
+    kDrawingFailed = 5,
+    kMessageWindowFailed = 6,
+    kNoteClassFailed = 7,
     kDeleteFailed = 10,
     kRegisterFailed = 11,
     kActionsCombined = 12,

@@ -6,9 +6,10 @@ namespace {
 constexpr const WCHAR* kNotBuilt = TEXT("the scheduled task is not part of this build");
 }
 
-int runDisplay(const CommandLineOptions&) {
-    logWrite(LogLevel::Warn, TEXT("App"), TEXT("The display of notes is not part of this build"));
-    return kSuccess;
+int runAppletDisplay() {
+    logWrite(LogLevel::Error, TEXT("App"), TEXT("Applet queue context/lease rejected (err=%lu)"),
+             DWORD{ERROR_CALL_NOT_IMPLEMENTED});
+    return kAppletStartFailed;
 }
 
 int runRecovery() {

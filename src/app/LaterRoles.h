@@ -1,12 +1,11 @@
-// What is not built yet: the display role, the private queues, the dispatch and the scheduled task. Each of these
-// operations fails, and its role ends with the exit path that a failure has for good. The one exception is the
-// display role, which ends at once. This file goes away with the last of them.
+// What is not built yet: the private queues, the dispatch and the scheduled task. Each of these operations fails, and
+// its role ends with the exit path that a failure has for good. This file goes away with the last of them.
 #pragma once
 
 #include "app/CommandLine.h"
 
 // Gives the exit code of the process.
-int runDisplay(const CommandLineOptions& options);
+int runAppletDisplay();
 
 // Gives the exit code of the process.
 int runRecovery();

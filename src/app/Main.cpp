@@ -1,12 +1,14 @@
 // Entry of the process: the contract query, or the App object through its life.
 #include "app/App.h"
 #include "app/ContractQuery.h"
+#include "app/ExitCode.h"
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, LPWSTR commandLine, int) {
     if (const std::optional<DWORD> answer = answerContractQuery()) return static_cast<int>(*answer);
 
     App app;
-    const int exitCode = app.initialize(instance, commandLine == nullptr ? WideString() : WideString(commandLine));
+    int exitCode = app.initialize(instance, commandLine == nullptr ? WideString() : WideString(commandLine));
+    if (exitCode == kEnterMessageLoop) exitCode = runMessageLoop();
     app.shutdown();
     return exitCode;
 }

@@ -4,6 +4,9 @@
 
 #include <windows.h>
 
+#include <objidl.h>
+
+#include <gdiplus.h>
 #include <objbase.h>
 #include <wtsapi32.h>
 
@@ -63,7 +66,35 @@ struct PointerTraits {
     static void close(Raw raw) { Close(raw); }
 };
 
+struct InstanceMutexTraits {
+    using Raw = HANDLE;
+    static Raw none() { return nullptr; }
+    static bool isEmpty(Raw raw) { return raw == nullptr; }
+    static void close(Raw raw) {
+        ReleaseMutex(raw);  // fails unnoticed where another process owns it
+        CloseHandle(raw);
+    }
+};
+
+struct DrawingTraits {
+    using Raw = ULONG_PTR;
+    static Raw none() { return 0; }
+    static bool isEmpty(Raw raw) { return raw == 0; }
+    static void close(Raw raw) { Gdiplus::GdiplusShutdown(raw); }
+};
+
+struct FindTraits {
+    using Raw = HANDLE;
+    static Raw none() { return INVALID_HANDLE_VALUE; }
+    static bool isEmpty(Raw raw) { return raw == INVALID_HANDLE_VALUE; }
+    static void close(Raw raw) { FindClose(raw); }
+};
+
 using FileHandle = Guard<FileTraits>;
+using WaitHandle = Guard<PointerTraits<HANDLE, CloseHandle>>;  // events and threads
+using FindHandle = Guard<FindTraits>;
+using InstanceMutex = Guard<InstanceMutexTraits>;
+using DrawingToken = Guard<DrawingTraits>;
 using RegistryKey = Guard<PointerTraits<HKEY, RegCloseKey>>;
 using ArgumentArray = Guard<PointerTraits<LPWSTR*, LocalFree>>;
 using TaskText = Guard<PointerTraits<PWSTR, CoTaskMemFree>>;

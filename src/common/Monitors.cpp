@@ -18,8 +18,7 @@ struct DpiApi {
 
 template <typename Call>
 Call findCall(HMODULE module, LPCSTR name) {
-    return module == nullptr ? nullptr
-                             : reinterpret_cast<Call>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+    return module == nullptr ? nullptr : reinterpret_cast<Call>(reinterpret_cast<void*>(GetProcAddress(module, name)));
 }
 
 const DpiApi& dpiApi() {

@@ -37,19 +37,31 @@ std::vector<OccupiedPlaces::Cell> OccupiedPlaces::cellsOf(const RECT& rect) {
     return cells;
 }
 
-void OccupiedPlaces::add(const RECT& rect) {
-    if (!intersect(rect, rect)) return;  // an empty one is in nobody's way
-    if (++counts_[rect] > 1) return;
+void OccupiedPlaces::set(const void* owner, const RECT& rect) {
+    remove(owner);
+    if (!intersect(rect, rect)) return;
+    owners_.emplace(owner, rect);
+    if (++counts_[rect] == 1) enter(rect);
+}
+
+void OccupiedPlaces::remove(const void* owner) {
+    const auto found = owners_.find(owner);
+    if (found == owners_.end()) return;
+    const RECT rect = found->second;
+    owners_.erase(found);
+    if (--counts_.at(rect) > 0) return;
+    counts_.erase(rect);
+    leave(rect);
+}
+
+void OccupiedPlaces::enter(const RECT& rect) {
     const std::vector<Cell> cells = cellsOf(rect);
     if (cells.empty()) large_.push_back(rect);
     for (const Cell cell : cells)
         cells_[cell].push_back(rect);
 }
 
-void OccupiedPlaces::remove(const RECT& rect) {
-    const auto found = counts_.find(rect);
-    if (found == counts_.end() || --found->second > 0) return;
-    counts_.erase(found);
+void OccupiedPlaces::leave(const RECT& rect) {
     const auto isIt = [&](const RECT& other) { return same(rect, other); };
     const std::vector<Cell> cells = cellsOf(rect);
     if (cells.empty()) std::erase_if(large_, isIt);
@@ -60,13 +72,13 @@ void OccupiedPlaces::remove(const RECT& rect) {
     }
 }
 
-bool OccupiedPlaces::hits(const RECT& taken, const RECT& rect, const RECT* except) const {
-    if (!intersect(taken, rect)) return false;
-    return except == nullptr || !same(taken, *except) || counts_.at(taken) > 1;
-}
-
-bool OccupiedPlaces::isFree(const RECT& rect, const RECT* except) const {
-    const auto isHit = [&](const RECT& taken) { return hits(taken, rect, except); };
+bool OccupiedPlaces::isFree(const RECT& rect, const void* except) const {
+    const auto own = owners_.find(except);
+    // The one that is left out is in the way all the same where another has just its place.
+    const RECT* const ignored = own != owners_.end() && counts_.at(own->second) == 1 ? &own->second : nullptr;
+    const auto isHit = [&](const RECT& taken) {
+        return intersect(taken, rect) && (ignored == nullptr || !same(taken, *ignored));
+    };
     if (!intersect(rect, rect)) return true;
     if (std::any_of(large_.begin(), large_.end(), isHit)) return false;
     const std::vector<Cell> cells = cellsOf(rect);

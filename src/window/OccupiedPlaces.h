@@ -11,11 +11,11 @@
 
 class OccupiedPlaces {
   public:
-    // The same rectangle may be added many times, and is taken until it was removed as often.
-    void add(const RECT& rect);
-    void remove(const RECT& rect);
-    // Whether `rect` intersects none of them. `except`, which may be null, is left out once.
-    bool isFree(const RECT& rect, const RECT* except = nullptr) const;
+    // `owner` is a name only; one owner holds one place. An empty rectangle takes none.
+    void set(const void* owner, const RECT& rect);
+    void remove(const void* owner);
+    // Whether `rect` intersects no place of another owner than `except`, which may be null.
+    bool isFree(const RECT& rect, const void* except = nullptr) const;
 
   private:
     struct Hash {
@@ -27,9 +27,11 @@ class OccupiedPlaces {
     using Cell = std::uint64_t;
     // The cells that a rectangle touches; none for one so large that every question looks at it.
     static std::vector<Cell> cellsOf(const RECT& rect);
-    bool hits(const RECT& taken, const RECT& rect, const RECT* except) const;
+    void enter(const RECT& rect);
+    void leave(const RECT& rect);
 
-    std::unordered_map<RECT, std::size_t, Hash, Equal> counts_;
+    std::unordered_map<const void*, RECT> owners_;
+    std::unordered_map<RECT, std::size_t, Hash, Equal> counts_;  // how many owners have just this rectangle
     std::unordered_map<Cell, std::vector<RECT>> cells_;
     std::vector<RECT> large_;
 };

@@ -5,8 +5,8 @@
 
 namespace {
 
-constexpr LONG kMargin = 12;       // between a new note and the edges of the work area
-constexpr LONG kStep = 24;         // from one try to the next, on both axes
+constexpr LONG kMargin = 12;  // between a new note and the edges of the work area
+constexpr LONG kStep = 24;    // from one try to the next, on both axes
 constexpr LONG kSmallestStep = 16;
 constexpr int kTriesADirection = kPlacementTries / 4;
 

@@ -1,0 +1,154 @@
+// How the open notes follow the files: the files are the truth. Everything here is asked for by a message and done
+// before the next message is looked at.
+#include "app/App.h"
+#include "common/Logger.h"
+#include "common/Monitors.h"
+#include "common/Paths.h"
+#include "window/Placement.h"
+
+namespace {
+
+constexpr const WCHAR* kComponent = TEXT("App");
+constexpr int kTries = 3;
+constexpr DWORD kPauseMs = 15;            // a writer is given this long to finish
+constexpr ULONGLONG kOwnWriteMs = 3000;   // so long after a save, what comes from its file is our own doing
+constexpr std::size_t kExtensionUnits = 5;  // ".json"
+
+// The file's name without its extension; the id in the file where the name has none.
+WideString idForFile(const WideString& path, const WideString& jsonId) {
+    const WideString name = leafName(path);
+    const WideString extension = lowerExtension(name);
+    if (extension.empty() || name.size() <= extension.size() + 1) return jsonId;
+    return name.substr(0, name.size() - extension.size() - 1);
+}
+
+// What is only spelled in another case keeps the spelling of the file's content.
+void repairId(const WideString& path, NoteRecord& record) {
+    WideString stem = idForFile(path, record.id);
+    if (equalsIgnoreCase(stem, record.id)) return;
+    logWrite(LogLevel::Warn, kComponent,
+             TEXT("Filename/id mismatch: file=%ls jsonId=%ls; using filename and rewriting on next save"),
+             leafName(path).c_str(), record.id.c_str());
+    record.id = std::move(stem);
+}
+
+}  // namespace
+
+WideString App::notePath(WideView id) const {
+    return joinPath(notesFolder_, WideString(id) + TEXT(".json"));
+}
+
+void App::scanFolder() {
+    WIN32_FIND_DATAW entry = {};
+    const FindHandle search(FindFirstFileW(joinPath(notesFolder_, TEXT("*.json")).c_str(), &entry));
+    if (!search) {
+        logWrite(LogLevel::Debug, kComponent, TEXT("Initial scan: folder empty or unreadable (err=%lu)"),
+                 GetLastError());
+        return;
+    }
+    int files = 0;
+    do {
+        if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) continue;
+        loadNote(joinPath(notesFolder_, entry.cFileName));
+        ++files;
+    } while (FindNextFileW(search.get(), &entry) != 0);
+    logWrite(LogLevel::Debug, kComponent, TEXT("Initial scan: %d file(s)"), files);
+}
+
+void App::loadNote(const WideString& path) {
+    NoteRecord record;
+    WideString error;
+    for (int tries = 1; !readNote(path, record, error); ++tries) {
+        if (tries == kTries) {
+            logWrite(LogLevel::Warn, kComponent, TEXT("Failed to load note after 3 retries: %ls (%ls)"), path.c_str(),
+                     error.c_str());
+            return;
+        }
+        Sleep(kPauseMs);
+    }
+    repairId(path, record);
+    openNote(std::move(record));
+}
+
+bool App::readNote(const WideString& path, NoteRecord& record, WideString& error) const {
+    return loadNoteFile(path, record, &error);
+}
+
+void App::openNote(NoteRecord record) {
+    const WideString id = record.id;
+    if (const NoteWindowPtr* open = notes_.find(id)) {
+        logWrite(LogLevel::Debug, kComponent, TEXT("Note already open, updating: id=%ls"), id.c_str());
+        (*open)->applyNote(std::move(record));
+        return;
+    }
+    auto window = std::make_unique<NoteWindow>(this, std::move(record));
+    if (!window->create()) {
+        logWrite(LogLevel::Error, kComponent, TEXT("NoteWindow::create failed for id=%ls"), id.c_str());
+        return;
+    }
+    logWrite(LogLevel::Info, kComponent, TEXT("Note opened: id=%ls"), id.c_str());
+    insertNote(std::move(window));
+}
+
+// An older mark is left in place; onFileChanged erases it.
+bool App::isOwnWrite(const WideString& path) {
+    const ULONGLONG* const written = ownWrites_.find(path);
+    return written != nullptr && GetTickCount64() - *written < kOwnWriteMs;
+}
+
+void App::onFileChanged(const WideString& path) {
+    if (isOwnWrite(path)) {
+        logWrite(LogLevel::Debug, kComponent, TEXT("Ignoring own change notification: %ls"), path.c_str());
+        return;
+    }
+    ownWrites_.erase(path);
+    logWrite(LogLevel::Debug, kComponent, TEXT("File added: %ls"), path.c_str());
+    loadNote(path);
+}
+
+// A save shows up as a removal too, where the file is replaced by renaming over it.
+void App::onFileRemoved(const WideString& path) {
+    if (isOwnWrite(path)) {
+        logWrite(LogLevel::Debug, kComponent, TEXT("Ignoring own remove notification: %ls"), path.c_str());
+        return;
+    }
+    logWrite(LogLevel::Debug, kComponent, TEXT("File removed: %ls"), path.c_str());
+    const WideString name = leafName(path);
+    if (name.size() <= kExtensionUnits) return;
+    const WideString id = name.substr(0, name.size() - kExtensionUnits);
+    if (notes_.find(id) == nullptr) return;
+    eraseNote(id);
+    logWrite(LogLevel::Info, kComponent, TEXT("Note closed (file deleted externally): id=%ls"), id.c_str());
+}
+
+void App::insertNote(NoteWindowPtr window) {
+    const WideString id = window->note().id;
+    followPlace(*notes_.set(id, std::move(window)));
+}
+
+// Closing comes first, so that the window reports nothing any more.
+void App::eraseNote(const WideString& id) {
+    NoteWindow& window = **notes_.find(id);
+    window.close();
+    places_.remove(&window);
+    notes_.erase(id);
+}
+
+void App::followPlace(const NoteWindow& window) {
+    const NoteWindowPtr* const open = notes_.find(window.note().id);
+    if (open == nullptr || open->get() != &window) return;  // still being made
+    RECT rect = {};
+    if (window.hwnd() != nullptr && GetWindowRect(window.hwnd(), &rect))
+        places_.set(&window, rect);
+    else
+        places_.remove(&window);
+}
+
+RECT App::resolveOverlap(const RECT& wanted, const NoteWindow* except) const {
+    const auto isFree = [&](const RECT& place) { return places_.isFree(place, except); };
+    if (isFree(wanted)) return wanted;
+    const HMONITOR monitor = MonitorFromRect(&wanted, MONITOR_DEFAULTTONEAREST);
+    MONITORINFOEXW info = {};
+    const RECT workArea = readMonitor(monitor, info) ? info.rcWork : primaryMonitor().workArea;
+    return findFreePlace(wanted, workArea, monitorDpi(monitor), isFree);
+}

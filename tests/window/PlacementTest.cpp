@@ -1,0 +1,146 @@
+// Where notes go: arithmetic on plain rectangles.
+#include "window/Placement.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+#include "window/OccupiedPlaces.h"
+
+namespace {
+
+constexpr RECT kDesktop = {0, 0, 1920, 1040};
+constexpr RECT kLeftOfPrimary = {-2560, -400, 0, 1040};
+
+std::vector<LONG> sides(const RECT& rect) {
+    return {rect.left, rect.top, rect.right, rect.bottom};
+}
+
+// What the index has to answer: a look at every rectangle.
+bool isFreeOf(const RECT& rect, const std::vector<RECT>& taken, std::size_t except) {
+    for (std::size_t i = 0; i < taken.size(); ++i)
+        if (i != except && intersect(rect, taken[i])) return false;
+    return true;
+}
+
+}  // namespace
+
+TEST(Placement, newNotesGoToTheTopRightCorner) {
+    struct Row {
+        RECT workArea;
+        LONG dpi, width, height, x, y;
+    };
+    const Row rows[] = {
+        {kDesktop, 96, 260, 260, 1648, 12},        {kDesktop, 144, 260, 260, 1642, 18},
+        {kDesktop, 192, 260, 260, 1636, 24},       {kLeftOfPrimary, 96, 260, 260, -272, -388},
+        {kDesktop, 96, 8000, 100, -6092, 12},      {{100, 50, 100, 50}, 96, 120, 100, -32, 62},
+        {kDesktop, 1, 260, 260, 1660, 0},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(sides(topRightCorner(row.workArea, row.dpi, row.width, row.height)),
+                  sides({row.x, row.y, row.x + row.width, row.y + row.height}))
+            << row.dpi << " " << row.width;
+}
+
+TEST(Placement, centringRoundsTowardsZero) {
+    EXPECT_EQ(sides(centredIn(kDesktop, 260, 260)), sides({830, 390, 1090, 650}));
+    EXPECT_EQ(sides(centredIn({0, 0, 101, 101}, 100, 100)), sides({0, 0, 100, 100}));
+    EXPECT_EQ(sides(centredIn({0, 0, 101, 101}, 104, 102)), sides({-1, 0, 103, 102})) << "larger than the area";
+    EXPECT_EQ(sides(centredIn({-1920, -200, 0, 880}, 261, 261)), sides({-1091, 209, -830, 470}));
+}
+
+TEST(Placement, lengthsScaleLikeTheSystems) {
+    const LONG rows[][3] = {{12, 96, 12}, {12, 120, 15}, {12, 144, 18}, {24, 192, 48}, {1, 144, 2}, {1, 143, 1},
+                            {26, 120, 33}, {5, 120, 6}};
+    for (const auto& [length, dpi, pixels] : rows)
+        EXPECT_EQ(scaleToDpi(length, dpi), pixels) << length << " at " << dpi;
+}
+
+TEST(Placement, touchingIsNotIntersecting) {
+    const RECT note = {100, 100, 360, 360};
+    EXPECT_FALSE(intersect(note, {360, 100, 400, 360}));
+    EXPECT_FALSE(intersect(note, {100, 360, 400, 400}));
+    EXPECT_TRUE(intersect(note, {359, 359, 400, 400}));
+    EXPECT_TRUE(intersect(note, {150, 150, 160, 160}));
+    EXPECT_FALSE(intersect(note, {150, 150, 150, 160})) << "an empty rectangle";
+}
+
+TEST(Placement, theSecondNoteAvoidsTheFirst) {
+    const RECT first = {1648, 12, 1908, 272};
+    const auto isFree = [&](const RECT& place) { return !intersect(place, first); };
+    EXPECT_EQ(sides(findFreePlace(first, kDesktop, 96, isFree)), sides({1660, 276, 1920, 536}));
+    // at twice the DPI a step is twice as long
+    EXPECT_EQ(sides(findFreePlace(first, kDesktop, 192, isFree)), sides({1660, 300, 1920, 560}));
+    // the step never gets under 16 pixels
+    EXPECT_EQ(placementTry(first, kDesktop, 48, 0).top, 28);
+}
+
+TEST(Placement, triesGoAlongFourDiagonalsAndStayInTheWorkArea) {
+    const RECT wanted = rectAt(900, 500, 100, 100);
+    EXPECT_EQ(sides(placementTry(wanted, kDesktop, 96, 0)), sides({924, 524, 1024, 624}));
+    EXPECT_EQ(sides(placementTry(wanted, kDesktop, 96, 49)), sides({1820, 940, 1920, 1040})) << "the far corner";
+    EXPECT_EQ(sides(placementTry(wanted, kDesktop, 96, 50)), sides({876, 476, 976, 576}));
+    EXPECT_EQ(sides(placementTry(wanted, kDesktop, 96, 100)), sides({876, 524, 976, 624}));
+    EXPECT_EQ(sides(placementTry(wanted, kDesktop, 96, 150)), sides({924, 476, 1024, 576}));
+    EXPECT_EQ(sides(placementTry(wanted, kDesktop, 96, 199)), sides({1820, 0, 1920, 100}));
+    EXPECT_EQ(sides(placementTry(rectAt(0, 0, 3000, 2000), kDesktop, 96, 7)), sides({0, 0, 3000, 2000}))
+        << "larger than the work area: aligned on the left and top";
+    EXPECT_EQ(sides(placementTry(rectAt(-300, -300, 100, 100), kLeftOfPrimary, 96, 49)),
+              sides({-100, 900 - 300 + 300, 0, 1000}));
+}
+
+TEST(Placement, withoutAFreePlaceTheWantedOneStands) {
+    const RECT wanted = rectAt(-50, 20, 260, 260);
+    int tries = 0;
+    const RECT place = findFreePlace(wanted, kDesktop, 96, [&](const RECT&) { return ++tries < 0; });
+    EXPECT_EQ(sides(place), sides(wanted));
+    EXPECT_EQ(tries, 200);
+    int last = 0;
+    findFreePlace(wanted, kDesktop, 96, [&](const RECT&) { return ++last == 200; });
+    EXPECT_EQ(last, 200) << "the last try counts";
+}
+
+TEST(Placement, coordinatesOfAnyKindAreHarmless) {
+    for (const LONG x : {LONG{-2147483647 - 1}, LONG{2147483647}, LONG{-32768}}) {
+        const RECT rect = rectAt(x, x, 8000, 8000);
+        for (int n = 0; n < kPlacementTries; ++n)
+            placementTry(rect, kDesktop, 192, n);
+        OccupiedPlaces places;
+        places.set(&places, rect);
+        places.set(&rect, rectAt(x, x, 100, 100));
+        places.remove(&rect);
+        EXPECT_TRUE(places.isFree({0, 0, 100, 100}));
+    }
+}
+
+TEST(OccupiedPlaces, answersAsALookAtEveryRectangleWould) {
+    std::mt19937 random(20261123);
+    const auto any = [&](LONG least, LONG most) { return std::uniform_int_distribution<LONG>(least, most)(random); };
+    const auto anyRect = [&] {
+        const LONG longest = any(0, 9) == 0 ? 9000 : 400;  // some span so much that they are kept apart
+        const RECT rect = rectAt(any(-3000, 3000), any(-2000, 2000), any(0, longest), any(0, longest));
+        return any(0, 3) == 0 ? rectAt(1648, 12, 260, 260) : rect;  // many share one place
+    };
+    for (int round = 0; round < 40; ++round) {
+        OccupiedPlaces places;
+        std::vector<RECT> taken(static_cast<std::size_t>(any(0, 60)));
+        for (RECT& rect : taken)
+            rect = {};
+        for (int change = 0; change < 200 && !taken.empty(); ++change) {
+            RECT& rect = taken[static_cast<std::size_t>(any(0, static_cast<LONG>(taken.size()) - 1))];
+            rect = any(0, 4) == 0 ? RECT{} : anyRect();
+            if (intersect(rect, rect) || any(0, 1) == 0)
+                places.set(&rect, rect);
+            else
+                places.remove(&rect);
+        }
+        for (int question = 0; question < 200; ++question) {
+            const RECT rect = anyRect();
+            const std::size_t except = static_cast<std::size_t>(any(0, static_cast<LONG>(taken.size())));
+            const void* const owner = except < taken.size() ? &taken[except] : nullptr;
+            ASSERT_EQ(places.isFree(rect, owner), isFreeOf(rect, taken, except))
+                << rect.left << "," << rect.top << "," << rect.right << "," << rect.bottom;
+        }
+    }
+}
