@@ -28,6 +28,13 @@ static_assert(sizeof(LARGE_INTEGER) == 8 && sizeof(LUID) == 8 && offsetof(LUID, 
 static_assert(sizeof(RECT) == 16 && offsetof(RECT, right) == 8 && sizeof(COLORREF) == 4);
 static_assert(sizeof(GUID) == 16 && offsetof(GUID, Data2) == 4 && offsetof(GUID, Data4) == 8);
 static_assert(sizeof(SECURITY_ATTRIBUTES) == 24 && offsetof(SECURITY_ATTRIBUTES, bInheritHandle) == 16);
+static_assert(sizeof(OVERLAPPED) == 32 && offsetof(OVERLAPPED, hEvent) == 24);
+static_assert(offsetof(FILE_NOTIFY_INFORMATION, FileName) == 12);
+static_assert(FILE_FLAG_OVERLAPPED == 0x40000000 && FILE_FLAG_BACKUP_SEMANTICS == 0x02000000);
+static_assert(FILE_NOTIFY_CHANGE_FILE_NAME == 1 && FILE_NOTIFY_CHANGE_LAST_WRITE == 0x10 && FILE_LIST_DIRECTORY == 1);
+static_assert(FILE_ACTION_ADDED == 1 && FILE_ACTION_REMOVED == 2 && FILE_ACTION_MODIFIED == 3);
+static_assert(FILE_ACTION_RENAMED_OLD_NAME == 4 && FILE_ACTION_RENAMED_NEW_NAME == 5);
+static_assert(ERROR_OPERATION_ABORTED == 995 && ERROR_IO_INCOMPLETE == 996 && ERROR_NOT_FOUND == 1168);
 static_assert(sizeof(WIN32_FIND_DATAW) == 592 && offsetof(WIN32_FIND_DATAW, cFileName) == 44);
 static_assert(INFINITE == 0xffffffff && WAIT_OBJECT_0 == 0 && WAIT_TIMEOUT == 258 && WAIT_FAILED == 0xffffffff);
 static_assert(sizeof(CRITICAL_SECTION) == 40 && sizeof(INITCOMMONCONTROLSEX) == 8);
@@ -111,6 +118,10 @@ CALL(DeleteFileW, BOOL(LPCWSTR));
 CALL(MoveFileExW, BOOL(LPCWSTR, LPCWSTR, DWORD));
 CALL(GetFileAttributesW, DWORD(LPCWSTR));
 CALL(CreateDirectoryW, BOOL(LPCWSTR, LPSECURITY_ATTRIBUTES));
+CALL(ReadDirectoryChangesW,
+     BOOL(HANDLE, LPVOID, DWORD, BOOL, DWORD, LPDWORD, LPOVERLAPPED, LPOVERLAPPED_COMPLETION_ROUTINE));
+CALL(GetOverlappedResult, BOOL(HANDLE, LPOVERLAPPED, LPDWORD, BOOL));
+CALL(CancelIoEx, BOOL(HANDLE, LPOVERLAPPED));
 CALL(FindFirstFileW, HANDLE(LPCWSTR, WIN32_FIND_DATAW*));
 CALL(FindNextFileW, BOOL(HANDLE, WIN32_FIND_DATAW*));
 CALL(FindClose, BOOL(HANDLE));

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "Gate.h"
+#include "files/Directory.h"
 #include "files/FileLocks.h"
 #include "files/FileObject.h"
 #include "files/NativePath.h"
@@ -169,7 +170,7 @@ bool moveFile(const std::string& source, const std::string& target, DWORD flags)
 
 using namespace platform;
 
-HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD shareMode, LPSECURITY_ATTRIBUTES, DWORD disposition, DWORD,
+HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD shareMode, LPSECURITY_ATTRIBUTES, DWORD disposition, DWORD flags,
                    HANDLE) {
     static constinit CallSite site{__func__};
     std::string native;
@@ -178,6 +179,9 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD shareMode, LPSECURITY_ATTRI
         SetLastError(ERROR_INVALID_PARAMETER);
         return INVALID_HANDLE_VALUE;
     }
+    struct stat status;
+    if ((flags & FILE_FLAG_BACKUP_SEMANTICS) != 0 && stat(native.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
+        return openHandle(std::make_shared<Directory>(native));
     auto file = openFile(native, {grantedAccess(access), shareMode, disposition});
     if (file == nullptr) return INVALID_HANDLE_VALUE;
     return openHandle(std::move(file));

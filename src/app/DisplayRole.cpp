@@ -77,8 +77,8 @@ bool App::isSecondInstance(const WideString& mutexName, int& exitCode) {
         return true;
     }
     if (err != ERROR_ALREADY_EXISTS) return false;
-    logWrite(LogLevel::Info, kComponent,
-             TEXT("Another instance is running (mutex=%ls); sending wake-up and exiting"), mutexName.c_str());
+    logWrite(LogLevel::Info, kComponent, TEXT("Another instance is running (mutex=%ls); sending wake-up and exiting"),
+             mutexName.c_str());
     wakeFirstInstance();
     exitCode = kSuccess;
     return true;

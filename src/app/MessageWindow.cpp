@@ -65,11 +65,16 @@ LRESULT CALLBACK App::messageWindowProc(HWND window, UINT message, WPARAM wParam
 }
 
 const App::Handled App::kHandled[] = {
-    {WM_APP_FILE_ADDED, &App::onFileAddedMessage},     {WM_APP_FILE_REMOVED, &App::onFileRemovedMessage},
-    {WM_APP_NOTE_DISMISS, &App::onNoteDismissMessage}, {WM_APP_NOTE_MOVED, &App::onNoteSaveMessage},
-    {WM_APP_NOTE_CHANGED, &App::onNoteSaveMessage},    {WM_APP_NOTE_NEW, &App::onNoteNewMessage},
-    {WM_TIMER, &App::onTimer},                         {WM_DESTROY, &App::onDestroy},
-    {WM_ENDSESSION, &App::onEndSession},               {WM_SETTINGCHANGE, &App::onDisplayChange},
+    {WM_APP_FILE_ADDED, &App::onFileAddedMessage},
+    {WM_APP_FILE_REMOVED, &App::onFileRemovedMessage},
+    {WM_APP_NOTE_DISMISS, &App::onNoteDismissMessage},
+    {WM_APP_NOTE_MOVED, &App::onNoteSaveMessage},
+    {WM_APP_NOTE_CHANGED, &App::onNoteSaveMessage},
+    {WM_APP_NOTE_NEW, &App::onNoteNewMessage},
+    {WM_TIMER, &App::onTimer},
+    {WM_DESTROY, &App::onDestroy},
+    {WM_ENDSESSION, &App::onEndSession},
+    {WM_SETTINGCHANGE, &App::onDisplayChange},
     {WM_DISPLAYCHANGE, &App::onDisplayChange},
 };
 

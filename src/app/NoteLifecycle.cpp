@@ -10,8 +10,8 @@ namespace {
 
 constexpr const WCHAR* kComponent = TEXT("App");
 constexpr int kTries = 3;
-constexpr DWORD kPauseMs = 15;            // a writer is given this long to finish
-constexpr ULONGLONG kOwnWriteMs = 3000;   // so long after a save, what comes from its file is our own doing
+constexpr DWORD kPauseMs = 15;              // a writer is given this long to finish
+constexpr ULONGLONG kOwnWriteMs = 3000;     // so long after a save, what comes from its file is our own doing
 constexpr std::size_t kExtensionUnits = 5;  // ".json"
 
 // The file's name without its extension; the id in the file where the name has none.

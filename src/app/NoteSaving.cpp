@@ -11,8 +11,8 @@ constexpr const WCHAR* kComponent = TEXT("App");
 
 }  // namespace
 
-// Writes the record as the window left it. Nobody tries again after a failure: the edit stays in the window's record and
-// goes out with the next save.
+// Writes the record as the window left it. Nobody tries again after a failure: the edit stays in the window's record
+// and goes out with the next save.
 bool App::saveNote(NoteWindow* window) {
     if (window == nullptr) return false;
     const NoteRecord& note = window->note();
@@ -25,8 +25,8 @@ bool App::saveNote(NoteWindow* window) {
         return true;
     }
     ownWrites_.erase(path);  // the next change from outside counts
-    logWrite(LogLevel::Error, kComponent, TEXT("saveNote failed: id=%ls path=%ls (%ls)"), note.id.c_str(),
-             path.c_str(), error.c_str());
+    logWrite(LogLevel::Error, kComponent, TEXT("saveNote failed: id=%ls path=%ls (%ls)"), note.id.c_str(), path.c_str(),
+             error.c_str());
     return false;
 }
 

@@ -2,6 +2,8 @@
 
 #include <process.h>
 
+#include <vector>
+
 #include "common/Logger.h"
 #include "common/Messages.h"
 #include "common/Paths.h"
@@ -37,36 +39,70 @@ UINT messageFor(DWORD action) {
 
 }  // namespace
 
+// The thread's side. The stop event is the one thing that both sides touch.
+class FolderWatcher::Worker {
+  public:
+    Worker(const WideString& folder, HWND target) : folder_(folder), target_(target) {}
+
+    // False when the system has no event to give.
+    bool prepare() {
+        stopEvent_.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        return static_cast<bool>(stopEvent_);
+    }
+    void askToStop() const { SetEvent(stopEvent_.get()); }
+    void work() const;
+
+  private:
+    // What is held while the folder is open. The system writes into the first two for as long as a read is pending,
+    // which ends with the directory's handle at the latest: they outlive it.
+    struct Reading {
+        std::vector<DWORD> buffer;  // records are aligned to DWORDs
+        OVERLAPPED overlapped = {};
+        FileHandle directory;
+        WaitHandle done;
+    };
+
+    bool isStopped(DWORD milliseconds) const;
+    void readChanges(Reading& reading) const;
+    void reportRecords(const BYTE* buffer) const;
+    void reportChange(DWORD action, const WideString& name) const;
+    void reportAllFiles() const;
+
+    const WideString folder_;
+    const HWND target_;
+    WaitHandle stopEvent_;
+};
+
 bool FolderWatcher::start(const WideString& folder, HWND target) {
-    if (worker_) return false;
-    folder_ = folder;
-    target_ = target;
-    stopEvent_.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    if (!stopEvent_) return false;
-    worker_.reset(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, threadMain, this, 0, nullptr)));
-    if (worker_) return true;
-    stopEvent_.reset();
-    return false;
+    if (thread_) return false;
+    auto worker = std::make_shared<Worker>(folder, target);
+    if (!worker->prepare()) return false;
+    auto forThread = std::make_unique<std::shared_ptr<Worker>>(worker);
+    thread_.reset(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, threadMain, forThread.get(), 0, nullptr)));
+    if (!thread_) return false;
+    static_cast<void>(forThread.release());  // the thread's own
+    worker_ = std::move(worker);
+    return true;
 }
 
 void FolderWatcher::stop() {
-    if (stopEvent_) SetEvent(stopEvent_.get());
-    if (worker_) WaitForSingleObject(worker_.get(), kStopMs);
+    if (worker_ != nullptr) worker_->askToStop();
+    if (thread_) WaitForSingleObject(thread_.get(), kStopMs);
+    thread_.reset();
     worker_.reset();
-    stopEvent_.reset();
 }
 
-unsigned WINAPI FolderWatcher::threadMain(void* self) {
-    static_cast<const FolderWatcher*>(self)->work();
+unsigned WINAPI FolderWatcher::threadMain(void* worker) {
+    const std::unique_ptr<std::shared_ptr<Worker>> own(static_cast<std::shared_ptr<Worker>*>(worker));
+    (*own)->work();
     return 0;
 }
 
-// A stop event that cannot be waited for has been closed: whoever stops the worker has waited long enough.
-bool FolderWatcher::isStopped(DWORD milliseconds) const {
-    return WaitForSingleObject(stopEvent_.get(), milliseconds) != WAIT_TIMEOUT;
+bool FolderWatcher::Worker::isStopped(DWORD milliseconds) const {
+    return WaitForSingleObject(stopEvent_.get(), milliseconds) == WAIT_OBJECT_0;
 }
 
-void FolderWatcher::work() const {
+void FolderWatcher::Worker::work() const {
     logWrite(LogLevel::Info, kComponent, TEXT("Worker started on %ls"), folder_.c_str());
     bool folderWarned = false;
     while (!isStopped(0)) {
@@ -92,7 +128,7 @@ void FolderWatcher::work() const {
 }
 
 // Until the folder or the read fails, or the stop event is set.
-void FolderWatcher::readChanges(Reading& reading) const {
+void FolderWatcher::Worker::readChanges(Reading& reading) const {
     const HANDLE directory = reading.directory.get();
     const HANDLE either[] = {reading.done.get(), stopEvent_.get()};
     reading.overlapped.hEvent = reading.done.get();
@@ -122,7 +158,7 @@ void FolderWatcher::readChanges(Reading& reading) const {
     }
 }
 
-void FolderWatcher::reportRecords(const BYTE* buffer) const {
+void FolderWatcher::Worker::reportRecords(const BYTE* buffer) const {
     for (;;) {
         const auto& record = *reinterpret_cast<const FILE_NOTIFY_INFORMATION*>(buffer);
         reportChange(record.Action, WideString(record.FileName, record.FileNameLength / sizeof(WCHAR)));
@@ -132,13 +168,13 @@ void FolderWatcher::reportRecords(const BYTE* buffer) const {
 }
 
 // A message that cannot be posted is lost.
-void FolderWatcher::reportChange(DWORD action, const WideString& name) const {
+void FolderWatcher::Worker::reportChange(DWORD action, const WideString& name) const {
     if (!equalsIgnoreCase(lowerExtension(name), TEXT("json"))) return;
     if (const UINT message = messageFor(action)) postText(target_, message, joinPath(folder_, name));
 }
 
 // Changes were lost. What is there now counts as added; what went away meanwhile is not found.
-void FolderWatcher::reportAllFiles() const {
+void FolderWatcher::Worker::reportAllFiles() const {
     logWrite(LogLevel::Info, kComponent, TEXT("Change buffer overflowed; re-enumerating folder"));
     WIN32_FIND_DATAW entry = {};
     const FindHandle search(FindFirstFileW(joinPath(folder_, TEXT("*.json")).c_str(), &entry));

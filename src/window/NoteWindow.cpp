@@ -98,10 +98,8 @@ LRESULT CALLBACK NoteWindow::staticWindowProc(HWND window, UINT message, WPARAM 
 }
 
 const NoteWindow::Handled NoteWindow::kHandled[] = {
-    {WM_MOVE, &NoteWindow::onMove},
-    {WM_SIZE, &NoteWindow::onSize},
-    {WM_ACTIVATE, &NoteWindow::onActivate},
-    {WM_WINDOWPOSCHANGING, &NoteWindow::onPosChanging},
+    {WM_MOVE, &NoteWindow::onMove},           {WM_SIZE, &NoteWindow::onSize},
+    {WM_ACTIVATE, &NoteWindow::onActivate},   {WM_WINDOWPOSCHANGING, &NoteWindow::onPosChanging},
     {WM_NCDESTROY, &NoteWindow::onNcDestroy},
 };
 

@@ -32,9 +32,9 @@ TEST(Placement, newNotesGoToTheTopRightCorner) {
         LONG dpi, width, height, x, y;
     };
     const Row rows[] = {
-        {kDesktop, 96, 260, 260, 1648, 12},        {kDesktop, 144, 260, 260, 1642, 18},
-        {kDesktop, 192, 260, 260, 1636, 24},       {kLeftOfPrimary, 96, 260, 260, -272, -388},
-        {kDesktop, 96, 8000, 100, -6092, 12},      {{100, 50, 100, 50}, 96, 120, 100, -32, 62},
+        {kDesktop, 96, 260, 260, 1648, 12},   {kDesktop, 144, 260, 260, 1642, 18},
+        {kDesktop, 192, 260, 260, 1636, 24},  {kLeftOfPrimary, 96, 260, 260, -272, -388},
+        {kDesktop, 96, 8000, 100, -6092, 12}, {{100, 50, 100, 50}, 96, 120, 100, -32, 62},
         {kDesktop, 1, 260, 260, 1660, 0},
     };
     for (const Row& row : rows)
@@ -51,8 +51,8 @@ TEST(Placement, centringRoundsTowardsZero) {
 }
 
 TEST(Placement, lengthsScaleLikeTheSystems) {
-    const LONG rows[][3] = {{12, 96, 12}, {12, 120, 15}, {12, 144, 18}, {24, 192, 48}, {1, 144, 2}, {1, 143, 1},
-                            {26, 120, 33}, {5, 120, 6}};
+    const LONG rows[][3] = {{12, 96, 12}, {12, 120, 15}, {12, 144, 18}, {24, 192, 48},
+                            {1, 144, 2},  {1, 143, 1},   {26, 120, 33}, {5, 120, 6}};
     for (const auto& [length, dpi, pixels] : rows)
         EXPECT_EQ(scaleToDpi(length, dpi), pixels) << length << " at " << dpi;
 }
