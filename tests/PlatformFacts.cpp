@@ -134,7 +134,7 @@ CALL(WaitForSingleObject, DWORD(HANDLE, DWORD));
 CALL(WaitForMultipleObjects, DWORD(DWORD, const HANDLE*, BOOL, DWORD));
 CALL(Sleep, void(DWORD));
 CALL(GetTickCount64, ULONGLONG());
-CALL(_beginthreadex, std::uintptr_t(void*, unsigned, unsigned (*)(void*), void*, unsigned, unsigned*));
+CALL(_beginthreadex, uintptr_t(void*, unsigned, unsigned (*)(void*), void*, unsigned, unsigned*));
 CALL(GetSystemTime, void(LPSYSTEMTIME));
 CALL(GetLocalTime, void(LPSYSTEMTIME));
 CALL(GetEnvironmentVariableW, DWORD(LPCWSTR, LPWSTR, DWORD));

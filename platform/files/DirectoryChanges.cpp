@@ -52,7 +52,7 @@ struct ChangeQueue {
     explicit ChangeQueue(int instance) : notify(instance) {}
 
     const Descriptor notify;
-    int folder = -1;       // watch descriptors of the folder and of the one above it
+    int folder = -1;  // watch descriptors of the folder and of the one above it
     int parent = -1;
     std::string leafName;  // of the folder in the one above it
     DWORD filter = 0;

@@ -269,7 +269,7 @@ HWND CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR text, DWORD style
         show(window);
         if (window->isTopLevel()) activateWindow(window, WA_ACTIVE);
     }
-    if (window->isTopLevel()) desktop::serveFromOutside();
+    if (window->parent == nullptr) desktop::serveFromOutside();
     return window->handle;
 }
 

@@ -110,19 +110,25 @@ TEST_F(Roles, everyRefusalHasItsExitCodeAndItsText) {
     }
 }
 
-TEST_F(Roles, plainStartLogsItselfAndIgnoresUnknownOptions) {
-    const ProcessResult result = run(TEXT("-i blue --no-autostart --what \"a b\" --log-level loud"));
-    EXPECT_EQ(result.exitCode, 0U);
+TEST_F(Roles, unknownOptionsAreIgnoredAndTheLogHasEveryLine) {
+    writeFile(programData / TEXT("file"), "in the way");  // where the notes are to be: the start ends early
+    const WideString folder = TEXT(" --folder \"") + (programData / TEXT("file")) + TEXT("\"");
+    const ProcessResult result = run(TEXT("-i blue --no-autostart --what \"a b\" --log-level loud") + folder);
+    EXPECT_EQ(result.exitCode, 3U);
     EXPECT_TRUE(exists(programData / TEXT("OmbrelService_Common_blue\\Logs")));
+    std::filesystem::remove(hostPath(programData / TEXT("file")));
     EXPECT_TRUE(contains(log(), "[INFO ] App: Vellumd starting; pid="));
     EXPECT_TRUE(contains(log(), "[INFO ] App: Shutting down\r\n"));
     EXPECT_EQ(result.debugOutput, log()) << "the debugger hears every line of the file";
 }
 
 TEST_F(Roles, logLevelFiltersWhatIsWritten) {
-    run(TEXT("--log-level error"));
+    writeFile(programData / TEXT("file"), "in the way");
+    const WideString folder = TEXT(" -i x --folder \"") + (programData / TEXT("file")) + TEXT("\"");
+    run(TEXT("--log-level error") + folder);
     EXPECT_FALSE(contains(log(), "starting"));
-    run(TEXT("--log-level=DEBUG"));
+    EXPECT_TRUE(contains(log(), "Cannot create notes folder"));
+    run(TEXT("--log-level=DEBUG") + folder);
     EXPECT_TRUE(contains(log(), "starting"));
 }
 

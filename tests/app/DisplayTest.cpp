@@ -1,0 +1,177 @@
+// The display of notes as a process: files come and go, windows follow, the log tells each step.
+#include "support/Display.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "common/Identity.h"
+#include "support/Files.h"
+#include "support/Text.h"
+
+namespace {
+
+std::string note(const std::string& id, const std::string& more = "") {
+    return "{\"id\":\"" + id + "\",\"title\":\"t\"" + more + "}";
+}
+
+// Every test has an instance of its own, so that tests may run side by side.
+class Display : public testing::Test {
+  protected:
+    WideString arguments(const WideString& more = {}) const {
+        return TEXT("--no-autostart --log-level debug -i ") + instance + TEXT(" --folder \"") + parent.path() +
+               TEXT("\" ") + more;
+    }
+    Environment environment() const { return {{"PROGRAMDATA", utf8(programData.path())}}; }
+    WideString file(const std::string& name) const {
+        return parent / (instance + TEXT("\\") + wide(name));
+    }
+    void makeFolder() const { std::filesystem::create_directories(hostPath(parent / instance)); }
+
+    std::string log() const {
+        std::string text;
+        std::error_code error;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(hostPath(programData.path()), error))
+            if (entry.is_regular_file()) text += readFile(productPath(entry.path()));
+        return text;
+    }
+    bool logged(const std::string& text) const { return log().find(text) != std::string::npos; }
+    bool comesIntoLog(const std::string& text) const {
+        return comesTrue([&] { return logged(text); });
+    }
+    // Writes the file until the process has noticed it, which it does from the watcher's first read on.
+    template <typename Condition>
+    bool isNoticed(const WideString& path, const std::string& text, Condition noticed) const {
+        return comesTrue([&] {
+            writeFile(path, text);
+            return comesTrue(noticed, std::chrono::milliseconds(300));
+        });
+    }
+    // The first line of the log in which the text stands; -1 without one.
+    int lineOf(const std::string& text) const {
+        const std::string all = log();
+        const std::size_t at = all.find(text);
+        return at == std::string::npos ? -1 : static_cast<int>(std::count(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
+    }
+
+    const WideString instance = newGuidText();
+    const TempFolder programData, parent;
+};
+
+std::vector<LONG> placeOf(const ShownWindow& window) {
+    return {window.rect.left, window.rect.top, window.rect.right - window.rect.left,
+            window.rect.bottom - window.rect.top};
+}
+
+}  // namespace
+
+TEST_F(Display, startsStepByStepAndEndsWhenItsMessageWindowGoes) {
+    makeFolder();
+    writeFile(file("first.json"), note("first"));
+    writeFile(file("bad.json"), "{\"id\":");
+    DisplayProcess display(arguments(), environment());
+    ASSERT_TRUE(comesIntoLog("Worker started on"));
+    ASSERT_TRUE(comesIntoLog("Started; 1 note(s) loaded"));
+    const char* const steps[] = {"[INFO ] App: Vellumd starting; pid=",
+                                 "[INFO ] App: Notes folder: ",
+                                 "[INFO ] App: Auto-start skipped (--no-autostart)",
+                                 "[DEBUG] App: Initial scan: 2 file(s)",
+                                 "[INFO ] App: Started; 1 note(s) loaded"};
+    int last = -1;
+    for (const char* step : steps) {
+        EXPECT_GT(lineOf(step), last) << step << "\n" << log();
+        last = lineOf(step);
+    }
+    EXPECT_TRUE(logged("[INFO ] App: Note opened: id=first"));
+    EXPECT_TRUE(logged("[WARN ] App: Failed to load note after 3 retries: ")) << log();
+    DWORD exitCode = 99;
+    ASSERT_TRUE(display.end(exitCode));
+    EXPECT_EQ(exitCode, 0U);
+    EXPECT_LT(lineOf("App: Shutting down"), lineOf("Watcher: Worker stopped"));
+    EXPECT_EQ(readFile(file("first.json")), note("first")) << "what nobody changed is not written";
+}
+
+TEST_F(Display, windowsAreTopmostToolWindowsAndNeverTakeTheFocus) {
+    makeFolder();
+    writeFile(file("placed.json"), note("placed", ",\"position\":{\"x\":30,\"y\":40,\"width\":300,\"height\":200}"));
+    writeFile(file("covered.json"), note("covered", ",\"position\":{\"x\":30,\"y\":40,\"width\":300,\"height\":200}"));
+    DisplayProcess display(arguments(), environment());
+    ASSERT_TRUE(comesTrue([&] { return display.notes().size() == 2; })) << log();
+    ASSERT_TRUE(comesIntoLog("Started; 2 note(s) loaded"));
+    std::vector<std::vector<LONG>> places;
+    for (const ShownWindow& window : display.notes()) {
+        EXPECT_TRUE(window.isVisible);
+        EXPECT_FALSE(window.isActive);
+        EXPECT_EQ(window.style & 0xC2000000U, 0x82000000U);
+        EXPECT_EQ(window.exStyle & 0x88U, 0x88U);
+        places.push_back(placeOf(window));
+    }
+    std::sort(places.begin(), places.end());
+    EXPECT_EQ(places[0], (std::vector<LONG>{30, 40, 300, 200}));
+    EXPECT_EQ(places[1], (std::vector<LONG>{30 + 24 * 9, 40 + 24 * 9, 300, 200})) << "beside the first";
+}
+
+TEST_F(Display, windowsFollowTheFiles) {
+    DisplayProcess display(arguments(), environment());
+    ASSERT_TRUE(comesIntoLog("Started; 0 note(s) loaded"));
+    ASSERT_TRUE(comesIntoLog("Worker started on"));
+    const auto shows = [&](std::size_t count) { return comesTrue([&] { return display.notes().size() == count; }); };
+
+    EXPECT_TRUE(isNoticed(file("a.json"), note("a"), [&] { return display.notes().size() == 1; }));
+    EXPECT_TRUE(shows(1)) << "written in place\n" << log();
+    writeFile(file("b.tmp"), note("b"));
+    std::filesystem::rename(hostPath(file("b.tmp")), hostPath(file("b.json")));
+    EXPECT_TRUE(shows(2)) << "renamed into place\n" << log();
+    std::filesystem::rename(hostPath(file("b.json")), hostPath(file("c.json")));
+    EXPECT_TRUE(comesIntoLog("Note closed (file deleted externally): id=b")) << log();
+    EXPECT_TRUE(comesIntoLog("Note opened: id=c")) << log();
+    EXPECT_TRUE(logged("Filename/id mismatch: file=c.json jsonId=b; using filename and rewriting on next save"));
+    writeFile(file("a.json"), note("a", ",\"content\":\"changed\""));
+    EXPECT_TRUE(comesIntoLog("Note already open, updating: id=a")) << log();
+    writeFile(file("n.tmp"), note("a"));
+    std::filesystem::rename(hostPath(file("n.tmp")), hostPath(file("a.json")));
+    EXPECT_TRUE(shows(2)) << "replaced while open\n" << log();
+    std::filesystem::remove(hostPath(file("a.json")));
+    EXPECT_TRUE(shows(1)) << "deleted\n" << log();
+    for (const ShownWindow& window : display.notes())
+        EXPECT_FALSE(window.isActive);
+}
+
+TEST_F(Display, aSecondProcessLeavesTheNotesToTheFirst) {
+    DisplayProcess display(arguments(), environment());
+    ASSERT_TRUE(comesIntoLog("Started; 0 note(s) loaded"));
+    const ProcessResult second = runVellumd(arguments(), environment());
+    EXPECT_TRUE(second.finished);
+    EXPECT_EQ(second.exitCode, 0U);
+    EXPECT_NE(second.debugOutput.find("App: Another instance is running (mutex=Local\\Vellumd.SingleInstance.v1." +
+                                      utf8(instance) + "); sending wake-up and exiting\r\n"),
+              std::string::npos)
+        << second.debugOutput;
+    EXPECT_EQ(second.debugOutput.find("Auto-start"), std::string::npos);
+    DWORD exitCode = 99;
+    EXPECT_TRUE(display.end(exitCode)) << "the first goes on until it is ended";
+    EXPECT_EQ(exitCode, 0U);
+}
+
+TEST_F(Display, anInstanceHasAFolderAndAMutexOfItsOwn) {
+    const WideString other = instance + TEXT("/a:b");
+    DisplayProcess first(arguments(), environment());
+    ASSERT_TRUE(comesIntoLog("Started; 0 note(s) loaded"));
+    const WideString folder = parent / (instance + TEXT("_a_b"));
+    DisplayProcess second(arguments(TEXT("-i ") + other), environment());
+    ASSERT_TRUE(comesTrue([&] { return exists(folder); })) << log();
+    EXPECT_TRUE(isNoticed(folder + TEXT("\\n.json"), note("n"), [&] { return second.notes().size() == 1; }));
+    EXPECT_EQ(first.notes().size(), 0U);
+    const ProcessResult third = runVellumd(arguments(TEXT("-i ") + other), environment());
+    EXPECT_NE(third.debugOutput.find("SingleInstance.v1." + utf8(instance) + "_a:b)"), std::string::npos)
+        << third.debugOutput;
+}
+
+TEST_F(Display, aFolderThatCannotBeMadeEndsTheStart) {
+    writeFile(parent / TEXT("file"), "x");
+    const ProcessResult result = runVellumd(
+        TEXT("--no-autostart -i x --folder \"") + (parent / TEXT("file")) + TEXT("\""), environment());
+    EXPECT_EQ(result.exitCode, 3U);
+    EXPECT_NE(result.debugOutput.find("[ERROR] App: Cannot create notes folder: "), std::string::npos)
+        << result.debugOutput;
+}

@@ -1,0 +1,50 @@
+// A display process that runs beside the test, and the windows that it shows, seen from outside.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/Process.h"
+
+struct ShownWindow {
+    std::uintptr_t handle = 0;
+    RECT rect = {};
+    DWORD style = 0;
+    DWORD exStyle = 0;
+    bool isVisible = false;
+    bool isActive = false;  // has the keyboard
+};
+
+class DisplayProcess {
+  public:
+    // Starts Vellumd with these arguments.
+    DisplayProcess(const WideString& arguments, const Environment& environment);
+    // Kills it, if it still runs.
+    ~DisplayProcess();
+    DisplayProcess(const DisplayProcess&) = delete;
+    DisplayProcess& operator=(const DisplayProcess&) = delete;
+
+    // The notes that it shows, the uppermost first.
+    std::vector<ShownWindow> notes() const;
+    // Closes the hidden message window, as nobody does in daily life, and waits for the process. False when it does not
+    // end within 20 seconds.
+    bool end(DWORD& exitCode);
+
+  private:
+    struct Platform;
+    std::unique_ptr<Platform> platform_;
+};
+
+// Waits for a condition; says what it was in the end.
+template <typename Condition>
+bool comesTrue(Condition condition, std::chrono::milliseconds limit = std::chrono::seconds(20)) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
