@@ -144,7 +144,7 @@ TEST_F(FolderWatcherThreads, stopLetsTheBatchInHandEnd) {
     constexpr unsigned kFiles = 20;
     ASSERT_TRUE(watched.startReading());
     faults::arm({"ReadDirectoryChangesW", 1, faults::Action::Hold});
-    write("first.json");
+    std::ofstream(place / "first.json").flush();  // empty: one change and no second
     ASSERT_TRUE(eventually([] { return faults::fired(); }));
     for (unsigned i = 0; i < kFiles; ++i)
         fs::create_hard_link(place / "first.json", place / ("n" + std::to_string(i) + ".json"));
