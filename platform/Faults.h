@@ -21,6 +21,7 @@ enum class Action {
     Short,  // a read or write moves at most `value` bytes
     Delay,  // the call starts `value` milliseconds later
     Kill,   // the process ends at once, as if it were killed from outside
+    Hold,   // the call starts when the fault is disarmed; for tests of what happens meanwhile on another thread
 };
 
 struct Fault {
@@ -31,6 +32,8 @@ struct Fault {
 };
 
 void arm(Fault fault);
+// Disarms what was armed for this name, and lets the calls go on that it holds. The counts stay.
+void disarm(std::string_view call);
 // Disarms everything. Also resets the counts.
 void clear();
 // Whether any armed fault was carried out since clear().

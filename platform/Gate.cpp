@@ -5,12 +5,14 @@
 
 #include <unistd.h>
 #include <chrono>
+#include <condition_variable>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
 #include <thread>
 
+#include <algorithm>
 #include <charconv>
 
 #include "Faults.h"
@@ -24,10 +26,13 @@ constexpr DWORD kMeaningless = 0x2BADBAD0;
 struct Armed {
     faults::Fault fault;
     unsigned seen = 0;
+    unsigned number = 0;  // of the arming
 };
 
 struct Gate {
     std::mutex lock;
+    std::condition_variable disarmed;
+    unsigned armings = 0;
     std::vector<Armed> armed;
     std::vector<CallSite*> sites;
     bool fired = false;
@@ -45,6 +50,7 @@ struct Verdict {
     DWORD value = 0;
     std::optional<DWORD> limit;
     DWORD delayMs = 0;
+    unsigned heldBy = 0;  // the arming that holds the call, if any
 };
 
 // What a site is able to do; a fault on "*" counts only the calls that it can hit.
@@ -79,13 +85,24 @@ Verdict judgeLocked(std::string_view call, Ability ability) {
             case faults::Action::Kill:
                 std::raise(SIGKILL);
                 break;
+            case faults::Action::Hold:
+                verdict.heldBy = armed.number;
+                break;
         }
     }
     return verdict;
 }
 
+void waitForDisarming(unsigned number) {
+    std::unique_lock held(gate().lock);
+    gate().disarmed.wait(held, [number] {
+        return std::ranges::none_of(gate().armed, [&](const Armed& armed) { return armed.number == number; });
+    });
+}
+
 Verdict judge(std::string_view call, Ability ability) {
     const Verdict verdict = judgeLocked(call, ability);
+    if (verdict.heldBy != 0) waitForDisarming(verdict.heldBy);
     if (verdict.delayMs != 0) std::this_thread::sleep_for(std::chrono::milliseconds(verdict.delayMs));
     return verdict;
 }
@@ -193,8 +210,15 @@ bool parseOne(std::string_view text, Fault& fault) {
 
 void arm(Fault fault) {
     std::lock_guard hold(gate().lock);
-    gate().armed.push_back({std::move(fault), 0});
+    gate().armed.push_back({std::move(fault), 0, ++gate().armings});
     anythingArmed = true;
+}
+
+void disarm(std::string_view call) {
+    std::lock_guard hold(gate().lock);
+    std::erase_if(gate().armed, [&](const Armed& armed) { return armed.fault.call == call; });
+    anythingArmed = !gate().armed.empty();
+    gate().disarmed.notify_all();
 }
 
 void clear() {
@@ -202,6 +226,7 @@ void clear() {
     gate().armed.clear();
     gate().fired = false;
     anythingArmed = false;
+    gate().disarmed.notify_all();
     for (CallSite* site : gate().sites)
         site->resetCount();
 }

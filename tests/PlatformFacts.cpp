@@ -15,6 +15,7 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <cstdint>
 #include <type_traits>
 
 static_assert(sizeof(WCHAR) == 2 && sizeof(BYTE) == 1 && sizeof(WORD) == 2 && sizeof(DWORD) == 4 && sizeof(LONG) == 4);

@@ -13,6 +13,7 @@
 #include <mutex>
 #include <thread>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "Gate.h"
@@ -49,9 +50,10 @@ struct PendingRead {
 
 // All of it under waiting::lock(), but for what never changes.
 struct ChangeQueue {
-    explicit ChangeQueue(int instance) : notify(instance) {}
+    ChangeQueue(int instance, std::string native) : notify(instance), path(std::move(native)) {}
 
     const Descriptor notify;
+    const std::string path;
     int folder = -1;  // watch descriptors of the folder and of the one above it
     int parent = -1;
     std::string leafName;  // of the folder in the one above it
@@ -64,6 +66,7 @@ struct ChangeQueue {
     bool gone = false;
     std::string movedFrom;  // the first half of a rename
     std::uint32_t moveCookie = 0;
+    std::unordered_set<std::string> names;  // what is in the folder: a rename does not say that it replaces something
     PendingRead read;
 
     bool isPending() const { return read.overlapped != nullptr; }
@@ -126,8 +129,26 @@ void finishMoveOut(ChangeQueue& queue) {
     queue.movedFrom.clear();
 }
 
+void listNames(ChangeQueue& queue) {
+    queue.names.clear();
+    std::error_code ended;
+    for (std::filesystem::directory_iterator entry(queue.path, ended), end; entry != end; entry.increment(ended))
+        queue.names.insert(entry->path().filename());
+}
+
+// A file gets a name, by being made or moved. What had the name before is removed by that.
+void takeName(ChangeQueue& queue, DWORD action, const inotify_event& event) {
+    const bool replaces = !queue.names.insert(event.name).second && (event.mask & IN_MOVED_TO) != 0;
+    if (replaces) queue.add(FILE_ACTION_REMOVED, event.name);
+    if (action == FILE_ACTION_RENAMED_NEW_NAME) queue.add(FILE_ACTION_RENAMED_OLD_NAME, queue.movedFrom.c_str());
+    queue.add(action, event.name);
+}
+
 void takeEvent(ChangeQueue& queue, const inotify_event& event) {
-    if ((event.mask & IN_Q_OVERFLOW) != 0) return queue.overflow();
+    if ((event.mask & IN_Q_OVERFLOW) != 0) {
+        listNames(queue);
+        return queue.overflow();
+    }
     if (event.wd == queue.parent) {
         if ((event.mask & IN_DELETE) != 0 && queue.leafName == event.name) queue.gone = true;
         return;
@@ -135,8 +156,7 @@ void takeEvent(ChangeQueue& queue, const inotify_event& event) {
     if ((event.mask & (IN_DELETE_SELF | IN_IGNORED | IN_UNMOUNT)) != 0) queue.gone = true;
     if (event.len == 0 || (event.mask & IN_ISDIR) != 0) return;
     if ((event.mask & IN_MOVED_TO) != 0 && !queue.movedFrom.empty() && event.cookie == queue.moveCookie) {
-        queue.add(FILE_ACTION_RENAMED_OLD_NAME, queue.movedFrom.c_str());
-        queue.add(FILE_ACTION_RENAMED_NEW_NAME, event.name);
+        takeName(queue, FILE_ACTION_RENAMED_NEW_NAME, event);
         queue.movedFrom.clear();
         return;
     }
@@ -146,34 +166,35 @@ void takeEvent(ChangeQueue& queue, const inotify_event& event) {
         return;
     }
     if (!wants(queue, FILE_NOTIFY_CHANGE_FILE_NAME)) return;
+    if ((event.mask & (IN_MOVED_FROM | IN_DELETE)) != 0) queue.names.erase(event.name);
     if ((event.mask & IN_MOVED_FROM) != 0) {
         queue.movedFrom = event.name;
         queue.moveCookie = event.cookie;
     } else if ((event.mask & (IN_CREATE | IN_MOVED_TO)) != 0) {
-        queue.add(FILE_ACTION_ADDED, event.name);
+        takeName(queue, FILE_ACTION_ADDED, event);
     } else if ((event.mask & IN_DELETE) != 0) {
         queue.add(FILE_ACTION_REMOVED, event.name);
     }
 }
 
-// Takes over what the kernel has gathered. The two halves of a rename may lie in two of its answers.
-void drain(ChangeQueue& queue) {
+// Takes over what the kernel has gathered, one answer of it. False when there was nothing.
+bool takeEvents(ChangeQueue& queue) {
     alignas(inotify_event) std::array<char, 65536> bytes;
-    for (int lookAgain = 0; lookAgain < 2;) {
-        const ssize_t got = read(queue.notify.get(), bytes.data(), bytes.size());
-        if (got <= 0) {
-            if (queue.movedFrom.empty()) break;
-            ++lookAgain;
-            std::this_thread::yield();
-            continue;
-        }
-        for (ssize_t at = 0; at < got;) {
-            inotify_event event;
-            std::memcpy(&event, bytes.data() + at, sizeof event);
-            takeEvent(queue, *reinterpret_cast<const inotify_event*>(bytes.data() + at));
-            at += static_cast<ssize_t>(sizeof event + event.len);
-        }
+    const ssize_t got = read(queue.notify.get(), bytes.data(), bytes.size());
+    for (ssize_t at = 0; at < got;) {
+        const auto& event = *reinterpret_cast<const inotify_event*>(bytes.data() + at);
+        takeEvent(queue, event);
+        at += static_cast<ssize_t>(sizeof event + event.len);
     }
+    return got > 0;
+}
+
+// One answer at a time, so that a pending read completes in the middle of a burst too. The halves of a rename may lie
+// in two answers.
+void drain(ChangeQueue& queue) {
+    takeEvents(queue);
+    for (int lookAgain = 0; lookAgain < 2 && !queue.movedFrom.empty(); ++lookAgain)
+        if (!takeEvents(queue)) std::this_thread::yield();
     finishMoveOut(queue);
     queue.deliver();
 }
@@ -197,9 +218,11 @@ constexpr std::uint32_t kFolderEvents =
 
 // Null, with errno set, when the folder cannot be watched.
 std::shared_ptr<ChangeQueue> watch(const std::string& path) {
-    const auto queue = std::make_shared<ChangeQueue>(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    const auto queue = std::make_shared<ChangeQueue>(inotify_init1(IN_NONBLOCK | IN_CLOEXEC), path);
+    if (queue->notify.get() < 0) return nullptr;
     queue->folder = inotify_add_watch(queue->notify.get(), path.c_str(), kFolderEvents);
     if (queue->folder < 0) return nullptr;
+    listNames(*queue);
     const std::filesystem::path folder = std::filesystem::path(path).lexically_normal();
     queue->leafName = (folder.has_filename() ? folder : folder.parent_path()).filename();
     // An open folder that is removed says nothing itself.

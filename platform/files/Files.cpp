@@ -180,8 +180,11 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD shareMode, LPSECURITY_ATTRI
         return INVALID_HANDLE_VALUE;
     }
     struct stat status;
-    if ((flags & FILE_FLAG_BACKUP_SEMANTICS) != 0 && stat(native.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
-        return openHandle(std::make_shared<Directory>(native));
+    if ((flags & FILE_FLAG_BACKUP_SEMANTICS) != 0 && stat(native.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+        if (::access(native.c_str(), R_OK) == 0) return openHandle(std::make_shared<Directory>(native));
+        setFileError(errno, native);
+        return INVALID_HANDLE_VALUE;
+    }
     auto file = openFile(native, {grantedAccess(access), shareMode, disposition});
     if (file == nullptr) return INVALID_HANDLE_VALUE;
     return openHandle(std::move(file));

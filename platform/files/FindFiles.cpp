@@ -21,7 +21,8 @@ namespace {
 
 struct Entry {
     std::u16string name;
-    DWORD attributes = 0;
+    DWORD attributes = FILE_ATTRIBUTE_ARCHIVE;
+    ULONGLONG size = 0;  // 0 for folders
 };
 
 struct Search : Object {
@@ -37,20 +38,26 @@ bool matches(std::u16string_view pattern, std::u16string_view name) {
            matches(pattern.substr(1), name.substr(1));
 }
 
-DWORD attributesOf(int folder, const char* name) {
+// What is gone meanwhile is an empty file.
+Entry entryOf(int folder, const char* name) {
+    Entry entry;
+    entry.name = toWide(name);
     struct stat own, target;
-    if (fstatat(folder, name, &own, AT_SYMLINK_NOFOLLOW) != 0) return FILE_ATTRIBUTE_ARCHIVE;  // gone meanwhile
+    if (fstatat(folder, name, &own, AT_SYMLINK_NOFOLLOW) != 0) return entry;
     const bool isLink = S_ISLNK(own.st_mode);
     if (!isLink || fstatat(folder, name, &target, 0) != 0) target = own;
-    DWORD attributes = S_ISDIR(target.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE;
-    if (isLink) attributes |= FILE_ATTRIBUTE_REPARSE_POINT;
-    if (S_ISREG(target.st_mode) && (target.st_mode & 0222) == 0) attributes |= FILE_ATTRIBUTE_READONLY;
-    return attributes;
+    if (S_ISDIR(target.st_mode)) entry.attributes = FILE_ATTRIBUTE_DIRECTORY;
+    if (isLink) entry.attributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+    if (S_ISREG(own.st_mode)) entry.size = static_cast<ULONGLONG>(own.st_size);
+    if (S_ISREG(target.st_mode) && (target.st_mode & 0222) == 0) entry.attributes |= FILE_ATTRIBUTE_READONLY;
+    return entry;
 }
 
 void fill(WIN32_FIND_DATAW& data, const Entry& entry) {
     data = {};
     data.dwFileAttributes = entry.attributes;
+    data.nFileSizeHigh = static_cast<DWORD>(entry.size >> 32);
+    data.nFileSizeLow = static_cast<DWORD>(entry.size);
     const std::size_t units = std::min<std::size_t>(entry.name.size(), MAX_PATH - 1);
     std::memcpy(data.cFileName, entry.name.data(), units * sizeof(WCHAR));
 }
@@ -64,8 +71,7 @@ bool list(const std::string& folder, std::u16string_view pattern, std::vector<En
         return false;
     }
     while (const dirent* entry = readdir(stream))
-        if (std::u16string name = toWide(entry->d_name); matches(pattern, name))
-            entries.push_back({std::move(name), attributesOf(dirfd(stream), entry->d_name)});
+        if (matches(pattern, toWide(entry->d_name))) entries.push_back(entryOf(dirfd(stream), entry->d_name));
     closedir(stream);
     return true;
 }

@@ -1,12 +1,13 @@
-// Named mutexes between the processes of a machine. A name of the namespace "Local\" belongs to a session. Each mutex
-// is a file in the machine folder: whoever has a handle holds a shared lock on its first byte, the owner an exclusive
-// one on its second. Both belong to the open file description and vanish with the process.
+// Named mutexes between the processes of a machine. A name belongs to a session, unless it stands in the namespace
+// "Global\". Each mutex is a file in the machine folder: whoever has a handle holds a shared lock on its first byte,
+// the owner an exclusive one on its second. Both belong to the open file description and vanish with the process.
 #include <fcntl.h>
 #include <unistd.h>
 #include <windows.h>
 
 #include <cstdio>
 #include <string>
+#include <thread>
 
 #include "Gate.h"
 #include "Machine.h"
@@ -21,7 +22,7 @@ constexpr off_t kHandleByte = 0, kOwnerByte = 1, kMakingByte = 2;
 struct Mutex : Object {
     explicit Mutex(Descriptor opened) : descriptor(std::move(opened)) {}
     Descriptor descriptor;
-    bool owned = false;
+    std::thread::id owner;  // none, or the thread that may release it
 };
 
 bool setLock(const Descriptor& descriptor, int command, short type, off_t byte) {
@@ -57,15 +58,28 @@ std::string fileName(const std::string& name) {
     return out;
 }
 
+bool dropPrefix(std::string& name, std::string_view prefix) {
+    if (!name.starts_with(prefix)) return false;
+    name.erase(0, prefix.size());
+    return true;
+}
+
+// A name may be longer than that of a file: it is cut into folders, whose names differ from those of files.
 std::filesystem::path fileOf(std::string name) {
-    std::filesystem::path folder = machineFolder() / "mutexes";
-    constexpr std::string_view kLocal = "Local\\";
-    if (name.starts_with(kLocal)) {
-        name.erase(0, kLocal.size());
-        folder /= std::to_string(processToken().sessionId);
+    constexpr std::size_t kLongestPart = 200;
+    std::filesystem::path path = machineFolder() / "mutexes";
+    if (dropPrefix(name, "Global\\")) {
+        path /= "global";
+    } else {
+        dropPrefix(name, "Local\\");
+        path /= std::to_string(processToken().sessionId);
     }
-    std::filesystem::create_directories(folder);
-    return folder / fileName(name);
+    name = fileName(name);
+    for (; name.size() > kLongestPart; name.erase(0, kLongestPart))
+        path /= "+" + name.substr(0, kLongestPart);
+    std::error_code shownByTheOpening;
+    std::filesystem::create_directories(path, shownByTheOpening);
+    return path / ("=" + name);
 }
 
 }  // namespace
@@ -85,7 +99,8 @@ HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES, BOOL initialOwner, LPCWSTR name) {
     const bool known = hasOtherHandles(mutex->descriptor);
     setLock(mutex->descriptor, F_OFD_SETLK, F_RDLCK, kHandleByte);
     // Only the one who makes it owns it from the start.
-    if (!known && initialOwner) mutex->owned = setLock(mutex->descriptor, F_OFD_SETLK, F_WRLCK, kOwnerByte);
+    if (!known && initialOwner && setLock(mutex->descriptor, F_OFD_SETLK, F_WRLCK, kOwnerByte))
+        mutex->owner = std::this_thread::get_id();
     setLock(mutex->descriptor, F_OFD_SETLK, F_UNLCK, kMakingByte);
     const HANDLE handle = openHandle(std::move(mutex));
     SetLastError(known ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
@@ -97,11 +112,11 @@ BOOL ReleaseMutex(HANDLE handle) {
     if (site.fails()) return FALSE;
     const auto mutex = find<Mutex>(handle);
     if (mutex == nullptr) return FALSE;
-    if (!mutex->owned) {
+    if (mutex->owner != std::this_thread::get_id()) {
         SetLastError(ERROR_NOT_OWNER);
         return FALSE;
     }
     setLock(mutex->descriptor, F_OFD_SETLK, F_UNLCK, kOwnerByte);
-    mutex->owned = false;
+    mutex->owner = std::thread::id();
     return TRUE;
 }

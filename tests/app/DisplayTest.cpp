@@ -37,14 +37,14 @@ class Display : public testing::Test {
     }
     bool logged(const std::string& text) const { return log().find(text) != std::string::npos; }
     bool comesIntoLog(const std::string& text) const {
-        return comesTrue([&] { return logged(text); });
+        return eventually([&] { return logged(text); });
     }
     // Writes the file until the process has noticed it, which it does from the watcher's first read on.
     template <typename Condition>
     bool isNoticed(const WideString& path, const std::string& text, Condition noticed) const {
-        return comesTrue([&] {
+        return eventually([&] {
             writeFile(path, text);
-            return comesTrue(noticed, std::chrono::milliseconds(300));
+            return eventually(noticed, std::chrono::milliseconds(300));
         });
     }
     // The first line of the log in which the text stands; -1 without one.
@@ -96,7 +96,7 @@ TEST_F(Display, windowsAreTopmostToolWindowsAndNeverTakeTheFocus) {
     writeFile(file("placed.json"), note("placed", ",\"position\":{\"x\":30,\"y\":40,\"width\":300,\"height\":200}"));
     writeFile(file("covered.json"), note("covered", ",\"position\":{\"x\":30,\"y\":40,\"width\":300,\"height\":200}"));
     DisplayProcess display(arguments(), environment());
-    ASSERT_TRUE(comesTrue([&] { return display.notes().size() == 2; })) << log();
+    ASSERT_TRUE(eventually([&] { return display.notes().size() == 2; })) << log();
     ASSERT_TRUE(comesIntoLog("Started; 2 note(s) loaded"));
     std::vector<std::vector<LONG>> places;
     for (const ShownWindow& window : display.notes()) {
@@ -115,7 +115,7 @@ TEST_F(Display, windowsFollowTheFiles) {
     DisplayProcess display(arguments(), environment());
     ASSERT_TRUE(comesIntoLog("Started; 0 note(s) loaded"));
     ASSERT_TRUE(comesIntoLog("Worker started on"));
-    const auto shows = [&](std::size_t count) { return comesTrue([&] { return display.notes().size() == count; }); };
+    const auto shows = [&](std::size_t count) { return eventually([&] { return display.notes().size() == count; }); };
 
     EXPECT_TRUE(isNoticed(file("a.json"), note("a"), [&] { return display.notes().size() == 1; }));
     EXPECT_TRUE(shows(1)) << "written in place\n" << log();
@@ -159,7 +159,7 @@ TEST_F(Display, anInstanceHasAFolderAndAMutexOfItsOwn) {
     ASSERT_TRUE(comesIntoLog("Started; 0 note(s) loaded"));
     const WideString folder = parent / (instance + TEXT("_a_b"));
     DisplayProcess second(arguments(TEXT("-i ") + other), environment());
-    ASSERT_TRUE(comesTrue([&] { return exists(folder); })) << log();
+    ASSERT_TRUE(eventually([&] { return exists(folder); })) << log();
     EXPECT_TRUE(isNoticed(folder + TEXT("\\n.json"), note("n"), [&] { return second.notes().size() == 1; }));
     EXPECT_EQ(first.notes().size(), 0U);
     const ProcessResult third = runVellumd(arguments(TEXT("-i ") + other), environment());

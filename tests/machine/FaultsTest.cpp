@@ -1,6 +1,9 @@
 #include <windows.h>
 
+#include <thread>
+
 #include "machine/MachineFixture.h"
+#include "support/Eventually.h"
 #include "support/Files.h"
 #include "support/Process.h"
 #include "support/Text.h"
@@ -34,6 +37,19 @@ TEST_F(MachineTest, faultHitsTheNamedUseAlone) {
     EXPECT_TRUE(faults::fired());
     EXPECT_TRUE(CreateDirectoryW(TEXT("C:\\2"), nullptr));
     EXPECT_EQ(faults::uses("CreateDirectoryW"), 3U);
+}
+
+TEST_F(MachineTest, heldCallGoesOnWhenItIsDisarmed) {
+    faults::arm({"CreateDirectoryW", 1, faults::Action::Hold});
+    faults::arm({"DeleteFileW", 1, faults::Action::Fail, 1234});
+    std::thread caller([] { CreateDirectoryW(TEXT("C:\\held"), nullptr); });
+    EXPECT_TRUE(eventually([] { return faults::fired(); }));
+    EXPECT_FALSE(exists(TEXT("C:\\held")));
+    faults::disarm("CreateDirectoryW");
+    caller.join();
+    EXPECT_TRUE(exists(TEXT("C:\\held")));
+    EXPECT_FALSE(DeleteFileW(TEXT("C:\\f")));
+    EXPECT_EQ(GetLastError(), 1234U) << "another call's fault stays armed";
 }
 
 TEST_F(MachineTest, successLeavesALastErrorThatMeansNothing) {

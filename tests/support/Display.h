@@ -1,12 +1,11 @@
 // A display process that runs beside the test, and the windows that it shows, seen from outside.
 #pragma once
 
-#include <chrono>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "support/Eventually.h"
 #include "support/Process.h"
 
 struct ShownWindow {
@@ -37,14 +36,3 @@ class DisplayProcess {
     struct Platform;
     std::unique_ptr<Platform> platform_;
 };
-
-// Waits for a condition; says what it was in the end.
-template <typename Condition>
-bool comesTrue(Condition condition, std::chrono::milliseconds limit = std::chrono::seconds(20)) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}

@@ -90,7 +90,7 @@ bool DisplayProcess::end(DWORD& exitCode) {
     for (std::string line; std::getline(list, line);)
         if (line.find("Vellumd.MsgWindow") != std::string::npos) platform_->ask("close " + line.substr(0, line.find(' ')));
     int status = 0;
-    if (!comesTrue([&] { return waitpid(platform_->child, &status, WNOHANG) == platform_->child; })) return false;
+    if (!eventually([&] { return waitpid(platform_->child, &status, WNOHANG) == platform_->child; })) return false;
     platform_->child = -1;
     exitCode = WIFEXITED(status) ? static_cast<DWORD>(WEXITSTATUS(status)) : 0xffffffff;
     return true;

@@ -1,0 +1,179 @@
+// The start of the display role and its end: every step, every failure.
+#include <gtest/gtest.h>
+
+#include "DisplayFixture.h"
+#include "common/AutoStart.h"
+
+namespace {
+
+using DisplayStart = DisplayMachine;
+
+}  // namespace
+
+TEST_F(DisplayStart, everyFailureHasItsExitCodeAndItsLine) {
+    struct Row {
+        const char* call;
+        unsigned use;
+        int exitCode;
+        const char* line;
+    };
+    const Row rows[] = {
+        {"CreateMutexW", 1, 4, "[ERROR] App: CreateMutex failed; err=1450\r\n"},
+        {"GdiplusStartup", 1, 5, "[ERROR] App: GdiplusStartup failed\r\n"},
+        {"RegisterClassExW", 1, 6, "[ERROR] App: Failed to create message window; err=1450\r\n"},
+        {"CreateWindowExW", 1, 6, "[ERROR] App: Failed to create message window; err=1450\r\n"},
+        {"RegisterClassExW", 2, 7, "[ERROR] App: Failed to register NoteWindow class; err=1450\r\n"},
+        {"_beginthreadex", 1, kEnterMessageLoop,
+         "[WARN ] App: FolderWatcher failed to start; new notes will not appear\r\n"},
+        {"FindFirstFileW", 1, kEnterMessageLoop,
+         "[DEBUG] App: Initial scan: folder empty or unreadable (err=1450)\r\n"},
+        {"SetTimer", 1, kEnterMessageLoop, "[INFO ] App: Started; 1 note(s) loaded\r\n"},
+        {"RegisterWindowMessageW", 1, kEnterMessageLoop, "[INFO ] App: Started; 1 note(s) loaded\r\n"},
+        {"CreateWindowExW", 2, kEnterMessageLoop,
+         "[ERROR] NoteWindow: CreateWindowExW failed for id=n (err=1450)\r\n"
+         "[ERROR] App: NoteWindow::create failed for id=n\r\n"},
+        {"CoInitializeEx", 1, 1, ""},
+    };
+    putNote("n");
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.call);
+        const std::size_t handles = platform::faults::openHandles();
+        platform::faults::clear();
+        platform::faults::arm({row.call, row.use, platform::faults::Action::Fail, 1450});
+        App app;
+        EXPECT_EQ(start(app), row.exitCode);
+        EXPECT_TRUE(has(log(), row.line));
+        app.shutdown();
+        EXPECT_EQ(platform::faults::openHandles(), handles);
+        EXPECT_EQ(platform::faults::openDrawing(), 0U);
+        EXPECT_EQ(platform::faults::openApartments(), 0U);
+        EXPECT_EQ(app.messageWindow(), nullptr);
+    }
+}
+
+TEST_F(DisplayStart, aUserWithoutFoldersHasNoNotes) {
+    describe("[session 1]\nuser = stranger\n");
+    platform::setCommandLine({"Vellumd"});
+    App app;
+    EXPECT_EQ(app.initialize(nullptr, TEXT("")), 2);
+    EXPECT_TRUE(has(log(), "[ERROR] App: Cannot determine notes folder\r\n"));
+    app.shutdown();
+}
+
+TEST_F(DisplayStart, theDefaultFolderLiesInTheProfile) {
+    platform::setCommandLine({"Vellumd", "--no-autostart", "-i", "a/b:c"});
+    App app;
+    EXPECT_EQ(app.initialize(nullptr, TEXT("")), kEnterMessageLoop);
+    EXPECT_TRUE(has(log(), "Notes folder: C:\\Users\\operator\\AppData\\Local\\Quorvane\\Ombrel\\Notes\\a_b_c\r\n"));
+    app.shutdown();
+}
+
+TEST_F(DisplayStart, anEmptyInstanceIsNone) {
+    App app, second;
+    EXPECT_EQ(start(app), kEnterMessageLoop);
+    EXPECT_EQ(start(second, {"-i", ""}), 0);
+    EXPECT_TRUE(has(log(), "Another instance is running (mutex=Local\\Vellumd.SingleInstance.v1); sending wake-up"));
+    second.shutdown();
+    App third;
+    EXPECT_EQ(start(third), 0) << "the second, which never owned the mutex, does not give it away";
+    third.shutdown();
+    app.shutdown();
+    App fourth;
+    EXPECT_EQ(start(fourth), kEnterMessageLoop) << "free again";
+    fourth.shutdown();
+}
+
+TEST_F(DisplayStart, theAutoStartValueIsWrittenAnewAtEachStart) {
+    const WideString folderOption = productPath(notes());
+    App first, second, third;
+    platform::setCommandLine({"Vellumd", "--folder", utf8(folderOption), "-i", "x", "--log-level", "debug"});
+    EXPECT_EQ(first.initialize(nullptr, TEXT("")), kEnterMessageLoop);
+    const std::string value = folder() / "registry/HKEY_USERS/operator/Software/Microsoft/Windows/CurrentVersion/Run/"
+                                         "Vellumd.REG_SZ";
+    const auto read = [&] {
+        std::stringstream text;
+        text << std::ifstream(value).rdbuf();
+        return text.str();
+    };
+    const std::string image = read().substr(0, read().find("\" ") + 1);
+    EXPECT_TRUE(image.starts_with("\"Z:\\") && image.ends_with("vellum-machine-tests\"")) << image;
+    EXPECT_EQ(read(), image + " --folder \"" + utf8(folderOption) + "\"");
+    EXPECT_TRUE(has(log(), "[DEBUG] App: Auto-start registered: " + read() + "\r\n"));
+    first.shutdown();
+    platform::setCommandLine({"Vellumd", "-i", "y", "--log-level", "debug"});
+    EXPECT_EQ(second.initialize(nullptr, TEXT("")), kEnterMessageLoop);
+    EXPECT_EQ(read(), image) << "a start without a folder replaces one that had it";
+    second.shutdown();
+    log();
+    platform::faults::arm({"RegSetValueExW", 1, platform::faults::Action::Fail, 5});
+    EXPECT_EQ(third.initialize(nullptr, TEXT("")), kEnterMessageLoop);
+    EXPECT_TRUE(has(log(), "[WARN ] App: Auto-start registration failed (err=5); continuing without it\r\n"));
+    third.shutdown();
+}
+
+TEST_F(DisplayStart, shutdownLeavesTheWindowsOfNotesToTheSystem) {
+    putNote("a");
+    HWND left = nullptr;
+    {
+        App app;
+        EXPECT_EQ(start(app), kEnterMessageLoop);
+        left = FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr);
+        ASSERT_NE(left, nullptr);
+        const std::string before = get("a.json");
+        app.shutdown();
+        EXPECT_EQ(get("a.json"), before) << "nothing is saved";
+    }
+    EXPECT_TRUE(IsWindow(left));
+    SendMessageW(left, WM_SIZE, 0, 0x00640064);  // a late message finds no object, and does no harm
+    EXPECT_TRUE(DestroyWindow(left));
+}
+
+TEST_F(DisplayStart, theLoopRunsUntilTheMessageWindowGoes) {
+    App app;
+    EXPECT_EQ(start(app), kEnterMessageLoop);
+    PostMessageW(app.messageWindow(), WM_CLOSE, 0, 0);
+    EXPECT_EQ(runMessageLoop(), 0);
+    app.shutdown();
+    platform::faults::clear();
+    platform::faults::arm({"GetMessageW", 1, platform::faults::Action::Fail, 1450});
+    EXPECT_EQ(runMessageLoop(), 0) << "messages that cannot be had end it too";
+}
+
+TEST_F(DisplayStart, anyCallMayFail) {
+    platform::clock::useRealTime();
+    putNote("a");
+    putNote("b", ",\"position\":{\"x\":1,\"y\":2}");
+    put("bad.json", "{");
+    int exitCode = 0;
+    const auto startAndEnd = [&] {
+        App app;
+        exitCode = start(app, {"watched"});
+        if (exitCode == kEnterMessageLoop) platform::desktop::pump();
+        app.shutdown();
+        for (HWND window = nullptr;
+             (window = FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr)) != nullptr;)
+            if (!DestroyWindow(window)) break;
+        platform::faults::clear();
+        for (HWND window = nullptr;
+             (window = FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr)) != nullptr;)
+            DestroyWindow(window);
+    };
+    for (unsigned use = 1; use < 2000; ++use) {
+        const std::size_t handles = platform::faults::openHandles(), memory = platform::faults::openAllocations();
+        platform::faults::clear();
+        platform::faults::arm({"*", use, platform::faults::Action::Fail, 1450});
+        SCOPED_TRACE("failing call " + std::to_string(use));
+        startAndEnd();
+        const std::string text = log();
+        EXPECT_TRUE(exitCode >= kEnterMessageLoop && exitCode <= kNoteClassFailed) << exitCode;
+        EXPECT_TRUE(exitCode == kComFailed || has(text, "App: Shutting down\r\n"));
+        if (exitCode == kEnterMessageLoop) EXPECT_TRUE(has(text, "App: Started; ")) << text;
+        EXPECT_EQ(get("a.json"), "{\"id\":\"a\"}");
+        EXPECT_TRUE(memory == platform::faults::openAllocations());
+        EXPECT_EQ(platform::faults::openDrawing(), 0U);
+        // A worker that was not told to stop, or not waited for, has its handles a moment longer.
+        EXPECT_TRUE(eventually([&] { return platform::faults::openHandles() <= handles + 5; }));
+        if (HasFailure()) FAIL() << text;
+        if (!has(text, "err=1450") && has(text, "Started; 2 note(s) loaded") && use > 400) return;
+    }
+}

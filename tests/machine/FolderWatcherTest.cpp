@@ -1,0 +1,296 @@
+// The folder watcher with the machine in hand: folders that go away, lost changes, calls that fail, a clock to move.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <thread>
+
+#include "machine/MachineFixture.h"
+#include "support/WatcherWindow.h"
+
+namespace fs = std::filesystem;
+using namespace platform;
+
+namespace {
+
+class FolderWatcherThreads : public MachineTest {
+  protected:
+    FolderWatcherThreads() {
+        fs::create_directory(place);
+        forgetLog();
+    }
+    ~FolderWatcherThreads() override {
+        faults::clear();
+        clock::useRealTime();
+    }
+
+    // How often the log has had a line with this text since the last take.
+    std::size_t logged(const std::string& text) {
+        for (const std::u16string& line : notices::takeDebugOutput())
+            log += utf8(line);
+        std::size_t count = 0;
+        for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1))
+            ++count;
+        return count;
+    }
+    bool awaitsLog(const std::string& text) {
+        return eventually([&] { return logged(text) > 0; });
+    }
+    void forgetLog() {
+        logged("");
+        log.clear();
+    }
+    void write(const std::string& name) const { std::ofstream(place / name) << "{}"; }
+    // 20,000 files, of which one in ten goes away at once. Returns what the watcher says of those that stay.
+    std::set<std::string> writeBurst() const {
+        std::set<std::string> remaining;
+        for (int i = 0; i < 20000; ++i) {
+            const std::string name = "n" + std::to_string(i) + ".json";
+            write(name);
+            if (i % 10 == 9)
+                fs::remove(place / name);
+            else
+                remaining.insert("+C:\\notes\\" + name);
+        }
+        return remaining;
+    }
+    // Moves the clock by half seconds until the condition holds; says how far, in milliseconds.
+    int advanceUntil(const std::function<bool()>& condition) const {
+        for (int moved = 0;; moved += 500) {
+            if (eventually(condition, std::chrono::milliseconds(20))) return moved;
+            if (moved == 60000) return -1;
+            clock::advance(500);
+        }
+    }
+
+    const fs::path place = folder() / "drive_c/notes";
+    WatchedFolder watched{TEXT("C:\\notes")};
+    std::string log;
+};
+
+constexpr const char* kNotFound = "Watcher: Cannot open folder C:\\notes (err=2); will keep retrying\r\n";
+constexpr const char* kReachable = "Watcher: Folder reachable again: C:\\notes\r\n";
+
+}  // namespace
+
+TEST_F(FolderWatcherThreads, outageGivesOneWarningAndATryEachSecond) {
+    fs::remove(place);
+    clock::set(1'000'000);
+    ASSERT_TRUE(watched.start());
+    ASSERT_TRUE(awaitsLog(kNotFound));
+    const unsigned before = faults::uses("CreateFileW");
+    const int moved = advanceUntil([&] { return faults::uses("CreateFileW") >= before + 5; });
+    EXPECT_GE(moved, 5000) << "no more than a try each second";
+    EXPECT_LE(moved, 10000) << "a try that was late to wait counts from then";
+    EXPECT_EQ(logged(kNotFound), 1U);
+    EXPECT_EQ(logged(kReachable), 0U);
+
+    fs::create_directory(place);
+    EXPECT_GE(advanceUntil([&] { return logged(kReachable) == 1; }), 0);
+    EXPECT_TRUE(watched.isReading());
+    watched.watcher.stop();
+    EXPECT_EQ(logged("Watcher: Worker stopped\r\n"), 1U);
+}
+
+TEST_F(FolderWatcherThreads, folderDeletedAndMadeAgainIsWatchedAgain) {
+    write("a.json");
+    clock::set(1'000'000);
+    ASSERT_TRUE(watched.startReading());
+    for (int outage = 1; outage <= 2; ++outage) {
+        forgetLog();
+        fs::remove_all(place);
+        EXPECT_TRUE(awaitsLog("failed (err=5); reopening directory\r\n"));
+        EXPECT_TRUE(awaitsLog(kNotFound));
+        fs::create_directory(place);
+        write("unseen.json");
+        EXPECT_GE(advanceUntil([&] { return logged(kReachable) == 1; }), 0);
+        EXPECT_EQ(logged(kNotFound), 1U) << "one for each outage";
+        ASSERT_TRUE(watched.isReading());
+        EXPECT_EQ(watched.changes(), "");
+    }
+}
+
+TEST_F(FolderWatcherThreads, lostChangesAreFoundByListingTheFolder) {
+    ASSERT_TRUE(watched.startReading());
+    faults::arm({"ReadDirectoryChangesW", 1, faults::Action::Hold});
+    write("first.json");
+    ASSERT_TRUE(eventually([] { return faults::fired(); }));
+    std::set<std::string> expected = {"+first.json"};
+    for (int i = 0; i < 3000; ++i) {
+        write("n" + std::to_string(i) + ".json");
+        expected.insert("+n" + std::to_string(i) + ".json");
+    }
+    fs::create_directory(place / "folder.json");
+    write("x.txt");
+    fs::remove(place / "n7.json");
+    expected.erase("+n7.json");
+    watched.window.take();
+    faults::disarm("ReadDirectoryChangesW");
+    ASSERT_TRUE(awaitsLog("Watcher: Change buffer overflowed; re-enumerating folder\r\n"));
+    std::set<std::string> names = {"+first.json"};
+    std::istringstream changes(watched.changes());
+    names.insert(std::istream_iterator<std::string>(changes), {});
+    EXPECT_EQ(names, expected);
+}
+
+TEST_F(FolderWatcherThreads, stopLetsTheBatchInHandEnd) {
+    constexpr unsigned kFiles = 20;
+    ASSERT_TRUE(watched.startReading());
+    faults::arm({"ReadDirectoryChangesW", 1, faults::Action::Hold});
+    std::ofstream(place / "first.json").flush();  // empty: one change and no second
+    ASSERT_TRUE(eventually([] { return faults::fired(); }));
+    for (unsigned i = 0; i < kFiles; ++i)
+        fs::create_hard_link(place / "first.json", place / ("n" + std::to_string(i) + ".json"));
+    watched.window.take();
+    faults::arm({"PostMessageW", 3, faults::Action::Hold});
+    const unsigned posts = faults::uses("PostMessageW"), signals = faults::uses("SetEvent");
+    faults::disarm("ReadDirectoryChangesW");
+    ASSERT_TRUE(eventually([&] { return faults::uses("PostMessageW") == posts + 3; }));
+    std::thread stopper([&] { watched.watcher.stop(); });
+    ASSERT_TRUE(eventually([&] { return faults::uses("SetEvent") > signals; }));
+    faults::disarm("PostMessageW");
+    stopper.join();
+    EXPECT_EQ(watched.window.take().size(), kFiles);
+    EXPECT_EQ(logged("Watcher: Worker stopped\r\n"), 1U);
+}
+
+TEST_F(FolderWatcherThreads, workerThatOutlastsTheStopFindsEverythingInPlace) {
+    const std::size_t handles = faults::openHandles();
+    auto watcher = std::make_unique<FolderWatcher>();
+    ASSERT_TRUE(watcher->start(TEXT("C:\\notes"), watched.window.handle()));
+    ASSERT_TRUE(eventually([&] {
+        write("a.json");
+        return !watched.window.take().empty();
+    }));
+    clock::set(1'000'000);
+    faults::arm({"PostMessageW", 1, faults::Action::Hold});
+    write("b.json");
+    ASSERT_TRUE(eventually([] { return faults::fired(); }));
+    std::atomic<bool> gone = false;
+    std::thread owner([&] {
+        watcher.reset();
+        gone = true;
+    });
+    EXPECT_EQ(advanceUntil([&] { return gone.load(); }) / 500, 10) << "five seconds of patience";
+    owner.join();
+    faults::disarm("PostMessageW");
+    EXPECT_TRUE(awaitsLog("Watcher: Worker stopped\r\n"));
+    EXPECT_TRUE(eventually([&] { return faults::openHandles() == handles; }));
+}
+
+TEST_F(FolderWatcherThreads, startThatFailsLeavesNothing) {
+    for (const char* call : {"CreateEventW", "_beginthreadex"}) {
+        const std::size_t handles = faults::openHandles();
+        faults::arm({call, 1, faults::Action::Fail, 8});
+        EXPECT_FALSE(watched.start()) << call;
+        EXPECT_EQ(faults::openHandles(), handles) << call;
+        faults::clear();
+        EXPECT_TRUE(watched.start()) << call;
+        watched.watcher.stop();
+        EXPECT_TRUE(eventually([&] { return faults::openHandles() == handles; })) << call;
+    }
+}
+
+TEST_F(FolderWatcherThreads, workerWithoutAReadEventEndsForGood) {
+    faults::arm({"CreateEventW", 2, faults::Action::Fail, 8});
+    ASSERT_TRUE(watched.start());
+    EXPECT_TRUE(awaitsLog("Watcher: Worker stopped\r\n"));
+    EXPECT_EQ(logged("WARN"), 0U);
+    EXPECT_FALSE(watched.start()) << "the thread is over, and stays the watcher's until it is stopped";
+    watched.watcher.stop();
+    faults::clear();
+    EXPECT_TRUE(watched.startReading());
+}
+
+TEST_F(FolderWatcherThreads, readThatFailsIsBegunAnew) {
+    const struct {
+        const char* call;
+        const char* line;  // in the log; none where nothing is said
+    } rows[] = {
+        {"ReadDirectoryChangesW", "Watcher: ReadDirectoryChangesW failed (err=1234); reopening directory\r\n"},
+        {"GetOverlappedResult", "Watcher: GetOverlappedResult failed (err=1234); reopening directory\r\n"},
+        {"WaitForMultipleObjects", nullptr},
+    };
+    ASSERT_TRUE(watched.startReading());
+    for (const auto& row : rows) {
+        forgetLog();
+        const unsigned opened = faults::uses("CreateFileW");
+        faults::arm({row.call, 1, faults::Action::Fail, 1234});
+        EXPECT_TRUE(watched.isReading()) << row.call;
+        EXPECT_TRUE(faults::fired()) << row.call;
+        EXPECT_EQ(faults::uses("CreateFileW"), opened + 1) << row.call;
+        EXPECT_EQ(logged("WARN"), row.line != nullptr ? 1U : 0U) << row.call;
+        EXPECT_TRUE(row.line == nullptr || logged(row.line) == 1) << log;
+        faults::clear();
+    }
+}
+
+TEST_F(FolderWatcherThreads, messageThatCannotBePostedIsLostAlone) {
+    ASSERT_TRUE(watched.startReading());
+    faults::arm({"PostMessageW", 1, faults::Action::Fail, ERROR_NOT_ENOUGH_QUOTA});
+    write("a.txt");
+    fs::rename(place / "a.txt", place / "lost.json");
+    ASSERT_TRUE(eventually([] { return faults::fired(); }));
+    write("next.json");
+    EXPECT_EQ(watched.changes(), "+next.json");
+}
+
+TEST_F(FolderWatcherThreads, anyCallMayFailAndNothingIsLeft) {
+    ASSERT_TRUE(watched.startReading());
+    watched.watcher.stop();
+    const std::size_t handles = faults::openHandles();
+    bool started = false;
+    const unsigned faulty = forEachFailingCall(
+        [&] {
+            clock::set(1'000'000);
+            started = watched.start();
+            // Until something is told, or the worker has ended: its last line is the sign.
+            advanceUntil([&] {
+                write("a.json");
+                return !started || !watched.window.take().empty() || logged("Worker stopped") > 0;
+            });
+            std::atomic<bool> stopped = false;
+            std::thread stopper([&] {
+                watched.watcher.stop();
+                stopped = true;
+            });
+            advanceUntil([&] { return stopped.load(); });
+            stopper.join();
+            clock::useRealTime();
+        },
+        [&](bool fired) {
+            EXPECT_TRUE(started || fired);
+            EXPECT_TRUE(eventually([&] { return faults::openHandles() == handles; }));
+            forgetLog();
+        });
+    EXPECT_GT(faulty, 15U);
+}
+
+TEST_F(FolderWatcherThreads, receiverThatReadsNothingHangsNobody) {
+    ASSERT_TRUE(watched.startReading());
+    writeBurst();
+    EXPECT_TRUE(watched.isReading()) << "what did not fit into the queue is lost";
+}
+
+TEST_F(FolderWatcherThreads, everyRemainingFileOfALongBurstIsTold) {
+    ASSERT_TRUE(watched.startReading());
+    std::set<std::string> remaining, told;
+    std::atomic<bool> written = false;
+    std::thread writer([&] {
+        remaining = writeBurst();
+        written = true;
+    });
+    EXPECT_TRUE(eventually([&] {
+        for (std::string& message : watched.window.take())
+            told.insert(std::move(message));
+        return written && std::includes(told.begin(), told.end(), remaining.begin(), remaining.end());
+    })) << told.size();
+    writer.join();
+}

@@ -1,0 +1,145 @@
+#include "watch/FolderWatcher.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <set>
+#include <thread>
+
+#include "common/Handles.h"
+#include "support/WatcherWindow.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class FolderWatcherThreads : public testing::Test {
+  protected:
+    fs::path host(WideView name) const { return hostPath(watched / name); }
+    void rename(WideView from, WideView to) const { fs::rename(host(from), host(to)); }
+
+    const TempFolder folder;
+    WatchedFolder watched{folder.path()};
+};
+
+}  // namespace
+
+TEST_F(FolderWatcherThreads, everyWayToWriteIsTold) {
+    const fs::path outside = hostPath(folder.path()).parent_path() / "vellum-outside.json";
+    fs::create_directory(host(TEXT("below")));
+    for (const WideView name : {TEXT("old.json"), TEXT("target.json"), TEXT("a.json"), TEXT("b.json"), TEXT("c.txt"),
+                                TEXT("dead.json"), TEXT("out.json"), TEXT("x.txt")})
+        writeFile(watched / name, "before");
+    ASSERT_TRUE(watched.startReading());
+    const struct {
+        const char* title;
+        std::function<void()> act;
+        std::string expected;
+        std::string orElse = expected;  // where the target of a replacing rename is told of, or is not
+    } rows[] = {
+        {"new file", [&] { writeFile(watched / TEXT("new.json"), "{}"); }, "+new.json"},
+        {"written in place", [&] { writeFile(watched / TEXT("old.json"), "after"); }, "+old.json"},
+        {"renamed into place",
+         [&] {
+             writeFile(watched / TEXT("target.json.tmp"), "after");
+             MoveFileExW((watched / TEXT("target.json.tmp")).c_str(), (watched / TEXT("target.json")).c_str(),
+                         MOVEFILE_REPLACE_EXISTING);
+         },
+         "+target.json", "-target.json +target.json"},
+        {"renamed", [&] { rename(TEXT("a.json"), TEXT("a2.json")); }, "-a.json +a2.json"},
+        {"renamed away from .json", [&] { rename(TEXT("b.json"), TEXT("b.txt")); }, "-b.json"},
+        {"renamed to .json", [&] { rename(TEXT("c.txt"), TEXT("c.json")); }, "+c.json"},
+        {"deleted", [&] { fs::remove(host(TEXT("dead.json"))); }, "-dead.json"},
+        {"moved out", [&] { fs::rename(host(TEXT("out.json")), outside); }, "-out.json"},
+        {"moved in", [&] { fs::rename(outside, host(TEXT("in.json"))); }, "+in.json"},
+        {"in capitals", [&] { writeFile(watched / TEXT("NOTE.JSON"), "{}"); }, "+NOTE.JSON"},
+        {"not ASCII", [&] { writeFile(watched / TEXT("\u017e\u00e4.json"), "{}"); }, "+\xC5\xBE\xC3\xA4.json"},
+        {"no extension", [&] { writeFile(watched / TEXT(".json"), "{}"); }, ""},
+        {"another extension", [&] { writeFile(watched / TEXT("x.txt"), "{}"); }, ""},
+        {"in a folder below", [&] { writeFile(watched / TEXT("below\\n.json"), "{}"); }, ""},
+    };
+    for (const auto& row : rows) {
+        row.act();
+        const std::string told = watched.changes();
+        EXPECT_TRUE(told == row.expected || told == row.orElse) << row.title << ": " << told;
+    }
+}
+
+TEST_F(FolderWatcherThreads, secondStartIsRefusedAndTheFirstGoesOn) {
+    const TempFolder other;
+    ASSERT_TRUE(watched.startReading());
+    WatcherWindow elsewhere;
+    EXPECT_FALSE(watched.watcher.start(other.path(), elsewhere.handle()));
+    writeFile(other / TEXT("wrong.json"), "{}");
+    writeFile(watched / TEXT("right.json"), "{}");
+    EXPECT_EQ(watched.changes(), "+right.json");
+    EXPECT_TRUE(elsewhere.take().empty());
+}
+
+TEST_F(FolderWatcherThreads, stoppedItIsSilentAndCanStartAgain) {
+    watched.watcher.stop();
+    ASSERT_TRUE(watched.startReading());
+    watched.watcher.stop();
+    watched.watcher.stop();
+    writeFile(watched / TEXT("unseen.json"), "{}");
+    ASSERT_TRUE(watched.startReading());
+    EXPECT_EQ(watched.changes(), "") << "nothing of the time in between";
+}
+
+TEST_F(FolderWatcherThreads, stopsInTheMiddleOfABurst) {
+    ASSERT_TRUE(watched.startReading());
+    std::atomic<bool> enough = false;
+    std::thread writer([&] {
+        for (int i = 0; !enough; ++i)
+            writeFile(watched / wide("n" + std::to_string(i % 50) + ".json"), "{}");
+    });
+    EXPECT_TRUE(eventually([&] { return watched.window.take().size() > 20; }));
+    const ULONGLONG before = GetTickCount64();
+    watched.watcher.stop();
+    EXPECT_LT(GetTickCount64() - before, 4000U) << "not by giving up";
+    watched.window.take();
+    const bool wasSilent = watched.window.take().empty();
+    enough = true;
+    writer.join();
+    EXPECT_TRUE(wasSilent && watched.window.take().empty());
+}
+
+TEST_F(FolderWatcherThreads, folderThatComesLaterIsWatched) {
+    WatchedFolder later(folder / TEXT("later"));
+    ASSERT_TRUE(later.start());
+    fs::create_directory(hostPath(folder / TEXT("later")));
+    EXPECT_TRUE(later.isReading());
+}
+
+TEST_F(FolderWatcherThreads, textThatCannotBePostedIsFreedAndTheWatcherGoesOn) {
+    auto window = std::make_unique<WatcherWindow>();
+    const HWND gone = window->handle();
+    FolderWatcher dead;
+    ASSERT_TRUE(dead.start(folder.path(), gone));
+    window.reset();
+    EXPECT_FALSE(postText(gone, WM_APP_FILE_ADDED, TEXT("nowhere")));
+    ASSERT_TRUE(watched.startReading()) << "another watcher of the same folder";
+    EXPECT_EQ(watched.changes(), "");
+}
+
+TEST_F(FolderWatcherThreads, everyFileOfABurstIsTold) {
+    constexpr int kFiles = 5000;
+    const fs::path place = hostPath(folder.path());
+    ASSERT_TRUE(watched.startReading());
+    std::thread writer([&] {
+        for (int i = 0; i < kFiles; ++i)
+            std::ofstream(place / (std::to_string(i) + ".json")) << "{}";
+    });
+    std::set<std::string> told;
+    const bool all = eventually([&] {
+        for (std::string& message : watched.window.take())
+            told.insert(std::move(message));
+        return told.size() == kFiles;
+    });
+    writer.join();
+    EXPECT_TRUE(all) << told.size();
+}
