@@ -43,13 +43,16 @@ RECT intersection(const RECT& one, const RECT& other) {
 
 LONGLONG area(const RECT& rect) {
     if (rect.right <= rect.left || rect.bottom <= rect.top) return 0;
-    return static_cast<LONGLONG>(widthOf(rect)) * heightOf(rect);
+    return (LONGLONG{rect.right} - rect.left) * (LONGLONG{rect.bottom} - rect.top);
 }
 
 // The square of how far the two rectangles are apart.
 LONGLONG distance(const RECT& one, const RECT& other) {
-    const LONGLONG x = std::max({other.left - one.right, one.left - other.right, LONG{0}});
-    const LONGLONG y = std::max({other.top - one.bottom, one.top - other.bottom, LONG{0}});
+    const auto gap = [](LONGLONG oneFrom, LONGLONG oneTo, LONGLONG otherFrom, LONGLONG otherTo) {
+        return std::max({otherFrom - oneTo, oneFrom - otherTo, LONGLONG{0}});
+    };
+    const LONGLONG x = gap(one.left, one.right, other.left, other.right);
+    const LONGLONG y = gap(one.top, one.bottom, other.top, other.bottom);
     return x * x + y * y;
 }
 
@@ -61,8 +64,10 @@ HMONITOR primaryOf(const std::vector<Monitor>& monitors) {
 
 HMONITOR monitorAt(RECT rect, DWORD otherwise) {
     const std::vector<Monitor> monitors = desktop::monitors();
-    if (rect.right <= rect.left) rect.right = rect.left + 1;  // nothing counts as a point
-    if (rect.bottom <= rect.top) rect.bottom = rect.top + 1;
+    // Nothing counts as a point.
+    constexpr LONG kFarthest = std::numeric_limits<LONG>::max() - 1;
+    if (rect.right <= rect.left) rect.right = std::min(rect.left, kFarthest) + 1;
+    if (rect.bottom <= rect.top) rect.bottom = std::min(rect.top, kFarthest) + 1;
     HMONITOR found = nullptr;
     LONGLONG most = 0, least = std::numeric_limits<LONGLONG>::max();
     for (std::size_t i = 0; i < monitors.size(); ++i)

@@ -116,7 +116,9 @@ void App::shutdown() {
     logWrite(LogLevel::Info, kComponent, TEXT("Shutting down"));
     watcher_.stop();
     notes_.clear();
-    if (messageWindow_ != nullptr) DestroyWindow(messageWindow_);
+    // A window that stays must not find an object that is gone.
+    if (messageWindow_ != nullptr && !DestroyWindow(messageWindow_))
+        SetWindowLongPtrW(messageWindow_, GWLP_USERDATA, 0);
     messageWindow_ = nullptr;
     gdiplusToken_.reset();
     instanceMutex_.reset();

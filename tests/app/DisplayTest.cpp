@@ -23,9 +23,7 @@ class Display : public testing::Test {
                TEXT("\" ") + more;
     }
     Environment environment() const { return {{"PROGRAMDATA", utf8(programData.path())}}; }
-    WideString file(const std::string& name) const {
-        return parent / (instance + TEXT("\\") + wide(name));
-    }
+    WideString file(const std::string& name) const { return parent / (instance + TEXT("\\") + wide(name)); }
     void makeFolder() const { std::filesystem::create_directories(hostPath(parent / instance)); }
 
     std::string log() const {
@@ -51,7 +49,9 @@ class Display : public testing::Test {
     int lineOf(const std::string& text) const {
         const std::string all = log();
         const std::size_t at = all.find(text);
-        return at == std::string::npos ? -1 : static_cast<int>(std::count(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
+        return at == std::string::npos
+                   ? -1
+                   : static_cast<int>(std::count(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
     }
 
     const WideString instance = newGuidText();
@@ -72,11 +72,9 @@ TEST_F(Display, startsStepByStepAndEndsWhenItsMessageWindowGoes) {
     DisplayProcess display(arguments(), environment());
     ASSERT_TRUE(comesIntoLog("Worker started on"));
     ASSERT_TRUE(comesIntoLog("Started; 1 note(s) loaded"));
-    const char* const steps[] = {"[INFO ] App: Vellumd starting; pid=",
-                                 "[INFO ] App: Notes folder: ",
+    const char* const steps[] = {"[INFO ] App: Vellumd starting; pid=", "[INFO ] App: Notes folder: ",
                                  "[INFO ] App: Auto-start skipped (--no-autostart)",
-                                 "[DEBUG] App: Initial scan: 2 file(s)",
-                                 "[INFO ] App: Started; 1 note(s) loaded"};
+                                 "[DEBUG] App: Initial scan: 2 file(s)", "[INFO ] App: Started; 1 note(s) loaded"};
     int last = -1;
     for (const char* step : steps) {
         EXPECT_GT(lineOf(step), last) << step << "\n" << log();
@@ -169,8 +167,8 @@ TEST_F(Display, anInstanceHasAFolderAndAMutexOfItsOwn) {
 
 TEST_F(Display, aFolderThatCannotBeMadeEndsTheStart) {
     writeFile(parent / TEXT("file"), "x");
-    const ProcessResult result = runVellumd(
-        TEXT("--no-autostart -i x --folder \"") + (parent / TEXT("file")) + TEXT("\""), environment());
+    const ProcessResult result =
+        runVellumd(TEXT("--no-autostart -i x --folder \"") + (parent / TEXT("file")) + TEXT("\""), environment());
     EXPECT_EQ(result.exitCode, 3U);
     EXPECT_NE(result.debugOutput.find("[ERROR] App: Cannot create notes folder: "), std::string::npos)
         << result.debugOutput;

@@ -18,6 +18,7 @@ class DisplayMachine : public MachineTest {
   protected:
     DisplayMachine() {
         platform::clock::set(1'700'000'000'000);
+        platform::desktop::setMonitors(platform::machine().monitors);
         std::filesystem::create_directories(notes());
     }
 
@@ -36,8 +37,8 @@ class DisplayMachine : public MachineTest {
 
     // Starts a display of the notes folder, without a watcher unless `more` says "watched".
     int start(App& app, const std::vector<std::string>& more = {}) {
-        std::vector<std::string> arguments = {"Vellumd", "--folder", utf8(productPath(notes())), "--log-level", "debug",
-                                              "--no-autostart"};
+        std::vector<std::string> arguments = {"Vellumd",     "--folder", utf8(productPath(notes())),
+                                              "--log-level", "debug",    "--no-autostart"};
         arguments.insert(arguments.end(), more.begin(), more.end());
         platform::setCommandLine(arguments);
         if (std::find(more.begin(), more.end(), "watched") == more.end())
@@ -60,7 +61,7 @@ class DisplayMachine : public MachineTest {
         std::string text;
         for (const std::u16string& line : platform::notices::takeDebugOutput()) {
             const std::string whole = utf8(line);
-            text += whole.substr(whole.find('['));
+            text += whole.substr(std::min(whole.find('['), whole.size()));
         }
         return text;
     }

@@ -88,7 +88,8 @@ std::vector<ShownWindow> DisplayProcess::notes() const {
 bool DisplayProcess::end(DWORD& exitCode) {
     std::istringstream list(platform_->ask("list"));
     for (std::string line; std::getline(list, line);)
-        if (line.find("Vellumd.MsgWindow") != std::string::npos) platform_->ask("close " + line.substr(0, line.find(' ')));
+        if (line.find("Vellumd.MsgWindow") != std::string::npos)
+            platform_->ask("close " + line.substr(0, line.find(' ')));
     int status = 0;
     if (!eventually([&] { return waitpid(platform_->child, &status, WNOHANG) == platform_->child; })) return false;
     platform_->child = -1;

@@ -1,0 +1,181 @@
+// Where the windows of notes land on monitors of all kinds, and what the record remembers.
+#include <gtest/gtest.h>
+
+#include "DisplayFixture.h"
+#include "common/Monitors.h"
+#include "window/Placement.h"
+
+namespace {
+
+using platform::Monitor;
+
+const Monitor kMain = {u"\\\\.\\DISPLAY1", {0, 0, 1920, 1080}, {0, 0, 1920, 1040}, 96, true};
+const Monitor kLeft = {u"\\\\.\\DISPLAY2", {-2560, -200, 0, 1240}, {-2560, -160, 0, 1240}, 144, false};
+const Monitor kRight4K = {u"\\\\.\\DISPLAY3", {1920, 0, 5760, 2160}, {1920, 0, 5760, 2080}, 192, false};
+
+class NotePlaces : public DisplayMachine {
+  protected:
+    NotePlaces() { platform::desktop::setMonitors({kMain}); }
+    ~NotePlaces() override {
+        for (auto& window : windows)
+            window->close();
+    }
+    NoteWindow& open(NoteRecord note) {
+        windows.push_back(std::make_unique<NoteWindow>(nullptr, std::move(note)));
+        EXPECT_TRUE(windows.back()->create());
+        return *windows.back();
+    }
+    std::vector<LONG> placeOf(const NoteWindow& window) const {
+        RECT rect = {};
+        GetWindowRect(window.hwnd(), &rect);
+        return {rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top};
+    }
+    std::vector<std::unique_ptr<NoteWindow>> windows;
+};
+
+NoteRecord stored(LONG x, LONG y, LONG width, LONG height, const WCHAR* device = TEXT("")) {
+    NoteRecord note;
+    note.id = TEXT("n");
+    note.x = x;
+    note.y = y;
+    note.width = width;
+    note.height = height;
+    note.hasPosition = true;
+    note.monitorDevice = device;
+    return note;
+}
+
+NoteRecord fresh(const WCHAR* device = TEXT("")) {
+    NoteRecord note = stored(0, 0, 260, 260, device);
+    note.hasPosition = false;
+    return note;
+}
+
+}  // namespace
+
+TEST_F(NotePlaces, monitorsAndStoredPlacesDecide) {
+    struct Row {
+        const char* what;
+        std::vector<Monitor> monitors;
+        NoteRecord note;
+        std::vector<LONG> place;
+        const WCHAR* device;
+    };
+    const WCHAR* const one = TEXT("\\\\.\\DISPLAY1");
+    const WCHAR* const two = TEXT("\\\\.\\display2");
+    const std::vector<Monitor> all = {kLeft, kMain, kRight4K};
+    const Row rows[] = {
+        {"new", all, fresh(), {1648, 12, 260, 260}, kMain.device.c_str()},
+        {"new on a named monitor", all, fresh(two), {-278, -142, 260, 260}, kLeft.device.c_str()},
+        {"new at 192 DPI", all, fresh(TEXT("\\\\.\\DISPLAY3")), {5476, 24, 260, 260}, kRight4K.device.c_str()},
+        {"new on a monitor that is gone", {kMain}, fresh(two), {1648, 12, 260, 260}, kMain.device.c_str()},
+        {"new on a monitor by half its name", all, fresh(TEXT("\\\\.\\DISPLAY")), {1648, 12, 260, 260}, one},
+        {"stored", all, stored(-300, 50, 200, 150, one), {-300, 50, 200, 150}, kLeft.device.c_str()},
+        {"one pixel on a monitor", {kMain}, stored(1919, 1079, 200, 150), {1919, 1079, 200, 150}, one},
+        {"beside every monitor", {kMain}, stored(1920, 0, 200, 150), {860, 445, 200, 150}, one},
+        {"on the monitor that is gone", {kMain}, stored(-300, 50, 200, 151, two), {860, 444, 200, 151}, one},
+        {"nowhere, anchor there", all, stored(9000, 9000, 200, 150, two), {-1380, 465, 200, 150}, two},
+        {"larger than the screen", {kMain}, stored(5000, 0, 8000, 8000), {-3040, -3480, 8000, 8000}, one},
+        {"no primary: the first", {kLeft}, fresh(), {-278, -142, 260, 260}, two},
+        {"at the end of the numbers", {kMain}, stored(2147483647, 2147483647, 300, 300), {810, 370, 300, 300}, one},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        platform::desktop::setMonitors(row.monitors);
+        NoteWindow& window = open(row.note);
+        EXPECT_EQ(placeOf(window), row.place);
+        const NoteRecord& note = window.note();
+        EXPECT_TRUE(note.hasPosition);
+        EXPECT_EQ((std::vector<LONG>{note.x, note.y, note.width, note.height}), row.place);
+        EXPECT_TRUE(equalsIgnoreCase(note.monitorDevice, row.device)) << utf8(note.monitorDevice);
+        window.close();
+        EXPECT_EQ(window.hwnd(), nullptr);
+    }
+}
+
+TEST_F(NotePlaces, withoutAnyMonitorTheScreenStandsIn) {
+    platform::desktop::setMonitors({});
+    NoteRecord note = fresh(TEXT("\\\\.\\DISPLAY7"));
+    note.monitorBounds = {1, 2, 3, 4};
+    NoteWindow& window = open(note);
+    EXPECT_EQ(placeOf(window), (std::vector<LONG>{1024 - 12 - 260, 12, 260, 260}));
+    EXPECT_EQ(utf8(window.note().monitorDevice), "\\\\.\\DISPLAY7") << "what was known stays";
+    EXPECT_EQ(window.note().monitorBounds.bottom, 4);
+    const MonitorInfo screen = primaryMonitor();
+    EXPECT_EQ(screen.handle, nullptr);
+    EXPECT_TRUE(screen.isPrimary && screen.device.empty() && screen.dpi == 96);
+    EXPECT_EQ(screen.workArea.bottom, 768);
+}
+
+TEST_F(NotePlaces, windowsAreMadeAsToolsThatNobodyActivates) {
+    NoteWindow& window = open(fresh());
+    EXPECT_EQ(platform::desktop::activeWindow(), nullptr);
+    EXPECT_EQ(static_cast<DWORD>(GetWindowLongW(window.hwnd(), GWL_STYLE)), 0x92000000U);
+    EXPECT_EQ(static_cast<DWORD>(GetWindowLongW(window.hwnd(), GWL_EXSTYLE)), 0x88U);
+    // whoever puts it elsewhere in the order, it stays on top
+    SetWindowPos(window.hwnd(), HWND_TOP, 5, 6, 0, 0, SWP_NOSIZE);
+    EXPECT_NE(platform::desktop::describeWindows().find("ex=00000088"), std::string::npos);
+    EXPECT_EQ(platform::desktop::activeWindow(), window.hwnd());
+}
+
+TEST_F(NotePlaces, theRecordFollowsTheSizeAndAFailedLookKeepsIt) {
+    NoteWindow& window = open(stored(10, 20, 300, 200));
+    SetWindowPos(window.hwnd(), nullptr, 0, 0, 301, 202, SWP_NOMOVE | SWP_NOACTIVATE);
+    EXPECT_EQ(window.note().width, 301);
+    EXPECT_EQ(window.note().height, 202);
+    EXPECT_EQ(window.note().x, 10);
+}
+
+TEST_F(NotePlaces, olderSystemsKnowTheDpiOfTheScreenOnly) {
+    platform::desktop::setMonitors({kLeft, kRight4K});
+    NoteWindow& window = open(fresh(TEXT("\\\\.\\DISPLAY3")));
+    EXPECT_EQ(windowDpi(window.hwnd()), 192);
+    EXPECT_EQ(windowDpi(nullptr), 96);
+    EXPECT_EQ(monitorDpi(nullptr), 144) << "the screen has the DPI of the first monitor here";
+    platform::faults::arm({"GetDpiForWindow", 1, platform::faults::Action::Fail, 5});
+    EXPECT_EQ(windowDpi(window.hwnd()), 192) << "by the monitor it is on";
+    platform::faults::clear();
+    platform::faults::arm({"GetDpiForMonitor", 0, platform::faults::Action::Fail, 5});
+    platform::faults::arm({"GetDpiForWindow", 0, platform::faults::Action::Fail, 5});
+    EXPECT_EQ(windowDpi(window.hwnd()), 144);
+    platform::faults::arm({"GetDeviceCaps", 1, platform::faults::Action::Fail, 5});
+    EXPECT_EQ(windowDpi(window.hwnd()), 96);
+    platform::faults::arm({"GetDC", 1, platform::faults::Action::Fail, 5});
+    EXPECT_EQ(monitorDpi(nullptr), 96);
+}
+
+// The calls are looked up once a process: this test needs one of its own, as ctest gives it.
+TEST_F(NotePlaces, withoutTheCallsTheScreenAnswers) {
+    platform::desktop::setMonitors({kLeft, kRight4K});
+    platform::desktop::offerDpiCalls(false, false);
+    EXPECT_EQ(monitorDpi(reinterpret_cast<HMONITOR>(0x10001)), 144);
+    EXPECT_EQ(enumerateMonitors().size(), 2U);
+    platform::faults::arm({"GetMonitorInfoW", 1, platform::faults::Action::Fail, 5});
+    EXPECT_EQ(enumerateMonitors().size(), 1U) << "one that cannot be read is left out";
+}
+
+TEST_F(NotePlaces, openNotesDoNotCoverEachOther) {
+    App app;
+    for (int i = 0; i < 60; ++i)
+        putNote(std::to_string(1000 + i));
+    ASSERT_EQ(start(app), kEnterMessageLoop);
+    const std::vector<RECT> rects = noteRects();
+    ASSERT_EQ(rects.size(), 60U);
+    // What a look at every rectangle gives, in the order of opening.
+    const RECT workArea = {0, 0, 1920, 1040};
+    std::vector<RECT> taken;
+    for (int i = 0; i < 60; ++i) {
+        const auto isFree = [&](const RECT& place) {
+            return std::none_of(taken.begin(), taken.end(), [&](const RECT& other) { return intersect(place, other); });
+        };
+        const RECT wanted = topRightCorner(workArea, 96, 260, 260);
+        taken.push_back(isFree(wanted) ? wanted : findFreePlace(wanted, workArea, 96, isFree));
+    }
+    for (std::size_t i = 0; i < taken.size(); ++i) {
+        EXPECT_EQ(rects[rects.size() - 1 - i].left, taken[i].left) << i;
+        EXPECT_EQ(rects[rects.size() - 1 - i].top, taken[i].top) << i;
+    }
+    app.shutdown();
+    while (HWND window = FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr))
+        DestroyWindow(window);
+}
