@@ -389,12 +389,18 @@ LONG_PTR SetWindowLongPtrW(HWND handle, int index, LONG_PTR value) {
 HWND FindWindowExW(HWND parent, HWND after, LPCWSTR className, LPCWSTR) {
     static constinit CallSite site{__func__};
     if (site.fails()) return nullptr;
-    bool passed = after == nullptr;
-    for (const auto& window : parent == HWND_MESSAGE ? messageOnlyWindows() : topLevelWindows()) {
-        if (passed && sameName(window->kind->name, className)) return window->handle;
-        passed = passed || window->handle == after;
+    std::lock_guard hold(waiting::lock());
+    const std::vector<HWND>& order = tree().order;
+    auto at = order.begin();
+    if (after != nullptr) {
+        at = std::find(order.begin(), order.end(), after);
+        if (at != order.end()) ++at;
     }
-    return nullptr;
+    const auto found = std::find_if(at, order.end(), [&](HWND handle) {
+        const Window& window = *tree().windows.at(handle);
+        return window.messageOnly == (parent == HWND_MESSAGE) && sameName(window.kind->name, className);
+    });
+    return found == order.end() ? nullptr : *found;
 }
 
 HCURSOR LoadCursorW(HINSTANCE, LPCWSTR name) {
