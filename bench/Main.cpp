@@ -9,6 +9,7 @@
 
 void registerNoteBenchmarks();
 void registerFileBenchmarks();
+void registerStartBenchmarks();
 
 namespace {
 
@@ -35,7 +36,7 @@ class Ratios : public benchmark::BenchmarkReporter {
     }
 
     void Finalize() override {
-        std::printf("\n%-12s %-14s %12s %10s %18s\n", "work", "who", "time", "MB/s", "times vellumd's");
+        std::printf("\n%-14s %-14s %12s %10s %18s\n", "work", "who", "time", "MB/s", "times vellumd's");
         std::sort(rows_.begin(), rows_.end(), [](const Row& a, const Row& b) { return a.work < b.work; });
         for (Row& row : rows_) {
             // The interleaving mixes them: vellumd first, then the fastest.
@@ -44,7 +45,7 @@ class Ratios : public benchmark::BenchmarkReporter {
                                                                     : a.nanoseconds < b.nanoseconds;
             });
             for (const Entry& entry : row.entries) {
-                std::printf("%-12s %-14s %9.2f us ", row.work.c_str(), entry.who.c_str(), entry.nanoseconds / 1000);
+                std::printf("%-14s %-14s %9.2f us ", row.work.c_str(), entry.who.c_str(), entry.nanoseconds / 1000);
                 if (entry.megabytes > 0)
                     std::printf("%10.0f", entry.megabytes);
                 else
@@ -86,6 +87,9 @@ int main(int count, char** arguments) {
     benchmark::Initialize(&total, all.data());
     registerNoteBenchmarks();
     registerFileBenchmarks();
+#ifdef VELLUM_BENCH_START
+    registerStartBenchmarks();
+#endif
     Ratios ratios;
     benchmark::RunSpecifiedBenchmarks(&ratios);
     return 0;

@@ -7,9 +7,7 @@ namespace {
 
 class Lifecycle : public DisplayMachine {
   protected:
-    void restart(const std::vector<std::string>& more = {}) {
-        EXPECT_EQ(start(app, more), kEnterMessageLoop);
-    }
+    void restart(const std::vector<std::string>& more = {}) { EXPECT_EQ(start(app, more), kEnterMessageLoop); }
     ~Lifecycle() override {
         platform::clock::useRealTime();
         app.shutdown();
@@ -103,11 +101,11 @@ TEST_F(Lifecycle, theFileNameIsTheId) {
         bool warns;
     };
     const Row rows[] = {
-        {"plain.json", "plain", "plain", false},  {"other.json", "mine", "other", true},
-        {"CASE.json", "case", "case", false},     {"two.dots.json", "two.dots", "two.dots", false},
+        {"plain.json", "plain", "plain", false},    {"other.json", "mine", "other", true},
+        {"CASE.json", "case", "case", false},       {"two.dots.json", "two.dots", "two.dots", false},
         {"two.part.json", "two", "two.part", true}, {".json", "hidden", "hidden", false},
-        {"CAPS.JSON", "CAPS", "CAPS", false},     {"same1.json", "same", "same1", true},
-        {"same2.json", "same", "same2", true},    {"noext", "x", "x", false},
+        {"CAPS.JSON", "CAPS", "CAPS", false},       {"same1.json", "same", "same1", true},
+        {"same2.json", "same", "same2", true},      {"noext", "x", "x", false},
     };
     restart();
     for (const Row& row : rows) {
@@ -117,8 +115,8 @@ TEST_F(Lifecycle, theFileNameIsTheId) {
         tellChanged(app, row.file);
         const std::string text = log();
         EXPECT_TRUE(has(text, "Note opened: id=" + std::string(row.id) + "\r\n")) << text;
-        EXPECT_EQ(has(text, "[WARN ] App: Filename/id mismatch: file=" + std::string(row.file) + " jsonId=" +
-                                row.jsonId + "; using filename and rewriting on next save\r\n"),
+        EXPECT_EQ(has(text, "[WARN ] App: Filename/id mismatch: file=" + std::string(row.file) +
+                                " jsonId=" + row.jsonId + "; using filename and rewriting on next save\r\n"),
                   row.warns)
             << text;
         EXPECT_EQ(noteRects().size(), before + 1);
@@ -211,7 +209,8 @@ TEST_F(Lifecycle, theEndOfTheSessionSavesEveryNoteInTheOrderOfOpening) {
     send(app, WM_ENDSESSION, FALSE);
     EXPECT_EQ(log(), "");
     send(app, WM_ENDSESSION, TRUE);
-    EXPECT_EQ(log(), "[DEBUG] App: Saved note id=c\r\n[DEBUG] App: Saved note id=b\r\n[DEBUG] App: Saved note id=a\r\n");
+    EXPECT_EQ(log(),
+              "[DEBUG] App: Saved note id=c\r\n[DEBUG] App: Saved note id=b\r\n[DEBUG] App: Saved note id=a\r\n");
     EXPECT_TRUE(has(get("c.json"), "\"position\"")) << "with the place where it was shown";
 }
 
