@@ -80,21 +80,22 @@ class WatchedFolder {
         start();
         return isReading();
     }
-    // Changes a file until it is told, and lets all that it caused come in.
+    // Changes a new file until it is told, and lets all that this caused come in.
     bool isReading() {
-        const WideString probe = *this / TEXT("probe.json");
+        const WideString probe = nextName(TEXT("probe"));
         const bool told = eventually([&] {
-            writeFile(probe, "x");
-            return !window.take().empty();
+            writeFile(*this / probe, "x");
+            const std::vector<std::string> messages = window.take();
+            return std::find(messages.begin(), messages.end(), added(probe)) != messages.end();
         });
-        std::filesystem::remove(hostPath(probe));
-        const bool untold = window.awaits(removed(TEXT("probe.json")));
+        std::filesystem::remove(hostPath(*this / probe));
+        const bool untold = window.awaits(removed(probe));
         window.take();
         return told && untold;
     }
     // What the changes since the last call gave, as "+a.json -b.json". A last change shows that all has come in.
     std::string changes() {
-        const WideString mark = TEXT("mark") + wide(std::to_string(marks_++)) + TEXT(".json");
+        const WideString mark = nextName(TEXT("mark"));
         writeFile(*this / mark, "");
         if (!window.awaits(added(mark))) return "the watcher is silent";
         std::string text, last;
@@ -111,6 +112,8 @@ class WatchedFolder {
     FolderWatcher watcher;
 
   private:
+    WideString nextName(WideView head) { return WideString(head) + wide(std::to_string(names_++)) + TEXT(".json"); }
+
     const WideString folder_;
-    int marks_ = 0;
+    int names_ = 0;
 };
