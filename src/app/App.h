@@ -37,7 +37,8 @@ class App {
 
     // Hidden; null before it is made and after shutdown.
     HWND messageWindow() const { return messageWindow_; }
-    const WideString& notesFolder() const { return notesFolder_; }
+    // Where the images lie that notes name; empty when there is no notes folder.
+    WideString logoFolder() const;
     // Where a note that wants this rectangle goes without covering an open note: a free place near it, or the
     // rectangle itself. `except`, which may be null, is not in the way.
     RECT resolveOverlap(const RECT& wanted, const NoteWindow* except) const;

@@ -38,6 +38,10 @@ WideString App::notePath(WideView id) const {
     return joinPath(notesFolder_, WideString(id) + TEXT(".json"));
 }
 
+WideString App::logoFolder() const {
+    return notesFolder_.empty() ? WideString() : joinPath(joinPath(notesFolder_, TEXT("Resources")), TEXT("logos"));
+}
+
 void App::scanFolder() {
     WIN32_FIND_DATAW entry = {};
     const FindHandle search(FindFirstFileW(joinPath(notesFolder_, TEXT("*.json")).c_str(), &entry));

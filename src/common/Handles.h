@@ -100,6 +100,48 @@ using ArgumentArray = Guard<PointerTraits<LPWSTR*, LocalFree>>;
 using TaskText = Guard<PointerTraits<PWSTR, CoTaskMemFree>>;
 using SessionText = Guard<PointerTraits<LPWSTR, WTSFreeMemory>>;
 
+template <typename Object>
+void deleteObject(Object object) {
+    DeleteObject(object);
+}
+using Bitmap = Guard<PointerTraits<HBITMAP, deleteObject<HBITMAP>>>;
+using Brush = Guard<PointerTraits<HBRUSH, deleteObject<HBRUSH>>>;
+using Font = Guard<PointerTraits<HFONT, deleteObject<HFONT>>>;
+using MemoryDc = Guard<PointerTraits<HDC, DeleteDC>>;
+
+// The DC of a window for the length of a scope; null when the system has none to give.
+class WindowDc {
+  public:
+    explicit WindowDc(HWND window) : window_(window), context_(GetDC(window)) {}
+    ~WindowDc() {
+        if (context_ != nullptr) ReleaseDC(window_, context_);
+    }
+    WindowDc(const WindowDc&) = delete;
+    WindowDc& operator=(const WindowDc&) = delete;
+    HDC get() const { return context_; }
+
+  private:
+    HWND window_;
+    HDC context_;
+};
+
+// An object is selected into a DC for the length of a scope, then what was selected before. It takes a null object as
+// none.
+class Selected {
+  public:
+    Selected(HDC context, HGDIOBJ object)
+        : context_(context), before_(object == nullptr ? nullptr : SelectObject(context, object)) {}
+    ~Selected() {
+        if (before_ != nullptr) SelectObject(context_, before_);
+    }
+    Selected(const Selected&) = delete;
+    Selected& operator=(const Selected&) = delete;
+
+  private:
+    HDC context_;
+    HGDIOBJ before_;
+};
+
 // Holds a critical section for the length of a scope.
 class CriticalSectionLock {
   public:

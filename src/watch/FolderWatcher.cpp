@@ -147,9 +147,13 @@ void FolderWatcher::Worker::readChanges(Reading& reading) const {
             return;
         }
         if (!GetOverlappedResult(directory, &reading.overlapped, &bytes, FALSE)) {
-            logWrite(LogLevel::Warn, kComponent, TEXT("GetOverlappedResult failed (err=%lu); reopening directory"),
-                     GetLastError());
-            return;
+            const DWORD err = GetLastError();
+            if (err != ERROR_NOTIFY_ENUM_DIR) {
+                logWrite(LogLevel::Warn, kComponent, TEXT("GetOverlappedResult failed (err=%lu); reopening directory"),
+                         err);
+                return;
+            }
+            bytes = 0;  // an overflow too, in the words of some systems
         }
         if (bytes == 0)
             reportAllFiles();

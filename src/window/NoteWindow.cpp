@@ -2,13 +2,31 @@
 
 #include "app/App.h"
 #include "common/Logger.h"
+#include "common/Messages.h"
 #include "common/Monitors.h"
+#include "window/NotePaint.h"
 #include "window/Placement.h"
 
 namespace {
 
 constexpr const WCHAR* kComponent = TEXT("NoteWindow");
 constexpr const WCHAR* kClassName = TEXT("Vellumd.NoteWindow");
+
+// Coordinates come as the signed halves of a message parameter.
+POINT pointOf(LPARAM packed) {
+    return {static_cast<short>(LOWORD(packed)), static_cast<short>(HIWORD(packed))};
+}
+
+Font makeFont(LONG height, LONG weight, LONG dpi) {
+    LOGFONTW description = {};
+    description.lfHeight = -scaleToDpi(height, dpi);
+    description.lfWeight = weight;
+    description.lfCharSet = DEFAULT_CHARSET;
+    description.lfQuality = CLEARTYPE_QUALITY;
+    const WideView face = TEXT("Segoe UI");
+    face.copy(description.lfFaceName, face.size());
+    return Font(CreateFontIndirectW(&description));
+}
 
 }  // namespace
 
@@ -82,10 +100,6 @@ void NoteWindow::close() {
     DestroyWindow(hwnd_);
 }
 
-void NoteWindow::applyNote(NoteRecord note) {
-    note_ = std::move(note);
-}
-
 LRESULT CALLBACK NoteWindow::staticWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_NCCREATE) {
         auto* const note = static_cast<NoteWindow*>(reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams);
@@ -98,15 +112,50 @@ LRESULT CALLBACK NoteWindow::staticWindowProc(HWND window, UINT message, WPARAM 
 }
 
 const NoteWindow::Handled NoteWindow::kHandled[] = {
-    {WM_MOVE, &NoteWindow::onMove},           {WM_SIZE, &NoteWindow::onSize},
-    {WM_ACTIVATE, &NoteWindow::onActivate},   {WM_WINDOWPOSCHANGING, &NoteWindow::onPosChanging},
+    {WM_CREATE, &NoteWindow::onCreate},
+    {WM_DESTROY, &NoteWindow::onDestroy},
+    {WM_MOVE, &NoteWindow::onMove},
+    {WM_SIZE, &NoteWindow::onSize},
+    {WM_ACTIVATE, &NoteWindow::onActivate},
+    {WM_PAINT, &NoteWindow::onPaint},
+    {WM_CLOSE, &NoteWindow::onClose},
+    {WM_ERASEBKGND, &NoteWindow::onEraseBackground},
+    {WM_GETMINMAXINFO, &NoteWindow::onGetMinMaxInfo},
+    {WM_WINDOWPOSCHANGING, &NoteWindow::onPosChanging},
     {WM_NCDESTROY, &NoteWindow::onNcDestroy},
+    {WM_NCHITTEST, &NoteWindow::onNcHitTest},
+    {WM_NCMOUSEMOVE, &NoteWindow::onNcMouseMove},
+    {WM_NCMOUSELEAVE, &NoteWindow::onNcMouseLeave},
+    {WM_NCLBUTTONDOWN, &NoteWindow::onNcButtonDown},
+    {WM_NCLBUTTONUP, &NoteWindow::onNcButtonUp},
+    {WM_COMMAND, &NoteWindow::onCommand},
+    {WM_TIMER, &NoteWindow::onTimer},
+    {WM_CTLCOLOREDIT, &NoteWindow::onControlColor},
+    {WM_CTLCOLORSTATIC, &NoteWindow::onControlColor},
+    {WM_ENTERSIZEMOVE, &NoteWindow::onEnterSizeMove},
+    {WM_EXITSIZEMOVE, &NoteWindow::onExitSizeMove},
+    {WM_DPICHANGED, &NoteWindow::onDpiChanged},
 };
 
 LRESULT NoteWindow::windowProc(UINT message, WPARAM wParam, LPARAM lParam) {
     for (const Handled& handled : kHandled)
         if (handled.message == message) return (this->*handled.handler)(wParam, lParam);
+    return pass(message, wParam, lParam);
+}
+
+LRESULT NoteWindow::pass(UINT message, WPARAM wParam, LPARAM lParam) {
     return DefWindowProcW(hwnd_, message, wParam, lParam);
+}
+
+LRESULT NoteWindow::onCreate(WPARAM, LPARAM) {
+    createChildren();
+    return 0;
+}
+
+// An edit that is still waiting goes out, unless the App itself closes the window.
+LRESULT NoteWindow::onDestroy(WPARAM, LPARAM) {
+    if (dirty_ && app_ != nullptr) reportEdit();
+    return 0;
 }
 
 LRESULT NoteWindow::onMove(WPARAM, LPARAM) {
@@ -118,13 +167,42 @@ LRESULT NoteWindow::onSize(WPARAM, LPARAM size) {
     note_.width = LOWORD(size);
     note_.height = HIWORD(size);
     if (app_ != nullptr) app_->followPlace(*this);
+    layout();
+    invalidate();
     return 0;
 }
 
 LRESULT NoteWindow::onActivate(WPARAM how, LPARAM other) {
     if (LOWORD(how) != WA_INACTIVE)
         SetWindowPos(hwnd_, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE);
-    return DefWindowProcW(hwnd_, WM_ACTIVATE, how, other);
+    return pass(WM_ACTIVATE, how, other);
+}
+
+LRESULT NoteWindow::onPaint(WPARAM, LPARAM) {
+    PAINTSTRUCT paint = {};
+    const HDC target = BeginPaint(hwnd_, &paint);
+    const NoteMetrics lengths = metrics();
+    paintNote(target, {note_, lengths, clientSize(), logo_, closeHover_, newHover_, footerFont_.get()});
+    EndPaint(hwnd_, &paint);
+    return 0;
+}
+
+// The App decides what becomes of the note, and of this window.
+LRESULT NoteWindow::onClose(WPARAM, LPARAM) {
+    readControls();
+    captureNotePlacement();
+    if (app_ != nullptr) notifyApp(WM_APP_NOTE_DISMISS);
+    return 0;
+}
+
+LRESULT NoteWindow::onEraseBackground(WPARAM, LPARAM) {
+    return 1;  // each frame covers all of it
+}
+
+LRESULT NoteWindow::onGetMinMaxInfo(WPARAM, LPARAM info) {
+    const NoteMetrics lengths = metrics();
+    reinterpret_cast<MINMAXINFO*>(info)->ptMinTrackSize = {lengths.minTrackWidth, lengths.minTrackHeight};
+    return 0;
 }
 
 // Whoever changes the order of the windows, the note stays above the others.
@@ -132,11 +210,134 @@ LRESULT NoteWindow::onPosChanging(WPARAM wParam, LPARAM position) {
     auto* const wanted = reinterpret_cast<WINDOWPOS*>(position);
     if ((wanted->flags & SWP_NOZORDER) == 0 && wanted->hwndInsertAfter != HWND_TOPMOST)
         wanted->hwndInsertAfter = HWND_TOPMOST;
-    return DefWindowProcW(hwnd_, WM_WINDOWPOSCHANGING, wParam, position);
+    return pass(WM_WINDOWPOSCHANGING, wParam, position);
 }
 
 LRESULT NoteWindow::onNcDestroy(WPARAM, LPARAM) {
     SetWindowLongPtrW(hwnd_, GWLP_USERDATA, 0);
     hwnd_ = nullptr;
+    titleEdit_ = bodyEdit_ = nullptr;
     return 0;
+}
+
+LRESULT NoteWindow::onNcHitTest(WPARAM, LPARAM packed) {
+    POINT point = pointOf(packed);
+    ScreenToClient(hwnd_, &point);
+    return hitTest(metrics(), clientSize(), point, note_.allowNewNote);
+}
+
+LRESULT NoteWindow::onNcMouseMove(WPARAM zone, LPARAM) {
+    setHover(zone == HTCLOSE, zone == HT_NEW_NOTE);
+    return 0;
+}
+
+LRESULT NoteWindow::onNcMouseLeave(WPARAM, LPARAM) {
+    setHover(false, false);
+    return 0;
+}
+
+void NoteWindow::setHover(bool close, bool newNote) {
+    if (close == closeHover_ && newNote == newHover_) return;
+    closeHover_ = close;
+    newHover_ = newNote;
+    invalidate();
+    if (!close && !newNote) return;
+    TRACKMOUSEEVENT track = {sizeof track, TME_NONCLIENT | TME_LEAVE, hwnd_, 0};
+    TrackMouseEvent(&track);
+}
+
+// On the buttons nothing starts: what counts is the release.
+LRESULT NoteWindow::onNcButtonDown(WPARAM zone, LPARAM point) {
+    return zone == HTCLOSE || zone == HT_NEW_NOTE ? 0 : pass(WM_NCLBUTTONDOWN, zone, point);
+}
+
+LRESULT NoteWindow::onNcButtonUp(WPARAM zone, LPARAM point) {
+    if (zone == HTCLOSE) return onClose(0, 0);
+    if (zone != HT_NEW_NOTE) return pass(WM_NCLBUTTONUP, zone, point);
+    if (app_ != nullptr) PostMessageW(app_->messageWindow(), WM_APP_NOTE_NEW, 0, 0);
+    return 0;
+}
+
+LRESULT NoteWindow::onEnterSizeMove(WPARAM, LPARAM) {
+    inSizeMove_ = true;
+    if (hwnd_ != nullptr) GetWindowRect(hwnd_, &sizeMoveStart_);
+    return 0;
+}
+
+LRESULT NoteWindow::onExitSizeMove(WPARAM, LPARAM) {
+    inSizeMove_ = false;
+    slideOffOthers();
+    captureNotePlacement();
+    if (app_ != nullptr) notifyApp(WM_APP_NOTE_MOVED);
+    return 0;
+}
+
+// A note that was dropped on another goes beside it; one that was resized stays where it is.
+void NoteWindow::slideOffOthers() {
+    RECT rect = {};
+    if (hwnd_ == nullptr || app_ == nullptr || !GetWindowRect(hwnd_, &rect)) return;
+    if (widthOf(rect) != widthOf(sizeMoveStart_) || heightOf(rect) != heightOf(sizeMoveStart_)) return;
+    const RECT place = app_->resolveOverlap(rect, this);
+    if (place.left == rect.left && place.top == rect.top) return;
+    SetWindowPos(hwnd_, nullptr, place.left, place.top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+LRESULT NoteWindow::onDpiChanged(WPARAM dpi, LPARAM proposed) {
+    dpi_ = dpi > 65535 ? HIWORD(dpi) : kStandardDpi;
+    if (const auto* rect = reinterpret_cast<const RECT*>(proposed))
+        SetWindowPos(hwnd_, nullptr, rect->left, rect->top, widthOf(*rect), heightOf(*rect),
+                     SWP_NOZORDER | SWP_NOACTIVATE);
+    rebuildFonts();
+    layout();
+    invalidate();
+    return 0;
+}
+
+Size NoteWindow::clientSize() const {
+    RECT client = {};
+    GetClientRect(hwnd_, &client);
+    return {client.right, client.bottom};
+}
+
+void NoteWindow::invalidate() {
+    InvalidateRect(hwnd_, nullptr, FALSE);
+}
+
+void NoteWindow::rebuildFonts() {
+    titleFont_ = makeFont(14, 700, dpi_);
+    bodyFont_ = makeFont(12, 400, dpi_);
+    footerFont_ = makeFont(10, 400, dpi_);
+    if (titleEdit_ != nullptr) SendMessageW(titleEdit_, WM_SETFONT, reinterpret_cast<WPARAM>(titleFont_.get()), TRUE);
+    if (bodyEdit_ != nullptr) SendMessageW(bodyEdit_, WM_SETFONT, reinterpret_cast<WPARAM>(bodyFont_.get()), TRUE);
+    applyBodyTextColor();  // the font must not lose it
+}
+
+TitleInk NoteWindow::titleInk(const NoteMetrics& lengths) const {
+    TitleInk ink = TitleInk::unknown(lengths);
+    if (!titleFont_) return ink;
+    const WindowDc context(hwnd_);
+    const Selected font(context.get(), titleFont_.get());
+    TEXTMETRICW text = {};
+    if (!GetTextMetricsW(context.get(), &text)) return ink;
+    ink = {text.tmHeight, text.tmInternalLeading, text.tmAscent - text.tmInternalLeading};
+    GLYPHMETRICS glyph = {};
+    const MAT2 identity = {{0, 1}, {0, 0}, {0, 0}, {0, 1}};
+    if (GetGlyphOutlineW(context.get(), TEXT('H'), GGO_METRICS, &glyph, 0, nullptr, &identity) != GDI_ERROR &&
+        glyph.gmBlackBoxY != 0) {
+        ink.inkHeight = static_cast<LONG>(glyph.gmBlackBoxY);
+        ink.inkTop = text.tmAscent - glyph.gmptGlyphOrigin.y;
+    }
+    return ink;
+}
+
+void NoteWindow::layout() {
+    if (hwnd_ == nullptr) return;
+    const NoteMetrics lengths = metrics();
+    const Size client = clientSize();
+    const auto put = [](HWND control, const Place& place) {
+        if (control != nullptr)
+            SetWindowPos(control, nullptr, place.x, place.y, place.width, place.height, SWP_NOZORDER | SWP_NOACTIVATE);
+    };
+    put(titleEdit_, titlePlace(lengths, client.width, note_.allowNewNote, sizeOf(logo_), titleInk(lengths)));
+    put(bodyEdit_, bodyPlace(lengths, client));
 }

@@ -3,9 +3,15 @@
 //
 // The native window can die without its owner, and the owner without the window: the object learns its handle while
 // the window is made, forgets it when the window is gone, and is reached through the window's stored pointer only.
+//
+// NoteWindow.cpp has the window's life and its messages, NoteEdit.cpp the two controls and the way of an edit. What can
+// be said without a window stands in plain functions: Placement, NoteLayout, NotePaint, NoteText, LogoSource.
 #pragma once
 
+#include "common/Handles.h"
 #include "notes/NoteRecord.h"
+#include "window/Logo.h"
+#include "window/NoteLayout.h"
 
 class App;
 
@@ -26,7 +32,8 @@ class NoteWindow {
     bool create();
     // Destroys the window. It reports nothing any more, an edit in flight is dropped.
     void close();
-    // Shows another content of the same note. Place and size of the window stay.
+    // Shows another content of the same note. Place, size, editability and logo stay as they are until the note is
+    // opened again; an edit in flight is reported all the same, with what the controls then hold.
     void applyNote(NoteRecord note);
 
     HWND hwnd() const { return hwnd_; }  // null when there is no window
@@ -35,22 +42,72 @@ class NoteWindow {
   private:
     static LRESULT CALLBACK staticWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT windowProc(UINT message, WPARAM wParam, LPARAM lParam);
+    LRESULT pass(UINT message, WPARAM wParam, LPARAM lParam);  // on to the system
     using Handler = LRESULT (NoteWindow::*)(WPARAM wParam, LPARAM lParam);
     struct Handled {
         UINT message;
         Handler handler;
     };
     static const Handled kHandled[];
+    LRESULT onCreate(WPARAM, LPARAM);
+    LRESULT onDestroy(WPARAM, LPARAM);
     LRESULT onMove(WPARAM, LPARAM);
     LRESULT onSize(WPARAM, LPARAM size);
     LRESULT onActivate(WPARAM how, LPARAM other);
+    LRESULT onPaint(WPARAM, LPARAM);
+    LRESULT onClose(WPARAM, LPARAM);
+    LRESULT onEraseBackground(WPARAM, LPARAM);
+    LRESULT onGetMinMaxInfo(WPARAM, LPARAM info);
     LRESULT onPosChanging(WPARAM wParam, LPARAM position);
     LRESULT onNcDestroy(WPARAM, LPARAM);
+    LRESULT onNcHitTest(WPARAM, LPARAM point);
+    LRESULT onNcMouseMove(WPARAM zone, LPARAM);
+    LRESULT onNcMouseLeave(WPARAM, LPARAM);
+    LRESULT onNcButtonDown(WPARAM zone, LPARAM point);
+    LRESULT onNcButtonUp(WPARAM zone, LPARAM point);
+    LRESULT onCommand(WPARAM what, LPARAM);
+    LRESULT onTimer(WPARAM id, LPARAM lParam);
+    LRESULT onControlColor(WPARAM context, LPARAM control);
+    LRESULT onEnterSizeMove(WPARAM, LPARAM);
+    LRESULT onExitSizeMove(WPARAM, LPARAM);
+    LRESULT onDpiChanged(WPARAM dpi, LPARAM proposed);
 
     RECT choosePlace() const;
     void captureNotePlacement();
+    Size clientSize() const;
+    NoteMetrics metrics() const { return NoteMetrics::at(dpi_); }
+    void rebuildFonts();
+    void layout();
+    TitleInk titleInk(const NoteMetrics& metrics) const;
+    void invalidate();
+    void setHover(bool close, bool newNote);
+    void slideOffOthers();
+
+    void createChildren();
+    void createTitle();
+    void createBody();
+    void createBrushes();
+    void loadBody();
+    void readControls();
+    void applyBodyTextColor();
+    void reportEdit();
+    void notifyApp(UINT message);
 
     App* app_;
     NoteRecord note_;
     HWND hwnd_ = nullptr;
+    HWND titleEdit_ = nullptr;
+    HWND bodyEdit_ = nullptr;  // null when the control could not be made: then the note has a title only
+    Brush bodyBrush_;
+    Brush lightBrush_;  // a shade that no paint path uses
+    Brush titleBrush_;  // made when the title first asks for its colours
+    Font titleFont_, bodyFont_, footerFont_;
+    Logo logo_;
+    LONG dpi_ = 0;  // of the window; known from WM_CREATE on
+    bool closeHover_ = false;
+    bool newHover_ = false;
+    bool suppressChange_ = false;  // what the controls report is our own doing
+    bool dirty_ = false;           // an edit that the App has not been told of
+    bool inSizeMove_ = false;
+    RECT sizeMoveStart_ = {};
 };
