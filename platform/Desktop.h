@@ -5,6 +5,7 @@
 #include <windef.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Machine.h"
@@ -22,6 +23,26 @@ void offerDpiCalls(bool ofMonitor, bool ofWindow);
 
 // Dispatches what the calling thread's queue holds, until it is empty. Says whether the quit mark was met.
 bool pump();
+
+// The mouse, in pixels of the virtual screen, and the keyboard of whatever window has it. They act as the user's would:
+// on the window under the point, as it says by its hit test; a press activates it and gives the keyboard to a control; a
+// press on a caption or an edge begins to move or size the window, which the release ends. To be called on the thread of
+// the windows; each call has had all its effects when it returns.
+void moveMouse(POINT point);
+void pressMouse();
+void releaseMouse();
+void click(POINT point);
+void doubleClick(POINT point);
+void drag(POINT from, POINT to);
+void typeText(std::u16string_view text);
+// The cursor that the last move of the mouse has set, by its number; null for the window's own.
+HCURSOR shownCursor();
+
+// Tells every top-level window that the user's session ends.
+void endSession();
+
+// The desktop as an SVG picture.
+std::string picture();
 
 // Which window is active in this thread; null when none is.
 HWND activeWindow();

@@ -47,6 +47,8 @@ bool parse(std::string_view text, std::vector<Fault>& faults);
 std::size_t openHandles();      // files, keys and the like
 std::size_t openAllocations();  // memory that the caller owes to LocalFree, CoTaskMemFree, WTSFreeMemory
 std::size_t openApartments();   // CoInitializeEx without its CoUninitialize, on this thread
-std::size_t openDrawing();      // GdiplusStartup without its GdiplusShutdown
+std::size_t openDrawing();     // of GDI+: its start, graphics, brushes, pens, images, memory
+std::size_t openDrawingObjects();  // of GDI: contexts, bitmaps, brushes, fonts
+std::size_t openMemory();      // GlobalAlloc without its GlobalFree
 
 }  // namespace platform::faults

@@ -1,23 +1,76 @@
 #include <windows.h>
 
+#include <objidl.h>
+
 #include <gdiplus.h>
 
 #include <atomic>
+#include <fstream>
+#include <iterator>
 
 #include "Faults.h"
 #include "Gate.h"
+#include "com/Stream.h"
+#include "drawing/Surface.h"
+#include "files/NativePath.h"
 
+namespace Gdiplus {
+
+struct GpGraphics {
+    std::shared_ptr<platform::Surface> surface;
+};
+struct GpPen {
+    DWORD color = 0;
+    float width = 0;
+};
+struct GpImage {
+    std::shared_ptr<const platform::ImageData> data;
+};
+
+}  // namespace Gdiplus
+
+using namespace Gdiplus;
 using platform::CallSite;
+using platform::DrawOp;
 
 namespace {
-std::atomic<ULONG_PTR> started{0};
+
+std::atomic<std::size_t> started{0};
+std::atomic<std::size_t> living{0};  // graphics, brushes, pens, images, memory
+
+template <typename Thing>
+Status give(Thing** out, Thing thing) {
+    *out = new Thing(std::move(thing));
+    ++living;
+    return Ok;
 }
+
+template <typename Thing>
+Status take(Thing* thing) {
+    if (thing == nullptr) return InvalidParameter;
+    delete thing;
+    --living;
+    return Ok;
+}
+
+Status draw(GpGraphics* graphics, DrawOp op) {
+    if (graphics == nullptr) return InvalidParameter;
+    if (graphics->surface != nullptr) graphics->surface->ops.push_back(std::move(op));
+    return Ok;
+}
+
+Status makeImage(std::vector<unsigned char> bytes, GpImage** image) {
+    auto data = platform::decodeImage(std::move(bytes));
+    return data == nullptr ? GenericError : give(image, GpImage{std::move(data)});
+}
+
+}  // namespace
 
 std::size_t platform::faults::openDrawing() {
-    return started;
+    return started + living;
 }
 
-Gdiplus::GpStatus Gdiplus::GdiplusStartup(ULONG_PTR* token, const GdiplusStartupInput* input, GdiplusStartupOutput*) {
+GpStatus Gdiplus::GdiplusStartup(ULONG_PTR* token, const GdiplusStartupInput* input, GdiplusStartupOutput*) {
     static constinit CallSite site{__func__};
     if (site.fails()) return GenericError;
     if (input->GdiplusVersion != 1) return UnsupportedGdiplusVersion;
@@ -30,3 +83,140 @@ void Gdiplus::GdiplusShutdown(ULONG_PTR) {
     site.pass();
     --started;
 }
+
+namespace Gdiplus::DllExports {
+
+void* GdipAlloc(std::size_t bytes) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return nullptr;
+    ++living;
+    return ::operator new(bytes);
+}
+
+void GdipFree(void* memory) {
+    static constinit CallSite site{__func__};
+    site.pass();
+    if (memory == nullptr) return;
+    ::operator delete(memory);
+    --living;
+}
+
+GpStatus GdipCreateFromHDC(HDC context, GpGraphics** graphics) {
+    static constinit CallSite site{__func__};
+    const platform::DeviceContext* const target = site.fails() ? nullptr : platform::findContext(context);
+    return target == nullptr ? GenericError : give(graphics, GpGraphics{target->surface});
+}
+
+GpStatus GdipDeleteGraphics(GpGraphics* graphics) {
+    static constinit CallSite site{__func__};
+    site.pass();
+    return take(graphics);
+}
+
+// There are no pixels to smooth.
+GpStatus GdipSetSmoothingMode(GpGraphics* graphics, SmoothingMode) {
+    static constinit CallSite site{__func__};
+    return site.fails() || graphics == nullptr ? GenericError : Ok;
+}
+
+GpStatus GdipSetTextRenderingHint(GpGraphics* graphics, TextRenderingHint) {
+    static constinit CallSite site{__func__};
+    return site.fails() || graphics == nullptr ? GenericError : Ok;
+}
+
+GpStatus GdipSetInterpolationMode(GpGraphics* graphics, InterpolationMode) {
+    static constinit CallSite site{__func__};
+    return site.fails() || graphics == nullptr ? GenericError : Ok;
+}
+
+GpStatus GdipCreateSolidFill(ARGB color, GpSolidFill** brush) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return GenericError;
+    GpSolidFill fill;
+    fill.color = color;
+    return give(brush, fill);
+}
+
+GpStatus GdipDeleteBrush(GpBrush* brush) {
+    static constinit CallSite site{__func__};
+    site.pass();
+    return take(static_cast<GpSolidFill*>(brush));
+}
+
+GpStatus GdipCreatePen1(ARGB color, REAL width, GpUnit, GpPen** pen) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return GenericError;
+    return give(pen, GpPen{color, width});
+}
+
+GpStatus GdipDeletePen(GpPen* pen) {
+    static constinit CallSite site{__func__};
+    site.pass();
+    return take(pen);
+}
+
+GpStatus GdipFillRectangleI(GpGraphics* graphics, GpBrush* brush, INT x, INT y, INT width, INT height) {
+    static constinit CallSite site{__func__};
+    if (site.fails() || brush == nullptr) return GenericError;
+    DrawOp op;
+    op.rect = {x, y, x + width, y + height};
+    op.color = static_cast<GpSolidFill*>(brush)->color;
+    return draw(graphics, std::move(op));
+}
+
+GpStatus GdipDrawLineI(GpGraphics* graphics, GpPen* pen, INT x1, INT y1, INT x2, INT y2) {
+    static constinit CallSite site{__func__};
+    if (site.fails() || pen == nullptr) return GenericError;
+    DrawOp op;
+    op.kind = DrawOp::Kind::Line;
+    op.rect = {x1, y1, x2, y2};
+    op.color = pen->color;
+    op.penWidth = pen->width;
+    return draw(graphics, std::move(op));
+}
+
+GpStatus GdipDrawImageRectI(GpGraphics* graphics, GpImage* image, INT x, INT y, INT width, INT height) {
+    static constinit CallSite site{__func__};
+    if (site.fails() || image == nullptr) return GenericError;
+    DrawOp op;
+    op.kind = DrawOp::Kind::Image;
+    op.rect = {x, y, x + width, y + height};
+    op.image = image->data;
+    return draw(graphics, std::move(op));
+}
+
+GpStatus GdipLoadImageFromFile(const WCHAR* path, GpImage** image) {
+    static constinit CallSite site{__func__};
+    std::string native;
+    if (site.fails() || !platform::nativePath(path, native)) return GenericError;
+    std::ifstream file(native, std::ios::binary);
+    return makeImage(std::vector<unsigned char>(std::istreambuf_iterator<char>(file), {}), image);
+}
+
+GpStatus GdipLoadImageFromStream(IStream* stream, GpImage** image) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return GenericError;
+    return makeImage(platform::bytesOf(stream), image);
+}
+
+GpStatus GdipDisposeImage(GpImage* image) {
+    static constinit CallSite site{__func__};
+    site.pass();
+    return take(image);
+}
+
+GpStatus GdipGetImageWidth(GpImage* image, UINT* width) {
+    static constinit CallSite site{__func__};
+    if (site.fails() || image == nullptr) return GenericError;
+    *width = static_cast<UINT>(image->data->width);
+    return Ok;
+}
+
+GpStatus GdipGetImageHeight(GpImage* image, UINT* height) {
+    static constinit CallSite site{__func__};
+    if (site.fails() || image == nullptr) return GenericError;
+    *height = static_cast<UINT>(image->data->height);
+    return Ok;
+}
+
+}  // namespace Gdiplus::DllExports

@@ -1,6 +1,7 @@
 // COM.
 #pragma once
 
+#include <objidl.h>
 #include <windef.h>
 
 enum COINIT : DWORD { COINIT_APARTMENTTHREADED = 0x2, COINIT_DISABLE_OLE1DDE = 0x4 };
@@ -9,3 +10,4 @@ HRESULT CoInitializeEx(LPVOID reserved, DWORD model);
 void CoUninitialize();
 HRESULT CoCreateGuid(GUID* guid);
 void CoTaskMemFree(LPVOID memory);
+HRESULT CreateStreamOnHGlobal(HGLOBAL memory, BOOL deleteOnRelease, IStream** stream);

@@ -2,3 +2,18 @@
 #pragma once
 
 #include <windef.h>
+
+struct IUnknown {
+    virtual HRESULT QueryInterface(const GUID& id, void** object) = 0;
+    virtual ULONG AddRef() = 0;
+    virtual ULONG Release() = 0;
+
+  protected:
+    ~IUnknown() = default;
+};
+
+// A stream of bytes. The product hands it on and reads none itself.
+struct IStream : IUnknown {
+  protected:
+    ~IStream() = default;
+};

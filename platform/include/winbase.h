@@ -118,6 +118,9 @@ ULONGLONG GetTickCount64();
 
 void GetSystemTime(LPSYSTEMTIME time);
 void GetLocalTime(LPSYSTEMTIME time);
+BOOL SystemTimeToFileTime(const SYSTEMTIME* time, FILETIME* fileTime);
+BOOL FileTimeToLocalFileTime(const FILETIME* utc, FILETIME* local);
+BOOL FileTimeToSystemTime(const FILETIME* fileTime, LPSYSTEMTIME time);
 
 DWORD GetEnvironmentVariableW(LPCWSTR name, LPWSTR value, DWORD capacity);
 BOOL SetEnvironmentVariableW(LPCWSTR name, LPCWSTR value);
@@ -130,6 +133,12 @@ HANDLE GetStdHandle(DWORD which);
 BOOL AttachConsole(DWORD processId);
 void OutputDebugStringW(LPCWSTR text);
 HLOCAL LocalFree(HLOCAL memory);
+
+#define GMEM_MOVEABLE 0x0002U
+HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes);
+LPVOID GlobalLock(HGLOBAL memory);
+BOOL GlobalUnlock(HGLOBAL memory);
+HGLOBAL GlobalFree(HGLOBAL memory);
 
 HMODULE LoadLibraryW(LPCWSTR name);
 HMODULE GetModuleHandleW(LPCWSTR name);

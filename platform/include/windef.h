@@ -12,6 +12,7 @@ using WORD = std::uint16_t;
 using DWORD = std::uint32_t;
 using LONG = std::int32_t;
 using ULONG = std::uint32_t;
+using INT = int;
 using UINT = unsigned int;
 using USHORT = std::uint16_t;
 using LONGLONG = std::int64_t;

@@ -53,9 +53,11 @@
 #define S_OK (static_cast<HRESULT>(0))
 #define S_FALSE (static_cast<HRESULT>(1))
 #define E_FAIL (static_cast<HRESULT>(0x80004005))
+#define E_NOINTERFACE (static_cast<HRESULT>(0x80004002))
 #define E_INVALIDARG (static_cast<HRESULT>(0x80070057))
 #define RPC_E_CHANGED_MODE (static_cast<HRESULT>(0x80010106))
 
+#define SUCCEEDED(result) (static_cast<HRESULT>(result) >= 0)
 #define FAILED(result) (static_cast<HRESULT>(result) < 0)
 #define FACILITY_WIN32 7
 #define HRESULT_FROM_WIN32(error)      \

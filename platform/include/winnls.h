@@ -1,6 +1,7 @@
 // Conversion and comparison of text.
 #pragma once
 
+#include <winbase.h>
 #include <windef.h>
 
 #include <cstdarg>
@@ -14,6 +15,11 @@
 int MultiByteToWideChar(UINT codePage, DWORD flags, LPCCH bytes, int byteCount, LPWSTR wide, int wideCapacity);
 int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWCH wide, int wideUnits, LPSTR bytes, int byteCapacity,
                         LPCCH defaultChar, LPBOOL usedDefaultChar);
+#define LOCALE_NAME_USER_DEFAULT (static_cast<LPCWSTR>(nullptr))
+#define DATE_SHORTDATE 0x00000001U
+int GetDateFormatEx(LPCWSTR locale, DWORD flags, const SYSTEMTIME* date, LPCWSTR format, LPWSTR text, int capacity,
+                    LPCWSTR calendar);
+
 int CompareStringOrdinal(LPCWCH left, int leftUnits, LPCWCH right, int rightUnits, BOOL ignoreCase);
 
 // The wide formatter of the C runtime the Windows build is linked with, which is the same whatever Windows it

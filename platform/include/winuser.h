@@ -236,5 +236,38 @@ BOOL GetMonitorInfoW(HMONITOR monitor, LPMONITORINFO info);
 BOOL EnumDisplayMonitors(HDC context, LPCRECT clip, MONITORENUMPROC callback, LPARAM parameter);
 int GetSystemMetrics(int index);
 
+struct PAINTSTRUCT {
+    HDC hdc;
+    BOOL fErase;
+    RECT rcPaint;
+    BOOL fRestore;
+    BOOL fIncUpdate;
+    BYTE rgbReserved[32];
+};
+
+#define DT_VCENTER 0x00000004U
+#define DT_SINGLELINE 0x00000020U
+#define DT_NOPREFIX 0x00000800U
+#define DT_END_ELLIPSIS 0x00008000U
+
+#define TME_LEAVE 0x00000002U
+#define TME_NONCLIENT 0x00000010U
+
+struct TRACKMOUSEEVENT {
+    DWORD cbSize;
+    DWORD dwFlags;
+    HWND hwndTrack;
+    DWORD dwHoverTime;
+};
+
+HDC BeginPaint(HWND window, PAINTSTRUCT* paint);
+BOOL EndPaint(HWND window, const PAINTSTRUCT* paint);
+BOOL InvalidateRect(HWND window, LPCRECT rect, BOOL erase);
+int DrawTextW(HDC context, LPCWSTR text, int units, LPRECT rect, UINT format);
+BOOL GetClientRect(HWND window, LPRECT rect);
+BOOL ScreenToClient(HWND window, LPPOINT point);
+BOOL TrackMouseEvent(TRACKMOUSEEVENT* track);
+BOOL ReleaseCapture();
+
 HDC GetDC(HWND window);
 int ReleaseDC(HWND window, HDC context);

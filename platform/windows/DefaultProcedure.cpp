@@ -65,6 +65,10 @@ LRESULT DefWindowProcW(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) 
             return TRUE;
         case WM_MOUSEACTIVATE:
             return MA_ACTIVATE;
+        case WM_NCLBUTTONDOWN:
+            if (wParam == HTCAPTION || (wParam >= HTLEFT && wParam <= HTBOTTOMRIGHT))
+                beginSizeMove(window, static_cast<LRESULT>(wParam));
+            return 0;
         case WM_NCHITTEST:
             return HTCLIENT;
         default:

@@ -103,6 +103,12 @@ void desktop::setMonitors(std::vector<Monitor> monitors) {
     }
 }
 
+LONG dpiOfScreen() {
+    const std::vector<Monitor> monitors = desktop::monitors();
+    const auto primary = indexOf(primaryOf(monitors), monitors.size());
+    return primary ? monitors[*primary].dpi : 96;
+}
+
 LONG dpiOfWindow(const Window& window) {
     const std::vector<Monitor> monitors = desktop::monitors();
     const auto index = indexOf(monitorAt(screenRect(window), MONITOR_DEFAULTTONEAREST), monitors.size());
@@ -168,27 +174,6 @@ int GetSystemMetrics(int index) {
     const auto primary = indexOf(primaryOf(monitors), monitors.size());
     const RECT screen = primary ? monitors[*primary].bounds : RECT{0, 0, 1024, 768};
     return index == SM_CXSCREEN ? widthOf(screen) : index == SM_CYSCREEN ? heightOf(screen) : 0;
-}
-
-HDC GetDC(HWND) {
-    static constinit CallSite site{__func__};
-    if (site.fails()) return nullptr;
-    return reinterpret_cast<HDC>(0x20000);
-}
-
-int ReleaseDC(HWND, HDC) {
-    static constinit CallSite site{__func__};
-    if (site.fails()) return 0;
-    return 1;
-}
-
-// The screen has the DPI of the primary monitor.
-int GetDeviceCaps(HDC, int index) {
-    static constinit CallSite site{__func__};
-    if (site.fails() || index != LOGPIXELSX) return 0;
-    const std::vector<Monitor> monitors = desktop::monitors();
-    const auto primary = indexOf(primaryOf(monitors), monitors.size());
-    return primary ? monitors[*primary].dpi : 96;
 }
 
 namespace platform {

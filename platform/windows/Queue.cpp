@@ -1,7 +1,10 @@
 #include "windows/Queue.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <fstream>
 
+#include "Desktop.h"
 #include "Gate.h"
 #include "threads/Waiting.h"
 #include "windows/Window.h"
@@ -68,7 +71,14 @@ bool take(Queue& queue, MSG& message) {
     return takePosted(queue, message) || takePaint(queue, message) || takeTimer(queue, message);
 }
 
+// VELLUM_PICTURE names a file that always holds a picture of the windows as they were when there was nothing to do.
+void keepPicture() {
+    static const char* const file = std::getenv("VELLUM_PICTURE");
+    if (file != nullptr) std::ofstream(file) << desktop::picture();
+}
+
 void waitForWork(Queue& queue) {
+    keepPicture();
     std::uint64_t deadline = waiting::kNever;
     for (const Timer& timer : queue.timers)
         deadline = std::min(deadline, timer.due);

@@ -82,6 +82,7 @@ std::string carryOut(const std::string& line) {
     words >> command >> argument;
     if (command == "list") return desktop::describeWindows();
     if (command == "close") return closeWindow(argument);
+    if (command == "picture") return desktop::picture();
     if (command == "broadcast") {
         broadcast(static_cast<UINT>(std::strtoul(argument.c_str(), nullptr, 10)));
         return "posted\n";

@@ -13,6 +13,7 @@
 namespace platform {
 
 struct Queue;
+struct Surface;
 
 struct WindowClass {
     std::u16string name;
@@ -49,6 +50,7 @@ struct Window {
     bool visible = false;
     bool invalid = false;  // waits for WM_PAINT
     bool dying = false;
+    std::shared_ptr<Surface> surface;  // what it has painted; null before the first time
     std::unique_ptr<ControlState> control;
 
     bool isTopLevel() const { return parent == nullptr && !messageOnly; }
@@ -68,6 +70,8 @@ void raiseWindow(const Window& window);
 // Makes the window active, with the messages that go with it.
 void activateWindow(const std::shared_ptr<Window>& window, int how);
 void focusWindow(HWND window);
+// Lets the mouse move or size the window until the button is released; `zone` is the one that was pressed.
+void beginSizeMove(const std::shared_ptr<Window>& window, LRESULT zone);
 // Tells a window whose monitor has another DPI than before.
 void followMonitorDpi(const std::shared_ptr<Window>& window);
 // Registers a class of the system's own.
