@@ -29,7 +29,8 @@ class FolderWatcherThreads : public testing::Test {
 }  // namespace
 
 TEST_F(FolderWatcherThreads, everyWayToWriteIsTold) {
-    const fs::path outside = hostPath(folder.path()).parent_path() / "vellum-outside.json";
+    const TempFolder elsewhere;
+    const fs::path outside = hostPath(elsewhere / TEXT("outside.json"));
     fs::create_directory(host(TEXT("below")));
     for (const WideView name : {TEXT("old.json"), TEXT("target.json"), TEXT("a.json"), TEXT("b.json"), TEXT("c.txt"),
                                 TEXT("dead.json"), TEXT("out.json"), TEXT("x.txt")})
