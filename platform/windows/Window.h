@@ -29,6 +29,9 @@ struct ControlState {
     virtual ~ControlState() = default;
 };
 
+// The procedures that stand before a window's own; see Subclasses.cpp.
+struct Subclasses;
+
 struct Window {
     HWND handle = nullptr;
     std::shared_ptr<const WindowClass> kind;
@@ -50,6 +53,7 @@ struct Window {
     bool invalid = false;  // waits for WM_PAINT
     bool dying = false;
     std::unique_ptr<ControlState> control;
+    std::shared_ptr<Subclasses> subclasses;
 
     bool isTopLevel() const { return parent == nullptr && !messageOnly; }
 };
