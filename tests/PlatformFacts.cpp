@@ -8,6 +8,7 @@
 #include <gdiplus.h>
 #include <objbase.h>
 #include <process.h>
+#include <richedit.h>
 #include <shellapi.h>
 #include <shlobj.h>
 #include <wchar.h>
@@ -65,6 +66,23 @@ static_assert(WS_CHILD == 0x40000000 && WS_VISIBLE == 0x10000000 && PM_REMOVE ==
 static_assert(SM_CXSCREEN == 0 && SM_CYSCREEN == 1 && MONITORINFOF_PRIMARY == 1 && LOGPIXELSX == 88);
 static_assert(MONITOR_DEFAULTTONULL == 0 && MONITOR_DEFAULTTOPRIMARY == 1 && MONITOR_DEFAULTTONEAREST == 2);
 static_assert((BSF_POSTMESSAGE | BSF_IGNORECURRENTTASK) == 0x12 && BSM_APPLICATIONS == 8);
+
+static_assert(WM_SETFONT == 0x30 && WM_SETCURSOR == 0x20 && WM_KEYDOWN == 0x100 && WM_CHAR == 0x102);
+static_assert(WM_COMMAND == 0x111 && WM_LBUTTONDOWN == 0x201 && WM_USER == 0x400 && VK_DELETE == 0x2E);
+static_assert(EM_GETSEL == 0xB0 && EM_SETSEL == 0xB1 && EM_SETREADONLY == 0xCF && EM_SETMARGINS == 0xD3);
+static_assert(EN_SETFOCUS == 0x100 && EN_KILLFOCUS == 0x200 && EN_CHANGE == 0x300 && EN_UPDATE == 0x400);
+static_assert(EN_MAXTEXT == 0x501 && (EC_LEFTMARGIN | EC_RIGHTMARGIN) == 3 && ES_READONLY == 0x800);
+static_assert((ES_MULTILINE | ES_AUTOVSCROLL | ES_AUTOHSCROLL | ES_NOHIDESEL | ES_WANTRETURN) == 0x11C4);
+static_assert(EM_EXGETSEL == 1076 && EM_EXSETSEL == 1079 && EM_SETBKGNDCOLOR == 1091 && EM_SETCHARFORMAT == 1092);
+static_assert(EM_SETEVENTMASK == 1093 && EM_STREAMIN == 1097 && EM_STREAMOUT == 1098 && ENM_CHANGE == 1);
+static_assert(SF_RTF == 2 && SCF_DEFAULT == 0 && SCF_SELECTION == 1 && ES_SAVESEL == 0x8000 && WS_VSCROLL == 0x200000);
+static_assert(CFM_COLOR == 0x40000000 && CFE_AUTOCOLOR == 0x40000000);
+static_assert(sizeof(EDITSTREAM) == 20 && offsetof(EDITSTREAM, dwError) == 8 &&
+              offsetof(EDITSTREAM, pfnCallback) == 12);
+static_assert(sizeof(CHARRANGE) == 8 && offsetof(CHARRANGE, cpMax) == 4);
+static_assert(sizeof(CHARFORMATW) == 92 && offsetof(CHARFORMATW, crTextColor) == 20 && sizeof(CHARFORMAT2W) == 116);
+static_assert(MAKEWPARAM(0x1234, 0x8000) == 0x80001234 && MAKELPARAM(0x1234, 0x8000) == 0x80001234);
+static_assert(MAKELONG(5, 1) == 0x10005);
 
 static_assert(MAX_PATH == 260 && INVALID_FILE_ATTRIBUTES == 0xffffffff);
 static_assert(GENERIC_READ == 0x80000000 && GENERIC_WRITE == 0x40000000 && DELETE == 0x10000);
@@ -182,6 +200,15 @@ CALL(GetWindowLongPtrW, LONG_PTR(HWND, int));
 CALL(SetWindowLongPtrW, LONG_PTR(HWND, int, LONG_PTR));
 CALL(FindWindowExW, HWND(HWND, HWND, LPCWSTR, LPCWSTR));
 CALL(LoadCursorW, HCURSOR(HINSTANCE, LPCWSTR));
+CALL(SetCursor, HCURSOR(HCURSOR));
+CALL(GetParent, HWND(HWND));
+CALL(SetWindowTextW, BOOL(HWND, LPCWSTR));
+CALL(GetWindowTextW, int(HWND, LPWSTR, int));
+CALL(GetWindowTextLengthW, int(HWND));
+CALL(SetWindowSubclass, BOOL(HWND, SUBCLASSPROC, UINT_PTR, DWORD_PTR));
+CALL(RemoveWindowSubclass, BOOL(HWND, SUBCLASSPROC, UINT_PTR));
+CALL(DefSubclassProc, LRESULT(HWND, UINT, WPARAM, LPARAM));
+static_assert(std::is_same_v<EDITSTREAMCALLBACK, DWORD (*)(DWORD_PTR, LPBYTE, LONG, LONG*)>);
 CALL(DefWindowProcW, LRESULT(HWND, UINT, WPARAM, LPARAM));
 CALL(SendMessageW, LRESULT(HWND, UINT, WPARAM, LPARAM));
 CALL(PostMessageW, BOOL(HWND, UINT, WPARAM, LPARAM));

@@ -40,6 +40,7 @@
 #define WM_NCMOUSEMOVE 0x00A0
 #define WM_NCLBUTTONDOWN 0x00A1
 #define WM_NCLBUTTONUP 0x00A2
+#define WM_KEYDOWN 0x0100
 #define WM_CHAR 0x0102
 #define WM_COMMAND 0x0111
 #define WM_SYSCOMMAND 0x0112
@@ -57,6 +58,25 @@
 #define WM_DPICHANGED 0x02E0
 #define WM_USER 0x0400
 #define WM_APP 0x8000
+
+#define EM_GETSEL 0x00B0
+#define EM_SETSEL 0x00B1
+#define EM_SETREADONLY 0x00CF
+#define EM_SETMARGINS 0x00D3
+#define EN_SETFOCUS 0x0100
+#define EN_KILLFOCUS 0x0200
+#define EN_CHANGE 0x0300
+#define EN_UPDATE 0x0400
+#define EN_MAXTEXT 0x0501
+#define EC_LEFTMARGIN 0x0001
+#define EC_RIGHTMARGIN 0x0002
+#define ES_MULTILINE 0x0004
+#define ES_AUTOVSCROLL 0x0040
+#define ES_AUTOHSCROLL 0x0080
+#define ES_NOHIDESEL 0x0100
+#define ES_READONLY 0x0800
+#define ES_WANTRETURN 0x1000
+#define VK_DELETE 0x2E
 
 #define HTNOWHERE 0
 #define HTCLIENT 1
@@ -111,6 +131,7 @@
 #define PM_REMOVE 0x0001U
 
 #define IDC_ARROW MAKEINTRESOURCEW(32512)
+#define IDC_IBEAM MAKEINTRESOURCEW(32513)
 
 #define SM_CXSCREEN 0
 #define SM_CYSCREEN 1
@@ -214,7 +235,12 @@ LONG GetWindowLongW(HWND window, int index);
 LONG_PTR GetWindowLongPtrW(HWND window, int index);
 LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value);
 HWND FindWindowExW(HWND parent, HWND after, LPCWSTR className, LPCWSTR text);
+HWND GetParent(HWND window);
 HCURSOR LoadCursorW(HINSTANCE instance, LPCWSTR name);
+HCURSOR SetCursor(HCURSOR cursor);
+BOOL SetWindowTextW(HWND window, LPCWSTR text);
+int GetWindowTextW(HWND window, LPWSTR text, int capacity);
+int GetWindowTextLengthW(HWND window);
 
 LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 LRESULT SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);

@@ -1,4 +1,4 @@
-// Libraries that the product looks calls up in while it runs. Each is always there; what it offers can be less.
+// Libraries that the product loads while it runs. Each is always there; what it offers can be less.
 #include <windows.h>
 
 #include <array>
@@ -8,6 +8,7 @@
 
 #include "Desktop.h"
 #include "Gate.h"
+#include "controls/TextControl.h"
 #include "process/Modules.h"
 #include "text/Ordinal.h"
 
@@ -19,9 +20,10 @@ std::atomic<bool> offersDpiOfWindow{true};
 
 struct Library {
     const char16_t* name;
-    const char* call;
-    FARPROC address;
-    const std::atomic<bool>* offered;
+    const char* call = "";
+    FARPROC address = nullptr;
+    const std::atomic<bool>* offered = nullptr;  // null: it has no calls
+    void (*loaded)() = nullptr;                  // what loading it does
 };
 
 template <typename Call>
@@ -30,8 +32,9 @@ FARPROC address(Call* call) {
 }
 
 const std::array kLibraries = {
-    Library{u"Shcore.dll", "GetDpiForMonitor", address(&getDpiForMonitor), &offersDpiOfMonitor},
-    Library{u"user32.dll", "GetDpiForWindow", address(&getDpiForWindow), &offersDpiOfWindow},
+    Library{u"Shcore.dll", "GetDpiForMonitor", address(&getDpiForMonitor), &offersDpiOfMonitor, nullptr},
+    Library{u"user32.dll", "GetDpiForWindow", address(&getDpiForWindow), &offersDpiOfWindow, nullptr},
+    Library{u"Msftedit.dll", "", nullptr, nullptr, registerRichEdit},
 };
 
 HMODULE findLibrary(LPCWSTR name) {
@@ -39,6 +42,11 @@ HMODULE findLibrary(LPCWSTR name) {
         if (equalsOrdinal(kLibraries[i].name, name)) return reinterpret_cast<HMODULE>(0x30000 + i);
     SetLastError(ERROR_MOD_NOT_FOUND);
     return nullptr;
+}
+
+const Library* libraryOf(HMODULE module) {
+    const std::size_t index = reinterpret_cast<std::size_t>(module) - 0x30000;
+    return index < kLibraries.size() ? &kLibraries[index] : nullptr;
 }
 
 }  // namespace
@@ -55,7 +63,9 @@ using namespace platform;
 HMODULE LoadLibraryW(LPCWSTR name) {
     static constinit CallSite site{__func__};
     if (site.fails()) return nullptr;
-    return findLibrary(name);
+    const HMODULE module = findLibrary(name);
+    if (module != nullptr && libraryOf(module)->loaded != nullptr) libraryOf(module)->loaded();
+    return module;
 }
 
 HMODULE GetModuleHandleW(LPCWSTR name) {
@@ -67,9 +77,9 @@ HMODULE GetModuleHandleW(LPCWSTR name) {
 FARPROC GetProcAddress(HMODULE module, const char* name) {
     static constinit CallSite site{__func__};
     if (site.fails()) return nullptr;
-    const std::size_t index = reinterpret_cast<std::size_t>(module) - 0x30000;
-    if (index < kLibraries.size() && *kLibraries[index].offered && std::strcmp(kLibraries[index].call, name) == 0)
-        return kLibraries[index].address;
+    const Library* library = libraryOf(module);
+    if (library != nullptr && library->offered != nullptr && *library->offered && std::strcmp(library->call, name) == 0)
+        return library->address;
     SetLastError(ERROR_PROC_NOT_FOUND);
     return nullptr;
 }

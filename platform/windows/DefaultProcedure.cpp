@@ -25,6 +25,15 @@ void sayMovedAndSized(const Window& window, const WINDOWPOS& done) {
     if ((done.flags & SWP_NOSIZE) == 0) callWindow(window, WM_SIZE, SIZE_RESTORED, packed(done.cx, done.cy));
 }
 
+// The parent has the first word; whoever has the last shows the cursor of the window that is pointed at.
+bool setCursor(const Window& window, WPARAM pointed, LPARAM place) {
+    if (window.parent != nullptr && SendMessageW(window.parent, WM_SETCURSOR, pointed, place) != 0) return true;
+    const auto under = findWindow(reinterpret_cast<HWND>(pointed));
+    if (LOWORD(place) != HTCLIENT || under == nullptr || under->kind->cursor == nullptr) return false;
+    SetCursor(under->kind->cursor);
+    return true;
+}
+
 }  // namespace
 }  // namespace platform
 
@@ -48,6 +57,8 @@ LRESULT DefWindowProcW(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) 
             return static_cast<LRESULT>(window->text.size());
         case WM_GETTEXT:
             return copyText(window->text, wParam, reinterpret_cast<WCHAR*>(lParam));
+        case WM_SETCURSOR:
+            return setCursor(*window, wParam, lParam);
         case WM_CLOSE:
             DestroyWindow(handle);
             return 0;

@@ -6,6 +6,7 @@
 
 #include "Desktop.h"
 #include "Gate.h"
+#include "controls/TextControl.h"
 #include "text/Ordinal.h"
 #include "threads/Waiting.h"
 #include "windows/Monitors.h"
@@ -22,8 +23,13 @@ struct Tree {
     ULONG_PTR next = 0x10010;
 };
 
+std::shared_ptr<const WindowClass> editClass() {
+    return std::make_shared<WindowClass>(
+        WindowClass{u"EDIT", CS_DBLCLKS, editProcedure, LoadCursorW(nullptr, IDC_IBEAM)});
+}
+
 Tree& tree() {
-    static Tree& instance = *new Tree;
+    static Tree& instance = *new Tree{.windows = {}, .order = {}, .classes = {editClass()}, .next = 0x10010};
     return instance;
 }
 
@@ -223,7 +229,7 @@ void followMonitorDpi(const std::shared_ptr<Window>& window) {
 }
 
 void registerControlClass(const char16_t* name, UINT style, WNDPROC procedure) {
-    addClass(std::make_shared<WindowClass>(WindowClass{name, style, procedure, nullptr}));
+    addClass(std::make_shared<WindowClass>(WindowClass{name, style, procedure, LoadCursorW(nullptr, IDC_IBEAM)}));
 }
 
 }  // namespace platform
@@ -401,6 +407,13 @@ HWND FindWindowExW(HWND parent, HWND after, LPCWSTR className, LPCWSTR) {
         return window.messageOnly == (parent == HWND_MESSAGE) && sameName(window.kind->name, className);
     });
     return found == order.end() ? nullptr : *found;
+}
+
+HWND GetParent(HWND handle) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return nullptr;
+    const std::shared_ptr<Window> window = findWindow(handle);
+    return window == nullptr ? nullptr : window->parent;
 }
 
 HCURSOR LoadCursorW(HINSTANCE, LPCWSTR name) {

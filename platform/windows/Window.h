@@ -30,6 +30,9 @@ struct ControlState {
     virtual ~ControlState() = default;
 };
 
+// The procedures that stand before a window's own; see Subclasses.cpp.
+struct Subclasses;
+
 struct Window {
     HWND handle = nullptr;
     std::shared_ptr<const WindowClass> kind;
@@ -52,6 +55,7 @@ struct Window {
     bool dying = false;
     std::shared_ptr<Surface> surface;  // what it has painted; null before the first time
     std::unique_ptr<ControlState> control;
+    std::shared_ptr<Subclasses> subclasses;
 
     bool isTopLevel() const { return parent == nullptr && !messageOnly; }
 };

@@ -1,0 +1,32 @@
+// EDIT: one line of plain text.
+#include "controls/TextControl.h"
+
+namespace platform {
+namespace {
+
+constexpr std::size_t kMostTyped = 30000;
+
+class Edit : public TextControl {
+  public:
+    explicit Edit(Window& window) : TextControl(window, kMostTyped) { content_.append(window.text, {}); }
+
+  private:
+    void sayChanged() const override {
+        tellParent(EN_UPDATE);
+        tellParent(EN_CHANGE);
+    }
+    std::u16string shownText() const override { return content_.text(); }
+    std::size_t furthest() const override { return content_.size(); }
+    std::u16string typed(char16_t unit) const override {
+        return unit < 0x20 || unit == 0x7F ? std::u16string() : std::u16string(1, unit);
+    }
+};
+
+}  // namespace
+
+LRESULT CALLBACK editProcedure(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) {
+    return runTextControl([](Window& window) -> std::unique_ptr<TextControl> { return std::make_unique<Edit>(window); },
+                          handle, message, wParam, lParam);
+}
+
+}  // namespace platform

@@ -1,0 +1,122 @@
+// RTF as it should not be, and formats to the last of them.
+#include <gtest/gtest.h>
+
+#include "controls/Rtf.h"
+#include "support/Text.h"
+
+using namespace platform;
+
+namespace {
+
+DWORD read(const std::string& rtf, RichText& text) {
+    std::size_t at = 0;
+    return readRtf([&] { return at < rtf.size() ? static_cast<unsigned char>(rtf[at++]) : -1; }, text);
+}
+
+// As words: the text of each run in its format, such as "a [b]bold".
+std::string described(const RichText& text) {
+    std::string all;
+    for (const TextRun& run : text.runs()) {
+        const TextFormat& format = run.format;
+        std::string words;
+        if (format.bold) words += "b";
+        if (format.italic) words += "i";
+        if (format.underline) words += "u";
+        if (format.strike) words += "s";
+        if (format.color) words += "c" + std::to_string(*format.color);
+        if (format.halfPoints) words += "/" + std::to_string(*format.halfPoints);
+        all += "[" + words + "]" + utf8(run.text);
+    }
+    return all;
+}
+
+std::string repeated(const std::string& text, int count) {
+    std::string all;
+    for (int i = 0; i < count; ++i)
+        all += text;
+    return all;
+}
+
+}  // namespace
+
+TEST(Rtf, formatsReachAsFarAsTheirGroup) {
+    const struct {
+        const char* rtf;
+        const char* runs;
+    } rows[] = {
+        {R"(a{\b b\i c}d)", "[]a[b]b[bi]c[]d"},
+        {R"(\b a\b0 b\b1 c)", "[b]a[]b[b]c"},
+        {R"(\ul a\ul0 b\uldb c\ulnone d)", "[u]a[]b[u]c[]d"},
+        {R"(\strike a\plain b)", "[s]a[/24]b"},
+        {R"(\fs48 a\fs b\fs-3 c\fs99999 d)", "[/48]a[/24]bc[/3276]d"},
+        {R"({\colortbl;\red255;\green1\blue1;}\cf1 a\cf2 b\cf0 c\cf3 d\cf-1 e)", "[c255]a[c65792]b[]cde"},
+        {R"({\colortbl\red1;\red999\green-5;}\cf0 a\cf1 b)", "[c1]a[c255]b"},
+        {R"({\*\x\b }a{\b\*\x b}c)", "[]ac"},
+        {"\\b a\\line b\\par c", "[b]a\vb\rc"},
+    };
+    for (const auto& row : rows) {
+        RichText text;
+        EXPECT_EQ(read("{\\rtf1 " + std::string(row.rtf) + "}", text), kRtfOk) << row.rtf;
+        EXPECT_EQ(described(text), row.runs) << row.rtf;
+        RichText again;
+        EXPECT_EQ(read(writeRtf(text), again), kRtfOk);
+        EXPECT_EQ(described(again), row.runs);
+    }
+}
+
+TEST(Rtf, oddBytesAreReadOrRefused) {
+    const struct {
+        const char* rtf;
+        DWORD error;
+        const char* text;
+    } rows[] = {
+        {R"({\rtf1 a\'zz b})", kRtfIsDamaged, "a"},
+        {R"({\rtf1 a\'e)", kRtfIsDamaged, "a"},
+        {R"({\rtf1 a\)", kRtfIsCutShort, "a"},
+        {R"({\rtf1 a\par)", kRtfIsCutShort, "a"},
+        {R"({\rtf1 a\u)", kRtfIsCutShort, "a"},
+        {R"({\rtf1 a\u65?\u0?\u?b})", kRtfOk, "aAb"},
+        {R"({\rtf1\uc-5 \u65b})", kRtfOk, "Ab"},
+        {R"({\rtf1\uc9 \u65b}c)", kRtfOk, "A"},
+        {R"({\rtf1 {\uc3 \u65b}c})", kRtfOk, "Ac"},
+        {R"({\rtf1 \u65\par b})", kRtfOk, "A\rb"},
+        {R"({\rtf1 \u55357?x})", kRtfOk, "\xED\xA0\xBDx"},
+        {R"({\rtf1 a\bin4 {{{}b})", kRtfOk, "ab"},
+        {R"({\rtf1 a\bin99999999 b})", kRtfIsCutShort, "a"},
+        {R"({\rtf1 a\bin-7 b})", kRtfOk, "ab"},
+        {R"({\rtf1 a\'00\'0ab\'0d})", kRtfOk, "a\rb"},
+        {R"({\rtf1\ansicpg77777 \'e9})", kRtfOk, "\u00e9"},
+        {R"({\rtf1\ansicpg-1 \'e9})", kRtfOk, "\u00e9"},
+        {R"({\rtf1\ansicpg65001 \'c3\'a9\'c3})", kRtfOk, "\u00e9\uFFFD"},
+        {R"({\rtf1 {\field{\*\fldinst X}{\fldrslt link}}})", kRtfOk, "link"},
+        {R"({\rtfx a})", kRtfOk, "a"},
+        {R"({\rtf}a)", kRtfOk, ""},
+        {R"({\RTF1 a})", kRtfIsNone, ""},
+    };
+    for (const auto& row : rows) {
+        RichText text;
+        EXPECT_EQ(read(row.rtf, text), row.error) << row.rtf;
+        EXPECT_EQ(utf8(text.text()), row.text) << row.rtf;
+    }
+}
+
+TEST(Rtf, depthAndLengthHaveBounds) {
+    RichText text;
+    EXPECT_EQ(read("{\\rtf1 a" + repeated("{", 100000) + "b", text), kRtfIsDamaged);
+    EXPECT_EQ(utf8(text.text()), "a");
+    text = {};
+    EXPECT_EQ(read("{\\rtf1 " + repeated("{", 500) + "b" + repeated("}", 501), text), kRtfOk);
+    EXPECT_EQ(utf8(text.text()), "b");
+    text = {};
+    EXPECT_EQ(read("{\\rtf1 \\" + repeated("w", 1000000) + repeated("9", 1000000) + " a}", text), kRtfOk);
+    EXPECT_EQ(utf8(text.text()), "a");
+}
+
+TEST(Rtf, everyUnitSurvivesARoundTrip) {
+    RichText text;
+    for (char32_t unit = 1; unit < 0x10000; ++unit)
+        if (unit != u'\n') text.append(std::u16string(1, static_cast<char16_t>(unit)), {});
+    RichText again;
+    EXPECT_EQ(read(writeRtf(text), again), kRtfOk);
+    EXPECT_TRUE(again.text() == text.text());
+}

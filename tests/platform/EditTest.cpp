@@ -1,0 +1,131 @@
+// The line of text that a title is.
+#include "support/ControlParent.h"
+
+namespace {
+
+class Edit : public testing::Test {
+  protected:
+    ControlParent parent;
+    const HWND edit = parent.makeEdit(TEXT("hello"));
+
+    void select(int first, int last) {
+        SendMessageW(edit, EM_SETSEL, static_cast<WPARAM>(first), last);
+        parent.take();
+    }
+};
+
+}  // namespace
+
+TEST_F(Edit, isThereFromTheStartWithItsTextAndTellsNobody) {
+    ControlParent other;
+    CreateWindowExW(0, TEXT("edit"), TEXT("quiet"), WS_CHILD, 0, 0, 0, 0, other.handle(), nullptr, nullptr, nullptr);
+    EXPECT_EQ(other.take(), "");
+    EXPECT_EQ(textOf(edit), "hello");
+    EXPECT_EQ(GetParent(edit), parent.handle());
+    EXPECT_EQ(GetParent(parent.handle()), nullptr);
+}
+
+TEST_F(Edit, everyNewTextIsAnUpdateAndAChange) {
+    const struct {
+        const char* title;
+        int first, last;
+        void (*act)(HWND);
+        const char* text;
+        const char* selection;
+        const char* told;
+    } rows[] = {
+        {"a text", 1, 2, [](HWND e) { SetWindowTextW(e, TEXT("new")); }, "new", "0-0", "400 300"},
+        {"the same text", 1, 1, [](HWND e) { SetWindowTextW(e, TEXT("hello")); }, "hello", "0-0", "400 300"},
+        {"no text", 1, 1, [](HWND e) { SetWindowTextW(e, TEXT("")); }, "", "0-0", "400 300"},
+        {"a character", 2, 2, [](HWND e) { typeText(e, TEXT("x")); }, "hexllo", "3-3", "400 300"},
+        {"two characters", 5, 5, [](HWND e) { typeText(e, TEXT("xy")); }, "helloxy", "7-7", "400 300 400 300"},
+        {"over a selection", 1, 4, [](HWND e) { typeText(e, TEXT("\u00e9")); }, "h\u00e9o", "2-2", "400 300"},
+        {"backspace", 2, 2, pressBackspace, "hllo", "1-1", "400 300"},
+        {"backspace on a selection", 0, -1, pressBackspace, "", "0-0", "400 300"},
+        {"backspace at the start", 0, 0, pressBackspace, "hello", "0-0", ""},
+        {"delete", 0, 0, [](HWND e) { press(e, VK_DELETE); }, "ello", "0-0", "400 300"},
+        {"delete on a selection", 3, 1, [](HWND e) { press(e, VK_DELETE); }, "hlo", "1-1", "400 300"},
+        {"delete at the end", 5, 5, [](HWND e) { press(e, VK_DELETE); }, "hello", "5-5", ""},
+        {"return", 5, 5, pressReturn, "hello", "5-5", ""},
+        {"tab, escape, bell, line feed", 5, 5, [](HWND e) { typeText(e, TEXT("\t\x1b\a\n")); }, "hello", "5-5", ""},
+        {"a letter's key alone", 5, 5, [](HWND e) { press(e, 'X'); }, "hello", "5-5", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.title);
+        SetWindowTextW(edit, TEXT("hello"));
+        select(row.first, row.last);
+        row.act(edit);
+        EXPECT_EQ(textOf(edit), row.text);
+        EXPECT_EQ(selectionOf(edit), row.selection);
+        EXPECT_EQ(parent.take(), row.told);
+    }
+}
+
+TEST_F(Edit, selectionStaysInsideTheText) {
+    const struct {
+        int first, last;
+        const char* selection;
+    } rows[] = {{0, -1, "0-5"}, {4, 2, "2-4"}, {2, 100, "2-5"}, {100, 200, "5-5"}, {3, 3, "3-3"}, {-1, 0, "3-3"}};
+    for (const auto& row : rows) {
+        select(row.first, row.last);
+        EXPECT_EQ(selectionOf(edit), row.selection) << row.first << "," << row.last;
+    }
+    EXPECT_EQ(SendMessageW(edit, EM_GETSEL, 0, 0), MAKELONG(3, 3));
+}
+
+TEST_F(Edit, readOnlyStopsTheUserAndNotTheProgram) {
+    EXPECT_EQ(SendMessageW(edit, EM_SETREADONLY, TRUE, 0), TRUE);
+    EXPECT_NE(GetWindowLongW(edit, GWL_STYLE) & ES_READONLY, 0);
+    select(1, 3);
+    typeText(edit, TEXT("x"));
+    pressBackspace(edit);
+    press(edit, VK_DELETE);
+    EXPECT_EQ(textOf(edit), "hello");
+    EXPECT_EQ(parent.take(), "");
+    SetWindowTextW(edit, TEXT("by the program"));
+    EXPECT_EQ(textOf(edit), "by the program");
+    EXPECT_EQ(parent.take(), "400 300");
+    SendMessageW(edit, EM_SETREADONLY, FALSE, 0);
+    EXPECT_EQ(GetWindowLongW(edit, GWL_STYLE) & ES_READONLY, 0);
+    typeText(edit, TEXT("x"));
+    EXPECT_EQ(textOf(edit), "xby the program");
+}
+
+TEST_F(Edit, textIsCutToTheBuffer) {
+    WCHAR buffer[8] = TEXT("#######");
+    EXPECT_EQ(GetWindowTextW(edit, buffer, 3), 2);
+    EXPECT_EQ(utf8(buffer), "he");
+    EXPECT_EQ(GetWindowTextW(edit, buffer, 1), 0);
+    EXPECT_EQ(utf8(buffer), "");
+    EXPECT_EQ(GetWindowTextW(edit, buffer, 0), 0);
+    EXPECT_EQ(GetWindowTextW(edit, buffer, 8), 5);
+}
+
+TEST_F(Edit, clickGivesItTheKeyboard) {
+    const auto click = [](HWND control) {
+        SendMessageW(control, WM_LBUTTONDOWN, 1, MAKELPARAM(2, 2));
+        SendMessageW(control, WM_LBUTTONUP, 0, MAKELPARAM(2, 2));
+    };
+    click(edit);
+    EXPECT_EQ(parent.take(), "100");
+    click(edit);
+    EXPECT_EQ(parent.take(), "");
+}
+
+TEST_F(Edit, hasABeamForACursor) {
+    SetCursor(LoadCursorW(nullptr, IDC_ARROW));
+    SendMessageW(edit, WM_SETCURSOR, reinterpret_cast<WPARAM>(edit), MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
+    EXPECT_EQ(SetCursor(nullptr), LoadCursorW(nullptr, IDC_IBEAM));
+    SendMessageW(parent.handle(), WM_SETCURSOR, reinterpret_cast<WPARAM>(parent.handle()),
+                 MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
+    EXPECT_EQ(SetCursor(nullptr), LoadCursorW(nullptr, IDC_ARROW));
+}
+
+TEST_F(Edit, windowsThatAreGoneHaveNoText) {
+    DestroyWindow(edit);
+    WCHAR buffer[4] = TEXT("abc");
+    EXPECT_FALSE(SetWindowTextW(edit, TEXT("x")));
+    EXPECT_EQ(GetWindowTextW(edit, buffer, 4), 0);
+    EXPECT_EQ(GetWindowTextLengthW(edit), 0);
+    EXPECT_EQ(GetParent(edit), nullptr);
+}

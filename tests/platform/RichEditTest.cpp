@@ -1,0 +1,332 @@
+// The paragraphs of text that a note's body is.
+#include <iterator>
+
+#include "support/ControlParent.h"
+
+namespace {
+
+class RichEdit : public testing::Test {
+  protected:
+    ControlParent parent;
+    const HWND edit = parent.makeRichEdit();
+
+    void select(LONG first, LONG last) {
+        CHARRANGE range = {first, last};
+        SendMessageW(edit, EM_EXSETSEL, 0, reinterpret_cast<LPARAM>(&range));
+    }
+    std::string selection() {
+        CHARRANGE range = {99, 99};
+        SendMessageW(edit, EM_EXGETSEL, 0, reinterpret_cast<LPARAM>(&range));
+        return std::to_string(range.cpMin) + "-" + std::to_string(range.cpMax);
+    }
+    LRESULT setColor(WPARAM where, COLORREF color) {
+        CHARFORMAT2W format = {};
+        format.cbSize = sizeof format;
+        format.dwMask = CFM_COLOR;
+        format.crTextColor = color;
+        return SendMessageW(edit, EM_SETCHARFORMAT, where, reinterpret_cast<LPARAM>(&format));
+    }
+};
+
+// Whether the control word stands in the RTF.
+bool hasWord(const std::string& rtf, const std::string& word) {
+    for (std::size_t at = 0; (at = rtf.find("\\" + word, at)) != std::string::npos; ++at) {
+        const char next = rtf[at + 1 + word.size()];
+        if (next < 'a' || next > 'z') return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+TEST(RichEditClass, isThereOnceItsLibraryIs) {
+    ControlParent parent;
+    EXPECT_EQ(parent.make(TEXT("RICHEDIT50W"), TEXT(""), ControlParent::kRichStyle), nullptr);
+    ASSERT_NE(LoadLibraryW(TEXT("Msftedit.dll")), nullptr);
+    const HWND edit = parent.make(TEXT("RICHEDIT50W"), TEXT("a\nb"), ControlParent::kRichStyle);
+    ASSERT_NE(edit, nullptr);
+    EXPECT_EQ(textOf(edit), "a\r\nb");
+    EXPECT_EQ(SendMessageW(edit, EM_SETEVENTMASK, 0, ENM_CHANGE), 0);
+    EXPECT_EQ(SendMessageW(edit, EM_SETEVENTMASK, 0, 0), ENM_CHANGE);
+}
+
+TEST_F(RichEdit, linesOfPlainTextEndInCrLf) {
+    const struct {
+        const WCHAR* set;
+        const char* text;
+    } rows[] = {
+        {TEXT("a\r\nb"), "a\r\nb"},
+        {TEXT("a\rb\nc"), "a\r\nb\r\nc"},
+        {TEXT("a\r\n\r\nb\r\n"), "a\r\n\r\nb\r\n"},
+        {TEXT("\n"), "\r\n"},
+        {TEXT(""), ""},
+        {TEXT("\t\u00e9\u20ac\u2605\U0001F600"), "\t\u00e9\u20ac\u2605\U0001F600"},
+        {nullptr, ""},
+    };
+    for (const auto& row : rows) {
+        SetWindowTextW(edit, row.set);
+        EXPECT_EQ(textOf(edit), row.text);
+    }
+}
+
+TEST_F(RichEdit, changesAreToldOnceAndOnlyWhenAsked) {
+    const struct {
+        const char* title;
+        void (*act)(HWND);
+        const char* text;
+        int told;
+    } rows[] = {
+        {"a text", [](HWND e) { SetWindowTextW(e, TEXT("new")); }, "new", 1},
+        {"the same text", [](HWND e) { SetWindowTextW(e, TEXT("ab\r\ncd")); }, "ab\r\ncd", 1},
+        {"RTF", [](HWND e) { streamIn(e, "{\\rtf1 x\\par y}"); }, "x\r\ny", 1},
+        {"what is no RTF", [](HWND e) { streamIn(e, "x"); }, "", 1},
+        {"RTF out", [](HWND e) { streamOut(e); }, "ab\r\ncd", 0},
+        {"a character over the selection", [](HWND e) { typeText(e, TEXT("x")); }, "axcd", 1},
+        {"a tab", [](HWND e) { typeText(e, TEXT("\t")); }, "a\tcd", 1},
+        {"return", pressReturn, "a\r\ncd", 1},
+        {"backspace", pressBackspace, "acd", 1},
+        {"delete", [](HWND e) { press(e, VK_DELETE); }, "acd", 1},
+        {"escape, bell, line feed", [](HWND e) { typeText(e, TEXT("\x1b\a\n")); }, "ab\r\ncd", 0},
+    };
+    for (const auto& row : rows)
+        for (const LPARAM mask : {0, ENM_CHANGE}) {
+            SCOPED_TRACE(row.title);
+            SetWindowTextW(edit, TEXT("ab\r\ncd"));
+            select(1, 3);
+            SendMessageW(edit, EM_SETEVENTMASK, 0, mask);
+            parent.take();
+            row.act(edit);
+            EXPECT_EQ(textOf(edit), row.text);
+            EXPECT_EQ(parent.takeChanges(), mask == 0 ? 0 : row.told) << "mask " << mask;
+        }
+}
+
+TEST_F(RichEdit, typingJoinsAndDividesParagraphs) {
+    SetWindowTextW(edit, TEXT("ab\r\ncd"));
+    select(3, 3);
+    pressBackspace(edit);
+    EXPECT_EQ(textOf(edit), "abcd");
+    EXPECT_EQ(selection(), "2-2");
+    pressReturn(edit);
+    EXPECT_EQ(textOf(edit), "ab\r\ncd");
+    EXPECT_EQ(selection(), "3-3");
+    select(2, 2);
+    press(edit, VK_DELETE);
+    EXPECT_EQ(textOf(edit), "abcd");
+    select(0, 0);
+    parent.take();
+    pressBackspace(edit);
+    EXPECT_EQ(parent.takeChanges(), 0) << "nothing to erase";
+}
+
+TEST_F(RichEdit, selectionCountsUnitsAndReachesTheEndBehindTheText) {
+    SetWindowTextW(edit, TEXT("ab\r\ncd"));
+    const struct {
+        LONG first, last;
+        const char* selection;
+    } rows[] = {{0, -1, "0-6"}, {1, 4, "1-4"}, {4, 1, "1-4"}, {2, 99, "2-6"}, {50, 99, "5-5"}, {3, 3, "3-3"}};
+    for (const auto& row : rows) {
+        select(row.first, row.last);
+        EXPECT_EQ(selection(), row.selection) << row.first << "," << row.last;
+    }
+    select(0, -1);
+    press(edit, VK_DELETE);
+    EXPECT_EQ(textOf(edit), "");
+    select(0, -1);
+    typeText(edit, TEXT("x"));
+    EXPECT_EQ(textOf(edit), "x");
+}
+
+TEST_F(RichEdit, readOnlyStopsTheUserAndNotTheProgram) {
+    EXPECT_EQ(SendMessageW(edit, EM_SETREADONLY, TRUE, 0), TRUE);
+    EXPECT_NE(GetWindowLongW(edit, GWL_STYLE) & ES_READONLY, 0);
+    EXPECT_EQ(streamIn(edit, "{\\rtf1 by stream}"), 0U);
+    EXPECT_EQ(textOf(edit), "by stream");
+    SetWindowTextW(edit, TEXT("by text"));
+    parent.take();
+    typeText(edit, TEXT("x"));
+    pressReturn(edit);
+    pressBackspace(edit);
+    press(edit, VK_DELETE);
+    EXPECT_EQ(textOf(edit), "by text");
+    EXPECT_EQ(parent.takeChanges(), 0);
+    SendMessageW(edit, EM_SETREADONLY, FALSE, 0);
+    EXPECT_EQ(GetWindowLongW(edit, GWL_STYLE) & ES_READONLY, 0);
+}
+
+TEST_F(RichEdit, backgroundGivesBackTheColourBefore) {
+    SendMessageW(edit, EM_SETBKGNDCOLOR, 0, 0x112233);
+    EXPECT_EQ(SendMessageW(edit, EM_SETBKGNDCOLOR, 0, 0x445566), 0x112233);
+    EXPECT_EQ(SendMessageW(edit, EM_SETBKGNDCOLOR, 0, 0), 0x445566);
+    EXPECT_EQ(parent.takeChanges(), 0);
+}
+
+TEST_F(RichEdit, readsTheTextOfRtf) {
+    const struct {
+        const char* rtf;
+        const char* text;
+    } rows[] = {
+        {R"({\rtf1 plain})", "plain"},
+        {R"({\rtf1\ansi\deff0 a\par b\par})", "a\r\nb"},
+        {R"({\rtf1 a\par b\par\par})", "a\r\nb\r\n"},
+        {R"({\rtf1 a\pard\par\pard b})", "a\r\nb"},
+        {R"({\rtf1\par})", ""},
+        {R"({\rtf1 })", ""},
+        {"{\\rtf1 a\r\nb\nc}", "abc"},
+        {"{\\rtf1 a\\\r\nb}", "a\r\nb"},
+        {R"({\rtf1 a\tab b\tab  c})", "a\tb\t c"},
+        {R"({\rtf1 a\line b})", "a b"},
+        {R"({\rtf1\ansi\ansicpg1252 caf\'e9 \'80\'93})", "caf\u00e9 \u20ac\u201c"},
+        {R"({\rtf1\ansi\ansicpg1251 \'e9\'ff})", "\u0439\u044f"},
+        {R"({\rtf1\ansicpg932 \'83\'41})", "\u30a2"},
+        {R"({\rtf1 \u8364?x\u9733?y})", "\u20acx\u2605y"},
+        {R"({\rtf1\uc0 \u8364x})", "\u20acx"},
+        {R"({\rtf1\uc2 \u8364ab!})", "\u20ac!"},
+        {R"({\rtf1 {\uc0 \u8364}\u8364\'80!})", "\u20ac\u20ac!"},
+        {R"({\rtf1 \u-10179?\u-8704?})", "\U0001F600"},
+        {R"({\rtf1 \u8364 ?x})", "\u20acx"},
+        {R"({\rtf1 \\ \{ \} \~})", "\\ { } \u00a0"},
+        {R"({\rtf1 \bullet\emdash\endash\lquote\rquote\ldblquote\rdblquote})",
+         "\u2022\u2014\u2013\u2018\u2019\u201c\u201d"},
+        {R"({\rtf1 {\*\generator x;}{\fonttbl{\f0 Arial;}}{\stylesheet{\s0 Normal;}}{\info{\author me}}{\pict 00ff}t})",
+         "t"},
+        {R"({\rtf1 {\*\unknown hidden{\b hidden}}{\colortbl;\red1;}x})", "x"},
+        {R"({\rtf1 a{\b b{\i c}}\unknown3 d\zzz e})", "abcde"},
+        {R"({\rtf1 a}}}junk)", "a"},
+        {R"({\rtf1 a}{\rtf1 b})", "a"},
+    };
+    for (const auto& row : rows) {
+        SetWindowTextW(edit, TEXT("old"));
+        EXPECT_EQ(streamIn(edit, row.rtf), 0U) << row.rtf;
+        EXPECT_EQ(textOf(edit), row.text) << row.rtf;
+        EXPECT_EQ(selection(), "0-0") << row.rtf;
+    }
+}
+
+TEST_F(RichEdit, whatIsNoRtfLeavesNothingAndSaysSo) {
+    for (const char* bytes : {"", "{", "{\\rt", "text", "{\\pwd a}", "\xef\xbb\xbf{\\rtf1 a}", " {\\rtf1 a}"}) {
+        SetWindowTextW(edit, TEXT("old"));
+        Stream stream{bytes};
+        stream.into(edit);
+        EXPECT_NE(stream.error, 0U) << bytes;
+        EXPECT_EQ(stream.result, 0) << bytes;
+        EXPECT_EQ(textOf(edit), "") << bytes;
+    }
+}
+
+TEST_F(RichEdit, whatIsCutShortIsLoadedAndSaysSo) {
+    for (const char* bytes : {"{\\rtf1 a", "{\\rtf1 a\\par", "{\\rtf1 {\\b a}", "{\\rtf1 {a{\\*\\x"}) {
+        SetWindowTextW(edit, TEXT("old"));
+        EXPECT_NE(streamIn(edit, bytes), 0U) << bytes;
+        EXPECT_EQ(textOf(edit), "a") << bytes;
+    }
+}
+
+TEST_F(RichEdit, formatsAndTextSurviveRoundTrips) {
+    const char* const texts[] = {
+        R"({\rtf1 {\colortbl;\red1\green2\blue3;}a\i i\i0\ul u\ulnone\strike s\strike0\cf1 c\cf0\fs48 big\b b\par})",
+        R"({\rtf1 \\\{\}caf\'e9\'80\u9733?\u-10179?\u-8704?\~ \'a0\tab\bullet\line x})",
+        R"({\rtf1 a\par\par b\par\par})",
+        R"({\rtf1 {\i a\par}{\strike b}\par c})",
+        R"({\rtf1 })",
+    };
+    for (const char* rtf : texts) {
+        SCOPED_TRACE(rtf);
+        streamIn(edit, rtf);
+        const std::string text = textOf(edit), once = streamOut(edit);
+        ASSERT_TRUE(once.starts_with("{\\rtf1"));
+        EXPECT_EQ(once.back(), '\0');
+        EXPECT_TRUE(std::all_of(once.begin(), once.end(), [](char each) { return (each & 0x80) == 0; }));
+        EXPECT_EQ(streamIn(edit, once), 0U);
+        EXPECT_EQ(textOf(edit), text);
+        EXPECT_EQ(streamOut(edit), once);
+    }
+    streamIn(edit, texts[0]);
+    const std::string rtf = streamOut(edit);
+    for (const char* word : {"i", "ul", "strike", "cf1", "fs48", "b", "red1\\green2\\blue3"})
+        EXPECT_TRUE(hasWord(rtf, word)) << word << rtf;
+    SetWindowTextW(edit, TEXT("plain"));
+    for (const char* word : {"i", "ul", "strike"})
+        EXPECT_FALSE(hasWord(streamOut(edit), word)) << word << " outlived the text";
+}
+
+TEST_F(RichEdit, typedTextIsWrittenAsRtf) {
+    typeText(edit, TEXT("a\\{\u00e9\u2605\xd83d\xde00"));
+    pressReturn(edit);
+    typeText(edit, TEXT("b"));
+    const std::string rtf = streamOut(edit);
+    EXPECT_NE(rtf.find("a\\\\\\{\\'e9\\u9733?\\u-10179?\\u-8704?\\par\r\nb"), std::string::npos) << rtf;
+}
+
+TEST_F(RichEdit, oneColourForAllReplacesThoseOfTheText) {
+    streamIn(edit, R"({\rtf1 {\colortbl;\red1\green2\blue3;}a\cf1 b\par c})");
+    select(1, 2);
+    parent.take();
+    EXPECT_EQ(setColor(SCF_DEFAULT, 0x332211), 1);
+    EXPECT_TRUE(hasWord(streamOut(edit), "red1\\green2\\blue3")) << "the default is for text without a colour";
+    parent.take();
+    CHARRANGE before = {};
+    SendMessageW(edit, EM_EXGETSEL, 0, reinterpret_cast<LPARAM>(&before));
+    select(0, -1);
+    EXPECT_EQ(setColor(SCF_SELECTION, 0x332211), 1);
+    SendMessageW(edit, EM_EXSETSEL, 0, reinterpret_cast<LPARAM>(&before));
+    EXPECT_EQ(selection(), "1-2");
+    EXPECT_EQ(parent.takeChanges(), 0);
+    const std::string rtf = streamOut(edit);
+    EXPECT_TRUE(hasWord(rtf, "red17\\green34\\blue51")) << rtf;
+    EXPECT_FALSE(hasWord(rtf, "red1\\green2\\blue3")) << rtf;
+    EXPECT_EQ(textOf(edit), "ab\r\nc");
+}
+
+TEST_F(RichEdit, formatOfUnknownSizeIsRefused) {
+    CHARFORMAT2W format = {};
+    format.cbSize = 5;
+    format.dwMask = CFM_COLOR;
+    EXPECT_EQ(SendMessageW(edit, EM_SETCHARFORMAT, SCF_SELECTION, reinterpret_cast<LPARAM>(&format)), 0);
+}
+
+TEST_F(RichEdit, bytesComeInPiecesOfAnySize) {
+    for (const std::size_t most : {7, 10, 1000}) {
+        Stream stream{R"({\rtf1\ansi caf\'e9\u9733?{\b x}\par})", most};
+        stream.into(edit);
+        EXPECT_EQ(stream.error, 0U);
+        EXPECT_EQ(textOf(edit), "caf\u00e9\u2605x") << most;
+    }
+}
+
+TEST_F(RichEdit, longTextsGoThroughSeveralCalls) {
+    std::string rtf = "{\\rtf1 ", text;
+    for (int i = 0; i < 700; ++i) {
+        rtf += "line\\par\n";
+        text += i == 0 ? "line" : "\r\nline";
+    }
+    Stream in{rtf + "}"};
+    in.into(edit);
+    EXPECT_GT(in.calls, 1);
+    EXPECT_EQ(textOf(edit), text);
+    Stream out;
+    out.outOf(edit);
+    EXPECT_GT(out.calls, 1);
+    EXPECT_EQ(out.error, 0U);
+    streamIn(edit, out.bytes);
+    EXPECT_EQ(textOf(edit), text);
+}
+
+TEST_F(RichEdit, refusingCallbackEndsTheStream) {
+    SetWindowTextW(edit, TEXT("old"));
+    Stream in{"{\\rtf1 abc}", 6, 1};
+    in.into(edit);
+    EXPECT_EQ(in.error, Stream::kRefusal);
+    EXPECT_EQ(textOf(edit), "");
+    std::string rtf = "{\\rtf1 ";
+    for (int i = 0; i < 700; ++i)
+        rtf += "line\\par ";
+    streamIn(edit, rtf + "}");
+    for (int call = 1; call <= 2; ++call) {
+        Stream stream{{}, 0, call};
+        stream.outOf(edit);
+        EXPECT_EQ(stream.error, Stream::kRefusal);
+        EXPECT_EQ(stream.calls, call);
+        EXPECT_EQ(static_cast<std::size_t>(stream.result), stream.bytes.size());
+    }
+}
