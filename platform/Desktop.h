@@ -25,9 +25,9 @@ void offerDpiCalls(bool ofMonitor, bool ofWindow);
 bool pump();
 
 // The mouse, in pixels of the virtual screen, and the keyboard of whatever window has it. They act as the user's would:
-// on the window under the point, as it says by its hit test; a press activates it and gives the keyboard to a control; a
-// press on a caption or an edge begins to move or size the window, which the release ends. To be called on the thread of
-// the windows; each call has had all its effects when it returns.
+// on the window under the point, as it says by its hit test; a press activates it and gives the keyboard to a control;
+// a press on a caption or an edge begins to move or size the window, which the release ends. To be called on the thread
+// of the windows; each call has had all its effects when it returns.
 void moveMouse(POINT point);
 void pressMouse();
 void releaseMouse();

@@ -44,11 +44,11 @@ unsigned uses(std::string_view call);
 bool parse(std::string_view text, std::vector<Fault>& faults);
 
 // What a leak would leave behind.
-std::size_t openHandles();      // files, keys and the like
-std::size_t openAllocations();  // memory that the caller owes to LocalFree, CoTaskMemFree, WTSFreeMemory
-std::size_t openApartments();   // CoInitializeEx without its CoUninitialize, on this thread
-std::size_t openDrawing();     // of GDI+: its start, graphics, brushes, pens, images, memory
+std::size_t openHandles();         // files, keys and the like
+std::size_t openAllocations();     // memory that the caller owes to LocalFree, CoTaskMemFree, WTSFreeMemory
+std::size_t openApartments();      // CoInitializeEx without its CoUninitialize, on this thread
+std::size_t openDrawing();         // of GDI+: its start, graphics, brushes, pens, images, memory
 std::size_t openDrawingObjects();  // of GDI: contexts, bitmaps, brushes, fonts
-std::size_t openMemory();      // GlobalAlloc without its GlobalFree
+std::size_t openMemory();          // GlobalAlloc without its GlobalFree
 
 }  // namespace platform::faults

@@ -1,6 +1,7 @@
 // Drawing contexts, bitmaps, brushes and fonts.
 #include <map>
 #include <mutex>
+#include <utility>
 #include <variant>
 
 #include "Faults.h"

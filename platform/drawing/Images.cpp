@@ -7,9 +7,9 @@ namespace {
 
 std::string mediaTypeOf(const std::vector<unsigned char>& bytes) {
     const auto startsWith = [&](std::string_view mark) {
-        return bytes.size() >= mark.size() && std::equal(mark.begin(), mark.end(), bytes.begin(), [](char a, unsigned char b) {
-                   return static_cast<unsigned char>(a) == b;
-               });
+        return bytes.size() >= mark.size() &&
+               std::equal(mark.begin(), mark.end(), bytes.begin(),
+                          [](char a, unsigned char b) { return static_cast<unsigned char>(a) == b; });
     };
     if (startsWith("\x89PNG")) return "image/png";
     if (startsWith("\xFF\xD8\xFF")) return "image/jpeg";
@@ -25,9 +25,10 @@ std::shared_ptr<const ImageData> decodeImage(std::vector<unsigned char> bytes) {
     auto image = std::make_shared<ImageData>();
     image->mediaType = mediaTypeOf(bytes);
     int width = 0, height = 0, channels = 0;
-    stbi_uc* const pixels = image->mediaType.empty() ? nullptr
-                                                     : stbi_load_from_memory(bytes.data(), static_cast<int>(bytes.size()),
-                                                                             &width, &height, &channels, 4);
+    stbi_uc* const pixels =
+        image->mediaType.empty()
+            ? nullptr
+            : stbi_load_from_memory(bytes.data(), static_cast<int>(bytes.size()), &width, &height, &channels, 4);
     if (pixels == nullptr) return nullptr;
     stbi_image_free(pixels);
     image->bytes = std::move(bytes);

@@ -55,15 +55,17 @@ std::string base64(const std::vector<unsigned char>& bytes) {
 
 std::string draw(const DrawOp& op) {
     const RECT& at = op.rect;
-    const std::string box = print("x=\"%d\" y=\"%d\" width=\"%d\" height=\"%d\"", at.left, at.top, widthOf(at), heightOf(at));
+    const std::string box =
+        print("x=\"%d\" y=\"%d\" width=\"%d\" height=\"%d\"", at.left, at.top, widthOf(at), heightOf(at));
     switch (op.kind) {
         case DrawOp::Kind::Fill:
             return "<rect " + box + " fill=\"" + paint(op.color) + "\"/>\n";
         case DrawOp::Kind::Line:
-            return print("<line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" y2=\"%.1f\" stroke=\"#%06x\" stroke-opacity=\"%.2f\" "
-                         "stroke-width=\"%.1f\"/>\n",
-                         at.left + .5, at.top + .5, at.right + .5, at.bottom + .5, op.color & 0xFFFFFF,
-                         (op.color >> 24) / 255.0, static_cast<double>(op.penWidth));
+            return print(
+                "<line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" y2=\"%.1f\" stroke=\"#%06x\" stroke-opacity=\"%.2f\" "
+                "stroke-width=\"%.1f\"/>\n",
+                at.left + .5, at.top + .5, at.right + .5, at.bottom + .5, op.color & 0xFFFFFF, (op.color >> 24) / 255.0,
+                static_cast<double>(op.penWidth));
         case DrawOp::Kind::Text:
             return print("<text x=\"%d\" y=\"%d\" font-size=\"%d\" font-weight=\"%d\" fill=\"#%06x\">", at.left,
                          (at.top + at.bottom) / 2 + op.font.height / 3, op.font.height, op.font.weight,
@@ -85,8 +87,8 @@ ControlColors colorsOf(const Window& window, const TextControl& control) {
     const auto parent = window.kind->name == u"EDIT" ? findWindow(window.parent) : nullptr;
     if (parent == nullptr) return {control.background(), control.colorOf({})};
     const HDC context = openContext(nullptr);
-    callWindow(*parent, control.isReadOnly() ? WM_CTLCOLORSTATIC : WM_CTLCOLOREDIT,
-               reinterpret_cast<WPARAM>(context), reinterpret_cast<LPARAM>(window.handle));
+    callWindow(*parent, control.isReadOnly() ? WM_CTLCOLORSTATIC : WM_CTLCOLOREDIT, reinterpret_cast<WPARAM>(context),
+               reinterpret_cast<LPARAM>(window.handle));
     const DeviceContext* const chosen = findContext(context);
     const ControlColors colors = {chosen->backColor, chosen->textColor};
     closeContext(context);
@@ -118,18 +120,19 @@ std::string drawControl(const Window& window) {
         html += "<span style=\"color:" + cssColor(color) + ";" + styleOf(run.format) + "\">" + text + "</span>";
     }
     const RECT& at = window.rect;
-    return print("<foreignObject x=\"%d\" y=\"%d\" width=\"%d\" height=\"%d\"><div "
-                 "xmlns=\"http://www.w3.org/1999/xhtml\" style=\"width:100%%;height:100%%;overflow:hidden;"
-                 "white-space:pre-wrap;line-height:1.25;background:%s;font-size:%dpx;font-weight:%d\">",
-                 at.left, at.top, widthOf(at), heightOf(at), cssColor(colors.background).c_str(), font.height,
-                 font.weight) +
+    return print(
+               "<foreignObject x=\"%d\" y=\"%d\" width=\"%d\" height=\"%d\"><div "
+               "xmlns=\"http://www.w3.org/1999/xhtml\" style=\"width:100%%;height:100%%;overflow:hidden;"
+               "white-space:pre-wrap;line-height:1.25;background:%s;font-size:%dpx;font-weight:%d\">",
+               at.left, at.top, widthOf(at), heightOf(at), cssColor(colors.background).c_str(), font.height,
+               font.weight) +
            html + "</div></foreignObject>\n";
 }
 
 std::string drawWindow(const Window& window) {
     const RECT& at = window.rect;
-    std::string text = print("<svg x=\"%d\" y=\"%d\" width=\"%d\" height=\"%d\">\n", at.left, at.top, widthOf(at),
-                             heightOf(at));
+    std::string text =
+        print("<svg x=\"%d\" y=\"%d\" width=\"%d\" height=\"%d\">\n", at.left, at.top, widthOf(at), heightOf(at));
     if (window.surface != nullptr)
         for (const DrawOp& op : window.surface->ops)
             text += draw(op);
@@ -150,9 +153,10 @@ std::string desktop::picture() {
         screens += print("<rect x=\"%d\" y=\"%d\" width=\"%d\" height=\"%d\" fill=\"#3a6ea5\"/>\n", at.left, at.top,
                          widthOf(at), heightOf(at));
     }
-    std::string text = print("<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"%d %d %d %d\" "
-                             "font-family=\"Segoe UI, Open Sans, sans-serif\">\n",
-                             all.left, all.top, widthOf(all), heightOf(all)) +
+    std::string text = print(
+                           "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"%d %d %d %d\" "
+                           "font-family=\"Segoe UI, Open Sans, sans-serif\">\n",
+                           all.left, all.top, widthOf(all), heightOf(all)) +
                        screens;
     const auto windows = topLevelWindows();
     for (auto window = windows.rbegin(); window != windows.rend(); ++window)

@@ -25,11 +25,11 @@ struct FontFace {
 struct DrawOp {
     enum class Kind { Fill, Line, Text, Image };
     Kind kind = Kind::Fill;
-    RECT rect = {};       // a line runs from its top left to its bottom right
-    DWORD color = 0;      // ARGB
-    float penWidth = 0;   // of a line
+    RECT rect = {};      // a line runs from its top left to its bottom right
+    DWORD color = 0;     // ARGB
+    float penWidth = 0;  // of a line
     std::u16string text;
-    UINT format = 0;      // of a text: DT_...
+    UINT format = 0;  // of a text: DT_...
     FontFace font;
     std::shared_ptr<const ImageData> image;
 };

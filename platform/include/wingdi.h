@@ -3,6 +3,7 @@
 
 #include <windef.h>
 
+#define RGB(red, green, blue) (static_cast<COLORREF>((red) | (green) << 8 | (blue) << 16))
 #define LOGPIXELSX 88
 #define TRANSPARENT 1
 #define OPAQUE 2

@@ -149,9 +149,10 @@ BOOL FileTimeToSystemTime(const FILETIME* fileTime, LPSYSTEMTIME time) {
     std::tm parts = {};
     gmtime_r(&seconds, &parts);
     const auto word = [](std::int64_t value) { return static_cast<WORD>(value); };
-    *time = {word(parts.tm_year + 1900), word(parts.tm_mon + 1), word(parts.tm_wday), word(parts.tm_mday),
-             word(parts.tm_hour),        word(parts.tm_min),     word(parts.tm_sec),
-             word(milliseconds - std::int64_t{seconds} * 1000)};
+    *time = {word(parts.tm_year + 1900), word(parts.tm_mon + 1),
+             word(parts.tm_wday),        word(parts.tm_mday),
+             word(parts.tm_hour),        word(parts.tm_min),
+             word(parts.tm_sec),         word(milliseconds - std::int64_t{seconds} * 1000)};
     return TRUE;
 }
 

@@ -1,5 +1,6 @@
 // The mouse and the keyboard, and what they do to windows.
 #include <algorithm>
+#include <utility>
 
 #include "Desktop.h"
 #include "Gate.h"
@@ -18,7 +19,6 @@ struct Pointer {
     POINT grip = {};
     RECT start = {};
     HWND pressed = nullptr;
-    HCURSOR cursor = nullptr;
 };
 
 Pointer& pointer() {
@@ -95,7 +95,6 @@ void hover(Pointer& mouse) {
     if (window == nullptr) return sayLeft(mouse);
     const LRESULT zone = zoneOf(*window, mouse.at);
     if (mouse.tracked != nullptr && (zone == HTCLIENT || mouse.tracked != window->handle)) sayLeft(mouse);
-    mouse.cursor = nullptr;
     callWindow(*window, WM_SETCURSOR, reinterpret_cast<WPARAM>(window->handle), zone | (WM_MOUSEMOVE << 16));
     if (zone == HTCLIENT)
         callWindow(*window, WM_MOUSEMOVE, 0, packed(inside(*window, mouse.at)));
@@ -190,7 +189,9 @@ void desktop::typeText(std::u16string_view text) {
 }
 
 HCURSOR desktop::shownCursor() {
-    return pointer().cursor;
+    const HCURSOR shown = SetCursor(nullptr);
+    SetCursor(shown);
+    return shown;
 }
 
 void desktop::endSession() {

@@ -1,5 +1,5 @@
-// The two controls of a note, and the way of an edit: a control reports a change, a pause of 800 ms passes, the controls
-// are read into the record, the App is told.
+// The two controls of a note, and the way of an edit: a control reports a change, a pause of 800 ms passes, the
+// controls are read into the record, the App is told.
 #include "window/NoteWindow.h"
 
 #include <commctrl.h>

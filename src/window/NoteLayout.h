@@ -1,5 +1,5 @@
-// What a note looks like: its bands, buttons, colours, and what lies under each point. Plain arithmetic on pixels of the
-// client area; a length is given at 96 DPI and scaled to the window's.
+// What a note looks like: its bands, buttons, colours, and what lies under each point. Plain arithmetic on pixels of
+// the client area; a length is given at 96 DPI and scaled to the window's.
 //
 // From the top: a title bar with the logo, the title and the buttons, a line, the body, a line, the footer. There is no
 // frame; the margins of the window resize it.
@@ -9,10 +9,10 @@
 
 struct NoteMetrics {
     LONG dpi;
-    LONG headerHeight;         // of the title bar
-    LONG pad;                  // side margin of logo, title and body; under the body; of the footer's text
-    LONG buttonSize;           // of the close button and of the new-note button
-    LONG buttonGap;            // between the buttons, between logo and title, between title bar and body
+    LONG headerHeight;  // of the title bar
+    LONG pad;           // side margin of logo, title and body; under the body; of the footer's text
+    LONG buttonSize;    // of the close button and of the new-note button
+    LONG buttonGap;     // between the buttons, between logo and title, between title bar and body
     LONG footerHeight;
     LONG titleFallbackHeight;  // of the title where its font cannot be measured
     LONG logoMargin;           // above and below the logo

@@ -91,9 +91,10 @@ TEST_F(MachineTest, sessionThatCannotBeAskedIsTheFirstAndItsUserUnknown) {
 
 TEST_F(MachineTest, processesOfOneMachineMeet) {
     const Environment here = {{"VELLUM_MACHINE", folder().string()}};
-    EXPECT_EQ(runVellumd(TEXT(""), here).exitCode, 0U);
+    const WideString endsAtOnce = TEXT("--register --delete");
+    EXPECT_EQ(runVellumd(endsAtOnce, here).exitCode, 12U);
     const Environment system = {{"VELLUM_MACHINE", folder().string()}, {"VELLUM_TOKEN", "SYSTEM@0"}};
-    EXPECT_EQ(runVellumd(TEXT(""), system).exitCode, 0U);
+    EXPECT_EQ(runVellumd(endsAtOnce, system).exitCode, 12U);
     const auto logs = folder() / "drive_c/ProgramData/OmbrelService_Common/Logs";
     std::string names;
     for (const auto& entry : std::filesystem::directory_iterator(logs))

@@ -1,0 +1,147 @@
+// What a note looks like: its bands, buttons and colours, corner by corner.
+#include "window/NoteLayout.h"
+
+#include <gtest/gtest.h>
+
+#include "support/Text.h"
+#include "window/NoteText.h"
+
+namespace {
+
+std::vector<LONG> sides(const Place& place) {
+    return {place.x, place.y, place.width, place.height};
+}
+std::vector<LONG> sides(const RECT& rect) {
+    return {rect.left, rect.top, rect.right, rect.bottom};
+}
+
+constexpr Size kNote = {260, 260};
+constexpr Size kNoLogo = {0, 0};
+
+}  // namespace
+
+TEST(NoteLayout, controlsHaveTheirPlacesAtEveryDpi) {
+    struct Row {
+        LONG dpi;
+        Size client;
+        bool allowNewNote;
+        std::vector<LONG> title, body;
+    };
+    const Row rows[] = {
+        {96, {260, 260}, false, {10, 2, 220, 22}, {10, 30, 240, 200}},
+        {96, {260, 260}, true, {10, 2, 196, 22}, {10, 30, 240, 200}},
+        {120, {325, 325}, false, {13, 2, 274, 28}, {13, 38, 299, 249}},
+        {144, {390, 390}, true, {15, 3, 294, 33}, {15, 45, 360, 300}},
+        {192, {520, 520}, false, {20, 4, 440, 44}, {20, 60, 480, 400}},
+        {96, {20, 20}, true, {10, 2, 10, 22}, {10, 30, 10, 10}},  // nothing gets under 10 pixels
+    };
+    for (const Row& row : rows) {
+        const NoteMetrics metrics = NoteMetrics::at(row.dpi);
+        EXPECT_EQ(sides(titlePlace(metrics, row.client.width, row.allowNewNote, kNoLogo, TitleInk::unknown(metrics))),
+                  row.title)
+            << row.dpi;
+        EXPECT_EQ(sides(bodyPlace(metrics, row.client)), row.body) << row.dpi;
+    }
+}
+
+TEST(NoteLayout, capitalsOfTheTitleStandInTheMiddle) {
+    const NoteMetrics metrics = NoteMetrics::at(96);
+    EXPECT_EQ(sides(titlePlace(metrics, 260, false, kNoLogo, {19, 5, 10})), (std::vector<LONG>{10, 3, 220, 19}));
+    EXPECT_EQ(titlePlace(metrics, 260, false, kNoLogo, {30, 20, 10}).y, 0) << "never above the window";
+    EXPECT_EQ(titlePlace(metrics, 260, false, kNoLogo, {0, 0, 10}).height, 1);
+}
+
+TEST(NoteLayout, theLogoKeepsItsShapeAndLeavesTheTitleTheRest) {
+    const NoteMetrics metrics = NoteMetrics::at(96);
+    const TitleInk ink = TitleInk::unknown(metrics);
+    struct Row {
+        Size image;
+        std::vector<LONG> logo;
+        LONG titleX, titleWidth;
+    };
+    const Row rows[] = {
+        {{44, 44}, {10, 2, 22, 22}, 36, 194},
+        {{88, 44}, {10, 2, 44, 22}, 58, 172},
+        {{10, 30}, {10, 2, 7, 22}, 21, 209},
+        {{1000, 10}, {10, 12, 220, 2}, 234, 10},     // cut in width: it gives up height
+        {{1, 1000}, {10, 2, 0, 22}, 10, 220},        // too thin to be seen: nothing is reserved
+        {{2147483647, 1}, {10, 13, 220, 0}, 234, 10},
+        {{0, 5}, {0, 0, 0, 0}, 10, 220},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(sides(logoPlace(metrics, 260, false, row.image)), row.logo) << row.image.width;
+        const Place title = titlePlace(metrics, 260, false, row.image, ink);
+        EXPECT_EQ(title.x, row.titleX) << row.image.width;
+        EXPECT_EQ(title.width, row.titleWidth) << row.image.width;
+    }
+}
+
+TEST(NoteLayout, buttonsLieAtTheRight) {
+    EXPECT_EQ(sides(closeButton(NoteMetrics::at(96), 260)), (std::vector<LONG>{235, 3, 255, 23}));
+    EXPECT_EQ(sides(newNoteButton(NoteMetrics::at(96), 260)), (std::vector<LONG>{211, 3, 231, 23}));
+    EXPECT_EQ(sides(closeButton(NoteMetrics::at(192), 520)), (std::vector<LONG>{470, 6, 510, 46}));
+    EXPECT_EQ(sides(closeButton(NoteMetrics::at(120), 325)), (std::vector<LONG>{294, 4, 319, 29}));
+    EXPECT_FLOAT_EQ(NoteMetrics::at(96).strokeWidth(), 1.5F);
+    EXPECT_FLOAT_EQ(NoteMetrics::at(192).strokeWidth(), 2.5F);
+}
+
+TEST(NoteLayout, everyPointHasItsMeaning) {
+    struct Row {
+        LONG x, y;
+        LRESULT zone, zoneWithNewNote;
+    };
+    const Row rows[] = {
+        {0, 0, HTTOPLEFT, HTTOPLEFT},           {7, 7, HTTOPLEFT, HTTOPLEFT},
+        {252, 7, HTTOPRIGHT, HTTOPRIGHT},       {7, 252, HTBOTTOMLEFT, HTBOTTOMLEFT},
+        {259, 259, HTBOTTOMRIGHT, HTBOTTOMRIGHT}, {7, 100, HTLEFT, HTLEFT},
+        {252, 100, HTRIGHT, HTRIGHT},           {100, 7, HTTOP, HTTOP},
+        {100, 252, HTBOTTOM, HTBOTTOM},         {240, 7, HTTOP, HTTOP},  // the resize zones win over the button
+        {240, 8, HTCLOSE, HTCLOSE},             {251, 22, HTCLOSE, HTCLOSE},
+        {252, 15, HTRIGHT, HTRIGHT},            {235, 22, HTCLOSE, HTCLOSE},
+        {234, 15, HTCAPTION, HTCAPTION},        {240, 23, HTCAPTION, HTCAPTION},
+        {230, 15, HTCAPTION, HT_NEW_NOTE},      {211, 8, HTCAPTION, HT_NEW_NOTE},
+        {231, 15, HTCAPTION, HTCAPTION},        {210, 15, HTCAPTION, HTCAPTION},
+        {100, 25, HTCAPTION, HTCAPTION},        {100, 26, HTCLIENT, HTCLIENT},
+        {-5, -5, HTTOPLEFT, HTTOPLEFT},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(hitTest(NoteMetrics::at(96), kNote, {row.x, row.y}, false), row.zone) << row.x << "," << row.y;
+        EXPECT_EQ(hitTest(NoteMetrics::at(96), kNote, {row.x, row.y}, true), row.zoneWithNewNote)
+            << row.x << "," << row.y;
+    }
+    EXPECT_EQ(hitTest(NoteMetrics::at(192), {520, 520}, {15, 100}, false), HTLEFT);
+    EXPECT_EQ(hitTest(NoteMetrics::at(192), {520, 520}, {16, 100}, false), HTCLIENT);
+}
+
+TEST(NoteLayout, coloursStopAtTheirEnds) {
+    EXPECT_EQ(derivedTitleBarColor(RGB(254, 235, 77)), RGB(236, 217, 59));
+    EXPECT_EQ(derivedTitleBarColor(RGB(18, 19, 0)), RGB(0, 1, 0));
+    EXPECT_EQ(titleLineColor(RGB(16, 17, 255)), RGB(0, 0, 238));
+    EXPECT_EQ(footerLineColor(RGB(34, 36, 200)), RGB(0, 1, 165));
+    EXPECT_EQ(lightened(RGB(250, 0, 241), 14), RGB(255, 14, 255));
+    EXPECT_EQ(argb(RGB(1, 2, 3)), 0xFF010203U);
+}
+
+TEST(NoteLayout, theFooterJoinsAuthorAndDate) {
+    EXPECT_EQ(utf8(footerText(TEXT("Ann"), TEXT("3/14/2026"))), "Ann  \xE2\x80\xA2  3/14/2026");
+    EXPECT_EQ(utf8(footerText(TEXT(""), TEXT("3/14/2026"))), "3/14/2026");
+    EXPECT_EQ(utf8(footerText(TEXT("Ann"), TEXT(""))), "Ann");
+    EXPECT_EQ(utf8(footerText(TEXT(""), TEXT(""))), "");
+}
+
+TEST(NoteText, lineEndsGoBothWays) {
+    const struct {
+        const WCHAR *text, *crLf, *lf;
+    } rows[] = {
+        {TEXT(""), TEXT(""), TEXT("")},
+        {TEXT("a\nb"), TEXT("a\r\nb"), TEXT("a\nb")},
+        {TEXT("a\rb"), TEXT("a\r\nb"), TEXT("a\nb")},
+        {TEXT("a\r\nb"), TEXT("a\r\nb"), TEXT("a\nb")},
+        {TEXT("\r\r\n\n\r"), TEXT("\r\n\r\n\r\n\r\n"), TEXT("\n\n\n\n")},
+        {TEXT("\n\r"), TEXT("\r\n\r\n"), TEXT("\n\n")},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(utf8(normalizeToCrLf(row.text)), utf8(row.crLf));
+        EXPECT_EQ(utf8(normalizeToLf(row.text)), utf8(row.lf));
+    }
+}
