@@ -27,10 +27,21 @@ TEST(LogoSource, base64EndsAtAMarkAndRefusesWhatIsNone) {
         const WCHAR* text;
         const char* bytes;
     } rows[] = {
-        {TEXT(""), ""},           {TEXT("TWFu"), "Man"},       {TEXT("TWE="), "Ma"},    {TEXT("TQ=="), "M"},
-        {TEXT("TWE"), "Ma"},      {TEXT("TQ"), "M"},           {TEXT("T"), ""},         {TEXT("TWFu-TWFu"), "Man"},
-        {TEXT("TWFu=\x20AC"), "Man"}, {TEXT("TW\x00E9u"), ""}, {TEXT("TWFu.png"), ""},  {TEXT("TW u"), ""},
-        {TEXT("TWFuTWE_"), ""},   {TEXT("++//"), "\xFB\xEF\xFF"}, {TEXT("=TWFu"), ""},
+        {TEXT(""), ""},
+        {TEXT("TWFu"), "Man"},
+        {TEXT("TWE="), "Ma"},
+        {TEXT("TQ=="), "M"},
+        {TEXT("TWE"), "Ma"},
+        {TEXT("TQ"), "M"},
+        {TEXT("T"), ""},
+        {TEXT("TWFu-TWFu"), "Man"},
+        {TEXT("TWFu=\x20AC"), "Man"},
+        {TEXT("TW\x00E9u"), ""},
+        {TEXT("TWFu.png"), ""},
+        {TEXT("TW u"), ""},
+        {TEXT("TWFuTWE_"), ""},
+        {TEXT("++//"), "\xFB\xEF\xFF"},
+        {TEXT("=TWFu"), ""},
     };
     for (const auto& row : rows)
         EXPECT_EQ(decoded(row.text), row.bytes) << utf8(row.text);
@@ -48,8 +59,7 @@ TEST(LogoSource, filesAreLookedForInTheFolderOnly) {
     const WideString folder = TEXT("D:\\logos"), none;
     EXPECT_EQ(chosen(folder, TEXT("a.png"), {"D:\\logos\\a.png"}), "D:\\logos\\a.png");
     EXPECT_EQ(chosen(folder, TEXT("sub\\a.png"), {"D:\\logos\\sub\\a.png"}), "D:\\logos\\sub\\a.png");
-    EXPECT_EQ(chosen(folder, TEXT(""), {"D:\\logos\\default.gif", "D:\\logos\\default.jpg"}),
-              "D:\\logos\\default.jpg");
+    EXPECT_EQ(chosen(folder, TEXT(""), {"D:\\logos\\default.gif", "D:\\logos\\default.jpg"}), "D:\\logos\\default.jpg");
     std::string asked;
     EXPECT_EQ(chosen(folder, TEXT(""), {}, &asked), "");
     EXPECT_EQ(asked,

@@ -63,8 +63,8 @@ TEST(NoteLayout, theLogoKeepsItsShapeAndLeavesTheTitleTheRest) {
         {{44, 44}, {10, 2, 22, 22}, 36, 194},
         {{88, 44}, {10, 2, 44, 22}, 58, 172},
         {{10, 30}, {10, 2, 7, 22}, 21, 209},
-        {{1000, 10}, {10, 12, 220, 2}, 234, 10},     // cut in width: it gives up height
-        {{1, 1000}, {10, 2, 0, 22}, 10, 220},        // too thin to be seen: nothing is reserved
+        {{1000, 10}, {10, 12, 220, 2}, 234, 10},  // cut in width: it gives up height
+        {{1, 1000}, {10, 2, 0, 22}, 10, 220},     // too thin to be seen: nothing is reserved
         {{2147483647, 1}, {10, 13, 220, 0}, 234, 10},
         {{0, 5}, {0, 0, 0, 0}, 10, 220},
     };
@@ -91,17 +91,28 @@ TEST(NoteLayout, everyPointHasItsMeaning) {
         LRESULT zone, zoneWithNewNote;
     };
     const Row rows[] = {
-        {0, 0, HTTOPLEFT, HTTOPLEFT},           {7, 7, HTTOPLEFT, HTTOPLEFT},
-        {252, 7, HTTOPRIGHT, HTTOPRIGHT},       {7, 252, HTBOTTOMLEFT, HTBOTTOMLEFT},
-        {259, 259, HTBOTTOMRIGHT, HTBOTTOMRIGHT}, {7, 100, HTLEFT, HTLEFT},
-        {252, 100, HTRIGHT, HTRIGHT},           {100, 7, HTTOP, HTTOP},
-        {100, 252, HTBOTTOM, HTBOTTOM},         {240, 7, HTTOP, HTTOP},  // the resize zones win over the button
-        {240, 8, HTCLOSE, HTCLOSE},             {251, 22, HTCLOSE, HTCLOSE},
-        {252, 15, HTRIGHT, HTRIGHT},            {235, 22, HTCLOSE, HTCLOSE},
-        {234, 15, HTCAPTION, HTCAPTION},        {240, 23, HTCAPTION, HTCAPTION},
-        {230, 15, HTCAPTION, HT_NEW_NOTE},      {211, 8, HTCAPTION, HT_NEW_NOTE},
-        {231, 15, HTCAPTION, HTCAPTION},        {210, 15, HTCAPTION, HTCAPTION},
-        {100, 25, HTCAPTION, HTCAPTION},        {100, 26, HTCLIENT, HTCLIENT},
+        {0, 0, HTTOPLEFT, HTTOPLEFT},
+        {7, 7, HTTOPLEFT, HTTOPLEFT},
+        {252, 7, HTTOPRIGHT, HTTOPRIGHT},
+        {7, 252, HTBOTTOMLEFT, HTBOTTOMLEFT},
+        {259, 259, HTBOTTOMRIGHT, HTBOTTOMRIGHT},
+        {7, 100, HTLEFT, HTLEFT},
+        {252, 100, HTRIGHT, HTRIGHT},
+        {100, 7, HTTOP, HTTOP},
+        {100, 252, HTBOTTOM, HTBOTTOM},
+        {240, 7, HTTOP, HTTOP},  // the resize zones win over the button
+        {240, 8, HTCLOSE, HTCLOSE},
+        {251, 22, HTCLOSE, HTCLOSE},
+        {252, 15, HTRIGHT, HTRIGHT},
+        {235, 22, HTCLOSE, HTCLOSE},
+        {234, 15, HTCAPTION, HTCAPTION},
+        {240, 23, HTCAPTION, HTCAPTION},
+        {230, 15, HTCAPTION, HT_NEW_NOTE},
+        {211, 8, HTCAPTION, HT_NEW_NOTE},
+        {231, 15, HTCAPTION, HTCAPTION},
+        {210, 15, HTCAPTION, HTCAPTION},
+        {100, 25, HTCAPTION, HTCAPTION},
+        {100, 26, HTCLIENT, HTCLIENT},
         {-5, -5, HTTOPLEFT, HTTOPLEFT},
     };
     for (const Row& row : rows) {
