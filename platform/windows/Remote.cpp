@@ -75,8 +75,27 @@ std::string closeWindow(const std::string& handle) {
     return "posted\n";
 }
 
+// "click x y", "drag x y x y", "type text"
+bool act(const std::string& command, std::istringstream& rest) {
+    POINT from = {}, to = {};
+    if (command == "click" && rest >> from.x >> from.y) {
+        desktop::click(from);
+    } else if (command == "drag" && rest >> from.x >> from.y >> to.x >> to.y) {
+        desktop::drag(from, to);
+    } else if (command == "type") {
+        std::string text;
+        std::getline(rest >> std::ws, text);
+        desktop::typeText(toWide(text));
+    } else {
+        return false;
+    }
+    return true;
+}
+
 // Runs on the thread of the windows.
 std::string carryOut(const std::string& line) {
+    std::istringstream deed(line);
+    if (std::string command; deed >> command && act(command, deed)) return "done\n";
     std::istringstream words(line);
     std::string command, argument;
     words >> command >> argument;

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <thread>
 
 #include "common/Identity.h"
 #include "support/Files.h"
@@ -44,6 +46,9 @@ class Display : public testing::Test {
             writeFile(path, text);
             return eventually(noticed, std::chrono::milliseconds(300));
         });
+    }
+    bool hasStartedWith(const DisplayProcess& display, std::size_t count) const {
+        return eventually([&] { return display.notes().size() == count && logged("Started; "); });
     }
     // The first line of the log in which the text stands; -1 without one.
     int lineOf(const std::string& text) const {
@@ -172,4 +177,60 @@ TEST_F(Display, aFolderThatCannotBeMadeEndsTheStart) {
     EXPECT_EQ(result.exitCode, 3U);
     EXPECT_NE(result.debugOutput.find("[ERROR] App: Cannot create notes folder: "), std::string::npos)
         << result.debugOutput;
+}
+
+TEST_F(Display, aUserEditsMovesSizesMakesAndClosesNotes) {
+    makeFolder();
+    writeFile(file("n.json"), note("n",
+                                   ",\"editable\":true,\"allowNewNote\":true,\"modified\":\"2020-01-01T00:00:00Z\","
+                                   "\"position\":{\"x\":100,\"y\":100,\"width\":260,\"height\":200}"));
+    DisplayProcess display(arguments(), environment());
+    ASSERT_TRUE(hasStartedWith(display, 1));
+    const auto fileHas = [&](const std::string& text) {
+        return eventually([&] { return readFile(file("n.json")).find(text) != std::string::npos; });
+    };
+    display.typeIntoBody("hello");
+    EXPECT_TRUE(fileHas("\"content\": \"hello\"")) << readFile(file("n.json"));
+    EXPECT_FALSE(readFile(file("n.json")).find("2020-01-01") != std::string::npos) << "modified moves";
+
+    display.drag(308, 113, 408, 163);  // the free part of the bar, between title and buttons
+    EXPECT_TRUE(fileHas("\"x\": 200,")) << readFile(file("n.json"));
+    EXPECT_TRUE(fileHas("\"y\": 150,"));
+    EXPECT_TRUE(eventually([&] { return placeOf(display.notes().at(0)) == std::vector<LONG>{200, 150, 260, 200}; }));
+    display.drag(458, 348, 498, 378);  // the lower right corner
+    EXPECT_TRUE(fileHas("\"width\": 300,")) << readFile(file("n.json"));
+    EXPECT_TRUE(fileHas("\"height\": 230"));
+
+    display.click(200 + 300 - 35, 163);  // the plus
+    EXPECT_TRUE(eventually([&] { return display.notes().size() == 2; })) << log();
+    display.click(200 + 300 - 15, 163);  // the cross
+    EXPECT_TRUE(eventually([&] { return !exists(file("n.json")); })) << log();
+    EXPECT_TRUE(eventually([&] { return display.notes().size() == 1; }));
+    DWORD exitCode = 99;
+    EXPECT_TRUE(display.end(exitCode));
+}
+
+TEST_F(Display, aReaderNeverSeesHalfANote) {
+    makeFolder();
+    writeFile(file("n.json"), note("n", ",\"editable\":true"));
+    DisplayProcess display(arguments(), environment());
+    ASSERT_TRUE(hasStartedWith(display, 1));
+    std::atomic<bool> done{false};
+    std::atomic<int> reads{0}, halves{0};
+    std::thread reader([&] {
+        while (!done) {
+            const std::string text = readFile(file("n.json"));
+            if (!text.empty() && (text.front() != '{' || text.find_last_of('}') + 3 < text.size())) ++halves;
+            ++reads;
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+    });
+    for (int round = 0; round < 2; ++round) {
+        display.typeIntoBody("abc");
+        std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+    }
+    done = true;
+    reader.join();
+    EXPECT_GT(reads.load(), 50);
+    EXPECT_EQ(halves.load(), 0);
 }

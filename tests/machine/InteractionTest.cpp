@@ -249,10 +249,10 @@ TEST_F(Interaction, aFrameIsDrawnToTheRules) {
     };
     using enum DrawOp::Kind;
     const std::vector<Row> rows = {
-        {Fill, {0, 0, 260, 260}, 0xFFFEEB4D, 0},       {Fill, {0, 0, 260, 26}, 0xFFECD93B, 0},
-        {Line, {0, 25, 260, 25}, 0xFFDBC82A, 1},       {Line, {0, 240, 260, 240}, 0xFFDBC82A, 1},
-        {Line, {240, 8, 250, 18}, 0xDC1E1E1E, 1.5F},   {Line, {250, 8, 240, 18}, 0xDC1E1E1E, 1.5F},
-        {Line, {216, 13, 226, 13}, 0xDC1E1E1E, 1.5F},  {Line, {221, 8, 221, 18}, 0xDC1E1E1E, 1.5F},
+        {Fill, {0, 0, 260, 260}, 0xFFFEEB4D, 0},      {Fill, {0, 0, 260, 26}, 0xFFECD93B, 0},
+        {Line, {0, 25, 260, 25}, 0xFFDBC82A, 1},      {Line, {0, 240, 260, 240}, 0xFFDBC82A, 1},
+        {Line, {240, 8, 250, 18}, 0xDC1E1E1E, 1.5F},  {Line, {250, 8, 240, 18}, 0xDC1E1E1E, 1.5F},
+        {Line, {216, 13, 226, 13}, 0xDC1E1E1E, 1.5F}, {Line, {221, 8, 221, 18}, 0xDC1E1E1E, 1.5F},
         {Text, {10, 240, 250, 260}, 0xFF505050, 0},
     };
     const auto& ops = window()->surface->ops;
@@ -317,8 +317,9 @@ TEST_F(Interaction, logosComeFromFilesAndFromText) {
     ASSERT_EQ(start(app), kEnterMessageLoop);
     std::filesystem::create_directories(notes() / "Resources/logos");
     std::ofstream(notes() / "Resources/logos/bad.png") << "no image";
-    const char bytes[] = "GIF89a\x01\0\x01\0\x80\0\0\xff\0\0\0\0\0,\0\0\0\0\x01\0\x01\0\0\x02\x02"
-                         "D\x01\0;";
+    const char bytes[] =
+        "GIF89a\x01\0\x01\0\x80\0\0\xff\0\0\0\0\0,\0\0\0\0\x01\0\x01\0\0\x02\x02"
+        "D\x01\0;";
     std::ofstream(notes() / "Resources/logos/a.gif").write(bytes, sizeof bytes - 1);
     int number = 0;
     for (const Row& row : rows) {

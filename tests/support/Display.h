@@ -28,6 +28,11 @@ class DisplayProcess {
 
     // The notes that it shows, the uppermost first.
     std::vector<ShownWindow> notes() const;
+    // What a user does with the mouse, in pixels of the screen, and with the keyboard.
+    void click(LONG x, LONG y) const;
+    void drag(LONG fromX, LONG fromY, LONG toX, LONG toY) const;
+    // Characters of ASCII, into the body of the uppermost note.
+    void typeIntoBody(const std::string& text) const;
     // Closes the hidden message window, as nobody does in daily life, and waits for the process. False when it does not
     // end within 20 seconds.
     bool end(DWORD& exitCode);

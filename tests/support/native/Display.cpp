@@ -96,3 +96,18 @@ bool DisplayProcess::end(DWORD& exitCode) {
     exitCode = WIFEXITED(status) ? static_cast<DWORD>(WEXITSTATUS(status)) : 0xffffffff;
     return true;
 }
+
+void DisplayProcess::click(LONG x, LONG y) const {
+    platform_->ask("click " + std::to_string(x) + " " + std::to_string(y));
+}
+
+void DisplayProcess::drag(LONG fromX, LONG fromY, LONG toX, LONG toY) const {
+    platform_->ask("drag " + std::to_string(fromX) + " " + std::to_string(fromY) + " " + std::to_string(toX) + " " +
+                   std::to_string(toY));
+}
+
+void DisplayProcess::typeIntoBody(const std::string& text) const {
+    const RECT note = notes().at(0).rect;
+    click((note.left + note.right) / 2, (note.top + note.bottom) / 2);
+    platform_->ask("type " + text);
+}

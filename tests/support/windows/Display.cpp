@@ -42,6 +42,18 @@ BOOL CALLBACK listNote(HWND window, LPARAM into) {
     return TRUE;
 }
 
+// The mouse itself, as a hand moves it: in small steps, with pauses.
+void mouse(DWORD what, LONG x, LONG y) {
+    const LONG width = GetSystemMetrics(SM_CXSCREEN), height = GetSystemMetrics(SM_CYSCREEN);
+    INPUT input = {};
+    input.type = INPUT_MOUSE;
+    input.mi.dx = (x * 65536 + 32768) / width;
+    input.mi.dy = (y * 65536 + 32768) / height;
+    input.mi.dwFlags = what | MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE;
+    SendInput(1, &input, sizeof input);
+    Sleep(what == 0 ? 30 : 150);
+}
+
 }  // namespace
 
 DisplayProcess::DisplayProcess(const WideString& arguments, const Environment& environment)
@@ -82,4 +94,26 @@ bool DisplayProcess::end(DWORD& exitCode) {
     GetExitCodeProcess(platform_->process.get(), &exitCode);
     platform_->process.reset();
     return true;
+}
+
+void DisplayProcess::click(LONG x, LONG y) const {
+    mouse(0, x, y);
+    mouse(MOUSEEVENTF_LEFTDOWN, x, y);
+    mouse(MOUSEEVENTF_LEFTUP, x, y);
+}
+
+void DisplayProcess::drag(LONG fromX, LONG fromY, LONG toX, LONG toY) const {
+    constexpr LONG kSteps = 10;
+    mouse(0, fromX, fromY);
+    mouse(MOUSEEVENTF_LEFTDOWN, fromX, fromY);
+    for (LONG step = 1; step <= kSteps; ++step)
+        mouse(0, fromX + (toX - fromX) * step / kSteps, fromY + (toY - fromY) * step / kSteps);
+    mouse(MOUSEEVENTF_LEFTUP, toX, toY);
+}
+
+void DisplayProcess::typeIntoBody(const std::string& text) const {
+    const HWND note = reinterpret_cast<HWND>(notes().at(0).handle);
+    const HWND body = FindWindowExW(note, nullptr, TEXT("RICHEDIT50W"), nullptr);
+    for (const char character : text)
+        PostMessageW(body, WM_CHAR, static_cast<WPARAM>(character), 1);
 }
