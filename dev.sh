@@ -8,8 +8,9 @@ usage() {
     cat <<'TEXT'
 usage: ./dev.sh COMMAND
 
-  run [ARGUMENT...]       builds Vellumd.exe and runs it under Wine with these arguments, on the display if there is
-                          one, else on a virtual one; prints what it logged
+  run [FOLDER]            builds Vellumd.exe and shows the notes of the folder (default: a copy of the samples) under
+                          Wine: on the display if there is one, else on a virtual one, with a picture in
+                          build/notes.png
   test                    builds both platforms and runs every test; ends with "N passed, N failed"
   build native|windows    build/native/Vellumd (Linux, sanitizers) or build/windows/Vellumd.exe
   bench [OPTION...]       reading and writing notes beside well-known libraries; prints times and ratios. Options are
@@ -36,7 +37,7 @@ need() {
     "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-need_native() { need cmake ninja-build g++ googletest python3; }
+need_native() { need cmake ninja-build g++ googletest libstb-dev python3; }
 need_windows() { need cmake ninja-build g++-mingw-w64-x86-64-posix googletest python3; }
 need_wine() { need wine wine64 xvfb xauth; }
 
@@ -82,23 +83,28 @@ command_test() {
     /usr/bin/python3 tools/summary.py "${reports[@]}"
 }
 
-# The program shows nothing yet, so a run that does not end by itself waits for a person.
+# The notes of a folder; without one, the samples, in a copy, so that they stay as they are.
 command_run() {
     need_windows
     need_wine
+    need imagemagick fonts-wqy-microhei
     build windows Vellumd
-    local folders=build/wineprefix/drive_c/ProgramData/OmbrelService_Common*
-    rm -rf $folders
-    say "running Vellumd.exe $*"
-    local status=0
-    if [ -n "${DISPLAY:-}" ]; then
-        VELLUM_ON_DISPLAY=1 tools/wine-session.sh wine build/windows/Vellumd.exe "$@" || status=$?
-    else
-        tools/wine-session.sh timeout 30 wine build/windows/Vellumd.exe "$@" || status=$?
-        [ $status -ne 124 ] || say "stopped after 30 seconds: it waits for somebody, and there is no display"
+    local folder=${1:-} status=0
+    if [ -z "$folder" ]; then
+        folder=$PWD/build/notes
+        rm -rf "$folder"
+        cp -r samples/notes "$folder"
     fi
-    cat $folders/Logs/*.log 2>/dev/null || true
-    say "exit code $status"
+    folder=$(realpath "$folder") || return
+    if [ -n "${DISPLAY:-}" ]; then
+        say "showing the notes of $folder; Ctrl+C ends it"
+        VELLUM_ON_DISPLAY=1 tools/wine-session.sh wine build/windows/Vellumd.exe --no-autostart \
+            --folder "Z:${folder//\//\\}" || status=$?
+    else
+        say "there is no display: showing the notes of $folder on a virtual one"
+        tools/wine-session.sh tools/picture-of-notes.sh "$folder" build/notes.png || status=$?
+        [ $status -ne 0 ] || say "the picture is build/notes.png"
+    fi
     return $status
 }
 

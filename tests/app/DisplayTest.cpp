@@ -157,16 +157,16 @@ TEST_F(Display, aSecondProcessLeavesTheNotesToTheFirst) {
 }
 
 TEST_F(Display, anInstanceHasAFolderAndAMutexOfItsOwn) {
-    const WideString other = instance + TEXT("/a:b");
+    const WideString other = instance + TEXT("/ab");
     DisplayProcess first(arguments(), environment());
     ASSERT_TRUE(comesIntoLog("Started; 0 note(s) loaded"));
-    const WideString folder = parent / (instance + TEXT("_a_b"));
+    const WideString folder = parent / (instance + TEXT("_ab"));
     DisplayProcess second(arguments(TEXT("-i ") + other), environment());
     ASSERT_TRUE(eventually([&] { return exists(folder); })) << log();
     EXPECT_TRUE(isNoticed(folder + TEXT("\\n.json"), note("n"), [&] { return second.notes().size() == 1; }));
     EXPECT_EQ(first.notes().size(), 0U);
     const ProcessResult third = runVellumd(arguments(TEXT("-i ") + other), environment());
-    EXPECT_NE(third.debugOutput.find("SingleInstance.v1." + utf8(instance) + "_a:b)"), std::string::npos)
+    EXPECT_NE(third.debugOutput.find("SingleInstance.v1." + utf8(instance) + "_ab)"), std::string::npos)
         << third.debugOutput;
 }
 
