@@ -15,6 +15,8 @@ usage: ./dev.sh COMMAND
   build native|windows    build/native/Vellumd (Linux, sanitizers) or build/windows/Vellumd.exe
   bench [OPTION...]       reading and writing notes beside well-known libraries; prints times and ratios. Options are
                           those of Google Benchmark
+  bench desktop           Vellumd.exe under Wine beside a bare program with the same windows: starts, memory, arrivals,
+                          saves, idling; on one core and then on all
   fuzz [SECONDS]          feeds damaged input to the parsers for that long each (30); stops at the first finding
   format                  formats the sources
 TEXT
@@ -108,7 +110,25 @@ command_run() {
     return $status
 }
 
+# Large enough for 100 notes side by side: those that cover each other are moved and painted in part.
+on_large_desktop() { tools/wine-session.sh timeout 400 wine explorer /desktop=bench,3000x2800 "$@"; }
+
+command_bench_desktop() {
+    need_windows
+    need_wine
+    need util-linux
+    cmake_options=(-DVELLUM_DESKTOP_BENCH=ON)
+    build windows vellum-desktop-bench
+    say "measuring, about five minutes"
+    (taskset -pc 0 $BASHPID >/dev/null; on_large_desktop build/windows/vellum-desktop-bench.exe "on one core")
+    on_large_desktop build/windows/vellum-desktop-bench.exe "on all cores"
+}
+
 command_bench() {
+    if [ "${1:-}" = desktop ]; then
+        command_bench_desktop
+        return
+    fi
     need_native
     need libbenchmark-dev libsimdjson-dev rapidjson-dev nlohmann-json3-dev
     cmake_options=(-DVELLUM_BENCH=ON)
