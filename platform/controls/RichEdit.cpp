@@ -41,14 +41,13 @@ class IncomingBytes {
 // Returns how many bytes were taken. It ends with a callback that refuses, or takes less than it is given.
 LRESULT giveAway(EDITSTREAM& stream, std::string bytes) {
     LRESULT taken = 0;
-    for (std::size_t at = 0; at < bytes.size() && stream.dwError == 0;) {
+    for (std::size_t at = 0; at < bytes.size();) {
         const LONG offered = static_cast<LONG>(std::min<std::size_t>(kStreamBytes, bytes.size() - at));
         LONG moved = 0;
         stream.dwError =
             stream.pfnCallback(stream.dwCookie, reinterpret_cast<LPBYTE>(bytes.data() + at), offered, &moved);
-        if (stream.dwError != 0) break;
         taken += std::clamp<LONG>(moved, 0, offered);
-        if (moved < offered) break;
+        if (stream.dwError != 0 || moved < offered) break;
         at += static_cast<std::size_t>(offered);
     }
     return taken;

@@ -9,7 +9,6 @@ namespace platform {
 namespace {
 
 constexpr std::size_t kDeepestGroup = 512;
-constexpr std::size_t kLongestWord = 32;
 constexpr int kPlainHalfPoints = 24;  // what \plain goes back to
 
 enum class Destination { Text, Colors, Nowhere };
@@ -171,7 +170,7 @@ class Reader {
         Word word{std::move(name)};
         int byte = take();
         for (; isLetter(byte); byte = take())
-            if (word.name.size() < kLongestWord) word.name += static_cast<char>(byte);
+            word.name += static_cast<char>(byte);
         const bool isNegative = byte == '-';
         if (isNegative) byte = take();
         for (; isDigit(byte); byte = take()) {

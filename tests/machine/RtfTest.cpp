@@ -1,6 +1,8 @@
 // RTF as it should not be, and formats to the last of them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "controls/Rtf.h"
 #include "support/Text.h"
 
@@ -88,6 +90,7 @@ TEST(Rtf, oddBytesAreReadOrRefused) {
         {R"({\rtf1\ansicpg77777 \'e9})", kRtfOk, "\u00e9"},
         {R"({\rtf1\ansicpg-1 \'e9})", kRtfOk, "\u00e9"},
         {R"({\rtf1\ansicpg65001 \'c3\'a9\'c3})", kRtfOk, "\u00e9\uFFFD"},
+        {R"({\rtf1\ansicpg65001 \'c3x})", kRtfOk, "\uFFFDx"},
         {R"({\rtf1 {\field{\*\fldinst X}{\fldrslt link}}})", kRtfOk, "link"},
         {R"({\rtfx a})", kRtfOk, "a"},
         {R"({\rtf}a)", kRtfOk, ""},
@@ -117,6 +120,9 @@ TEST(Rtf, everyUnitSurvivesARoundTrip) {
     for (char32_t unit = 1; unit < 0x10000; ++unit)
         if (unit != u'\n') text.append(std::u16string(1, static_cast<char16_t>(unit)), {});
     RichText again;
-    EXPECT_EQ(read(writeRtf(text), again), kRtfOk);
+    const std::string rtf = writeRtf(text);
+    EXPECT_TRUE(std::ranges::all_of(
+        rtf, [](char each) { return (each >= ' ' && each <= '~') || each == '\r' || each == '\n'; }));
+    EXPECT_EQ(read(rtf, again), kRtfOk);
     EXPECT_TRUE(again.text() == text.text());
 }

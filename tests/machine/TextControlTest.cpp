@@ -55,9 +55,9 @@ TEST_F(TextControls, typedTextIsLikeItsNeighbour) {
     const struct {
         LONG first, last;
         const char* bold;  // a B for each bold unit
-    } rows[] = {{0, 0, "nnBBnn"}, {1, 1, "nnBBnn"}, {3, 3, "nBBBnn"}, {4, 4, "nBBnnn"}, {1, 3, "nBnn"}};
+    } rows[] = {{0, 0, "nnBBnB"}, {1, 1, "nnBBnB"}, {3, 3, "nBBBnB"}, {4, 4, "nBBnBB"}, {1, 3, "nBnB"}};
     for (const auto& row : rows) {
-        streamIn(body, R"({\rtf1 a{\b bc}\par d})");
+        streamIn(body, R"({\rtf1 a{\b bc}\par{\b d}})");
         CHARRANGE range = {row.first, row.last};
         SendMessageW(body, EM_EXSETSEL, 0, reinterpret_cast<LPARAM>(&range));
         typeText(body, TEXT("x"));
@@ -140,16 +140,33 @@ TEST_F(TextControls, refusalAtAnyCallLeavesWhatCame) {
     EXPECT_EQ(textOf(body), "abcdefgh");
 }
 
+TEST_F(TextControls, callbackThatTakesLessThanItIsGivenEndsTheStream) {
+    SetWindowTextW(body, WideString(5000, u'x').c_str());
+    Stream stream{{}, 100};
+    stream.outOf(body);
+    EXPECT_EQ(stream.calls, 1);
+    EXPECT_EQ(stream.result, 100);
+}
+
 TEST_F(TextControls, callbackThatLiesAboutItsBytesIsCutToTheBuffer) {
+    struct Liar {
+        LONG lie;
+        int calls = 0;
+
+        static DWORD CALLBACK read(DWORD_PTR cookie, LPBYTE buffer, LONG bytes, LONG* moved) {
+            Liar& self = *reinterpret_cast<Liar*>(cookie);
+            std::memset(buffer, 'x', static_cast<std::size_t>(bytes));
+            std::memcpy(buffer, "{\\rtf1 ", 7);
+            *moved = ++self.calls == 1 ? self.lie : 0;
+            return 0;
+        }
+    };
     for (const LONG lie : {-5, 1000000000}) {
-        EDITSTREAM stream = {static_cast<DWORD_PTR>(lie), 0,
-                             [](DWORD_PTR cookie, LPBYTE buffer, LONG bytes, LONG* moved) {
-                                 std::memset(buffer, 'x', static_cast<std::size_t>(bytes));
-                                 std::memcpy(buffer, "{\\rtf1 a}", 9);
-                                 *moved = static_cast<LONG>(cookie);
-                                 return DWORD{0};
-                             }};
-        EXPECT_EQ(SendMessageW(body, EM_STREAMIN, SF_RTF, reinterpret_cast<LPARAM>(&stream)), lie < 0 ? 0 : 1);
+        Liar liar{lie};
+        EDITSTREAM stream = {reinterpret_cast<DWORD_PTR>(&liar), 0, Liar::read};
+        SendMessageW(body, EM_STREAMIN, SF_RTF, reinterpret_cast<LPARAM>(&stream));
+        EXPECT_NE(stream.dwError, 0U);
+        EXPECT_EQ(GetWindowTextLengthW(body), lie < 0 ? 0 : 4096 - 7);
     }
 }
 

@@ -323,7 +323,7 @@ TEST_F(RichEdit, refusingCallbackEndsTheStream) {
         rtf += "line\\par ";
     streamIn(edit, rtf + "}");
     for (int call = 1; call <= 2; ++call) {
-        Stream stream{{}, 0, call};
+        Stream stream{{}, 1000000, call};
         stream.outOf(edit);
         EXPECT_EQ(stream.error, Stream::kRefusal);
         EXPECT_EQ(stream.calls, call);

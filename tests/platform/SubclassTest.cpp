@@ -34,6 +34,16 @@ LRESULT CALLBACK removing(HWND window, UINT message, WPARAM wParam, LPARAM lPara
     return DefSubclassProc(window, message, wParam, lParam);
 }
 
+// Takes itself away, and sends a message of its own before it hands on.
+LRESULT CALLBACK leaving(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR id, DWORD_PTR) {
+    if (message == kAsk) {
+        heard += "leaves ";
+        RemoveWindowSubclass(window, leaving, id);
+        SendMessageW(window, kAsk, 0, 0);
+    }
+    return DefSubclassProc(window, message, wParam, lParam);
+}
+
 class Subclass : public testing::Test {
   protected:
     Subclass() {
@@ -97,6 +107,12 @@ TEST_F(Subclass, procedureMayRemoveAnyOneOnTheWay) {
         for (const UINT_PTR id : {1, 3})
             RemoveWindowSubclass(window, passing, id);
     }
+}
+
+TEST_F(Subclass, lastOneToLeaveStillHandsOn) {
+    SetWindowSubclass(window, leaving, 1, 0);
+    EXPECT_EQ(ask(), "leaves own own = 1");
+    EXPECT_EQ(ask(), "own = 1");
 }
 
 TEST_F(Subclass, hearsTheEndOfItsWindow) {

@@ -144,8 +144,9 @@ struct Stream {
         Stream& self = *reinterpret_cast<Stream*>(cookie);
         *moved = 0;
         if (++self.calls == self.refusedCall) return kRefusal;
-        self.bytes.append(reinterpret_cast<const char*>(buffer), static_cast<std::size_t>(count));
-        *moved = count;
+        const std::size_t taken = std::min(static_cast<std::size_t>(count), self.most);
+        self.bytes.append(reinterpret_cast<const char*>(buffer), taken);
+        *moved = static_cast<LONG>(taken);
         return 0;
     }
 };
