@@ -1,5 +1,5 @@
-// Plays the stopwatch from outside: Vellumd.exe beside a program that makes the same windows and does nothing else. Runs
-// of the two alternate; a time is the median of its runs. The ratio is the program's number by that of the floor.
+// Plays the stopwatch from outside: Vellumd.exe beside a program that makes the same windows and does nothing else.
+// Runs of the two alternate; a time is the median of its runs. The ratio is the program's number by that of the floor.
 //
 // usage: vellum-desktop-bench [TITLE]
 #include <algorithm>
@@ -236,7 +236,6 @@ void compareIdle() {
     const ProgramPtr vellumd = startVellumd(folderWith("idle", 20)), floor = startFloorWith(20);
     vellumd->waitForNotes(20, vellumd->startedAt());
     floor->waitForNotes(20, floor->startedAt());
-    printRow("CPU time of a start, 20 notes", "ms", vellumd->cpuMilliseconds(), floor->cpuMilliseconds());
     Sleep(kSettleMs);
     const double ours = vellumd->cpuMilliseconds(), bare = floor->cpuMilliseconds();
     Sleep(kIdleMs);
@@ -253,7 +252,8 @@ double sizeOfExecutable(const WideString& name) {
 }  // namespace
 
 int main(int count, char** arguments) {
-    std::printf("%s\n%-38s %10s %10s %-3s %9s\n", count > 1 ? arguments[1] : "", "work", "vellumd", "floor", "", "ratio");
+    std::printf("%s\n%-38s %10s %10s %-3s %9s\n", count > 1 ? arguments[1] : "", "work", "vellumd", "floor", "",
+                "ratio");
     compareStart(1, 11);
     compareStart(20, 5);
     compareStart(100, 3);

@@ -62,9 +62,9 @@ void fillNote(HWND window) {
     const RECT title = {kPad, 4, kNoteExtent - 30, kHeader - 4};
     const RECT body = {kPad, kHeader + 4, kNoteExtent - kPad, kNoteExtent - kFooter - kPad};
     const HWND titleEdit = makeControl(window, TEXT("EDIT"), VELLUM_BENCH_TITLE, ES_AUTOHSCROLL, title);
-    const HWND bodyEdit = makeControl(
-        window, TEXT("RICHEDIT50W"), TEXT(""),
-        WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_NOHIDESEL | ES_WANTRETURN | ES_SAVESEL, body);
+    const HWND bodyEdit =
+        makeControl(window, TEXT("RICHEDIT50W"), TEXT(""),
+                    WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_NOHIDESEL | ES_WANTRETURN | ES_SAVESEL, body);
     SendMessageW(bodyEdit, EM_SETBKGNDCOLOR, 0, static_cast<LPARAM>(kColor));
     SetWindowTextW(bodyEdit, VELLUM_BENCH_BODY);
     SendMessageW(titleEdit, WM_SETFONT, reinterpret_cast<WPARAM>(makeFont(14, 700)), TRUE);
@@ -140,8 +140,8 @@ int watch(const WCHAR* folder) {
     shared.shown = kFirstWatched;
     const auto arm = [&] {
         return ReadDirectoryChangesW(directory, buffer, sizeof buffer, FALSE,
-                                     FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE, nullptr,
-                                     &overlapped, nullptr) != FALSE;
+                                     FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE, nullptr, &overlapped,
+                                     nullptr) != FALSE;
     };
     for (bool armed = arm(); armed && pump();) {
         if (MsgWaitForMultipleObjects(1, &overlapped.hEvent, FALSE, INFINITE, QS_ALLINPUT) != WAIT_OBJECT_0) continue;

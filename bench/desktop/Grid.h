@@ -16,7 +16,7 @@ inline POINT gridCell(int number) {
 
 // What both programs are given to show.
 #define VELLUM_BENCH_TITLE TEXT("Shopping list")
-#define VELLUM_BENCH_BODY                                                            \
+#define VELLUM_BENCH_BODY                                                           \
     TEXT("Bread, two litres of milk, and the small screws for the shelf.\r\nCall ") \
     TEXT("the workshop before noon.\r\nThe parcel is at the neighbours'.")
 #define VELLUM_FLOOR_CLASS TEXT("Vellumd.Floor")

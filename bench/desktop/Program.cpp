@@ -12,6 +12,7 @@
 namespace {
 
 constexpr double kLongest = 60000;
+constexpr int kTriesBetweenLooks = 20;
 constexpr UINT kAnswerMs = 60000;
 
 [[noreturn]] void giveUp(const char* what) {
@@ -104,12 +105,24 @@ bool Program::areShown(std::size_t count) {
     return std::all_of(windows.begin(), windows.end(), isWhollyPainted);
 }
 
+// Looking for windows takes the system's time from the program: a start is left alone until the program waits for
+// messages, and then one question, for the window on top, tells when to look again.
 double Program::waitForNotes(std::size_t count, double since) {
+    if (!hasBeenIdle_) WaitForInputIdle(process_.get(), static_cast<DWORD>(kLongest));
+    hasBeenIdle_ = true;
     while (!areShown(count)) {
         if (nowInMilliseconds() - since > kLongest) giveUp("the notes do not appear");
-        if (WaitForSingleObject(process_.get(), 1) == WAIT_OBJECT_0) giveUp("a program has ended");
+        waitForNewTop();
     }
     return nowInMilliseconds() - since;
+}
+
+void Program::waitForNewTop() {
+    const HWND before = top_;
+    for (int tries = 0; tries < kTriesBetweenLooks && top_ == before; ++tries) {
+        if (WaitForSingleObject(process_.get(), 1) == WAIT_OBJECT_0) giveUp("a program has ended");
+        top_ = FindWindowW(noteClass_.c_str(), nullptr);
+    }
 }
 
 Memory Program::memory() const {

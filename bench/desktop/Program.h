@@ -35,10 +35,13 @@ class Program {
   private:
     void findNotes();
     bool areShown(std::size_t count);
+    void waitForNewTop();
 
     WideString noteClass_;
     std::map<HWND, bool> known_;  // every top-level window that was seen: whether it is a note of this program
     WaitHandle process_;
     DWORD id_ = 0;
     double startedAt_ = 0;
+    bool hasBeenIdle_ = false;
+    HWND top_ = nullptr;
 };
