@@ -188,4 +188,11 @@ void remote::ask(const std::string& line, bool alsoThisProcess,
     }
 }
 
+std::string remote::askProcess(int processId, const std::string& line) {
+    const Descriptor folder = openFolder(desktopFolder());
+    std::string answer;
+    if (folder.get() >= 0) askOne(folder, std::to_string(processId), line, answer);
+    return answer;
+}
+
 }  // namespace platform

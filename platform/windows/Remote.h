@@ -12,4 +12,7 @@ namespace platform::remote {
 void ask(const std::string& request, bool alsoThisProcess,
          const std::function<void(int processId, const std::string& answer)>& answered = {});
 
+// Sends the request to one process; what it answers, empty when it does not.
+std::string askProcess(int processId, const std::string& request);
+
 }  // namespace platform::remote

@@ -18,13 +18,7 @@
 struct DisplayProcess::Platform {
     pid_t child = -1;
 
-    std::string ask(const std::string& request) const {
-        std::string answer;
-        platform::remote::ask(request, false, [&](int processId, const std::string& text) {
-            if (processId == child) answer = text;
-        });
-        return answer;
-    }
+    std::string ask(const std::string& request) const { return platform::remote::askProcess(child, request); }
 };
 
 namespace {
