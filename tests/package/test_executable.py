@@ -10,6 +10,8 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 ALLOWED_DLLS = {
     "advapi32.dll",
     "comctl32.dll",
+    "gdi32.dll",
+    "gdiplus.dll",
     "kernel32.dll",
     "msvcrt.dll",
     "ole32.dll",
