@@ -93,17 +93,6 @@ int App::initialize(HINSTANCE instance, const WideString&) {
     return startDisplay(options);
 }
 
-int App::startApplet(const CommandLineOptions& options) {
-    bool relaunched = false;
-    DWORD err = 0;
-    if (!startAtMediumIntegrity(options.instanceName, relaunched, err)) {
-        logWrite(LogLevel::Error, kComponent, TEXT("Applet medium-integrity startup failed (err=%lu)"), err);
-        return kAppletStartFailed;
-    }
-    if (relaunched) return kSuccess;  // a child has taken over
-    return options.appletRecover ? runRecovery() : runAppletDisplay();
-}
-
 int App::dispatchOrManageTask(const CommandLineOptions& options) {
     if (options.registerTask + options.deleteTask + options.launchSessions > 1) {
         logWrite(LogLevel::Error, kComponent, TEXT("Task management and session dispatch actions cannot be combined"));

@@ -4,13 +4,15 @@
 // All state of the notes lives on the main thread and changes only in the handlers of the message window. Everybody
 // else (the watcher's thread, the note windows) reaches it by posting one of the messages in common/Messages.h.
 //
-// App.cpp has the roles, DisplayRole.cpp the way from the options to the first note and back, MessageWindow.cpp the
-// messages, NoteLifecycle.cpp how the open notes follow the files, NoteSaving.cpp how changes go back.
+// App.cpp has the roles, AppletRoles.cpp those of the private queues, DisplayRole.cpp the way from the options to the
+// first note and back, MessageWindow.cpp the messages, NoteLifecycle.cpp how the open notes follow the files,
+// NoteSaving.cpp how changes go back.
 #pragma once
 
 #include <memory>
 
 #include "app/CommandLine.h"
+#include "applet/QueueLease.h"
 #include "common/Handles.h"
 #include "common/OrderedMap.h"
 #include "common/WideText.h"
@@ -49,6 +51,7 @@ class App {
     using NoteWindowPtr = std::unique_ptr<NoteWindow>;
 
     int startApplet(const CommandLineOptions& options);
+    int startAppletDisplay(const CommandLineOptions& options);
     int dispatchOrManageTask(const CommandLineOptions& options);
 
     int startDisplay(const CommandLineOptions& options);
@@ -82,6 +85,7 @@ class App {
     void scanFolder();
     void loadNote(const WideString& path);
     bool readNote(const WideString& path, NoteRecord& record, WideString& error) const;
+    bool readPrivateNote(const WideString& path, NoteRecord& record, WideString& error) const;
     void openNote(NoteRecord record);
     void onFileChanged(const WideString& path);
     void onFileRemoved(const WideString& path);
@@ -89,7 +93,10 @@ class App {
 
     bool saveNote(NoteWindow* window);
     void createNewNote();
+    bool writeNote(const WideString& path, const NoteRecord& record, WideString& error) const;
     void dismissNote(const WideString& id);
+    void dismissPrivateNote(const WideString& id);
+    void cleanupStartup(const WCHAR* occasion) const;
     void insertNote(NoteWindowPtr window);
     void eraseNote(const WideString& id);
 
@@ -100,6 +107,7 @@ class App {
     bool comInitialized_ = false;
     WideString notesFolder_;
     bool noAutostart_ = false;
+    AppletNotes::QueueLease lease_;  // held in the applet display role, and in no other
     FolderWatcher watcher_;
     OccupiedPlaces places_;  // of the open notes
     OrderedMap<NoteWindowPtr> notes_;

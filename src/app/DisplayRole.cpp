@@ -35,7 +35,9 @@ int App::startDisplay(const CommandLineOptions& options) {
     const WideString suffix = instanceSuffix(options.instanceName);
     wakeUpMessage = RegisterWindowMessageW((TEXT("Vellumd.WakeUp") + suffix).c_str());
     int exitCode = kSuccess;
-    if (isSecondInstance(TEXT("Local\\Vellumd.SingleInstance.v1") + suffix, exitCode)) return exitCode;
+    // A queue has its lease for that.
+    if (!lease_.active() && isSecondInstance(TEXT("Local\\Vellumd.SingleInstance.v1") + suffix, exitCode))
+        return exitCode;
 
     if (!startDrawing()) return kDrawingFailed;
     registerAutoStart(options.folderOption);

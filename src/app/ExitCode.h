@@ -18,4 +18,6 @@ enum ExitCode : int {
     kDispatchFailed = 13,
     kAppletArgumentsRejected = 14,
     kAppletStartFailed = 15,
+    kRecoveryFailed = 16,      // a queue, or the pass itself
+    kRecoveryIncomplete = 17,  // nothing failed, but something is left for a later pass
 };

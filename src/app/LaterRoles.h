@@ -1,16 +1,8 @@
-// What is not built yet: the private queues, the dispatch and the scheduled task. Each of these operations fails, and
+// What is not built yet: the dispatch and the scheduled task. Each of these operations fails, and
 // its role ends with the exit path that a failure has for good. This file goes away with the last of them.
 #pragma once
 
 #include "app/CommandLine.h"
-
-// Gives the exit code of the process.
-int runAppletDisplay();
-
-// Gives the exit code of the process.
-int runRecovery();
-
-bool startAtMediumIntegrity(const WideString& queueName, bool& relaunched, DWORD& err);
 
 namespace SessionLauncher {
 bool dispatchToSessions(const WideString& executable, const WideString& arguments);

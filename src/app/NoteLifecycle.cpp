@@ -75,7 +75,19 @@ void App::loadNote(const WideString& path) {
 }
 
 bool App::readNote(const WideString& path, NoteRecord& record, WideString& error) const {
-    return loadNoteFile(path, record, &error);
+    return lease_.active() ? readPrivateNote(path, record, error) : loadNoteFile(path, record, &error);
+}
+
+// Content that is no note leaves the error as it was.
+bool App::readPrivateNote(const WideString& path, NoteRecord& record, WideString& error) const {
+    std::string bytes;
+    DWORD err = ERROR_SUCCESS;
+    if (!lease_.readNote(leafName(path), bytes, err)) {
+        error = formatWideString(TEXT("private note read failed; Windows error %lu"), err);
+        return false;
+    }
+    JsonValue json;
+    return parseJsonUtf8(bytes, json, &error) && noteFromJson(std::move(json), record);
 }
 
 void App::openNote(NoteRecord record) {
@@ -120,9 +132,18 @@ void App::onFileRemoved(const WideString& path) {
     const WideString name = leafName(path);
     if (name.size() <= kExtensionUnits) return;
     const WideString id = name.substr(0, name.size() - kExtensionUnits);
-    if (notes_.find(id) == nullptr) return;
-    eraseNote(id);
-    logWrite(LogLevel::Info, kComponent, TEXT("Note closed (file deleted externally): id=%ls"), id.c_str());
+    if (notes_.find(id) != nullptr) {
+        eraseNote(id);
+        logWrite(LogLevel::Info, kComponent, TEXT("Note closed (file deleted externally): id=%ls"), id.c_str());
+    }
+    if (lease_.active()) cleanupStartup(TEXT("external-removal"));
+}
+
+// A queue that ran dry may have been the last one.
+void App::cleanupStartup(const WCHAR* occasion) const {
+    DWORD err = ERROR_SUCCESS;
+    if (!lease_.cleanupStartup(err) && err != ERROR_SUCCESS)
+        logWrite(LogLevel::Warn, kComponent, TEXT("Applet %ls startup cleanup deferred (err=%lu)"), occasion, err);
 }
 
 void App::insertNote(NoteWindowPtr window) {

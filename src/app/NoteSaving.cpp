@@ -20,7 +20,7 @@ bool App::saveNote(NoteWindow* window) {
     const WideString path = notePath(note.id);
     ownWrites_.set(path, GetTickCount64());  // before the write, so that no notice of it comes too early
     WideString error;
-    if (saveNoteFile(path, note, &error)) {
+    if (writeNote(path, note, error)) {
         logWrite(LogLevel::Debug, kComponent, TEXT("Saved note id=%ls"), note.id.c_str());
         return true;
     }
@@ -30,7 +30,16 @@ bool App::saveNote(NoteWindow* window) {
     return false;
 }
 
+bool App::writeNote(const WideString& path, const NoteRecord& note, WideString& error) const {
+    if (!lease_.active()) return saveNoteFile(path, note, &error);
+    DWORD err = ERROR_SUCCESS;
+    if (lease_.updateNote(note.id + TEXT(".json"), serializeNote(note), err)) return true;
+    error = formatWideString(TEXT("private note update failed; Windows error %lu"), err);
+    return false;
+}
+
 void App::createNewNote() {
+    if (lease_.active()) return;  // notes come into a queue from its writer only
     NoteRecord record = newNoteRecord(currentUserName());
     const MonitorInfo monitor = primaryMonitor();
     record.monitorDevice = monitor.device;
@@ -47,9 +56,14 @@ void App::createNewNote() {
     saveNote(added);  // so that its file exists from the first moment
 }
 
-// The window goes first: a file that cannot be deleted comes back with the next scan or notice.
+// The window goes first where the note is a plain file: a file that cannot be deleted comes back with the next scan or
+// notice.
 void App::dismissNote(const WideString& id) {
     if (notes_.find(id) == nullptr) return;
+    if (lease_.active()) {
+        dismissPrivateNote(id);
+        return;
+    }
     const WideString path = notePath(id);
     eraseNote(id);
     if (deleteFile(path)) {
@@ -58,4 +72,18 @@ void App::dismissNote(const WideString& id) {
     }
     const DWORD err = GetLastError();
     logWrite(LogLevel::Warn, kComponent, TEXT("deleteFile failed for %ls (err=%lu)"), path.c_str(), err);
+}
+
+// The file goes first: a note that cannot be removed stays, and the user is told.
+void App::dismissPrivateNote(const WideString& id) {
+    DWORD err = ERROR_SUCCESS;
+    if (lease_.removeNote(id + TEXT(".json"), err)) {
+        eraseNote(id);
+        cleanupStartup(TEXT("dismissal"));
+        return;
+    }
+    logWrite(LogLevel::Error, kComponent, TEXT("Applet note dismissal failed; note kept open (err=%lu)"), err);
+    const WideString text =
+        formatWideString(TEXT("The note could not be dismissed and has been kept open.\nWindows error: %lu"), err);
+    MessageBoxW((*notes_.find(id))->hwnd(), text.c_str(), TEXT("Ombrel Notes"), MB_ICONWARNING);
 }

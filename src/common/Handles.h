@@ -96,6 +96,7 @@ using FindHandle = Guard<FindTraits>;
 using InstanceMutex = Guard<InstanceMutexTraits>;
 using DrawingToken = Guard<DrawingTraits>;
 using RegistryKey = Guard<PointerTraits<HKEY, RegCloseKey>>;
+using LocalBlock = Guard<PointerTraits<void*, LocalFree>>;
 using ArgumentArray = Guard<PointerTraits<LPWSTR*, LocalFree>>;
 using TaskText = Guard<PointerTraits<PWSTR, CoTaskMemFree>>;
 using SessionText = Guard<PointerTraits<LPWSTR, WTSFreeMemory>>;

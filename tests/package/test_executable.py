@@ -15,8 +15,10 @@ ALLOWED_DLLS = {
     "kernel32.dll",
     "msvcrt.dll",
     "ole32.dll",
+    "secur32.dll",
     "shell32.dll",
     "user32.dll",
+    "userenv.dll",
     "wtsapi32.dll",
 }
 # Entry points that came after Windows 7 and that a careless call, or a newer tool chain, would bring in.

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "applet/QueueLease.h"
+#include "applet/StoreFiles.h"
+
+namespace AppletNotes {
+
+// Goes in the reverse order: the lock, the folder, the store.
+struct QueueLease::State {
+    WideString pathOf(const WideString& name) const { return queuePath + TEXT("\\") + name; }
+    QueueStore::Impl& files() const { return *store.impl(); }
+
+    QueueStore store;
+    WideString queuePath;
+    OwnedHandle queueDirectory;
+    OwnedHandle displayLock;
+};
+
+}  // namespace AppletNotes

@@ -1,0 +1,145 @@
+// The notes of a queue: read, replaced and removed under a lease.
+#include <objbase.h>
+
+#include <algorithm>
+
+#include "applet/Error.h"
+#include "applet/LeaseState.h"
+#include "applet/QueueName.h"
+
+namespace AppletNotes {
+namespace {
+
+constexpr DWORD kShareReadDelete = FILE_SHARE_READ | FILE_SHARE_DELETE;
+
+// Excludes every other operation in the store, and the writer of the queue.
+struct NoteLocks {
+    OwnedHandle lifecycle;
+    OwnedHandle writer;
+
+    bool take(QueueStore::Impl& store, const WideString& queuePath, DWORD& err) {
+        lifecycle = store.openLockFile(store.pathOf(kLifecycleLock), err);
+        if (lifecycle) writer = store.openLockFile(queuePath + TEXT("\\") + kWriterLock, err);
+        return static_cast<bool>(writer);
+    }
+};
+
+bool readWhole(HANDLE file, std::string& bytes, DWORD& err) {
+    LARGE_INTEGER size = {};
+    if (!GetFileSizeEx(file, &size)) return failWithLastError(err);
+    if (size.QuadPart <= 0 || static_cast<ULONGLONG>(size.QuadPart) > kMaxNoteBytes)
+        return fail(err, ERROR_FILE_TOO_LARGE);
+    std::string buffer(static_cast<std::size_t>(size.QuadPart), '\0');
+    for (std::size_t at = 0; at < buffer.size();) {
+        DWORD moved = 0;
+        if (!ReadFile(file, buffer.data() + at, static_cast<DWORD>(buffer.size() - at), &moved, nullptr))
+            return failWithLastError(err);
+        if (moved == 0) return fail(err, ERROR_HANDLE_EOF);
+        at += moved;
+    }
+    bytes = std::move(buffer);
+    return true;
+}
+
+bool writeWhole(HANDLE file, const std::string& bytes, DWORD& err) {
+    for (std::size_t at = 0; at < bytes.size();) {
+        DWORD moved = 0;
+        if (!WriteFile(file, bytes.data() + at, static_cast<DWORD>(bytes.size() - at), &moved, nullptr))
+            return failWithLastError(err);
+        if (moved == 0) return fail(err, ERROR_WRITE_FAULT);
+        at += moved;
+    }
+    return FlushFileBuffers(file) || failWithLastError(err);
+}
+
+// Whether the queue keeps to its limits with `newSize` bytes in the place of the note's.
+bool fitsQueue(const WideString& queuePath, const WideString& fileName, ULONGLONG newSize, DWORD& err) {
+    WIN32_FIND_DATAW entry = {};
+    FindHandle search(FindFirstFileW((queuePath + TEXT("\\*.json")).c_str(), &entry));
+    if (!search) return failWithLastError(err);
+    ULONGLONG sum = newSize;
+    DWORD count = 0;
+    do {
+        ++count;
+        if (!equalsIgnoreCase(entry.cFileName, fileName))
+            sum += (ULONGLONG{entry.nFileSizeHigh} << 32) | entry.nFileSizeLow;
+        constexpr DWORD kFolderOrLink = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+        if (count > kMaxNotes || sum > kMaxQueueBytes || (entry.dwFileAttributes & kFolderOrLink) != 0)
+            return fail(err, ERROR_DISK_FULL);
+    } while (FindNextFileW(search.get(), &entry));
+    if (GetLastError() != ERROR_NO_MORE_FILES) return failWithLastError(err);
+    return FindClose(search.release()) || failWithLastError(err);
+}
+
+// "{GUID}.tmp"
+bool temporaryName(WideString& name, DWORD& err) {
+    GUID guid = {};
+    const HRESULT result = CoCreateGuid(&guid);
+    if (FAILED(result)) return fail(err, static_cast<DWORD>(result));
+    WCHAR text[40];
+    if (StringFromGUID2(guid, text, 40) == 0) return fail(err, ERROR_INVALID_DATA);
+    name = WideString(text) + TEXT(".tmp");
+    return true;
+}
+
+// Brings the bytes into the note's place. `note` is the note, open so that it cannot be swapped until just before.
+bool replaceNote(QueueStore::Impl& store, const WideString& temporary, const WideString& path, const std::string& bytes,
+                 OwnedHandle note, DWORD& err) {
+    OwnedHandle file(CreateFileW(temporary.c_str(), GENERIC_WRITE | DELETE, 0, &store.storeAttributes, CREATE_NEW,
+                                 FILE_FLAG_OPEN_REPARSE_POINT | FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) return failWithLastError(err);
+    if (writeWhole(file.get(), bytes, err) && closeChecked(note, err) && renameHandle(file.get(), path, true, err))
+        return closeChecked(file, err);
+    DWORD ignored = ERROR_SUCCESS;
+    if (!deleteHandle(file.get(), ignored))
+        OutputDebugStringW(TEXT("AppletNotes: failed to remove incomplete helper update\n"));
+    return false;
+}
+
+}  // namespace
+
+bool QueueLease::readNote(const WideString& fileName, std::string& bytes, DWORD& err) const {
+    bytes.clear();
+    err = ERROR_SUCCESS;
+    if (!active() || !isPrivateNoteName(fileName)) return fail(err, ERROR_INVALID_PARAMETER);
+    const OwnedHandle note =
+        openExistingFile(state_->pathOf(fileName), GENERIC_READ | READ_CONTROL, kShareReadDelete, err);
+    return note && verifyHandle(note.get(), false, state_->files().owner(), err) && readWhole(note.get(), bytes, err);
+}
+
+bool QueueLease::updateNote(const WideString& fileName, const std::string& bytes, DWORD& err) const {
+    err = ERROR_SUCCESS;
+    if (!active() || !isPrivateNoteName(fileName) || bytes.empty() || bytes.size() > kMaxNoteBytes)
+        return fail(err, ERROR_INVALID_PARAMETER);
+    QueueStore::Impl& files = state_->files();
+    NoteLocks locks;
+    if (!locks.take(files, state_->queuePath, err)) return false;
+    const WideString path = state_->pathOf(fileName);
+    OwnedHandle note = openExistingFile(path, READ_CONTROL | FILE_READ_ATTRIBUTES, kShareReadDelete, err);
+    if (!note || !verifyHandle(note.get(), false, files.owner(), err)) return false;
+    if (!fitsQueue(state_->queuePath, fileName, bytes.size(), err)) return false;
+    WideString name;
+    if (!temporaryName(name, err)) return false;
+    const WideString temporary = state_->pathOf(name);
+    if (temporary.size() >= kMaxPathUnits || path.size() >= kMaxPathUnits) return fail(err, ERROR_FILENAME_EXCED_RANGE);
+    return replaceNote(files, temporary, path, bytes, std::move(note), err);
+}
+
+bool QueueLease::removeNote(const WideString& fileName, DWORD& err) const {
+    err = ERROR_SUCCESS;
+    if (!active() || !isPrivateNoteName(fileName)) return fail(err, ERROR_INVALID_PARAMETER);
+    QueueStore::Impl& files = state_->files();
+    NoteLocks locks;
+    if (!locks.take(files, state_->queuePath, err)) return false;
+    OwnedHandle note =
+        openExistingFile(state_->pathOf(fileName), DELETE | READ_CONTROL | FILE_READ_ATTRIBUTES, FILE_SHARE_READ, err);
+    if (!note) {
+        if (err != ERROR_FILE_NOT_FOUND) return false;
+        err = ERROR_SUCCESS;
+        return true;
+    }
+    return verifyHandle(note.get(), false, files.owner(), err) && deleteHandle(note.get(), err) &&
+           closeChecked(note, err);
+}
+
+}  // namespace AppletNotes
