@@ -143,7 +143,7 @@ command_fuzz() {
     need clang libclang-rt-14-dev
     build native-fuzz
     local target
-    for target in json note color time; do
+    for target in json note color time queue base64; do
         say "fuzzing $target for $seconds seconds"
         mkdir -p "build/fuzz-corpus/$target"
         VELLUM_MACHINE=$PWD/build/fuzz-machine "build/native-fuzz/fuzz-$target" -max_total_time="$seconds" -max_len=4096 \

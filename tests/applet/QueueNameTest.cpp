@@ -74,3 +74,30 @@ TEST(QueueName, refusesEverythingElseAndLeavesNothingBehind) {
          {WideString(), plain.substr(1), plain + TEXT("0"), claimed.substr(0, 83), claimed + TEXT("0")})
         EXPECT_FALSE(parseQueueName(text, name)) << utf8(text);
 }
+
+TEST(QueueName, isWrittenInCapitalsAndReadsBack) {
+    LogonIdentity identity = {2, {0x3A1F7, 0}, 0x1DC2F6A5B3C4D10};
+    EXPECT_EQ(utf8(formatQueueName(identity)), "applet-00000002-000000000003A1F7-01DC2F6A5B3C4D10");
+    identity = {0x7FFFFFFF, {0xFFFFFFFF, -0x7FFFFFFF - 1}, 0x7FFFFFFFFFFFFFFF};
+    EXPECT_EQ(utf8(formatQueueName(identity)), "applet-7FFFFFFF-80000000FFFFFFFF-7FFFFFFFFFFFFFFF");
+    QueueName name;
+    ASSERT_TRUE(parseQueueName(formatQueueName(identity), name));
+    EXPECT_TRUE(name.identity == identity);
+    identity.sessionId = 0;
+    EXPECT_TRUE(formatQueueName(identity).empty());
+}
+
+TEST(QueueName, notesHaveNamesOfTheirOwn) {
+    const auto ofLength = [](std::size_t units) {
+        return TEXT("note_") + WideString(units - 10, TEXT('x')) + TEXT(".json");
+    };
+    for (const WideString& name : {WideString(TEXT("note_.json")), WideString(TEXT("note_aZ09_.x.json")), ofLength(96)})
+        EXPECT_TRUE(isPrivateNoteName(name)) << utf8(name);
+    for (const WideString& name :
+         {WideString(), WideString(TEXT("note.json")), WideString(TEXT("Note_a.json")), WideString(TEXT("note_a.Json")),
+          WideString(TEXT("note_a-b.json")), WideString(TEXT("note_a..b.json")), WideString(TEXT("note_a..json")),
+          WideString(TEXT("note_a\\b.json")), WideString(TEXT("note_a/b.json")), WideString(TEXT("note_a:b.json")),
+          WideString(TEXT("note_a b.json")), WideString(TEXT("note_\u00E4.json")), WideString(TEXT("note_a.json.tmp")),
+          WideString(TEXT("note_a\0.json"), 12), ofLength(97)})
+        EXPECT_FALSE(isPrivateNoteName(name)) << utf8(name);
+}
