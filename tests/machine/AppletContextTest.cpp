@@ -1,0 +1,161 @@
+// Who may take part in the hand-over of private queues.
+#include <windows.h>
+
+#include "StoreFixture.h"
+
+using namespace AppletNotes;
+using namespace platform;
+
+namespace {
+
+constexpr const char* kPolicies =
+    "registry/HKEY_LOCAL_MACHINE/SOFTWARE/Microsoft/Windows/CurrentVersion/Policies/System";
+
+}  // namespace
+
+class AppletContextMachine : public StoreMachine {
+  protected:
+    // The error of reading the context, 0 for success.
+    static DWORD read(bool allowElevated, AppletContext& context) {
+        DWORD err = 99;
+        const bool done = readAppletContext(context, err, allowElevated);
+        EXPECT_EQ(done, err == 0);
+        EXPECT_EQ(done, !context.storeRoot.empty()) << "a failure leaves nothing usable";
+        return err;
+    }
+    static DWORD read(bool allowElevated = false) {
+        AppletContext ignored;
+        return read(allowElevated, ignored);
+    }
+    // A machine of one session, with lines of its own for user and session.
+    void describeOne(const std::string& user, const std::string& session, const std::string& rest = "") {
+        describe("[user operator]\nprofile = C:\\Users\\operator\n" + user + "\n[session 1]\nuser = operator\n" +
+                 session + "\n" + rest);
+    }
+    void setUac(DWORD type, DWORD value) const {
+        HKEY key = nullptr;
+        ASSERT_EQ(
+            RegCreateKeyExW(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Policies\\System"),
+                            0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr),
+            ERROR_SUCCESS);
+        RegSetValueExW(key, TEXT("EnableLUA"), 0, type, reinterpret_cast<const BYTE*>(&value), sizeof value);
+        RegCloseKey(key);
+    }
+};
+
+TEST_F(AppletContextMachine, isThatOfTheLogon) {
+    AppletContext found;
+    ASSERT_EQ(read(false, found), 0U);
+    EXPECT_EQ(found.identity.sessionId, 1U);
+    EXPECT_EQ(found.identity.logonId.LowPart, 0x3A1F7U);
+    EXPECT_EQ(found.identity.logonId.HighPart, 0);
+    EXPECT_EQ(found.identity.logonTime, 0x1DC2F6A5B3C4D10);
+    EXPECT_TRUE(IsValidSid(sidOf(found.userSid)));
+    EXPECT_EQ(utf8(found.storeRoot), "C:\\Users\\operator\\AppData\\Local\\OmbrelAppletNotes");
+}
+
+TEST_F(AppletContextMachine, isRefusedToWhoIsNoOrdinaryUser) {
+    struct Row {
+        const char* what;
+        const char* token;  // of the process
+        const char* user;
+        const char* session;
+        DWORD err;
+        DWORD errElevated;  // with an elevated token allowed
+    };
+    const Row rows[] = {
+        {"ordinary user", "operator@1", "", "", 0, 0},
+        {"a bit above medium", "operator@1 0x2100", "", "", 0, 0},
+        {"low integrity", "operator@1 low", "", "", 5, 5},
+        {"just below medium", "operator@1 0x1FFF", "", "", 5, 5},
+        {"impersonating", "operator@1 impersonating", "", "", 5, 5},
+        {"the system", "SYSTEM@0", "", "", 5, 5},
+        {"the system in a user's session", "SYSTEM@1 medium", "", "", 5, 5},
+        {"a service of the user", "operator@0 medium", "", "", 5, 5},
+        {"no administrator at high integrity", "operator@1 high", "", "", 5, 5},
+        {"elevated, with UAC", "operator@1 high", "administrator = yes", "elevated = yes", 5, 5},
+        {"above high", "operator@1 0x3001", "administrator = yes", "", 5, 5},
+        {"without a shell", "operator@1", "", "shell = no", 1168, 1168},
+        {"another user's shell", "operator@1", "", "shell token = visitor@1", 5, 5},
+        {"shell of another logon", "operator@1", "", "shell token = operator@1 logon=0x77", 5, 5},
+        {"shell below medium", "operator@1", "", "shell token = operator@1 low", 5, 5},
+        {"a logon of its own beside the shell's", "operator@1 logon=0x77", "", "", 5, 5},
+        {"network logon", "operator@1", "", "logon type = 3", 5, 5},
+        {"remote desktop", "operator@1", "", "logon type = 10", 0, 0},
+        {"cached credentials", "operator@1", "", "logon type = 11", 0, 0},
+    };
+    for (const Row& row : rows) {
+        describeOne(row.user, row.session);
+        useToken(row.token);
+        EXPECT_EQ(read(false), row.err) << row.what;
+        EXPECT_EQ(read(true), row.errElevated) << row.what << ", elevation allowed";
+    }
+}
+
+// An administrator's ordinary token is elevated only where the machine runs without UAC.
+TEST_F(AppletContextMachine, elevationCountsOnlyWithoutUac) {
+    describeOne("administrator = yes", "shell token = operator@1 high");
+    useToken("operator@1 high");
+    EXPECT_EQ(read(true), 5U) << "no value";
+    setUac(REG_DWORD, 1);
+    EXPECT_EQ(read(true), 5U) << "UAC on";
+    setUac(REG_BINARY, 0);
+    EXPECT_EQ(read(true), 5U) << "of another type";
+    fs::remove_all(folder() / kPolicies);
+    setUac(REG_DWORD, 0);
+    EXPECT_EQ(read(true), 0U) << "UAC off";
+    EXPECT_EQ(read(false), 5U) << "not asked for";
+    useToken("operator@1");
+    EXPECT_EQ(read(false), 0U) << "the shell may be elevated";
+}
+
+TEST_F(AppletContextMachine, everyFailingCallIsAnError) {
+    describeOne("administrator = yes", "shell token = operator@1 high");
+    useToken("operator@1 high");
+    setUac(REG_DWORD, 0);
+    AppletContext found;
+    DWORD err = 0;
+    bool done = false;
+    const unsigned faulty = forEachFailingCall([&] { done = readAppletContext(found, err, true); },
+                                               [&](bool fired) {
+                                                   // Only a release that fails is told to the debugger instead.
+                                                   const auto told = notices::takeDebugOutput();
+                                                   EXPECT_EQ(done, !fired || !told.empty());
+                                                   EXPECT_EQ(done, err == 0);
+                                               },
+                                               1234);
+    EXPECT_GT(faulty, 30U);
+}
+
+TEST_F(AppletContextMachine, ownerIsLookedUp) {
+    const LogonIdentity own = context().identity;
+    const auto look = [&](const LogonIdentity& identity, DWORD& err) { return lookupOwner(identity, owner(), err); };
+    DWORD err = 99;
+    EXPECT_EQ(look(own, err), OwnerState::Live);
+    EXPECT_EQ(err, 0U);
+
+    LogonIdentity other = own;
+    ++other.logonTime;
+    EXPECT_EQ(look(other, err), OwnerState::Gone) << "a tick later";
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(look({5, {0x5C3D1, 0}, 0x1DC30127C5E6F21}, err), OwnerState::Gone) << "another user's";
+    EXPECT_EQ(look({2, {0x999, 0}, 1}, err), OwnerState::Gone) << "no such logon";
+    EXPECT_EQ(err, 1312U);
+    EXPECT_EQ(look({}, err), OwnerState::Unknown);
+    EXPECT_EQ(err, 87U);
+    EXPECT_EQ(lookupOwner(own, nullptr, err), OwnerState::Unknown);
+    EXPECT_EQ(err, 87U);
+
+    faults::arm({"LsaGetLogonSessionData", 1, faults::Action::Fail, 0xC0000022});
+    EXPECT_EQ(look(own, err), OwnerState::Unknown);
+    EXPECT_EQ(err, 5U);
+    faults::clear();
+
+    rewriteMachine(std::string(kMachine) + "[logon 0x777]\nuser = operator\nsession = 1\ntime = 0x5\ntype = 5\n");
+    EXPECT_EQ(look({1, {0x777, 0}, 5}, err), OwnerState::Unknown) << "a service's";
+    EXPECT_EQ(err, 13U);
+    rewriteMachine("[user operator]\nprofile = C:\\Users\\operator\n");
+    EXPECT_EQ(look(own, err), OwnerState::Gone) << "logged off meanwhile";
+    EXPECT_EQ(err, 1312U);
+    EXPECT_EQ(faults::openAllocations(), 0U);
+}

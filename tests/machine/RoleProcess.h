@@ -1,0 +1,107 @@
+// The built program, or a copy of it, as a process on the test's machine.
+#pragma once
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Machine.h"
+#include "common/Folders.h"
+#include "common/Paths.h"
+#include "support/Eventually.h"
+#include "support/Files.h"
+#include "support/Process.h"
+#include "windows/Remote.h"
+
+class RoleProcess {
+  public:
+    static std::filesystem::path builtProgram() {
+        return hostPath(joinPath(parentPath(executablePath()), TEXT("Vellumd")));
+    }
+
+    explicit RoleProcess(std::vector<std::string> arguments, const Environment& environment = {},
+                         const std::filesystem::path& image = builtProgram())
+        : errors_(platform::machineFolder() / ("stderr-" + std::to_string(++count()))) {
+        arguments.insert(arguments.begin(), image.string());
+        child_ = fork();
+        if (child_ != 0) return;
+        const int file = open(errors_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        dup2(file, STDERR_FILENO);
+        setenv("VELLUM_MACHINE", platform::machineFolder().c_str(), 1);
+        for (const auto& [name, value] : environment)
+            setenv(name.c_str(), value.c_str(), 1);
+        std::vector<char*> pointers;
+        for (std::string& argument : arguments)
+            pointers.push_back(argument.data());
+        pointers.push_back(nullptr);
+        execv(pointers[0], pointers.data());
+        _exit(127);
+    }
+    ~RoleProcess() { kill(); }
+    RoleProcess(const RoleProcess&) = delete;
+    RoleProcess& operator=(const RoleProcess&) = delete;
+
+    pid_t id() const { return child_; }
+    void kill() {
+        if (child_ <= 0) return;
+        ::kill(child_, SIGKILL);
+        waitpid(child_, nullptr, 0);
+        child_ = -1;
+    }
+    // The exit code; -1 when it did not end in time.
+    int exitCode() {
+        int status = 0;
+        if (!eventually([&] { return waitpid(child_, &status, WNOHANG) == child_; })) return -1;
+        child_ = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
+    }
+    // What it told the debugger.
+    std::string said() const {
+        std::stringstream text;
+        text << std::ifstream(errors_).rdbuf();
+        return text.str();
+    }
+    bool says(const std::string& text) const {
+        return eventually([&] { return said().find(text) != std::string::npos; });
+    }
+    std::string ask(const std::string& request) const { return platform::remote::askProcess(child_, request); }
+    // The line of the list for each note window, the uppermost first.
+    std::vector<std::string> notes() const {
+        std::vector<std::string> found;
+        std::istringstream list(ask("list"));
+        for (std::string line; std::getline(list, line);)
+            if (line.find("Vellumd.NoteWindow") != std::string::npos) found.push_back(line);
+        return found;
+    }
+    bool shows(std::size_t count) const {
+        return eventually([&] { return notes().size() == count; });
+    }
+    // Presses the close button of the uppermost note, and a point in its body.
+    void pressClose() const { click(notes().at(0), 245, 13); }
+    void type(const std::string& text) const {
+        click(notes().at(0), 130, 130);
+        ask("type " + text);
+    }
+
+  private:
+    static unsigned& count() {
+        static unsigned value = 0;
+        return value;
+    }
+    void click(const std::string& note, long x, long y) const {
+        unsigned long long handle = 0;
+        long left = 0, top = 0;
+        std::sscanf(note.c_str(), "%llx %ld,%ld", &handle, &left, &top);
+        ask("click " + std::to_string(left + x) + " " + std::to_string(top + y));
+    }
+
+    std::filesystem::path errors_;
+    pid_t child_ = -1;
+};

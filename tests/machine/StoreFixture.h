@@ -1,0 +1,96 @@
+// A machine with a user's store on it, and the hand of the writer of queues, which is no part of the program. The
+// writer does exactly what the program demands of it; what a bad one does, a test does to the files itself.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <fstream>
+
+#include "MachineFixture.h"
+#include "applet/AppletContext.h"
+#include "applet/QueueLease.h"
+#include "applet/QueueName.h"
+#include "support/Files.h"
+#include "support/Text.h"
+
+namespace fs = std::filesystem;
+
+// Sizes of notes are bytes; the content is a note that a display process can show where it is long enough for one.
+inline std::string noteOfSize(const std::string& id, std::size_t size) {
+    const std::string head = "{\"id\":\"" + id + "\",\"content\":\"", tail = "\"}";
+    return head.size() + tail.size() > size ? std::string(size, ' ')
+                                            : head + std::string(size - head.size() - tail.size(), 'x') + tail;
+}
+
+class StoreMachine : public MachineTest {
+  protected:
+    StoreMachine() {
+        describe(kMachine);
+        DWORD err = 0;
+        EXPECT_TRUE(AppletNotes::readAppletContext(context_, err, false)) << err;
+        root_ = hostPath(context_.storeRoot);
+    }
+
+    // Two users; the first is logged on in session 1, and was in sessions 2 and 3, which are over.
+    static constexpr const char* kMachine = R"(
+[user operator]
+profile = C:\Users\operator
+[user visitor]
+profile = C:\Users\visitor
+[session 1]
+user = operator
+logon = 0x3A1F7
+logon time = 0x1DC2F6A5B3C4D10
+[session 4]
+user = operator
+logon = 0x4B2E0
+logon time = 0x1DC30127C5E6F20
+[session 5]
+user = visitor
+logon = 0x5C3D1
+logon time = 0x1DC30127C5E6F21
+)";
+
+    const AppletNotes::AppletContext& context() const { return context_; }
+    PSID owner() const { return AppletNotes::sidOf(context_.userSid); }
+    const fs::path& root() const { return root_; }  // of the store
+
+    // The writer: everything private from the first moment.
+    AppletNotes::QueueStore makeStore() const {
+        fs::create_directories(root_.parent_path());
+        AppletNotes::QueueStore store;
+        DWORD err = 0;
+        EXPECT_TRUE(store.open(context_.storeRoot, owner(), true, err)) << err;
+        fs::create_directory(root_ / "runtime");
+        chmod((root_ / "runtime").c_str(), 0700);
+        return store;
+    }
+    fs::path makeQueue(const std::string& name) const {
+        fs::create_directory(root_ / name);
+        chmod((root_ / name).c_str(), 0700);
+        return root_ / name;
+    }
+    static void putNote(const fs::path& queue, const std::string& file, const std::string& bytes) {
+        putPrivateFile(queue / file, bytes);
+    }
+    static void putPrivateFile(const fs::path& file, const std::string& bytes) {
+        std::ofstream(file, std::ios::binary) << bytes;
+        chmod(file.c_str(), 0600);
+    }
+    static std::string get(const fs::path& file) {
+        std::ifstream stream(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    }
+    std::string ownQueue() const { return utf8(AppletNotes::formatQueueName(context_.identity)); }
+
+    AppletNotes::QueueLease lease(const AppletNotes::QueueStore& store, const std::string& queue) const {
+        AppletNotes::QueueLease lease;
+        DWORD err = 0;
+        EXPECT_TRUE(AppletNotes::QueueLease::open(store, wide(queue), context_.identity, lease, err)) << err;
+        return lease;
+    }
+
+  private:
+    AppletNotes::AppletContext context_;
+    fs::path root_;
+};
