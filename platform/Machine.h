@@ -7,12 +7,19 @@
 //     drive_c/       drive C:
 //     registry/      one folder a key, one file a value
 //
-// A process runs under the token of the first session that has a user. The environment variable VELLUM_TOKEN
-// picks another: "user@session", such as "operator@2" or "SYSTEM@0".
+// A process runs under the ordinary token of the first session that has a user. The environment variable VELLUM_TOKEN
+// describes another: "user@session", such as "operator@2" or "SYSTEM@0", and behind that, in any order,
+//
+//     untrusted, low, medium, high, system, 0x2100    its integrity level
+//     logon=0x3A001                                   its logon session, else that of the session
+//     impersonating                                   the thread impersonates this very user
+//
+// Of an administrator, "high" is the token with all rights, and any lower level the one without them.
 #pragma once
 
 #include <windef.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -23,17 +30,42 @@ namespace platform {
 struct User {
     std::string name;
     std::string profile;  // Windows path of the profile folder
+    std::string sid;      // S-1-...
+    bool isAdministrator = false;
+    std::uint32_t uid = 0;  // who owns the user's files on Linux
+};
+
+// A logon session, as the LSA knows it.
+struct Logon {
+    std::uint64_t id = 0;  // a LUID: its high part, its low part
+    std::string user;      // empty: the data holds no SID
+    DWORD sessionId = 0;
+    std::int64_t time = 0;
+    DWORD type = 2;
+    bool hasData = true;
 };
 
 struct Session {
     DWORD id = 0;
     std::string user;  // empty: nobody is logged on
+    DWORD state = 0;   // WTS_CONNECTSTATE_CLASS
+    std::uint64_t logonId = 0;
+    bool hasShell = false;
+    bool isElevated = false;  // its token is an administrator's full one, with a limited one beside it
+    std::string shellToken;   // empty: the shell runs under the session's ordinary token
 };
 
-// Who the process is.
+enum class Administrators { Absent, DenyOnly, Enabled };  // the group in a token
+
+// Who a process is. Decided when the process starts: it stays as it is when the logon ends.
 struct Token {
     std::string user;
     DWORD sessionId = 0;
+    std::uint64_t logonId = 0;
+    DWORD integrity = 0;
+    Administrators administrators = Administrators::Absent;
+    DWORD elevationType = 1;       // TOKEN_ELEVATION_TYPE
+    bool isImpersonating = false;  // the thread has a token like this one, too
 };
 
 struct Monitor {
@@ -49,19 +81,26 @@ struct MachineDescription {
     std::map<std::string, std::string> environment;
     std::vector<User> users;
     std::vector<Session> sessions;
+    std::vector<Logon> logons;      // those of the sessions as well
     std::vector<Monitor> monitors;  // of every session's desktop
 };
 
 // The folder, made and filled on first need. A machine that cannot be made or read ends the process with a
 // message, since nothing can run without one.
 const std::filesystem::path& machineFolder();
-const MachineDescription& machine();
+const MachineDescription& machine();  // as it was when the process started
 const Token& processToken();
 // Null when machine.txt names no such user.
 const User* findUser(std::string_view name);
+// What machine.txt says at this moment: sessions and logons come and go while processes run.
+MachineDescription machineNow();
 
-// Moves this process to another machine; for tests.
+// For tests. Moves this process to another machine, with the token that VELLUM_TOKEN or that machine gives it.
 void useMachine(const std::filesystem::path& folder);
+// Gives this process the token of a description in the form of VELLUM_TOKEN. Handles of the old one keep it.
+void useToken(const std::string& description);
+// Replaces machine.txt in one step, as an editor does: what machineNow() tells is another then, for all processes.
+void rewriteMachine(const std::string& text);
 
 // Makes the text that GetCommandLineW gives from the arguments of main(), the program's name first.
 void setCommandLine(const std::vector<std::string>& arguments);

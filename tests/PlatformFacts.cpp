@@ -6,6 +6,7 @@
 
 #include <commctrl.h>
 #include <gdiplus.h>
+#include <ntsecapi.h>
 #include <objbase.h>
 #include <process.h>
 #include <richedit.h>
@@ -119,6 +120,37 @@ static_assert(!FAILED(S_FALSE) && FAILED(E_FAIL) && HRESULT_FROM_WIN32(5) == sta
 static_assert(E_INVALIDARG == static_cast<HRESULT>(0x80070057) &&
               RPC_E_CHANGED_MODE == static_cast<HRESULT>(0x80010106));
 
+static_assert(offsetof(SID, SubAuthority) == 8 && SECURITY_MAX_SID_SIZE == 68 && sizeof(SID_AND_ATTRIBUTES) == 16);
+static_assert(WinLocalSystemSid == 22 && WinBuiltinAdministratorsSid == 26 && WinMediumLabelSid == 67);
+static_assert(SECURITY_BUILTIN_DOMAIN_RID == 0x20 && DOMAIN_ALIAS_RID_ADMINS == 0x220);
+static_assert(SECURITY_MANDATORY_UNTRUSTED_RID == 0 && SECURITY_MANDATORY_LOW_RID == 0x1000);
+static_assert(SECURITY_MANDATORY_MEDIUM_RID == 0x2000 && SECURITY_MANDATORY_HIGH_RID == 0x3000);
+static_assert(SECURITY_MANDATORY_SYSTEM_RID == 0x4000 && PROCESS_QUERY_LIMITED_INFORMATION == 0x1000);
+static_assert((TOKEN_ASSIGN_PRIMARY | TOKEN_DUPLICATE | TOKEN_IMPERSONATE | TOKEN_QUERY | TOKEN_ADJUST_DEFAULT) ==
+              0x8F);
+static_assert(TOKEN_QUERY == 8 && TOKEN_DUPLICATE == 2 && TOKEN_ADJUST_PRIVILEGES == 0x20);
+static_assert(SE_GROUP_MANDATORY == 1 && SE_GROUP_ENABLED_BY_DEFAULT == 2 && SE_GROUP_ENABLED == 4);
+static_assert(SE_GROUP_OWNER == 8 && SE_GROUP_USE_FOR_DENY_ONLY == 0x10 && SE_GROUP_INTEGRITY == 0x20);
+static_assert(SE_GROUP_INTEGRITY_ENABLED == 0x40 && SE_PRIVILEGE_ENABLED == 2);
+static_assert(TokenUser == 1 && TokenGroups == 2 && TokenStatistics == 10 && TokenSessionId == 12);
+static_assert(TokenElevationType == 18 && TokenLinkedToken == 19 && TokenIntegrityLevel == 25);
+static_assert(TokenPrimary == 1 && TokenImpersonation == 2 && SecurityIdentification == 1 &&
+              SecurityImpersonation == 2);
+static_assert(TokenElevationTypeDefault == 1 && TokenElevationTypeFull == 2 && TokenElevationTypeLimited == 3);
+static_assert(sizeof(TOKEN_USER) == 16 && offsetof(TOKEN_GROUPS, Groups) == 8 && sizeof(TOKEN_LINKED_TOKEN) == 8);
+static_assert(sizeof(TOKEN_MANDATORY_LABEL) == 16 && sizeof(TOKEN_STATISTICS) == 56);
+static_assert(offsetof(TOKEN_STATISTICS, AuthenticationId) == 8 && offsetof(TOKEN_STATISTICS, TokenType) == 24);
+static_assert(sizeof(TOKEN_PRIVILEGES) == 16 && offsetof(TOKEN_PRIVILEGES, Privileges) == 4);
+static_assert(sizeof(SECURITY_LOGON_SESSION_DATA) == 272 && offsetof(SECURITY_LOGON_SESSION_DATA, LogonType) == 64);
+static_assert(offsetof(SECURITY_LOGON_SESSION_DATA, Session) == 68 && offsetof(SECURITY_LOGON_SESSION_DATA, Sid) == 72);
+static_assert(offsetof(SECURITY_LOGON_SESSION_DATA, LogonTime) == 80 && sizeof(LSA_UNICODE_STRING) == 16);
+static_assert(Interactive == 2 && RemoteInteractive == 10 && CachedInteractive == 11);
+static_assert(KEY_READ == 0x20019 && KEY_WRITE == 0x20006 && CSIDL_LOCAL_APPDATA == 28 && SHGFP_TYPE_CURRENT == 0);
+static_assert(ERROR_BAD_LENGTH == 24 && ERROR_MR_MID_NOT_FOUND == 317 && ERROR_NO_TOKEN == 1008);
+static_assert(ERROR_NOT_ALL_ASSIGNED == 1300 && ERROR_NO_IMPERSONATION_TOKEN == 1309);
+static_assert(ERROR_NO_SUCH_LOGON_SESSION == 1312 && ERROR_NO_SUCH_PRIVILEGE == 1313 && ERROR_INVALID_SID == 1337);
+static_assert(E_HANDLE == static_cast<HRESULT>(0x80070006));
+
 template <typename Signature, typename Call>
 constexpr bool has(Call*) {
     return std::is_same_v<Signature, Call>;
@@ -161,6 +193,29 @@ CALL(GetEnvironmentVariableW, DWORD(LPCWSTR, LPWSTR, DWORD));
 CALL(SetEnvironmentVariableW, BOOL(LPCWSTR, LPCWSTR));
 CALL(GetCommandLineW, LPWSTR());
 CALL(GetCurrentProcessId, DWORD());
+CALL(GetCurrentProcess, HANDLE());
+CALL(GetCurrentThread, HANDLE());
+CALL(OpenProcess, HANDLE(DWORD, BOOL, DWORD));
+CALL(OpenProcessToken, BOOL(HANDLE, DWORD, PHANDLE));
+CALL(OpenThreadToken, BOOL(HANDLE, DWORD, BOOL, PHANDLE));
+CALL(GetTokenInformation, BOOL(HANDLE, TOKEN_INFORMATION_CLASS, LPVOID, DWORD, PDWORD));
+CALL(LookupPrivilegeValueW, BOOL(LPCWSTR, LPCWSTR, PLUID));
+CALL(AdjustTokenPrivileges, BOOL(HANDLE, BOOL, PTOKEN_PRIVILEGES, DWORD, PTOKEN_PRIVILEGES, PDWORD));
+CALL(CheckTokenMembership, BOOL(HANDLE, PSID, PBOOL));
+CALL(IsValidSid, BOOL(PSID));
+CALL(GetLengthSid, DWORD(PSID));
+CALL(CopySid, BOOL(DWORD, PSID, PSID));
+CALL(EqualSid, BOOL(PSID, PSID));
+CALL(GetSidSubAuthorityCount, PUCHAR(PSID));
+CALL(GetSidSubAuthority, PDWORD(PSID, DWORD));
+CALL(IsWellKnownSid, BOOL(PSID, WELL_KNOWN_SID_TYPE));
+CALL(CreateWellKnownSid, BOOL(WELL_KNOWN_SID_TYPE, PSID, PSID, DWORD*));
+CALL(AllocateAndInitializeSid,
+     BOOL(PSID_IDENTIFIER_AUTHORITY, BYTE, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, PSID*));
+CALL(FreeSid, PVOID(PSID));
+CALL(LsaGetLogonSessionData, NTSTATUS(PLUID, PSECURITY_LOGON_SESSION_DATA*));
+CALL(LsaFreeReturnBuffer, NTSTATUS(PVOID));
+CALL(LsaNtStatusToWinError, ULONG(NTSTATUS));
 CALL(ProcessIdToSessionId, BOOL(DWORD, DWORD*));
 CALL(GetUserNameW, BOOL(LPWSTR, LPDWORD));
 CALL(GetModuleFileNameW, DWORD(HMODULE, LPWSTR, DWORD));
@@ -178,6 +233,7 @@ CALL(LeaveCriticalSection, void(LPCRITICAL_SECTION));
 CALL(MultiByteToWideChar, int(UINT, DWORD, LPCCH, int, LPWSTR, int));
 CALL(WideCharToMultiByte, int(UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL));
 CALL(CompareStringOrdinal, int(LPCWCH, int, LPCWCH, int, BOOL));
+CALL(RegOpenCurrentUser, LSTATUS(REGSAM, PHKEY));
 CALL(RegCreateKeyExW, LSTATUS(HKEY, LPCWSTR, DWORD, LPWSTR, DWORD, REGSAM, LPSECURITY_ATTRIBUTES, PHKEY, LPDWORD));
 CALL(RegOpenKeyExW, LSTATUS(HKEY, LPCWSTR, DWORD, REGSAM, PHKEY));
 CALL(RegSetValueExW, LSTATUS(HKEY, LPCWSTR, DWORD, DWORD, const BYTE*, DWORD));
@@ -202,6 +258,8 @@ CALL(FindWindowExW, HWND(HWND, HWND, LPCWSTR, LPCWSTR));
 CALL(LoadCursorW, HCURSOR(HINSTANCE, LPCWSTR));
 CALL(SetCursor, HCURSOR(HCURSOR));
 CALL(GetParent, HWND(HWND));
+CALL(GetShellWindow, HWND());
+CALL(GetWindowThreadProcessId, DWORD(HWND, LPDWORD));
 CALL(SetWindowTextW, BOOL(HWND, LPCWSTR));
 CALL(GetWindowTextW, int(HWND, LPWSTR, int));
 CALL(GetWindowTextLengthW, int(HWND));
@@ -238,6 +296,7 @@ CALL(CoUninitialize, void());
 CALL(CoCreateGuid, HRESULT(GUID*));
 CALL(CoTaskMemFree, void(LPVOID));
 CALL(CommandLineToArgvW, LPWSTR*(LPCWSTR, int*));
+CALL(SHGetFolderPathW, HRESULT(HWND, int, HANDLE, DWORD, LPWSTR));
 CALL(SHGetKnownFolderPath, HRESULT(REFKNOWNFOLDERID, DWORD, HANDLE, PWSTR*));
 CALL(InitCommonControlsEx, BOOL(const INITCOMMONCONTROLSEX*));
 CALL(WTSQuerySessionInformationW, BOOL(HANDLE, DWORD, WTS_INFO_CLASS, LPWSTR*, DWORD*));

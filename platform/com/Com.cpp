@@ -11,6 +11,7 @@
 #include "Gate.h"
 #include "Machine.h"
 #include "objects/Allocations.h"
+#include "security/Token.h"
 #include "text/Encoding.h"
 
 using platform::CallSite;
@@ -22,6 +23,13 @@ struct Apartment {
     std::size_t entered = 0;
 };
 thread_local Apartment apartment;
+
+// Empty for a user without folders.
+std::u16string localAppData(const std::string& name) {
+    const platform::User* user = platform::findUser(name);
+    if (user == nullptr || user->profile.empty()) return {};
+    return platform::toWide(user->profile + "\\AppData\\Local");
+}
 
 }  // namespace
 
@@ -60,14 +68,27 @@ void CoTaskMemFree(LPVOID memory) {
     platform::release(memory);
 }
 
+HRESULT SHGetFolderPathW(HWND, int folder, HANDLE handle, DWORD, LPWSTR path) {
+    static constinit CallSite site{__func__};
+    *path = 0;
+    if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
+    if (folder != CSIDL_LOCAL_APPDATA) return E_INVALIDARG;
+    const auto token = handle == nullptr ? platform::processTokenState() : platform::findToken(handle, TOKEN_QUERY);
+    if (token == nullptr) return HRESULT_FROM_WIN32(GetLastError());
+    const std::u16string text = localAppData(token->who.user);
+    if (text.empty()) return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
+    if (text.size() >= MAX_PATH) return E_INVALIDARG;
+    std::memcpy(path, text.c_str(), (text.size() + 1) * sizeof(WCHAR));
+    return S_OK;
+}
+
 HRESULT SHGetKnownFolderPath(REFKNOWNFOLDERID folder, DWORD, HANDLE, PWSTR* path) {
     static constinit CallSite site{__func__};
     *path = nullptr;
     if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
-    const platform::User* user = platform::findUser(platform::processToken().user);
     if (std::memcmp(&folder, &FOLDERID_LocalAppData, sizeof folder) != 0) return E_INVALIDARG;
-    if (user == nullptr || user->profile.empty()) return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
-    const std::u16string text = platform::toWide(user->profile + "\\AppData\\Local");
+    const std::u16string text = localAppData(platform::processToken().user);
+    if (text.empty()) return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
     const std::size_t bytes = (text.size() + 1) * sizeof(WCHAR);
     *path = static_cast<PWSTR>(platform::allocate(bytes));
     std::memcpy(*path, text.c_str(), bytes);

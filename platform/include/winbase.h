@@ -3,6 +3,8 @@
 
 #include <windef.h>
 
+#include <securitybaseapi.h>
+
 #define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-1)))
 #define INVALID_FILE_ATTRIBUTES 0xffffffffU
 
@@ -126,6 +128,12 @@ DWORD GetEnvironmentVariableW(LPCWSTR name, LPWSTR value, DWORD capacity);
 BOOL SetEnvironmentVariableW(LPCWSTR name, LPCWSTR value);
 LPWSTR GetCommandLineW();
 DWORD GetCurrentProcessId();
+HANDLE GetCurrentProcess();
+HANDLE GetCurrentThread();
+HANDLE OpenProcess(DWORD access, BOOL inherit, DWORD processId);
+BOOL OpenProcessToken(HANDLE process, DWORD access, PHANDLE token);
+BOOL OpenThreadToken(HANDLE thread, DWORD access, BOOL openAsSelf, PHANDLE token);
+BOOL LookupPrivilegeValueW(LPCWSTR system, LPCWSTR name, PLUID privilege);
 BOOL ProcessIdToSessionId(DWORD processId, DWORD* sessionId);
 BOOL GetUserNameW(LPWSTR name, LPDWORD capacity);
 DWORD GetModuleFileNameW(HMODULE module, LPWSTR path, DWORD capacity);

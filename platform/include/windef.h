@@ -33,13 +33,17 @@ using CHAR = char;
 using WCHAR = char16_t;
 using HRESULT = LONG;
 using LSTATUS = LONG;
+using NTSTATUS = LONG;
 using REGSAM = DWORD;
 
 using PVOID = void*;
 using LPVOID = void*;
 using LPCVOID = const void*;
 using LPBYTE = BYTE*;
+using PUCHAR = unsigned char*;
+using PDWORD = DWORD*;
 using LPDWORD = DWORD*;
+using PBOOL = BOOL*;
 using LPBOOL = BOOL*;
 using LPSTR = CHAR*;
 using LPCSTR = const CHAR*;
@@ -74,6 +78,7 @@ using HMODULE = HINSTANCE;
 using HCURSOR = HICON;
 using HGDIOBJ = void*;
 using PHKEY = HKEY*;
+using PHANDLE = HANDLE*;
 
 using FARPROC = INT_PTR(WINAPI*)();
 
@@ -123,6 +128,8 @@ struct LUID {
     DWORD LowPart;
     LONG HighPart;
 };
+
+using PLUID = LUID*;
 
 struct GUID {
     ULONG Data1;

@@ -236,6 +236,8 @@ LONG_PTR GetWindowLongPtrW(HWND window, int index);
 LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value);
 HWND FindWindowExW(HWND parent, HWND after, LPCWSTR className, LPCWSTR text);
 HWND GetParent(HWND window);
+HWND GetShellWindow();
+DWORD GetWindowThreadProcessId(HWND window, LPDWORD processId);
 HCURSOR LoadCursorW(HINSTANCE instance, LPCWSTR name);
 HCURSOR SetCursor(HCURSOR cursor);
 BOOL SetWindowTextW(HWND window, LPCWSTR text);

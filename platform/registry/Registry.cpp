@@ -17,6 +17,7 @@
 #include "Gate.h"
 #include "Machine.h"
 #include "objects/HandleTable.h"
+#include "security/Token.h"
 #include "text/Encoding.h"
 #include "text/Ordinal.h"
 
@@ -130,10 +131,17 @@ std::vector<BYTE> decode(DWORD type, std::string content) {
     return bytes;
 }
 
+fs::path userHive() {
+    return machineFolder() / "registry" / "HKEY_USERS" / processToken().user;
+}
+
 LSTATUS open(HKEY parent, LPCWSTR path, REGSAM access, bool make, PHKEY key) {
     fs::path base;
     if (parent == HKEY_CURRENT_USER) {
-        base = machineFolder() / "registry" / "HKEY_USERS" / processToken().user;
+        base = userHive();
+    } else if (parent == HKEY_LOCAL_MACHINE) {
+        if ((access & KEY_SET_VALUE) != 0 && !isAdministrator()) return ERROR_ACCESS_DENIED;
+        base = machineFolder() / "registry" / "HKEY_LOCAL_MACHINE";
     } else {
         const auto object = find<KeyObject>(reinterpret_cast<HANDLE>(parent));
         if (object == nullptr) return ERROR_INVALID_HANDLE;
@@ -158,6 +166,14 @@ LSTATUS use(HKEY key, REGSAM right, std::shared_ptr<KeyObject>& object) {
 }  // namespace platform
 
 using namespace platform;
+
+LSTATUS RegOpenCurrentUser(REGSAM access, PHKEY key) {
+    static constinit CallSite site{__func__};
+    if (const DWORD error = site.error()) return static_cast<LSTATUS>(error);
+    std::error_code error;
+    fs::create_directories(userHive(), error);  // it is there from the first logon on
+    return open(HKEY_CURRENT_USER, u"", access, false, key);
+}
 
 LSTATUS RegCreateKeyExW(HKEY parent, LPCWSTR path, DWORD, LPWSTR, DWORD, REGSAM access, LPSECURITY_ATTRIBUTES,
                         PHKEY key, LPDWORD) {

@@ -1,4 +1,3 @@
-#include <unistd.h>
 #include <windows.h>
 #include <wtsapi32.h>
 
@@ -10,24 +9,6 @@
 #include "text/Encoding.h"
 
 using platform::CallSite;
-
-DWORD GetCurrentProcessId() {
-    static constinit CallSite site{__func__};
-    site.pass();
-    return static_cast<DWORD>(getpid());
-}
-
-// Of this process only: nobody asks for another's.
-BOOL ProcessIdToSessionId(DWORD processId, DWORD* sessionId) {
-    static constinit CallSite site{__func__};
-    if (site.fails()) return FALSE;
-    if (processId != static_cast<DWORD>(getpid())) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
-    *sessionId = platform::processToken().sessionId;
-    return TRUE;
-}
 
 BOOL GetUserNameW(LPWSTR name, LPDWORD capacity) {
     static constinit CallSite site{__func__};

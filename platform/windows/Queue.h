@@ -1,6 +1,7 @@
 // The message queue of a thread: posted messages, timers, requests from outside, and who is active in it.
 #pragma once
 
+#include <unistd.h>
 #include <windows.h>
 
 #include <cstdint>
@@ -32,6 +33,7 @@ struct Queue {
     std::vector<HWND> windows;  // all of the thread, in the order they were made
     HWND active = nullptr;
     HWND focus = nullptr;
+    const DWORD threadId = static_cast<DWORD>(gettid());
 };
 
 // Of the calling thread; made on first need, gone with the thread.

@@ -112,6 +112,10 @@ TEST_F(MachineTest, badDescriptionIsRefusedWithItsReason) {
         {"[session two]\nuser = operator\n", nullptr, "a session has a number"},
         {"[session 2]\nusr = operator\n", nullptr, "knows no \"usr\""},
         {"[user ann]\nprofile = D:\\ann\n", nullptr, "not on drive C:"},
+        {"[session 2]\nstate = asleep\n", nullptr, "knows no state \"asleep\""},
+        {"[session 2]\nlogon = 12x\n", nullptr, "logon has a number, not \"12x\""},
+        {"[session 2]\nelevated = maybe\n", nullptr, "elevated is yes or no"},
+        {"[session 1]\n", "operator@1 hihg", "knows no \"hihg\""},
         {"[session 1]\n", "operator", "the form is user@session"},
     };
     for (const auto& row : rows) {

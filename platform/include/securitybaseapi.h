@@ -1,0 +1,22 @@
+// Security identifiers and tokens.
+#pragma once
+
+#include <winnt.h>
+
+BOOL IsValidSid(PSID sid);
+DWORD GetLengthSid(PSID sid);
+BOOL CopySid(DWORD capacity, PSID destination, PSID source);
+BOOL EqualSid(PSID left, PSID right);
+PUCHAR GetSidSubAuthorityCount(PSID sid);
+PDWORD GetSidSubAuthority(PSID sid, DWORD index);
+BOOL IsWellKnownSid(PSID sid, WELL_KNOWN_SID_TYPE type);
+BOOL CreateWellKnownSid(WELL_KNOWN_SID_TYPE type, PSID domain, PSID sid, DWORD* byteCount);
+// The caller owes the SID to FreeSid.
+BOOL AllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authority, BYTE count, DWORD first, DWORD second, DWORD third,
+                              DWORD fourth, DWORD fifth, DWORD sixth, DWORD seventh, DWORD eighth, PSID* sid);
+PVOID FreeSid(PSID sid);
+
+BOOL GetTokenInformation(HANDLE token, TOKEN_INFORMATION_CLASS what, LPVOID data, DWORD byteCount, PDWORD needed);
+BOOL AdjustTokenPrivileges(HANDLE token, BOOL disableAll, PTOKEN_PRIVILEGES wanted, DWORD byteCount,
+                           PTOKEN_PRIVILEGES before, PDWORD needed);
+BOOL CheckTokenMembership(HANDLE token, PSID sid, PBOOL isMember);

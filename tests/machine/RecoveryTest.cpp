@@ -1,0 +1,430 @@
+// Queues that logons left behind: listed, measured, claimed, and walked through by a recovery pass.
+#include <windows.h>
+
+#include <map>
+
+#include "StoreFixture.h"
+#include "applet/Recovery.h"
+
+using namespace AppletNotes;
+using namespace platform;
+
+namespace {
+
+constexpr std::size_t kMiB = 0x100000;
+
+std::string hex(unsigned value, int digits) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%0*X", digits, value);
+    return text;
+}
+
+}  // namespace
+
+class RecoveryMachine : public StoreMachine {
+  protected:
+    RecoveryMachine() : store_(makeStore()), own_(ownQueue()) {}
+
+    // The n-th queue of a logon that is over.
+    static std::string foreign(unsigned n) { return "applet-00000002-" + hex(0x900 + n, 16) + "-0000000000000001"; }
+    std::string claimed(unsigned n) const { return own_ + "-r-" + hex(n, 32); }
+    fs::path makeQueue(const std::string& name, unsigned notes = 1, std::size_t size = 10) const {
+        const fs::path queue = StoreMachine::makeQueue(name);
+        for (unsigned i = 0; i < notes; ++i)
+            putNote(queue, "note_" + std::to_string(i) + ".json", std::string(size, 'x'));
+        return queue;
+    }
+    void removeQueues() const {
+        for (const auto& entry : fs::directory_iterator(root()))
+            if (entry.path().filename().string().starts_with("applet-")) fs::remove_all(entry);
+    }
+    std::vector<std::string> queues() const {
+        std::vector<std::string> found;
+        for (const auto& entry : fs::directory_iterator(root()))
+            if (entry.path().filename().string().starts_with("applet-")) found.push_back(entry.path().filename());
+        std::sort(found.begin(), found.end());
+        return found;
+    }
+    HANDLE hold(const std::string& name) const {
+        const WideString path = context().storeRoot + TEXT("\\") + wide(name);
+        const HANDLE handle = CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
+        EXPECT_NE(handle, INVALID_HANDLE_VALUE) << GetLastError();
+        return handle;
+    }
+    DWORD measure(const std::string& name, DWORD& count, ULONGLONG& bytes) const {
+        DWORD err = 99;
+        EXPECT_EQ(store_.measureQueue(wide(name), count, bytes, err), err == 0);
+        return err;
+    }
+    DWORD measure(const std::string& name) const {
+        DWORD count = 0;
+        ULONGLONG bytes = 0;
+        return measure(name, count, bytes);
+    }
+    ClaimResult claim(const std::string& name, OwnerState state, std::string& newName, DWORD& err) const {
+        WideString made = TEXT("before");
+        const ClaimResult result = store_.claimQueue(
+            wide(name), context().identity, [&](const LogonIdentity&) { return state; }, made, err);
+        newName = utf8(made);
+        EXPECT_EQ(result == ClaimResult::Claimed, !newName.empty());
+        return result;
+    }
+
+    // A pass, told who is who; whom it asked and what it started is in asked_ and started_.
+    RecoveryResult recover() {
+        asked_.clear();
+        started_.clear();
+        return recoverQueues(
+            store_, context().identity,
+            [&](const LogonIdentity& identity) {
+                const std::string name = utf8(formatQueueName(identity));
+                ++asked_[name];
+                const auto state = states_.find(name);
+                return state == states_.end() ? OwnerState::Gone : state->second;
+            },
+            [&](const WideString& name) {
+                started_.push_back(utf8(name));
+                const auto result = results_.find(started_.back());
+                return result == results_.end() ? DWORD{0} : result->second;
+            });
+    }
+    // The counters as the log has them, and the report behind them.
+    static std::string text(const RecoveryResult& result) {
+        std::ostringstream out;
+        const std::pair<const char*, DWORD> counters[] = {
+            {"claimed", result.claimed}, {"dispatched", result.dispatched}, {"live", result.live},
+            {"unknown", result.unknown}, {"deferred", result.deferred},     {"failed", result.failed}};
+        for (const auto& [name, value] : counters)
+            if (value != 0) out << name << "=" << value << " ";
+        if (result.incomplete) out << "incomplete ";
+        if (result.lastError != 0 || !result.stage.empty())
+            out << "| " << utf8(result.stage) << " " << utf8(result.queue) << " " << result.lastError;
+        return out.str();
+    }
+    std::string recovered() { return text(recover()); }
+
+    QueueStore store_;
+    std::string own_;
+    std::map<std::string, OwnerState> states_;
+    std::map<std::string, DWORD> results_;
+    std::map<std::string, unsigned> asked_;
+    std::vector<std::string> started_;
+};
+
+TEST_F(RecoveryMachine, listingIsWholeOrNothing) {
+    std::vector<WideString> names = {TEXT("before")};
+    bool truncated = true;
+    DWORD err = 99;
+    const auto list = [&](DWORD limit) { return store_.enumerateQueues(limit, names, truncated, err); };
+    EXPECT_TRUE(list(10));
+    EXPECT_TRUE(names.empty() && !truncated && err == 0) << "no queues";
+    for (unsigned i = 0; i < 3; ++i)
+        makeQueue(foreign(i));
+    EXPECT_TRUE(list(3));
+    EXPECT_EQ(names.size(), 3U);
+    EXPECT_FALSE(truncated);
+    EXPECT_TRUE(list(2));
+    EXPECT_EQ(names.size(), 2U);
+    EXPECT_TRUE(truncated);
+    EXPECT_FALSE(list(0));
+    EXPECT_EQ(err, 87U);
+    const HANDLE lifecycle = hold(".lifecycle.lock");
+    EXPECT_FALSE(list(3));
+    EXPECT_EQ(err, 32U);
+    CloseHandle(lifecycle);
+
+    const fs::path stray = root() / "applet-x";
+    const auto strayIsRefused = [&](const char* what) {
+        EXPECT_FALSE(list(100)) << what;
+        EXPECT_EQ(err, 13U) << what;
+        EXPECT_TRUE(names.empty()) << what;
+        fs::remove(stray);
+    };
+    StoreMachine::makeQueue("applet-x");
+    strayIsRefused("folder");
+    putPrivateFile(stray, "");
+    strayIsRefused("file");
+    fs::create_symlink(root() / foreign(0), root() / foreign(7));
+    EXPECT_FALSE(list(100));
+    EXPECT_EQ(err, 13U);
+    EXPECT_FALSE(QueueStore().enumerateQueues(1, names, truncated, err));
+    EXPECT_EQ(err, 87U);
+}
+
+TEST_F(RecoveryMachine, measuringKeepsToTheLimits) {
+    DWORD count = 9;
+    ULONGLONG bytes = 9;
+    EXPECT_EQ(measure("applet-x"), 87U);
+    EXPECT_EQ(measure(own_), 2U) << "it has vanished";
+    const fs::path queue = makeQueue(own_, 0);
+    putPrivateFile(queue / "{stale}.tmp", "x");
+    EXPECT_EQ(measure(own_, count, bytes), 0U);
+    EXPECT_TRUE(count == 0 && bytes == 0);
+
+    for (unsigned i = 0; i < 128; ++i)
+        putNote(queue, "note_" + std::to_string(i) + ".json", "xy");
+    EXPECT_EQ(measure(own_, count, bytes), 0U);
+    EXPECT_TRUE(count == 128 && bytes == 256);
+    putNote(queue, "note_128.json", "x");
+    EXPECT_EQ(measure(own_), 112U);
+    fs::remove_all(queue);
+    makeQueue(own_, 16, 2 * kMiB);
+    EXPECT_EQ(measure(own_, count, bytes), 0U);
+    EXPECT_EQ(bytes, 32 * kMiB);
+    putNote(queue, "note_a.json", "x");
+    EXPECT_EQ(measure(own_), 112U);
+    fs::remove_all(queue);
+
+    const auto spoil = [&](const char* what, auto change, DWORD err) {
+        makeQueue(own_);
+        change();
+        EXPECT_EQ(measure(own_), err) << what;
+        fs::remove_all(queue);
+    };
+    spoil(
+        "empty note", [&] { putNote(queue, "note_a.json", ""); }, 13);
+    spoil(
+        "large note", [&] { putNote(queue, "note_a.json", std::string(2 * kMiB + 1, 'x')); }, 13);
+    spoil(
+        "name of no note", [&] { putNote(queue, "X.json", "x"); }, 13);
+    spoil(
+        "folder", [&] { fs::create_directory(queue / "note_a.json"); }, 13);
+    spoil(
+        "link", [&] { fs::create_symlink(queue / "note_0.json", queue / "note_a.json"); }, 13);
+    spoil(
+        "second link", [&] { fs::create_hard_link(queue / "note_0.json", root() / "second"); }, 5);
+    spoil(
+        "open to others", [&] { chmod((queue / "note_0.json").c_str(), 0644); }, 5);
+    makeQueue(own_);
+    const HANDLE writer = hold(own_ + "\\.writer.lock");
+    EXPECT_EQ(measure(own_), 32U) << "a writer is at work";
+    CloseHandle(writer);
+}
+
+TEST_F(RecoveryMachine, claimRenamesTheQueueOfAGoneLogonOnly) {
+    std::string name;
+    DWORD err = 99;
+    const std::string queue = foreign(0);
+    makeQueue(queue);
+    for (const OwnerState state : {OwnerState::Live, OwnerState::Unknown}) {
+        EXPECT_EQ(claim(queue, state, name, err), ClaimResult::OwnerNotGone);
+        EXPECT_EQ(err, 0U);
+    }
+    EXPECT_EQ(claim("applet-x", OwnerState::Gone, name, err), ClaimResult::Failed);
+    EXPECT_EQ(err, 87U);
+    WideString made;
+    EXPECT_EQ(store_.claimQueue(
+                  wide(queue), {}, [](const LogonIdentity&) { return OwnerState::Gone; }, made, err),
+              ClaimResult::Failed);
+    EXPECT_EQ(err, 87U);
+    EXPECT_EQ(store_.claimQueue(wide(queue), context().identity, nullptr, made, err), ClaimResult::Failed);
+    EXPECT_EQ(err, 87U);
+    EXPECT_EQ(claim(foreign(1), OwnerState::Gone, name, err), ClaimResult::Failed);
+    EXPECT_EQ(err, 2U) << "it has vanished";
+    for (const std::string& lock : {std::string(".lifecycle.lock"), queue + "\\.writer.lock"}) {
+        const HANDLE held = hold(lock);
+        EXPECT_EQ(claim(queue, OwnerState::Gone, name, err), ClaimResult::Busy) << lock;
+        EXPECT_EQ(err, 32U);
+        CloseHandle(held);
+    }
+    {
+        const HANDLE shown = CreateFileW((context().storeRoot + TEXT("\\") + wide(queue)).c_str(), FILE_LIST_DIRECTORY,
+                                         FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                         FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+        EXPECT_EQ(claim(queue, OwnerState::Gone, name, err), ClaimResult::Busy) << "displayed";
+        EXPECT_EQ(err, 32U);
+        CloseHandle(shown);
+    }
+    {
+        const HANDLE open = hold(queue + "\\note_0.json");
+        EXPECT_EQ(claim(queue, OwnerState::Gone, name, err), ClaimResult::Busy) << "an open file in it";
+        EXPECT_EQ(err, 5U);
+        CloseHandle(open);
+    }
+    EXPECT_EQ(queues(), std::vector<std::string>{queue});
+
+    ASSERT_EQ(claim(queue, OwnerState::Gone, name, err), ClaimResult::Claimed) << err;
+    QueueName parsed;
+    ASSERT_TRUE(parseQueueName(wide(name), parsed)) << name;
+    EXPECT_TRUE(parsed.identity == context().identity);
+    EXPECT_EQ(name.substr(49, 3), "-r-");
+    EXPECT_EQ(name.find_first_of("abcdef", 52), std::string::npos) << "capitals only: " << name;
+    EXPECT_EQ(queues(), std::vector<std::string>{name});
+    EXPECT_EQ(get(root() / name / "note_0.json"), std::string(10, 'x'));
+    std::string again;
+    ASSERT_EQ(claim(name, OwnerState::Gone, again, err), ClaimResult::Claimed) << err;
+    EXPECT_TRUE(again.size() == 84 && again != name);
+}
+
+// Whatever call fails, the queue has its old name or the new one, with its notes.
+TEST_F(RecoveryMachine, everyFailingCallOfAClaimLeavesOneQueue) {
+    std::string name;
+    DWORD err = 0;
+    ClaimResult result = ClaimResult::Failed;
+    makeQueue(foreign(0));
+    const unsigned faulty =
+        forEachFailingCall([&] { result = claim(foreign(0), OwnerState::Gone, name, err); },
+                           [&](bool fired) {
+                               notices::takeDebugOutput();
+                               EXPECT_TRUE(fired || result == ClaimResult::Claimed);
+                               ASSERT_EQ(queues().size(), 1U);
+                               EXPECT_EQ(queues()[0], result == ClaimResult::Claimed ? name : foreign(0));
+                               EXPECT_TRUE(fs::exists(root() / queues()[0] / "note_0.json"));
+                               fs::rename(root() / queues()[0], root() / foreign(0));
+                           },
+                           1234);
+    EXPECT_GT(faulty, 15U);
+}
+
+TEST_F(RecoveryMachine, passSeesToEveryQueueAsItsOwnerStands) {
+    EXPECT_EQ(recovered(), "") << "an empty store";
+    makeQueue(own_);
+    makeQueue(claimed(1));
+    makeQueue(foreign(0));
+    makeQueue(foreign(1));
+    makeQueue(foreign(2));
+    makeQueue(foreign(3), 0);
+    states_[foreign(1)] = OwnerState::Live;
+    states_[foreign(2)] = OwnerState::Unknown;
+    EXPECT_EQ(recovered(), "claimed=1 dispatched=3 live=1 unknown=1 ");
+    ASSERT_EQ(started_.size(), 3U);
+    EXPECT_EQ((std::vector<std::string>{started_.begin(), started_.begin() + 2}),
+              (std::vector<std::string>{own_, claimed(1)}))
+        << "the own ones first, as they are listed";
+    EXPECT_TRUE(started_[2].starts_with(own_ + "-r-"));
+    EXPECT_TRUE(fs::exists(root() / foreign(3))) << "an empty one is left";
+    EXPECT_EQ(asked_[foreign(0)], 2U) << "once more under the locks";
+    EXPECT_EQ(asked_.count(own_), 0U);
+    EXPECT_EQ(recovered(), "dispatched=3 live=1 unknown=1 ") << "now it is an own one";
+
+    results_[own_] = 183;
+    results_[claimed(1)] = 1234;
+    EXPECT_EQ(recovered(), "dispatched=2 live=1 unknown=1 failed=1 | dispatch queue " + claimed(1) + " 1234");
+}
+
+TEST_F(RecoveryMachine, passIsAloneAndNeedsItsArguments) {
+    makeQueue(own_);
+    const HANDLE other = hold(".recovery.lock");
+    EXPECT_EQ(recovered(), "deferred=1 | lock recovery  32");
+    CloseHandle(other);
+    chmod((root() / ".recovery.lock").c_str(), 0640);
+    EXPECT_EQ(recovered(), "failed=1 | lock recovery  5");
+    fs::remove(root() / ".recovery.lock");
+    const HANDLE lifecycle = hold(".lifecycle.lock");
+    EXPECT_EQ(recovered(), "failed=1 | enumerate queues  32");
+    CloseHandle(lifecycle);
+    StoreMachine::makeQueue("applet-x");
+    EXPECT_EQ(recovered(), "failed=1 | enumerate queues  13");
+    EXPECT_TRUE(started_.empty()) << "one stray entry, and no queue is touched";
+    fs::remove(root() / "applet-x");
+
+    const OwnerLookup owner = [](const LogonIdentity&) { return OwnerState::Gone; };
+    const QueueDispatch dispatch = [](const WideString&) { return DWORD{0}; };
+    const LogonIdentity self = context().identity;
+    for (const RecoveryResult& result :
+         {recoverQueues(QueueStore(), self, owner, dispatch), recoverQueues(store_, {}, owner, dispatch),
+          recoverQueues(store_, self, nullptr, dispatch), recoverQueues(store_, self, owner, nullptr)})
+        EXPECT_EQ(text(result), "failed=1 | validate recovery arguments  87");
+}
+
+TEST_F(RecoveryMachine, budgetGoesToTheOwnQueuesFirst) {
+    makeQueue(own_, 100);
+    makeQueue(claimed(1), 100);
+    makeQueue(foreign(0));
+    EXPECT_EQ(recovered(), "dispatched=1 deferred=2 ");
+    EXPECT_EQ(started_, std::vector<std::string>{own_});
+    EXPECT_TRUE(asked_.empty()) << "nobody asks for the owner of a queue that is barred";
+    removeQueues();
+
+    makeQueue(foreign(0), 100);
+    makeQueue(foreign(1), 29);
+    makeQueue(foreign(2), 28);
+    EXPECT_EQ(recovered(), "claimed=2 dispatched=2 deferred=1 ") << "another logon's queue over budget bars nobody";
+    removeQueues();
+
+    makeQueue(own_, 15, 2 * kMiB);
+    makeQueue(foreign(0), 1, 2 * kMiB);
+    makeQueue(foreign(1), 1, 1);
+    EXPECT_EQ(recovered(), "claimed=1 dispatched=2 deferred=1 ") << "32 MiB to the byte";
+    removeQueues();
+
+    makeQueue(own_);
+    makeQueue(foreign(0));
+    const HANDLE writer = hold(own_ + "\\.writer.lock");
+    EXPECT_EQ(recovered(), "deferred=2 ") << "an own queue that is busy bars the others";
+    CloseHandle(writer);
+    putNote(root() / own_, "X.json", "x");
+    EXPECT_EQ(recovered(), "deferred=1 failed=1 | measure queue " + own_ + " 13");
+    removeQueues();
+
+    makeQueue(foreign(0), 100);
+    makeQueue(foreign(1), 100);
+    results_.clear();
+    EXPECT_EQ(recovered(), "claimed=1 dispatched=1 deferred=1 ");
+    ASSERT_EQ(started_.size(), 1U);
+    results_[started_[0]] = 5;
+    EXPECT_EQ(recovered(), "deferred=1 failed=1 | dispatch queue " + started_[0] + " 5")
+        << "a claimed queue keeps its name and its share of the budget";
+}
+
+TEST_F(RecoveryMachine, claimThatIsPutOffSaysWhy) {
+    makeQueue(foreign(0));
+    const HANDLE shown =
+        CreateFileW((context().storeRoot + TEXT("\\") + wide(foreign(0))).c_str(), FILE_LIST_DIRECTORY,
+                    FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    EXPECT_EQ(recovered(), "deferred=1 | defer queue claim " + foreign(0) + " 32");
+    CloseHandle(shown);
+    faults::arm({"CoCreateGuid", 1, faults::Action::Fail, 0x80004005});
+    EXPECT_EQ(recovered().substr(0, 8), "failed=1");
+    faults::clear();
+    // The owner is back by the time of the claim.
+    unsigned asked = 0;
+    const RecoveryResult result = recoverQueues(
+        store_, context().identity,
+        [&](const LogonIdentity&) { return ++asked == 1 ? OwnerState::Gone : OwnerState::Live; },
+        [](const WideString&) { return DWORD{0}; });
+    EXPECT_EQ(text(result), "deferred=1 ");
+    // Or the queue has gone.
+    asked = 0;
+    const RecoveryResult gone = recoverQueues(
+        store_, context().identity,
+        [&](const LogonIdentity&) {
+            if (++asked == 1) faults::arm({"CreateFileW", 5, faults::Action::Fail, ERROR_FILE_NOT_FOUND});
+            return OwnerState::Gone;
+        },
+        [](const WideString&) { return DWORD{0}; });
+    faults::clear();
+    EXPECT_EQ(gone.claimed, 0U) << text(gone);
+}
+
+TEST_F(RecoveryMachine, storeOf4096QueuesIsSeenAndOneOf4097IsNot) {
+    for (unsigned i = 0; i < 4095; ++i)
+        StoreMachine::makeQueue(foreign(i));
+    makeQueue(foreign(4095));
+    EXPECT_EQ(recovered(), "claimed=1 dispatched=1 ");
+    StoreMachine::makeQueue(foreign(4096));
+    EXPECT_EQ(recovered(), "deferred=4096 incomplete | enumerate queues  234");
+    EXPECT_TRUE(asked_.empty() && started_.empty());
+}
+
+// Any failing call is counted or harmless, and no lock stays held.
+TEST_F(RecoveryMachine, everyFailingCallOfAPassIsCounted) {
+    RecoveryResult result;
+    const auto reset = [&] {
+        removeQueues();
+        makeQueue(own_);
+        makeQueue(foreign(0));
+    };
+    reset();
+    const unsigned faulty = forEachFailingCall(
+        [&] { result = recover(); },
+        [&](bool fired) {
+            const bool released = !notices::takeDebugOutput().empty();
+            EXPECT_TRUE(result.dispatched == 2 || (fired && result.failed + result.deferred != 0)) << text(result);
+            EXPECT_TRUE(!fired || released || result.dispatched < 2) << text(result);
+            EXPECT_EQ(queues().size(), 2U);
+            reset();
+        },
+        1234);
+    EXPECT_GT(faulty, 50U);
+}
