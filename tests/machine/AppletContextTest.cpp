@@ -146,7 +146,7 @@ TEST_F(AppletContextMachine, ownerIsLookedUp) {
     EXPECT_EQ(lookupOwner(own, nullptr, err), OwnerState::Unknown);
     EXPECT_EQ(err, 87U);
 
-    faults::arm({"LsaGetLogonSessionData", 1, faults::Action::Fail, 0xC0000022});
+    faults::arm({"LsaGetLogonSessionData", 1, faults::Action::Fail, 5});
     EXPECT_EQ(look(own, err), OwnerState::Unknown);
     EXPECT_EQ(err, 5U);
     faults::clear();

@@ -7,6 +7,7 @@
 #include "common/Paths.h"
 #include "support/Files.h"
 #include "support/Text.h"
+#include "support/windows/Mouse.h"
 
 struct DisplayProcess::Platform {
     WaitHandle process;
@@ -42,8 +43,15 @@ BOOL CALLBACK listNote(HWND window, LPARAM into) {
     return TRUE;
 }
 
+void takeMouse() {
+    static const HANDLE turn = CreateMutexW(nullptr, FALSE, TEXT("Local\\Vellumd.Tests.Mouse"));
+    static const DWORD taken = WaitForSingleObject(turn, 90000);
+    static_cast<void>(taken);
+}
+
 // The mouse itself, as a hand moves it: in small steps, with pauses.
 void mouse(DWORD what, LONG x, LONG y) {
+    takeMouse();
     const LONG width = GetSystemMetrics(SM_CXSCREEN), height = GetSystemMetrics(SM_CYSCREEN);
     INPUT input = {};
     input.type = INPUT_MOUSE;
@@ -78,6 +86,10 @@ DisplayProcess::~DisplayProcess() {
     if (!platform_->process) return;
     TerminateProcess(platform_->process.get(), 0xff);
     WaitForSingleObject(platform_->process.get(), 5000);
+}
+
+void moveMouse(LONG x, LONG y) {
+    mouse(0, x, y);
 }
 
 std::vector<ShownWindow> DisplayProcess::notes() const {
