@@ -4,6 +4,7 @@
 
 #include <objidl.h>
 
+#include <aclapi.h>
 #include <commctrl.h>
 #include <gdiplus.h>
 #include <ntsecapi.h>
@@ -151,6 +152,26 @@ static_assert(ERROR_NOT_ALL_ASSIGNED == 1300 && ERROR_NO_IMPERSONATION_TOKEN == 
 static_assert(ERROR_NO_SUCH_LOGON_SESSION == 1312 && ERROR_NO_SUCH_PRIVILEGE == 1313 && ERROR_INVALID_SID == 1337);
 static_assert(E_HANDLE == static_cast<HRESULT>(0x80070006));
 
+static_assert(READ_CONTROL == 0x20000 && FILE_READ_ATTRIBUTES == 0x80 && FILE_ALL_ACCESS == 0x1F01FF);
+static_assert(FILE_FLAG_OPEN_REPARSE_POINT == 0x200000 && ACCESS_ALLOWED_ACE_TYPE == 0);
+static_assert((OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE) == 3 && SECURITY_DESCRIPTOR_REVISION == 1);
+static_assert(SE_DACL_PRESENT == 4 && SE_DACL_PROTECTED == 0x1000 && SE_FILE_OBJECT == 1);
+static_assert(OWNER_SECURITY_INFORMATION == 1 && DACL_SECURITY_INFORMATION == 4);
+static_assert(SET_ACCESS == 2 && TRUSTEE_IS_SID == 0 && TRUSTEE_IS_USER == 1 && NO_MULTIPLE_TRUSTEE == 0);
+static_assert(sizeof(SECURITY_DESCRIPTOR) == 40 && offsetof(SECURITY_DESCRIPTOR, Owner) == 8);
+static_assert(offsetof(SECURITY_DESCRIPTOR, Dacl) == 32 && sizeof(ACL) == 8 && offsetof(ACL, AceCount) == 4);
+static_assert(sizeof(ACE_HEADER) == 4 && sizeof(ACCESS_ALLOWED_ACE) == 12);
+static_assert(offsetof(ACCESS_ALLOWED_ACE, Mask) == 4 && offsetof(ACCESS_ALLOWED_ACE, SidStart) == 8);
+static_assert(sizeof(TRUSTEE_W) == 32 && offsetof(TRUSTEE_W, ptstrName) == 24 && sizeof(EXPLICIT_ACCESSW) == 48);
+static_assert(offsetof(EXPLICIT_ACCESSW, Trustee) == 16 && offsetof(TRUSTEE_W, TrusteeType) == 16);
+static_assert(FileRenameInfo == 3 && FileDispositionInfo == 4 && sizeof(FILE_DISPOSITION_INFO) == 1);
+static_assert(sizeof(FILE_RENAME_INFO) == 24 && offsetof(FILE_RENAME_INFO, RootDirectory) == 8);
+static_assert(offsetof(FILE_RENAME_INFO, FileNameLength) == 16 && offsetof(FILE_RENAME_INFO, FileName) == 20);
+static_assert(sizeof(BY_HANDLE_FILE_INFORMATION) == 52);
+static_assert(offsetof(BY_HANDLE_FILE_INFORMATION, nNumberOfLinks) == 40);
+static_assert(ERROR_UNKNOWN_REVISION == 1305 && ERROR_INVALID_OWNER == 1307 && ERROR_INVALID_ACL == 1336);
+static_assert(ERROR_INVALID_SECURITY_DESCR == 1338);
+
 template <typename Signature, typename Call>
 constexpr bool has(Call*) {
     return std::is_same_v<Signature, Call>;
@@ -166,6 +187,8 @@ CALL(ReadFile, BOOL(HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED));
 CALL(WriteFile, BOOL(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED));
 CALL(FlushFileBuffers, BOOL(HANDLE));
 CALL(GetFileSizeEx, BOOL(HANDLE, PLARGE_INTEGER));
+CALL(GetFileInformationByHandle, BOOL(HANDLE, LPBY_HANDLE_FILE_INFORMATION));
+CALL(SetFileInformationByHandle, BOOL(HANDLE, FILE_INFO_BY_HANDLE_CLASS, LPVOID, DWORD));
 CALL(DeleteFileW, BOOL(LPCWSTR));
 CALL(MoveFileExW, BOOL(LPCWSTR, LPCWSTR, DWORD));
 CALL(GetFileAttributesW, DWORD(LPCWSTR));
@@ -213,6 +236,15 @@ CALL(CreateWellKnownSid, BOOL(WELL_KNOWN_SID_TYPE, PSID, PSID, DWORD*));
 CALL(AllocateAndInitializeSid,
      BOOL(PSID_IDENTIFIER_AUTHORITY, BYTE, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, PSID*));
 CALL(FreeSid, PVOID(PSID));
+CALL(InitializeSecurityDescriptor, BOOL(PSECURITY_DESCRIPTOR, DWORD));
+CALL(SetSecurityDescriptorOwner, BOOL(PSECURITY_DESCRIPTOR, PSID, BOOL));
+CALL(SetSecurityDescriptorDacl, BOOL(PSECURITY_DESCRIPTOR, BOOL, PACL, BOOL));
+CALL(SetSecurityDescriptorControl,
+     BOOL(PSECURITY_DESCRIPTOR, SECURITY_DESCRIPTOR_CONTROL, SECURITY_DESCRIPTOR_CONTROL));
+CALL(GetAce, BOOL(PACL, DWORD, LPVOID*));
+CALL(SetEntriesInAclW, DWORD(ULONG, PEXPLICIT_ACCESS_W, PACL, PACL*));
+CALL(GetSecurityInfo,
+     DWORD(HANDLE, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID*, PSID*, PACL*, PACL*, PSECURITY_DESCRIPTOR*));
 CALL(LsaGetLogonSessionData, NTSTATUS(PLUID, PSECURITY_LOGON_SESSION_DATA*));
 CALL(LsaFreeReturnBuffer, NTSTATUS(PVOID));
 CALL(LsaNtStatusToWinError, ULONG(NTSTATUS));
@@ -294,6 +326,7 @@ CALL(MessageBoxW, int(HWND, LPCWSTR, LPCWSTR, UINT));
 CALL(CoInitializeEx, HRESULT(LPVOID, DWORD));
 CALL(CoUninitialize, void());
 CALL(CoCreateGuid, HRESULT(GUID*));
+CALL(StringFromGUID2, int(REFGUID, LPOLESTR, int));
 CALL(CoTaskMemFree, void(LPVOID));
 CALL(CommandLineToArgvW, LPWSTR*(LPCWSTR, int*));
 CALL(SHGetFolderPathW, HRESULT(HWND, int, HANDLE, DWORD, LPWSTR));

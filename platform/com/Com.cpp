@@ -5,6 +5,8 @@
 #include <winbase.h>
 #include <winerror.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 #include "Faults.h"
@@ -60,6 +62,19 @@ HRESULT CoCreateGuid(GUID* guid) {
     guid->Data3 = static_cast<USHORT>((guid->Data3 & 0x0fff) | 0x4000);  // version 4: random
     guid->Data4[0] = static_cast<BYTE>((guid->Data4[0] & 0x3f) | 0x80);
     return S_OK;
+}
+
+int StringFromGUID2(REFGUID guid, LPOLESTR text, int capacity) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return 0;
+    char plain[39];
+    const BYTE* const tail = guid.Data4;
+    const int length =
+        std::snprintf(plain, sizeof plain, "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", guid.Data1, guid.Data2,
+                      guid.Data3, tail[0], tail[1], tail[2], tail[3], tail[4], tail[5], tail[6], tail[7]);
+    if (capacity <= length) return 0;
+    std::copy_n(plain, length + 1, text);
+    return length + 1;
 }
 
 void CoTaskMemFree(LPVOID memory) {

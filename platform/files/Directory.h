@@ -4,17 +4,18 @@
 #include <memory>
 #include <string>
 
-#include "objects/HandleTable.h"
+#include "files/FileObject.h"
 
 namespace platform {
 
 struct ChangeQueue;
 
-struct Directory : Object {
-    explicit Directory(std::string native) : path(std::move(native)) {}
+struct Directory : OpenItem {
+    Directory(Descriptor opened, DWORD accessRights, std::string native)
+        : OpenItem(std::move(opened), accessRights), path(std::move(native)) {}
     ~Directory() override;
 
-    std::string path;
+    std::string path;                      // when it was opened
     std::shared_ptr<ChangeQueue> changes;  // from the first read on; set under waiting::lock()
 };
 

@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <string>
 #include <utility>
 
 #include "objects/HandleTable.h"
@@ -31,11 +32,31 @@ class Descriptor {
     int descriptor_;
 };
 
-struct FileObject : Object {
-    FileObject(Descriptor opened, DWORD accessRights) : descriptor(std::move(opened)), access(accessRights) {}
+// Whatever CreateFileW opened: a file, a folder, a symbolic link.
+struct OpenItem : Object {
+    OpenItem(Descriptor opened, DWORD accessRights) : descriptor(std::move(opened)), access(accessRights) {}
 
     Descriptor descriptor;
-    DWORD access;  // FILE_READ_DATA, FILE_WRITE_DATA, FILE_APPEND_DATA and DELETE, as granted
+    DWORD access;  // as granted, with the generic rights spelled out
 };
+
+struct FileObject : OpenItem {
+    using OpenItem::OpenItem;
+    ~FileObject() override;
+
+    bool isDoomed = false;  // loses its name when the handle is closed
+};
+
+// A symbolic link that was opened as itself. Share modes do not reach it.
+struct LinkObject : OpenItem {
+    LinkObject(Descriptor opened, DWORD accessRights, std::string native)
+        : OpenItem(std::move(opened), accessRights), path(std::move(native)) {}
+    std::string path;
+};
+
+// Null, with the last error 6 or 5, when it is no handle of an open item or was not opened with that right.
+std::shared_ptr<OpenItem> findItem(HANDLE handle, DWORD right);
+// Where an open file or folder lies now; empty when it has lost its name.
+std::string nativePathOf(int descriptor);
 
 }  // namespace platform

@@ -9,5 +9,6 @@ enum COINIT : DWORD { COINIT_APARTMENTTHREADED = 0x2, COINIT_DISABLE_OLE1DDE = 0
 HRESULT CoInitializeEx(LPVOID reserved, DWORD model);
 void CoUninitialize();
 HRESULT CoCreateGuid(GUID* guid);
+int StringFromGUID2(REFGUID guid, LPOLESTR text, int capacity);
 void CoTaskMemFree(LPVOID memory);
 HRESULT CreateStreamOnHGlobal(HGLOBAL memory, BOOL deleteOnRelease, IStream** stream);

@@ -1,4 +1,4 @@
-// Security identifiers and tokens.
+// Security identifiers, tokens, security descriptors.
 #pragma once
 
 #include <winnt.h>
@@ -20,3 +20,10 @@ BOOL GetTokenInformation(HANDLE token, TOKEN_INFORMATION_CLASS what, LPVOID data
 BOOL AdjustTokenPrivileges(HANDLE token, BOOL disableAll, PTOKEN_PRIVILEGES wanted, DWORD byteCount,
                            PTOKEN_PRIVILEGES before, PDWORD needed);
 BOOL CheckTokenMembership(HANDLE token, PSID sid, PBOOL isMember);
+
+BOOL InitializeSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor, DWORD revision);
+BOOL SetSecurityDescriptorOwner(PSECURITY_DESCRIPTOR descriptor, PSID owner, BOOL isDefaulted);
+BOOL SetSecurityDescriptorDacl(PSECURITY_DESCRIPTOR descriptor, BOOL isPresent, PACL list, BOOL isDefaulted);
+BOOL SetSecurityDescriptorControl(PSECURITY_DESCRIPTOR descriptor, SECURITY_DESCRIPTOR_CONTROL mask,
+                                  SECURITY_DESCRIPTOR_CONTROL value);
+BOOL GetAce(PACL list, DWORD index, LPVOID* entry);

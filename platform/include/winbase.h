@@ -17,6 +17,7 @@
 
 #define FILE_FLAG_OVERLAPPED 0x40000000U
 #define FILE_FLAG_BACKUP_SEMANTICS 0x02000000U
+#define FILE_FLAG_OPEN_REPARSE_POINT 0x00200000U
 
 #define INFINITE 0xffffffffU
 #define WAIT_OBJECT_0 0U
@@ -66,6 +67,33 @@ struct WIN32_FIND_DATAW {
     WCHAR cAlternateFileName[14];
 };
 
+struct BY_HANDLE_FILE_INFORMATION {
+    DWORD dwFileAttributes;
+    FILETIME ftCreationTime;
+    FILETIME ftLastAccessTime;
+    FILETIME ftLastWriteTime;
+    DWORD dwVolumeSerialNumber;
+    DWORD nFileSizeHigh;
+    DWORD nFileSizeLow;
+    DWORD nNumberOfLinks;
+    DWORD nFileIndexHigh;
+    DWORD nFileIndexLow;
+};
+using LPBY_HANDLE_FILE_INFORMATION = BY_HANDLE_FILE_INFORMATION*;
+
+enum FILE_INFO_BY_HANDLE_CLASS { FileRenameInfo = 3, FileDispositionInfo = 4 };
+
+struct FILE_RENAME_INFO {
+    BOOLEAN ReplaceIfExists;
+    HANDLE RootDirectory;
+    DWORD FileNameLength;  // in bytes
+    WCHAR FileName[1];
+};
+
+struct FILE_DISPOSITION_INFO {
+    BOOLEAN DeleteFile;
+};
+
 struct SYSTEMTIME {
     WORD wYear;
     WORD wMonth;
@@ -93,6 +121,8 @@ BOOL ReadFile(HANDLE file, LPVOID bytes, DWORD byteCount, LPDWORD read, LPOVERLA
 BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD byteCount, LPDWORD written, LPOVERLAPPED overlapped);
 BOOL FlushFileBuffers(HANDLE file);
 BOOL GetFileSizeEx(HANDLE file, PLARGE_INTEGER size);
+BOOL GetFileInformationByHandle(HANDLE file, LPBY_HANDLE_FILE_INFORMATION information);
+BOOL SetFileInformationByHandle(HANDLE file, FILE_INFO_BY_HANDLE_CLASS what, LPVOID information, DWORD byteCount);
 BOOL DeleteFileW(LPCWSTR path);
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags);
 DWORD GetFileAttributesW(LPCWSTR path);

@@ -8,6 +8,7 @@
 #define CALLBACK
 
 using BYTE = unsigned char;
+using BOOLEAN = BYTE;
 using WORD = std::uint16_t;
 using DWORD = std::uint32_t;
 using LONG = std::int32_t;
@@ -138,4 +139,6 @@ struct GUID {
     BYTE Data4[8];
 };
 using KNOWNFOLDERID = GUID;
+using LPOLESTR = WCHAR*;
+#define REFGUID const GUID&
 #define REFKNOWNFOLDERID const KNOWNFOLDERID&

@@ -113,15 +113,66 @@ struct TOKEN_LINKED_TOKEN {
     HANDLE LinkedToken;
 };
 
+// Access control lists and security descriptors.
+using ACCESS_MASK = DWORD;
+
+struct ACE_HEADER {
+    BYTE AceType;
+    BYTE AceFlags;
+    WORD AceSize;
+};
+
+struct ACCESS_ALLOWED_ACE {
+    ACE_HEADER Header;
+    ACCESS_MASK Mask;
+    DWORD SidStart;  // the SID begins here
+};
+
+struct ACL {
+    BYTE AclRevision;
+    BYTE Sbz1;
+    WORD AclSize;
+    WORD AceCount;
+    WORD Sbz2;
+};
+using PACL = ACL*;
+
+using SECURITY_INFORMATION = DWORD;
+using SECURITY_DESCRIPTOR_CONTROL = WORD;
+using PSECURITY_DESCRIPTOR = PVOID;
+
+struct SECURITY_DESCRIPTOR {
+    BYTE Revision;
+    BYTE Sbz1;
+    SECURITY_DESCRIPTOR_CONTROL Control;
+    PSID Owner;
+    PSID Group;
+    PACL Sacl;
+    PACL Dacl;
+};
+
+#define ACCESS_ALLOWED_ACE_TYPE 0
+#define OBJECT_INHERIT_ACE 1
+#define CONTAINER_INHERIT_ACE 2
+#define SECURITY_DESCRIPTOR_REVISION 1
+#define SE_DACL_PRESENT 0x0004
+#define SE_DACL_PROTECTED 0x1000
+#define OWNER_SECURITY_INFORMATION 0x00000001
+#define DACL_SECURITY_INFORMATION 0x00000004
+
 #define PROCESS_QUERY_LIMITED_INFORMATION 0x1000
 
 #define GENERIC_READ 0x80000000U
 #define GENERIC_WRITE 0x40000000U
 #define DELETE 0x00010000U
+#define READ_CONTROL 0x00020000U
 
 #define FILE_READ_DATA 0x0001U
 #define FILE_WRITE_DATA 0x0002U
 #define FILE_APPEND_DATA 0x0004U
+
+#define FILE_READ_ATTRIBUTES 0x0080U
+#define FILE_ALL_ACCESS 0x001F01FFU
 
 #define FILE_LIST_DIRECTORY 0x0001U
 

@@ -1,4 +1,5 @@
-// The tokens, shells and logons that machine.txt describes. Under Wine there is one user, no shell and no logon data.
+// The tokens, shells and logons that machine.txt describes. Under Wine there is one user, no shell and no logon data,
+// every privilege counts as enabled, and a user is no member of himself.
 #include <windows.h>
 
 #include <ntsecapi.h>
@@ -160,6 +161,14 @@ TEST_F(MachineTest, impersonatingThreadHasAToken) {
     useToken("operator@1 impersonating");
     WaitHandle token;
     ASSERT_TRUE(OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, token.put()));
+    std::vector<BYTE> data = variable(token.get(), TokenUser);
+    TOKEN_USER user;
+    std::memcpy(&user, data.data(), sizeof user);
+    BOOL isMember = FALSE;
+    EXPECT_TRUE(CheckTokenMembership(token.get(), user.User.Sid, &isMember));
+    EXPECT_TRUE(isMember);
+    EXPECT_FALSE(CheckTokenMembership(openToken().get(), user.User.Sid, &isMember)) << "no token to impersonate with";
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_IMPERSONATION_TOKEN});
     EXPECT_EQ(fixed<TOKEN_STATISTICS>(token.get(), TokenStatistics).TokenType, TokenImpersonation);
 }
 

@@ -1,0 +1,155 @@
+#include "files/Moves.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <windows.h>
+
+#include <cerrno>
+#include <climits>
+#include <filesystem>
+
+#include "Gate.h"
+#include "files/FileLocks.h"
+#include "files/FileObject.h"
+#include "files/NativePath.h"
+
+namespace platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool refuse(DWORD error) {
+    SetLastError(error);
+    return false;
+}
+
+// Whether anybody has a file or folder below this one open.
+bool isOpenBelow(const std::string& folder) {
+    std::error_code ended;
+    for (fs::recursive_directory_iterator entry(folder, ended), end; entry != end; entry.increment(ended)) {
+        if (entry->is_symlink(ended) || (!entry->is_regular_file(ended) && !entry->is_directory(ended))) continue;
+        const Descriptor below(open(entry->path().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        if (below.get() >= 0 && isOpenElsewhere(below.get())) return true;
+    }
+    return false;
+}
+
+// A file or folder that is to lose its name. Nobody can open it from lock() on to the end of this object.
+class DoomedName {
+  public:
+    // False, with the last error set, when there is nothing of that name.
+    bool open(const std::string& native) {
+        path_ = native;
+        if (lstat(native.c_str(), &status_) != 0) {
+            setFileError(errno, native);
+            return false;
+        }
+        if (S_ISLNK(status_.st_mode)) return true;
+        descriptor_ = Descriptor(::open(native.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+        return descriptor_.get() >= 0 || refuse(ERROR_ACCESS_DENIED);
+    }
+    void lock() const {
+        if (descriptor_.get() >= 0) lockOpening(descriptor_.get());
+    }
+    // False, with the last error set, when somebody has it open who does not share its deletion.
+    bool mayGo() const {
+        constexpr unsigned kAll = kReadRight | kWriteRight | kDeleteRight;
+        if (descriptor_.get() < 0 || !rightsConflict(descriptor_.get(), kDeleteRight, kAll)) return true;
+        return refuse(ERROR_SHARING_VIOLATION);
+    }
+    bool isFolder() const { return S_ISDIR(status_.st_mode); }
+    // A folder stays where it is while anything below it is open.
+    bool isHeldFromBelow() const { return isFolder() && isOpenBelow(path_); }
+    bool isOpenAnywhere() const { return descriptor_.get() >= 0 && isOpenElsewhere(descriptor_.get()); }
+    bool isReadOnly() const { return S_ISREG(status_.st_mode) && (status_.st_mode & 0222) == 0; }
+    ino_t number() const { return status_.st_ino; }
+
+  private:
+    std::string path_;
+    Descriptor descriptor_{-1};
+    struct stat status_ = {};
+};
+
+bool exists(const std::string& native) {
+    struct stat status;
+    return lstat(native.c_str(), &status) == 0;
+}
+
+// `isMine`: the one who moves has it open himself, with DELETE.
+bool move(const std::string& source, const std::string& target, bool replaces, bool isMine) {
+    DoomedName moved, replaced;
+    if (!moved.open(source)) return false;
+    const bool isTaken = exists(target) && source != target;
+    if (isTaken && !replaces) return refuse(ERROR_ALREADY_EXISTS);
+    if (isTaken && !replaced.open(target)) return refuse(ERROR_ACCESS_DENIED);
+    if (isTaken && (moved.isFolder() || replaced.isFolder())) return refuse(ERROR_ACCESS_DENIED);
+    // In one order for everybody, so that two who move across each other do not wait for each other.
+    const bool movedFirst = moved.number() < replaced.number();
+    (movedFirst ? moved : replaced).lock();
+    if (moved.number() != replaced.number()) (movedFirst ? replaced : moved).lock();
+    if (!isMine && !moved.mayGo()) return false;
+    // An open file cannot be replaced, whatever its opener shares.
+    if (replaced.isReadOnly() || replaced.isOpenAnywhere() || moved.isHeldFromBelow())
+        return refuse(ERROR_ACCESS_DENIED);
+    if (rename(source.c_str(), target.c_str()) == 0) return true;
+    setFileError(errno, target);
+    return false;
+}
+
+}  // namespace
+
+std::string nativePathOf(int descriptor) {
+    char path[PATH_MAX];
+    struct stat opened, named;
+    const ssize_t length = readlink(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), path, sizeof path);
+    const std::string native(path, length > 0 ? static_cast<std::size_t>(length) : 0);
+    const bool isNamed = fstat(descriptor, &opened) == 0 && lstat(native.c_str(), &named) == 0 &&
+                         opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
+    return isNamed ? native : std::string();
+}
+
+FileObject::~FileObject() {
+    if (!isDoomed) return;
+    lockOpening(descriptor.get());  // nobody moves it, or puts another in its place
+    const std::string native = nativePathOf(descriptor.get());
+    if (!native.empty()) unlink(native.c_str());
+}
+
+bool removeFile(const std::string& native) {
+    DoomedName file;
+    if (!file.open(native)) return false;
+    if (file.isFolder() || file.isReadOnly()) return refuse(ERROR_ACCESS_DENIED);
+    file.lock();
+    if (!file.mayGo()) return false;
+    if (unlink(native.c_str()) == 0) return true;
+    setFileError(errno, native);
+    return false;
+}
+
+bool moveItem(const std::string& source, const std::string& target, bool replaces) {
+    return move(source, target, replaces, false);
+}
+
+bool renameItem(const OpenItem& item, const std::string& target, bool replaces) {
+    const std::string source = nativePathOf(item.descriptor.get());
+    if (source.empty()) return refuse(ERROR_FILE_NOT_FOUND);
+    return move(source, target, replaces, true);
+}
+
+}  // namespace platform
+
+using namespace platform;
+
+BOOL DeleteFileW(LPCWSTR path) {
+    static constinit CallSite site{__func__};
+    std::string native;
+    return !site.fails() && nativePath(path, native) && removeFile(native);
+}
+
+BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) {
+    static constinit CallSite site{__func__};
+    std::string source, target;
+    return !site.fails() && nativePath(from, source) && nativePath(to, target) &&
+           moveItem(source, target, (flags & MOVEFILE_REPLACE_EXISTING) != 0);
+}

@@ -1,0 +1,146 @@
+// What is done to files and folders through their handles.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <aclapi.h>
+#include <objbase.h>
+
+#include <cstring>
+#include <filesystem>
+#include <vector>
+
+#include "common/Handles.h"
+#include "support/Files.h"
+#include "support/Text.h"
+
+namespace {
+
+constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+FileHandle open(const WideString& path, DWORD access, DWORD share = kAll, DWORD disposition = OPEN_EXISTING,
+                DWORD flags = FILE_FLAG_OPEN_REPARSE_POINT) {
+    return FileHandle(CreateFileW(path.c_str(), access, share, nullptr, disposition, flags, nullptr));
+}
+
+// 0, or the error.
+DWORD renameTo(const FileHandle& file, const WideString& target, bool replaces) {
+    const std::size_t nameBytes = target.size() * sizeof(WCHAR);
+    std::vector<BYTE> request(offsetof(FILE_RENAME_INFO, FileName) + nameBytes + sizeof(WCHAR) + 8);
+    FILE_RENAME_INFO head = {};
+    head.ReplaceIfExists = replaces;
+    head.FileNameLength = static_cast<DWORD>(nameBytes);
+    std::memcpy(request.data(), &head, offsetof(FILE_RENAME_INFO, FileName));
+    std::memcpy(request.data() + offsetof(FILE_RENAME_INFO, FileName), target.data(), nameBytes);
+    const DWORD size = static_cast<DWORD>(request.size());
+    return SetFileInformationByHandle(file.get(), FileRenameInfo, request.data(), size) ? 0 : GetLastError();
+}
+
+DWORD dispose(const FileHandle& file, bool isToGo = true) {
+    FILE_DISPOSITION_INFO request = {isToGo};
+    return SetFileInformationByHandle(file.get(), FileDispositionInfo, &request, sizeof request) ? 0 : GetLastError();
+}
+
+}  // namespace
+
+TEST(FileHandles, fileTellsItsKindSizeAndLinks) {
+    const TempFolder folder;
+    writeFile(folder / TEXT("a"), "12345");
+    BY_HANDLE_FILE_INFORMATION told = {};
+    ASSERT_TRUE(GetFileInformationByHandle(open(folder / TEXT("a"), READ_CONTROL).get(), &told));
+    EXPECT_EQ(told.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT), 0U);
+    EXPECT_EQ(told.nFileSizeLow, 5U);
+    EXPECT_EQ(told.nNumberOfLinks, 1U);
+    std::filesystem::create_hard_link(hostPath(folder / TEXT("a")), hostPath(folder / TEXT("b")));
+    ASSERT_TRUE(GetFileInformationByHandle(open(folder / TEXT("a"), GENERIC_READ).get(), &told));
+    EXPECT_EQ(told.nNumberOfLinks, 2U);
+    const DWORD flags = FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT;
+    const FileHandle directory =
+        open(folder.path(), FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES, 3, OPEN_EXISTING, flags);
+    ASSERT_TRUE(GetFileInformationByHandle(directory.get(), &told));
+    EXPECT_EQ(told.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT),
+              DWORD{FILE_ATTRIBUTE_DIRECTORY});
+    EXPECT_FALSE(open(folder.path(), GENERIC_READ)) << "a folder needs its flag";
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    const FileHandle plain = open(folder / TEXT("a"), FILE_LIST_DIRECTORY, 3, OPEN_EXISTING, flags);
+    ASSERT_TRUE(GetFileInformationByHandle(plain.get(), &told)) << "with the flag a file opens as well";
+    EXPECT_EQ(told.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY, 0U);
+    EXPECT_FALSE(GetFileInformationByHandle(nullptr, &told));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+}
+
+TEST(FileHandles, renamesByHandle) {
+    const TempFolder folder;
+    const WideString source = folder / TEXT("{A}.tmp"), target = folder / TEXT("note_a.json");
+    writeFile(target, "old");
+    FileHandle file = open(source, GENERIC_WRITE | DELETE, 0, CREATE_NEW, 0x200080);
+    DWORD written = 0;
+    ASSERT_TRUE(WriteFile(file.get(), "new", 3, &written, nullptr));
+    EXPECT_TRUE(FlushFileBuffers(file.get()));
+    EXPECT_EQ(renameTo(file, target, false), DWORD{ERROR_ALREADY_EXISTS});
+    {
+        const FileHandle reader = open(target, GENERIC_READ);
+        EXPECT_EQ(renameTo(file, target, true), DWORD{ERROR_ACCESS_DENIED}) << "an open file is not replaced";
+    }
+    EXPECT_EQ(renameTo(open(target, GENERIC_READ), folder / TEXT("x"), true), DWORD{ERROR_ACCESS_DENIED})
+        << "a handle without DELETE";
+    EXPECT_EQ(readFile(target), "old");
+    EXPECT_EQ(renameTo(file, target, true), 0U);
+    file.reset();
+    EXPECT_EQ(readFile(target), "new");
+    EXPECT_FALSE(exists(source));
+}
+
+TEST(FileHandles, removesByHandleWhenItIsClosed) {
+    const TempFolder folder;
+    const WideString path = folder / TEXT("a"), moved = folder / TEXT("b");
+    writeFile(path, "x");
+    EXPECT_EQ(dispose(open(path, GENERIC_READ)), DWORD{ERROR_ACCESS_DENIED}) << "a handle without DELETE";
+    FileHandle file = open(path, DELETE | READ_CONTROL | FILE_READ_ATTRIBUTES, FILE_SHARE_READ);
+    EXPECT_EQ(dispose(file), 0U);
+    EXPECT_EQ(dispose(file, false), 0U);
+    file.reset();
+    EXPECT_TRUE(exists(path)) << "not after all";
+    file = open(path, DELETE, FILE_SHARE_READ);
+    EXPECT_EQ(renameTo(file, moved, false), 0U);
+    writeFile(path, "another");
+    EXPECT_EQ(dispose(file), 0U);
+    file.reset();
+    EXPECT_FALSE(exists(moved)) << "the file, not the name that it was opened by";
+    EXPECT_EQ(readFile(path), "another");
+}
+
+TEST(FileHandles, foldersWithoutShareDeleteKeepTheirNames) {
+    const TempFolder folder;
+    const WideString path = folder / TEXT("queue"), moved = folder / TEXT("moved");
+    std::filesystem::create_directory(hostPath(path));
+    const DWORD flags = FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT;
+    const DWORD pin = FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES | READ_CONTROL,
+                sharing = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    {
+        const FileHandle pinned = open(path, pin, sharing, OPEN_EXISTING, flags);
+        ASSERT_TRUE(pinned);
+        EXPECT_TRUE(open(path, pin, sharing, OPEN_EXISTING, flags)) << "as often as wanted";
+        EXPECT_FALSE(open(path, pin | DELETE, sharing, OPEN_EXISTING, flags));
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
+        EXPECT_FALSE(MoveFileExW(path.c_str(), moved.c_str(), 0));
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
+    }
+    FileHandle claimed = open(path, pin | DELETE, sharing, OPEN_EXISTING, flags);
+    ASSERT_TRUE(claimed);
+    EXPECT_FALSE(open(path, pin | DELETE, sharing, OPEN_EXISTING, flags)) << "one claims at a time";
+    EXPECT_EQ(renameTo(claimed, moved, false), 0U);
+    EXPECT_TRUE(std::filesystem::is_directory(hostPath(moved)));
+    claimed.reset();
+    EXPECT_TRUE(MoveFileExW(moved.c_str(), path.c_str(), 0));
+    std::filesystem::create_directory(hostPath(moved));
+    claimed = open(path, pin | DELETE, sharing, OPEN_EXISTING, flags);
+    EXPECT_EQ(renameTo(claimed, moved, false), DWORD{ERROR_ALREADY_EXISTS});
+}
+
+TEST(FileHandles, guidHasAText) {
+    const GUID guid = {0x6F9619FF, 0x8B86, 0xD011, {0xB4, 0x2D, 0x00, 0xC0, 0x4F, 0xC9, 0x64, 0xFF}};
+    WCHAR text[40] = {};
+    EXPECT_EQ(StringFromGUID2(guid, text, 38), 0);
+    EXPECT_EQ(StringFromGUID2(guid, text, 40), 39);
+    EXPECT_EQ(utf8(text), "{6F9619FF-8B86-D011-B42D-00C04FC964FF}");
+}
