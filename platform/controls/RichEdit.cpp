@@ -10,7 +10,7 @@
 namespace platform {
 namespace {
 
-constexpr std::size_t kMostTyped = 32767;
+constexpr std::size_t kMostTyped = 32767, kDefaultLimit = 65536;
 constexpr LONG kStreamBytes = 4096;  // what one call of a stream's callback moves at most
 
 // Calls back for more when what it has is used up, until there is no more or the callback refuses.
@@ -77,6 +77,9 @@ class RichEdit : public TextControl {
             case WM_SETTEXT:
                 setText(paragraphs(lParam == 0 ? u"" : reinterpret_cast<LPCWSTR>(lParam)));
                 return TRUE;
+            case EM_EXLIMITTEXT:
+                limit(lParam == 0 ? kDefaultLimit : static_cast<std::size_t>(lParam));
+                return 0;
             case EM_SETEVENTMASK:
                 return std::exchange(eventMask_, lParam);
             case EM_SETBKGNDCOLOR:
@@ -148,6 +151,7 @@ class RichEdit : public TextControl {
         IncomingBytes bytes(stream);
         const DWORD error = readRtf([&bytes] { return bytes.next(); }, content);
         if (stream.dwError == 0) stream.dwError = error;
+        if (content.size() > limit()) content.replace(limit(), content.size(), {}, {});
         const LRESULT units = static_cast<LRESULT>(content.size());
         load(std::move(content));
         return units;

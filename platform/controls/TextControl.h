@@ -54,6 +54,8 @@ class TextControl : public ControlState {
     void load(RichText content);
     void setText(std::u16string_view text);
     void select(LONG first, LONG last);
+    void limit(std::size_t units) { mostTyped_ = units; }
+    std::size_t limit() const { return mostTyped_; }
     void refresh();
 
     Window& window_;
@@ -71,7 +73,7 @@ class TextControl : public ControlState {
     void replace(std::size_t first, std::size_t last, std::u16string_view text);
     TextFormat formatForTyping() const;
 
-    const std::size_t mostTyped_;  // typing makes the text no longer than this
+    std::size_t mostTyped_;  // typing makes the text no longer than this
     HFONT font_ = nullptr;
     Margins margins_;
 };

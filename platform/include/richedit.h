@@ -6,6 +6,7 @@
 #include <winuser.h>
 
 #define EM_EXGETSEL (WM_USER + 52)
+#define EM_EXLIMITTEXT (WM_USER + 53)
 #define EM_EXSETSEL (WM_USER + 55)
 #define EM_SETBKGNDCOLOR (WM_USER + 67)
 #define EM_SETCHARFORMAT (WM_USER + 68)

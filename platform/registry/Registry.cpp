@@ -1,6 +1,7 @@
 // The registry: a folder for each key, a file for each value, all under registry/ in the machine folder. The file
 // of a value is named after it and its type; REG_SZ and REG_EXPAND_SZ hold plain UTF-8 text, so that a person can
-// read and write them, any other type holds hexadecimal digits.
+// read and write them, any other type holds hexadecimal digits. So does, behind "hex:", a text that does not end as it
+// should.
 #include <windows.h>
 #include <winreg.h>
 
@@ -100,35 +101,39 @@ bool findValue(const fs::path& folder, LPCWSTR name, Value& value) {
     return false;
 }
 
-std::string encode(DWORD type, const BYTE* data, DWORD byteCount) {
-    std::string out;
-    if (isText(type)) {
-        std::u16string text(byteCount / sizeof(WCHAR), 0);
-        std::memcpy(text.data(), data, text.size() * sizeof(WCHAR));
-        while (!text.empty() && text.back() == 0)
-            text.pop_back();
-        return toUtf8(text);
-    }
-    for (DWORD i = 0; i < byteCount; ++i) {
-        char digits[3];
-        std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(data[i]));
-        out += digits;
-    }
-    return out;
+constexpr std::string_view kHexMark = "hex:";  // before the bytes of a text value that no text gives back
+
+std::vector<BYTE> bytesOf(std::string_view digits) {
+    std::vector<BYTE> bytes;
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
+        bytes.push_back(static_cast<BYTE>(std::strtoul(std::string(digits.substr(i, 2)).c_str(), nullptr, 16)));
+    return bytes;
 }
 
 std::vector<BYTE> decode(DWORD type, std::string content) {
-    std::vector<BYTE> bytes;
     if (!content.empty() && content.back() == '\n') content.pop_back();  // an editor's
-    if (isText(type)) {
-        const std::u16string text = toWide(content);
-        bytes.resize((text.size() + 1) * sizeof(WCHAR));
-        std::memcpy(bytes.data(), text.c_str(), bytes.size());
-    } else {
-        for (std::size_t i = 0; i + 1 < content.size(); i += 2)
-            bytes.push_back(static_cast<BYTE>(std::strtoul(content.substr(i, 2).c_str(), nullptr, 16)));
-    }
+    if (!isText(type)) return bytesOf(content);
+    if (content.starts_with(kHexMark)) return bytesOf(std::string_view(content).substr(kHexMark.size()));
+    const std::u16string text = toWide(content);
+    std::vector<BYTE> bytes((text.size() + 1) * sizeof(WCHAR));
+    std::memcpy(bytes.data(), text.c_str(), bytes.size());
     return bytes;
+}
+
+std::string encode(DWORD type, const BYTE* data, DWORD byteCount) {
+    const std::vector<BYTE> bytes(data, data + byteCount);
+    if (isText(type) && byteCount >= sizeof(WCHAR)) {
+        std::u16string text(byteCount / sizeof(WCHAR) - 1, 0);
+        std::memcpy(text.data(), data, text.size() * sizeof(WCHAR));
+        if (std::string plain = toUtf8(text); decode(type, plain) == bytes) return plain;
+    }
+    std::string out(isText(type) ? kHexMark : std::string_view());
+    for (const BYTE byte : bytes) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(byte));
+        out += digits;
+    }
+    return out;
 }
 
 fs::path userHive() {

@@ -146,8 +146,10 @@ void App::cleanupStartup(const WCHAR* occasion) const {
         logWrite(LogLevel::Warn, kComponent, TEXT("Applet %ls startup cleanup deferred (err=%lu)"), occasion, err);
 }
 
+// A note that could get no id of its own takes the place of the one before.
 void App::insertNote(NoteWindowPtr window) {
     const WideString id = window->note().id;
+    if (notes_.find(id) != nullptr) eraseNote(id);
     followPlace(*notes_.set(id, std::move(window)));
 }
 

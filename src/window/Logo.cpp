@@ -22,18 +22,16 @@ struct StreamTraits {
 using Stream = Guard<StreamTraits>;
 using GlobalMemory = Guard<PointerTraits<HGLOBAL, GlobalFree>>;
 
-// `load` fills an image pointer and gives a status.
-template <typename Load>
-Logo makeLogo(Load load) {
+// Without an image yet; none when there is no memory.
+Logo makeLogo() {
     void* const memory = flat::GdipAlloc(sizeof(LogoImage));
-    if (memory == nullptr) return Logo();
-    Logo logo(new (memory) LogoImage);
-    return load(&logo.get()->image) == Gdiplus::Ok ? std::move(logo) : Logo();
+    return memory == nullptr ? Logo() : Logo(new (memory) LogoImage);
 }
 
 Logo logoFromFile(const WideString& path) {
-    if (path.empty()) return Logo();
-    return makeLogo([&](Gdiplus::GpImage** image) { return flat::GdipLoadImageFromFile(path.c_str(), image); });
+    Logo logo = path.empty() ? Logo() : makeLogo();
+    if (!logo || flat::GdipLoadImageFromFile(path.c_str(), &logo.get()->image) != Gdiplus::Ok) return Logo();
+    return logo;
 }
 
 // The stream owns the memory. None when the system has no memory to give.
@@ -57,12 +55,10 @@ Logo logoFromText(const WideString& logo, const WideString& id) {
         return Logo();
     }
     const Stream stream = streamOver(bytes);
-    if (!stream) return Logo();
-    Logo decoded =
-        makeLogo([&](Gdiplus::GpImage** image) { return flat::GdipLoadImageFromStream(stream.get(), image); });
-    if (!decoded)
-        logWrite(LogLevel::Warn, kComponent, TEXT("logo: GDI+ could not decode base64 image (id=%ls)"), id.c_str());
-    return decoded;
+    Logo decoded = stream ? makeLogo() : Logo();
+    if (!decoded || flat::GdipLoadImageFromStream(stream.get(), &decoded.get()->image) == Gdiplus::Ok) return decoded;
+    logWrite(LogLevel::Warn, kComponent, TEXT("logo: GDI+ could not decode base64 image (id=%ls)"), id.c_str());
+    return Logo();
 }
 
 }  // namespace

@@ -22,6 +22,7 @@ constexpr UINT kDebounceMs = 800;
 constexpr UINT_PTR TITLE_EDIT_ID = 1001;
 constexpr UINT_PTR BODY_EDIT_ID = 1002;
 constexpr UINT_PTR kTitleSubclass = 1;
+constexpr LPARAM kNoLimit = 0x7FFFFFFE;
 
 HWND makeControl(HWND parent, const WCHAR* kind, const WCHAR* text, DWORD style, UINT_PTR id) {
     return CreateWindowExW(0, kind, text, WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, parent,
@@ -124,6 +125,9 @@ void NoteWindow::createBody() {
                             WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_NOHIDESEL | ES_WANTRETURN | ES_SAVESEL,
                             BODY_EDIT_ID);
     if (bodyEdit_ == nullptr) return;
+    // Without a limit of our own the control cuts rich text at 32,767 characters, and the next save would lose the
+    // rest.
+    SendMessageW(bodyEdit_, EM_EXLIMITTEXT, 0, kNoLimit);
     SendMessageW(bodyEdit_, EM_SETEVENTMASK, 0, ENM_CHANGE);
     SendMessageW(bodyEdit_, EM_SETBKGNDCOLOR, 0, static_cast<LPARAM>(note_.bgColor));
     const Suppressed ownDoing(suppressChange_);
@@ -154,6 +158,13 @@ void NoteWindow::readControls() {
     while (!bytes.empty() && bytes.back() == '\0')
         bytes.pop_back();
     note_.contentRtf = utf8ToWide(bytes);
+}
+
+// Rich text takes a font as a change of its text.
+void NoteWindow::giveFonts() {
+    const Suppressed ownDoing(suppressChange_);
+    if (titleEdit_ != nullptr) SendMessageW(titleEdit_, WM_SETFONT, reinterpret_cast<WPARAM>(titleFont_.get()), TRUE);
+    if (bodyEdit_ != nullptr) SendMessageW(bodyEdit_, WM_SETFONT, reinterpret_cast<WPARAM>(bodyFont_.get()), TRUE);
 }
 
 // All text of a note has one colour, whatever its rich text says.

@@ -217,6 +217,7 @@ LRESULT NoteWindow::onNcDestroy(WPARAM, LPARAM) {
     SetWindowLongPtrW(hwnd_, GWLP_USERDATA, 0);
     hwnd_ = nullptr;
     titleEdit_ = bodyEdit_ = nullptr;
+    if (app_ != nullptr) app_->followPlace(*this);  // it has none any more
     return 0;
 }
 
@@ -307,8 +308,7 @@ void NoteWindow::rebuildFonts() {
     titleFont_ = makeFont(14, 700, dpi_);
     bodyFont_ = makeFont(12, 400, dpi_);
     footerFont_ = makeFont(10, 400, dpi_);
-    if (titleEdit_ != nullptr) SendMessageW(titleEdit_, WM_SETFONT, reinterpret_cast<WPARAM>(titleFont_.get()), TRUE);
-    if (bodyEdit_ != nullptr) SendMessageW(bodyEdit_, WM_SETFONT, reinterpret_cast<WPARAM>(bodyFont_.get()), TRUE);
+    giveFonts();
     applyBodyTextColor();  // the font must not lose it
 }
 

@@ -89,6 +89,7 @@ class NoteWindow {
     void createBrushes();
     void loadBody();
     void readControls();
+    void giveFonts();
     void applyBodyTextColor();
     void reportEdit();
     void notifyApp(UINT message);

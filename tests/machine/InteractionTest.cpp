@@ -210,11 +210,21 @@ TEST_F(Interaction, anEditInFlightGoesOutWithTheWindowUnlessTheAppClosesIt) {
     EXPECT_TRUE(has(get("n.json"), "y"));
     putNote("m", ",\"editable\":true,\"position\":{\"x\":100,\"y\":100}");
     tellChanged(app, "m.json");
+    ASSERT_EQ(noteRects().size(), 1U);
+    EXPECT_EQ(noteRects()[0].left, 100) << "a window that is gone is in nobody's way";
     platform::desktop::click(kInBody);
     platform::desktop::typeText(u"z");
     log();
     tellRemoved(app, "m.json");
     EXPECT_FALSE(has(log(), "Saved"));
+}
+
+TEST_F(Interaction, aLongNoteIsNotCutByItsNextSave) {
+    open(R"(,"editable":true,"contentRtf":"{\\rtf1 )" + std::string(40000, 'x') + "}\"");
+    platform::desktop::click(kInBody);
+    platform::desktop::typeText(u"y");
+    after(800);
+    EXPECT_GT(get("n.json").size(), 80000U) << "as plain text and as RTF";
 }
 
 TEST_F(Interaction, aFailedSaveKeepsTheEditForTheNextOne) {

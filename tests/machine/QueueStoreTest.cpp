@@ -175,6 +175,7 @@ TEST_F(QueueStoreMachine, plantedObjectsAreRefusedAndLeftAlone) {
             for (const std::string operation : place.operations) {
                 SCOPED_TRACE(std::string(place.what) + ", " + plantName + ", " + operation);
                 fs::remove_all(root());
+                fs::remove_all(root().string() + "-aside");
                 QueueStore store = makeStore();
                 const fs::path folder = makeQueue(queue);
                 for (const char* lock : {"/.writer.lock", "/.display.lock"})

@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t kMiB = 0x100000;
 
 std::string hex(unsigned value, int digits) {
-    char text[32];
+    char text[64];
     std::snprintf(text, sizeof text, "%0*X", digits, value);
     return text;
 }
@@ -53,7 +53,8 @@ class RecoveryMachine : public StoreMachine {
     }
     DWORD measure(const std::string& name, DWORD& count, ULONGLONG& bytes) const {
         DWORD err = 99;
-        EXPECT_EQ(store_.measureQueue(wide(name), count, bytes, err), err == 0);
+        const bool done = store_.measureQueue(wide(name), count, bytes, err);
+        EXPECT_EQ(done, err == 0);
         return err;
     }
     DWORD measure(const std::string& name) const {

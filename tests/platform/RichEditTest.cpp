@@ -312,6 +312,17 @@ TEST_F(RichEdit, longTextsGoThroughSeveralCalls) {
     EXPECT_EQ(textOf(edit), text);
 }
 
+// A control that was told no limit may cut what is longer; one that was has all of it, and takes more.
+TEST_F(RichEdit, limitIsLifted) {
+    const std::string text(40000, 'x');
+    SendMessageW(edit, EM_EXLIMITTEXT, 0, 0x7FFFFFFE);
+    streamIn(edit, "{\\rtf1 " + text + "}");
+    EXPECT_EQ(textOf(edit).size(), text.size());
+    select(0, 0);
+    typeText(edit, TEXT("y"));
+    EXPECT_EQ(textOf(edit).size(), text.size() + 1);
+}
+
 TEST_F(RichEdit, refusingCallbackEndsTheStream) {
     SetWindowTextW(edit, TEXT("old"));
     Stream in{"{\\rtf1 abc}", 6, 1};
