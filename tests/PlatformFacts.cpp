@@ -14,6 +14,7 @@
 #include <shellapi.h>
 #include <shlobj.h>
 #include <wchar.h>
+#include <winsafer.h>
 #include <wtsapi32.h>
 
 #include <cstdarg>
@@ -171,7 +172,9 @@ static_assert(offsetof(FILE_RENAME_INFO, FileNameLength) == 16 && offsetof(FILE_
 static_assert(sizeof(BY_HANDLE_FILE_INFORMATION) == 52);
 static_assert(offsetof(BY_HANDLE_FILE_INFORMATION, nNumberOfLinks) == 40);
 static_assert(ERROR_UNKNOWN_REVISION == 1305 && ERROR_INVALID_OWNER == 1307 && ERROR_INVALID_ACL == 1336);
-static_assert(ERROR_INVALID_SECURITY_DESCR == 1338);
+static_assert(ERROR_INVALID_SECURITY_DESCR == 1338 && ERROR_PRIVILEGE_NOT_HELD == 1314);
+static_assert(ERROR_BAD_IMPERSONATION_LEVEL == 1346 && DISABLE_MAX_PRIVILEGE == 1);
+static_assert(SAFER_SCOPEID_USER == 2 && SAFER_LEVELID_NORMALUSER == 0x20000 && SAFER_LEVEL_OPEN == 1);
 
 template <typename Signature, typename Call>
 constexpr bool has(Call*) {
@@ -225,6 +228,13 @@ CALL(OpenThreadToken, BOOL(HANDLE, DWORD, BOOL, PHANDLE));
 CALL(GetTokenInformation, BOOL(HANDLE, TOKEN_INFORMATION_CLASS, LPVOID, DWORD, PDWORD));
 CALL(LookupPrivilegeValueW, BOOL(LPCWSTR, LPCWSTR, PLUID));
 CALL(AdjustTokenPrivileges, BOOL(HANDLE, BOOL, PTOKEN_PRIVILEGES, DWORD, PTOKEN_PRIVILEGES, PDWORD));
+CALL(DuplicateTokenEx, BOOL(HANDLE, DWORD, LPSECURITY_ATTRIBUTES, SECURITY_IMPERSONATION_LEVEL, TOKEN_TYPE, PHANDLE));
+CALL(CreateRestrictedToken,
+     BOOL(HANDLE, DWORD, DWORD, PSID_AND_ATTRIBUTES, DWORD, PLUID_AND_ATTRIBUTES, DWORD, PSID_AND_ATTRIBUTES, PHANDLE));
+CALL(SetTokenInformation, BOOL(HANDLE, TOKEN_INFORMATION_CLASS, LPVOID, DWORD));
+CALL(SaferCreateLevel, BOOL(DWORD, DWORD, DWORD, SAFER_LEVEL_HANDLE*, LPVOID));
+CALL(SaferComputeTokenFromLevel, BOOL(SAFER_LEVEL_HANDLE, HANDLE, PHANDLE, DWORD, LPVOID));
+CALL(SaferCloseLevel, BOOL(SAFER_LEVEL_HANDLE));
 CALL(CheckTokenMembership, BOOL(HANDLE, PSID, PBOOL));
 CALL(IsValidSid, BOOL(PSID));
 CALL(GetLengthSid, DWORD(PSID));

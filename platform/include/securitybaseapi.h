@@ -3,6 +3,8 @@
 
 #include <winnt.h>
 
+#include <minwinbase.h>
+
 BOOL IsValidSid(PSID sid);
 DWORD GetLengthSid(PSID sid);
 BOOL CopySid(DWORD capacity, PSID destination, PSID source);
@@ -19,6 +21,12 @@ PVOID FreeSid(PSID sid);
 BOOL GetTokenInformation(HANDLE token, TOKEN_INFORMATION_CLASS what, LPVOID data, DWORD byteCount, PDWORD needed);
 BOOL AdjustTokenPrivileges(HANDLE token, BOOL disableAll, PTOKEN_PRIVILEGES wanted, DWORD byteCount,
                            PTOKEN_PRIVILEGES before, PDWORD needed);
+BOOL DuplicateTokenEx(HANDLE token, DWORD access, LPSECURITY_ATTRIBUTES security, SECURITY_IMPERSONATION_LEVEL level,
+                      TOKEN_TYPE type, PHANDLE made);
+BOOL CreateRestrictedToken(HANDLE token, DWORD flags, DWORD disabledCount, PSID_AND_ATTRIBUTES disabled,
+                           DWORD deletedCount, PLUID_AND_ATTRIBUTES deleted, DWORD restrictedCount,
+                           PSID_AND_ATTRIBUTES restricted, PHANDLE made);
+BOOL SetTokenInformation(HANDLE token, TOKEN_INFORMATION_CLASS what, LPVOID data, DWORD byteCount);
 BOOL CheckTokenMembership(HANDLE token, PSID sid, PBOOL isMember);
 
 BOOL InitializeSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor, DWORD revision);

@@ -3,6 +3,7 @@
 
 #include <windef.h>
 
+#include <minwinbase.h>
 #include <securitybaseapi.h>
 
 #define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-1)))
@@ -26,13 +27,6 @@
 
 #define STD_OUTPUT_HANDLE (static_cast<DWORD>(-11))
 #define ATTACH_PARENT_PROCESS (static_cast<DWORD>(-1))
-
-struct SECURITY_ATTRIBUTES {
-    DWORD nLength;
-    LPVOID lpSecurityDescriptor;
-    BOOL bInheritHandle;
-};
-using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 
 struct OVERLAPPED {
     ULONG_PTR Internal;

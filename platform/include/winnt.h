@@ -77,6 +77,8 @@ struct LUID_AND_ATTRIBUTES {
     DWORD Attributes;
 };
 
+using PLUID_AND_ATTRIBUTES = LUID_AND_ATTRIBUTES*;
+
 struct TOKEN_PRIVILEGES {
     DWORD PrivilegeCount;
     LUID_AND_ATTRIBUTES Privileges[1];
@@ -112,6 +114,8 @@ struct TOKEN_STATISTICS {
 struct TOKEN_LINKED_TOKEN {
     HANDLE LinkedToken;
 };
+
+#define DISABLE_MAX_PRIVILEGE 0x1
 
 // Access control lists and security descriptors.
 using ACCESS_MASK = DWORD;

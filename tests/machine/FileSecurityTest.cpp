@@ -1,5 +1,5 @@
 // Owner and DACL of files, links, and what open files below a folder mean to it. Wine adds an entry of its own to each
-// DACL, cannot open a link as itself, and lets folders with open files be renamed.
+// DACL, cannot open a link as itself, lets folders with open files be renamed, and renames without the right to it.
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -242,8 +242,7 @@ TEST_F(MachineTest, linksAreOpenedAsThemselvesOrFollowed) {
 TEST_F(MachineTest, openFileKeepsAllFoldersAboveIt) {
     std::filesystem::create_directories(folder() / "drive_c/a/b");
     writeFile(TEXT("C:\\a\\b\\f"), "x");
-    const FileHandle claimed = open(TEXT("C:\\a"), FILE_LIST_DIRECTORY | DELETE, 3);
-    ASSERT_TRUE(claimed);
+    FileHandle claimed = open(TEXT("C:\\a"), FILE_LIST_DIRECTORY, 3);
     const std::u16string target = u"C:\\c";
     Bytes request(offsetof(FILE_RENAME_INFO, FileName) + 8);
     request[offsetof(FILE_RENAME_INFO, FileNameLength)] = 8;
@@ -251,6 +250,10 @@ TEST_F(MachineTest, openFileKeepsAllFoldersAboveIt) {
     const auto rename = [&] {
         return SetFileInformationByHandle(claimed.get(), FileRenameInfo, request.data(), 28) ? 0 : GetLastError();
     };
+    EXPECT_EQ(rename(), DWORD{ERROR_ACCESS_DENIED}) << "a handle without DELETE";
+    claimed.reset();
+    claimed = open(TEXT("C:\\a"), FILE_LIST_DIRECTORY | DELETE, 3);
+    ASSERT_TRUE(claimed);
     {
         Other other([] { return open(TEXT("C:\\a\\b\\f"), READ_CONTROL).release() != INVALID_HANDLE_VALUE; });
         EXPECT_EQ(rename(), DWORD{ERROR_ACCESS_DENIED});

@@ -420,9 +420,8 @@ TEST_F(RecoveryMachine, everyFailingCallOfAPassIsCounted) {
     const unsigned faulty = forEachFailingCall(
         [&] { result = recover(); },
         [&](bool fired) {
-            const bool released = !notices::takeDebugOutput().empty();
+            notices::takeDebugOutput();
             EXPECT_TRUE(result.dispatched == 2 || (fired && result.failed + result.deferred != 0)) << text(result);
-            EXPECT_TRUE(!fired || released || result.dispatched < 2) << text(result);
             EXPECT_EQ(queues().size(), 2U);
             reset();
         },

@@ -4,6 +4,7 @@
 
 #include <ntsecapi.h>
 #include <shlobj.h>
+#include <winsafer.h>
 
 #include <cstring>
 
@@ -155,6 +156,38 @@ TEST_F(MachineTest, privilegesAreTheSystems) {
             EXPECT_EQ(GetLastError(), *user == 'S' ? 0U : DWORD{ERROR_NOT_ALL_ASSIGNED}) << utf8(name);
         }
     }
+}
+
+TEST_F(MachineTest, mediumTokenIsMadeOfAHighOne) {
+    describe(kUsers);
+    useToken("ann@3 high");
+    const WaitHandle high = openToken(TOKEN_DUPLICATE | TOKEN_QUERY);
+    SAFER_LEVEL_HANDLE level = nullptr;
+    ASSERT_TRUE(SaferCreateLevel(SAFER_SCOPEID_USER, SAFER_LEVELID_NORMALUSER, SAFER_LEVEL_OPEN, &level, nullptr));
+    EXPECT_FALSE(CloseHandle(level));
+    WaitHandle plain, restricted, copy;
+    ASSERT_TRUE(SaferComputeTokenFromLevel(level, high.get(), plain.put(), 0, nullptr));
+    EXPECT_FALSE(SaferComputeTokenFromLevel(level, openToken(TOKEN_QUERY).get(), copy.put(), 0, nullptr));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_TRUE(SaferCloseLevel(level));
+    EXPECT_FALSE(SaferCloseLevel(level));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+    EXPECT_TRUE(told(plain.get()).ends_with(" 3000 1 10")) << told(plain.get());
+    ASSERT_TRUE(CreateRestrictedToken(plain.get(), DISABLE_MAX_PRIVILEGE, 0, nullptr, 0, nullptr, 0, nullptr,
+                                      restricted.put()));
+    ASSERT_TRUE(DuplicateTokenEx(restricted.get(), 0x8F, nullptr, SecurityImpersonation, TokenPrimary, copy.put()));
+    const DWORD levels[] = {SECURITY_MANDATORY_MEDIUM_RID, SECURITY_MANDATORY_HIGH_RID};
+    for (const DWORD wanted : levels) {
+        SID sid = {1, 1, {{0, 0, 0, 0, 0, 16}}, {wanted}};
+        TOKEN_MANDATORY_LABEL label = {{&sid, SE_GROUP_INTEGRITY}};
+        EXPECT_FALSE(SetTokenInformation(high.get(), TokenIntegrityLevel, &label, sizeof label + sizeof sid));
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+        const bool isSet = SetTokenInformation(copy.get(), TokenIntegrityLevel, &label, sizeof label + sizeof sid);
+        EXPECT_EQ(isSet ? 0 : GetLastError(), wanted == levels[0] ? 0 : DWORD{ERROR_PRIVILEGE_NOT_HELD}) << "never up";
+    }
+    EXPECT_EQ(told(copy.get()), "S-1-5-21-7-8-9-1000 3 0:3a003 2000 1 10");
+    EXPECT_TRUE(told(high.get()).ends_with(" 3000 1 f")) << "the old one stays as it was";
+    EXPECT_EQ(fixed<TOKEN_STATISTICS>(copy.get(), TokenStatistics).PrivilegeCount, 1U);
 }
 
 TEST_F(MachineTest, impersonatingThreadHasAToken) {

@@ -153,6 +153,30 @@ TEST(Security, tokenRefusesWhatItsHandleMayNotDo) {
     EXPECT_FALSE(isMember);
 }
 
+TEST(Security, tokensAreCopiedByWhoMay) {
+    WaitHandle copy;
+    const WaitHandle blind = ownToken(TOKEN_QUERY);
+    EXPECT_FALSE(DuplicateTokenEx(blind.get(), TOKEN_QUERY, nullptr, SecurityImpersonation, TokenPrimary, copy.put()));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    const WaitHandle token = ownToken(TOKEN_QUERY | TOKEN_DUPLICATE);
+    ASSERT_TRUE(
+        CreateRestrictedToken(token.get(), DISABLE_MAX_PRIVILEGE, 0, nullptr, 0, nullptr, 0, nullptr, copy.put()));
+    WaitHandle second, none;
+    for (const TOKEN_TYPE type : {TokenPrimary, TokenImpersonation}) {
+        ASSERT_TRUE(DuplicateTokenEx(copy.get(), TOKEN_QUERY, nullptr, SecurityIdentification, type, second.put()));
+        TOKEN_STATISTICS statistics = {};
+        DWORD needed = 0;
+        ASSERT_TRUE(GetTokenInformation(second.get(), TokenStatistics, &statistics, sizeof statistics, &needed));
+        EXPECT_EQ(statistics.TokenType, type);
+        EXPECT_FALSE(DuplicateTokenEx(second.get(), 0, nullptr, SecurityImpersonation, TokenPrimary, none.put()))
+            << "what was not asked for is not granted";
+    }
+    ASSERT_TRUE(DuplicateTokenEx(token.get(), TOKEN_DUPLICATE, nullptr, SecurityIdentification, TokenImpersonation,
+                                 copy.put()));
+    EXPECT_FALSE(DuplicateTokenEx(copy.get(), 0, nullptr, SecurityImpersonation, TokenPrimary, second.put()));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_BAD_IMPERSONATION_LEVEL});
+}
+
 TEST(Security, processesAndPlacesOfTheUser) {
     const WaitHandle self(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, GetCurrentProcessId()));
     ASSERT_TRUE(self);
