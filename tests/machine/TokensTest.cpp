@@ -1,5 +1,5 @@
 // The tokens, shells and logons that machine.txt describes. Under Wine there is one user, no shell and no logon data,
-// every privilege counts as enabled, and a user is no member of himself.
+// every privilege counts as enabled, a user is no member of himself, and any token makes a primary one.
 #include <windows.h>
 
 #include <ntsecapi.h>
@@ -133,6 +133,9 @@ TEST_F(MachineTest, administratorHasTwoTokensWhereTheSessionIsElevated) {
     const WaitHandle linked(fixed<TOKEN_LINKED_TOKEN>(full.get(), TokenLinkedToken).LinkedToken);
     EXPECT_EQ(told(linked.get()), limited);
     EXPECT_EQ(fixed<TOKEN_STATISTICS>(linked.get(), TokenStatistics).TokenType, TokenImpersonation);
+    WaitHandle primary;
+    EXPECT_FALSE(DuplicateTokenEx(linked.get(), 0, nullptr, SecurityImpersonation, TokenPrimary, primary.put()));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_BAD_IMPERSONATION_LEVEL}) << "it is there to be looked at";
     const WaitHandle back(fixed<TOKEN_LINKED_TOKEN>(linked.get(), TokenLinkedToken).LinkedToken);
     EXPECT_EQ(told(back.get()), told(full.get()));
     useToken("SYSTEM@0");
