@@ -4,6 +4,7 @@
 
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "Gate.h"
 #include "Machine.h"
@@ -15,8 +16,9 @@ namespace {
 std::mutex lock;
 bool silent = false;
 bool keep = false;
-std::vector<std::u16string> debugOutput;
-std::vector<MessageBox> boxes;
+// Never destroyed: a thread may speak while the process ends.
+std::vector<std::u16string>& debugOutput = *new std::vector<std::u16string>;
+std::vector<MessageBox>& boxes = *new std::vector<MessageBox>;
 
 // One write, so that what several threads or processes say does not mix.
 void toStandardError(const std::string& text) {
@@ -28,12 +30,12 @@ void toStandardError(const std::string& text) {
 
 std::vector<std::u16string> notices::takeDebugOutput() {
     std::lock_guard hold(lock);
-    return std::move(debugOutput);
+    return std::exchange(debugOutput, {});
 }
 
 std::vector<MessageBox> notices::takeMessageBoxes() {
     std::lock_guard hold(lock);
-    return std::move(boxes);
+    return std::exchange(boxes, {});
 }
 
 void notices::silence(bool on) {

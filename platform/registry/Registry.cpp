@@ -231,7 +231,7 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD, LPDWORD type, LPBYTE d
     *byteCount = static_cast<DWORD>(bytes.size());
     if (data == nullptr) return ERROR_SUCCESS;
     if (capacity < bytes.size()) return ERROR_MORE_DATA;
-    std::memcpy(data, bytes.data(), bytes.size());
+    if (!bytes.empty()) std::memcpy(data, bytes.data(), bytes.size());
     return ERROR_SUCCESS;
 }
 
