@@ -14,6 +14,9 @@
 //     logon=0x3A001                                   its logon session, else that of the session
 //     impersonating                                   the thread impersonates this very user
 //
+// VELLUM_CHILD_TOKEN, in the same form, is what the children of the process run under instead of the token that they are
+// given, as if somebody had exchanged it.
+//
 // Of an administrator, "high" is the token with all rights, and any lower level the one without them.
 #pragma once
 

@@ -13,6 +13,7 @@
 #include <richedit.h>
 #include <shellapi.h>
 #include <shlobj.h>
+#include <userenv.h>
 #include <wchar.h>
 #include <winsafer.h>
 #include <wtsapi32.h>
@@ -77,7 +78,8 @@ static_assert(EN_SETFOCUS == 0x100 && EN_KILLFOCUS == 0x200 && EN_CHANGE == 0x30
 static_assert(EN_MAXTEXT == 0x501 && (EC_LEFTMARGIN | EC_RIGHTMARGIN) == 3 && ES_READONLY == 0x800);
 static_assert((ES_MULTILINE | ES_AUTOVSCROLL | ES_AUTOHSCROLL | ES_NOHIDESEL | ES_WANTRETURN) == 0x11C4);
 static_assert(EM_EXGETSEL == 1076 && EM_EXSETSEL == 1079 && EM_SETBKGNDCOLOR == 1091 && EM_SETCHARFORMAT == 1092);
-static_assert(EM_EXLIMITTEXT == 1077 && EM_SETEVENTMASK == 1093 && EM_STREAMIN == 1097 && EM_STREAMOUT == 1098 && ENM_CHANGE == 1);
+static_assert(EM_EXLIMITTEXT == 1077 && EM_SETEVENTMASK == 1093 && EM_STREAMIN == 1097 && EM_STREAMOUT == 1098 &&
+              ENM_CHANGE == 1);
 static_assert(SF_RTF == 2 && SCF_DEFAULT == 0 && SCF_SELECTION == 1 && ES_SAVESEL == 0x8000 && WS_VSCROLL == 0x200000);
 static_assert(CFM_COLOR == 0x40000000 && CFE_AUTOCOLOR == 0x40000000);
 static_assert(sizeof(EDITSTREAM) == 20 && offsetof(EDITSTREAM, dwError) == 8 &&
@@ -183,6 +185,18 @@ constexpr bool has(Call*) {
 
 #define CALL(name, ...) static_assert(has<__VA_ARGS__>(&name))
 
+CALL(CreateProcessW, BOOL(LPCWSTR, LPWSTR, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, BOOL, DWORD, LPVOID, LPCWSTR,
+                          LPSTARTUPINFOW, LPPROCESS_INFORMATION));
+CALL(CreateProcessAsUserW, BOOL(HANDLE, LPCWSTR, LPWSTR, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, BOOL, DWORD,
+                                LPVOID, LPCWSTR, LPSTARTUPINFOW, LPPROCESS_INFORMATION));
+CALL(ResumeThread, DWORD(HANDLE));
+CALL(TerminateProcess, BOOL(HANDLE, UINT));
+CALL(CreateEnvironmentBlock, BOOL(LPVOID*, HANDLE, BOOL));
+CALL(DestroyEnvironmentBlock, BOOL(LPVOID));
+static_assert(sizeof(STARTUPINFOW) == 104 && offsetof(STARTUPINFOW, lpDesktop) == 16 &&
+              sizeof(PROCESS_INFORMATION) == 24);
+static_assert(CREATE_SUSPENDED == 4 && CREATE_UNICODE_ENVIRONMENT == 0x400 && CREATE_BREAKAWAY_FROM_JOB == 0x1000000);
+static_assert(ERROR_BAD_TOKEN_TYPE == 1349 && ERROR_NOT_ENOUGH_MEMORY == 8);
 CALL(GetLastError, DWORD());
 CALL(SetLastError, void(DWORD));
 CALL(CloseHandle, BOOL(HANDLE));

@@ -28,6 +28,40 @@
 #define STD_OUTPUT_HANDLE (static_cast<DWORD>(-11))
 #define ATTACH_PARENT_PROCESS (static_cast<DWORD>(-1))
 
+#define CREATE_SUSPENDED 0x00000004U
+#define CREATE_UNICODE_ENVIRONMENT 0x00000400U
+#define CREATE_BREAKAWAY_FROM_JOB 0x01000000U
+
+struct STARTUPINFOW {
+    DWORD cb;
+    LPWSTR lpReserved;
+    LPWSTR lpDesktop;
+    LPWSTR lpTitle;
+    DWORD dwX;
+    DWORD dwY;
+    DWORD dwXSize;
+    DWORD dwYSize;
+    DWORD dwXCountChars;
+    DWORD dwYCountChars;
+    DWORD dwFillAttribute;
+    DWORD dwFlags;
+    WORD wShowWindow;
+    WORD cbReserved2;
+    BYTE* lpReserved2;
+    HANDLE hStdInput;
+    HANDLE hStdOutput;
+    HANDLE hStdError;
+};
+using LPSTARTUPINFOW = STARTUPINFOW*;
+
+struct PROCESS_INFORMATION {
+    HANDLE hProcess;
+    HANDLE hThread;
+    DWORD dwProcessId;
+    DWORD dwThreadId;
+};
+using LPPROCESS_INFORMATION = PROCESS_INFORMATION*;
+
 struct OVERLAPPED {
     ULONG_PTR Internal;
     ULONG_PTR InternalHigh;
@@ -154,6 +188,14 @@ LPWSTR GetCommandLineW();
 DWORD GetCurrentProcessId();
 HANDLE GetCurrentProcess();
 HANDLE GetCurrentThread();
+BOOL CreateProcessW(LPCWSTR image, LPWSTR commandLine, LPSECURITY_ATTRIBUTES processSecurity,
+                    LPSECURITY_ATTRIBUTES threadSecurity, BOOL inheritHandles, DWORD flags, LPVOID environment,
+                    LPCWSTR folder, LPSTARTUPINFOW startup, LPPROCESS_INFORMATION made);
+BOOL CreateProcessAsUserW(HANDLE token, LPCWSTR image, LPWSTR commandLine, LPSECURITY_ATTRIBUTES processSecurity,
+                          LPSECURITY_ATTRIBUTES threadSecurity, BOOL inheritHandles, DWORD flags, LPVOID environment,
+                          LPCWSTR folder, LPSTARTUPINFOW startup, LPPROCESS_INFORMATION made);
+DWORD ResumeThread(HANDLE thread);
+BOOL TerminateProcess(HANDLE process, UINT exitCode);
 HANDLE OpenProcess(DWORD access, BOOL inherit, DWORD processId);
 BOOL OpenProcessToken(HANDLE process, DWORD access, PHANDLE token);
 BOOL OpenThreadToken(HANDLE thread, DWORD access, BOOL openAsSelf, PHANDLE token);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Machine.h"
+#include "process/Children.h"
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, LPWSTR commandLine, int show);
 
@@ -26,6 +27,7 @@ LPWSTR behindProgram(LPWSTR commandLine) {
 }  // namespace
 
 int main(int count, char** arguments) {
+    platform::waitUntilResumed();
     std::signal(SIGPIPE, SIG_IGN);  // a reader that has gone is an error of the write, not the end
     platform::setCommandLine(std::vector<std::string>(arguments, arguments + count));
     static int image;  // its address stands for the module

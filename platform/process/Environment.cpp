@@ -60,6 +60,14 @@ void resetEnvironment() {
     current.reset();
 }
 
+std::vector<std::string> environmentTexts() {
+    std::lock_guard hold(lock);
+    std::vector<std::string> texts;
+    for (const auto& [name, value] : variables())
+        texts.push_back(toUtf8(name) + "=" + toUtf8(value));
+    return texts;
+}
+
 }  // namespace platform
 
 using namespace platform;

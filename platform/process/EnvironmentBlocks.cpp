@@ -1,0 +1,44 @@
+// The environment that a user's process starts with: that of the machine, and what belongs to the user.
+#include <userenv.h>
+#include <windows.h>
+
+#include <cstring>
+#include <map>
+
+#include "Gate.h"
+#include "Machine.h"
+#include "objects/Allocations.h"
+#include "security/Token.h"
+#include "text/Encoding.h"
+
+using namespace platform;
+
+// Nobody has this process's environment inherited.
+BOOL CreateEnvironmentBlock(LPVOID* environment, HANDLE handle, BOOL) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    const auto token = findToken(handle, TOKEN_QUERY);
+    if (token == nullptr) return FALSE;
+    const MachineDescription machine = machineNow();
+    std::map<std::string, std::string> variables = machine.environment;
+    variables["USERNAME"] = token->who.user;
+    for (const User& user : machine.users) {
+        if (user.name != token->who.user || user.profile.empty()) continue;
+        variables["USERPROFILE"] = user.profile;
+        variables["LOCALAPPDATA"] = user.profile + "\\AppData\\Local";
+    }
+    std::u16string block;
+    for (const auto& [name, value] : variables)
+        block += toWide(name + "=" + value) + u'\0';
+    block += u'\0';
+    *environment = allocate(block.size() * sizeof(WCHAR));
+    std::memcpy(*environment, block.data(), block.size() * sizeof(WCHAR));
+    return TRUE;
+}
+
+BOOL DestroyEnvironmentBlock(LPVOID environment) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    release(environment);
+    return TRUE;
+}

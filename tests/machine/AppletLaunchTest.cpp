@@ -1,0 +1,228 @@
+// A recovery pass and its children, as processes.
+#include <windows.h>
+
+#include "RoleProcess.h"
+#include "StoreFixture.h"
+
+using namespace AppletNotes;
+using namespace platform;
+
+class AppletLaunchMachine : public StoreMachine {
+  protected:
+    AppletLaunchMachine() {
+        makeStore();
+        putNote(makeQueue(ownQueue()), "note_a.json", "{\"id\":\"note_a\"}");
+    }
+    ~AppletLaunchMachine() override { endDisplays(); }
+
+    fs::path sockets(DWORD session) const { return folder() / "desktops" / std::to_string(session); }
+    // Only from its own session can a desktop be looked at.
+    static std::string listOf(DWORD session, pid_t id) {
+        useToken("operator@" + std::to_string(session));
+        const std::string list = remote::askProcess(id, "list");
+        useToken("operator@1");
+        return list;
+    }
+    // The processes that show something in a session.
+    std::vector<pid_t> displays(DWORD session = 1) const {
+        std::vector<pid_t> found;
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator(sockets(session), error)) {
+            const pid_t id = std::atoi(entry.path().filename().c_str());
+            if (kill(id, 0) == 0 && !listOf(session, id).empty()) found.push_back(id);
+        }
+        return found;
+    }
+    // Children of processes that have ended.
+    void endDisplays() const {
+        for (const DWORD session : {1U, 4U})
+            for (const pid_t id : displays(session)) {
+                kill(id, SIGKILL);
+                fs::remove(sockets(session) / std::to_string(id));
+            }
+    }
+    bool isShown(DWORD session = 1) const {
+        return eventually([&] {
+            const auto found = displays(session);
+            return found.size() == 1 && listOf(session, found[0]).find("Vellumd.NoteWindow") != std::string::npos;
+        });
+    }
+    static std::vector<std::string> recover() { return {"--applet-recover", "--log-level", "debug"}; }
+    static std::size_t starts(const RoleProcess& process) {
+        const std::string text = process.said(), line = "Vellumd starting; pid=";
+        std::size_t count = 0;
+        for (std::size_t at = 0; (at = text.find(line, at)) != std::string::npos; at += line.size())
+            ++count;
+        return count;
+    }
+    static std::string environmentOf(pid_t id) {
+        std::string text = get("/proc/" + std::to_string(id) + "/environ");
+        std::replace(text.begin(), text.end(), '\0', '\n');
+        return text;
+    }
+    // A machine without UAC whose user is an administrator.
+    void describeUnfiltered(const char* enableLua) const {
+        rewriteMachine(
+            "[user operator]\nprofile = C:\\Users\\operator\nadministrator = yes\n"
+            "[session 1]\nuser = operator\nlogon = 0x3A1F7\nlogon time = 0x1DC2F6A5B3C4D10\n"
+            "shell token = operator@1 high\n");
+        const fs::path key =
+            folder() / "registry/HKEY_LOCAL_MACHINE/SOFTWARE/Microsoft/Windows/CurrentVersion/Policies/System";
+        fs::create_directories(key);
+        std::ofstream(key / "EnableLUA.REG_DWORD") << enableLua;
+    }
+};
+
+TEST_F(AppletLaunchMachine, passStartsADisplayOfItsOwnQueueOnce) {
+    RoleProcess pass(recover());
+    EXPECT_EQ(pass.exitCode(), 0) << pass.said();
+    EXPECT_TRUE(pass.says("claimed=0 dispatched=1 live=0 unknown=0 deferred=0 failed=0 incomplete=0"));
+    ASSERT_TRUE(isShown()) << pass.said();
+    const pid_t first = displays()[0];
+    EXPECT_NE(environmentOf(first).find("VELLUM_TOKEN=operator@1"), std::string::npos);
+    EXPECT_EQ(fs::read_symlink("/proc/" + std::to_string(first) + "/cwd"), RoleProcess::builtProgram().parent_path());
+
+    // A further child finds the queue displayed, and ends.
+    RoleProcess again(recover());
+    EXPECT_EQ(again.exitCode(), 0);
+    EXPECT_TRUE(again.says("Applet queue context/lease rejected (err=32)")) << again.said();
+    EXPECT_EQ(displays(), std::vector<pid_t>{first});
+}
+
+TEST_F(AppletLaunchMachine, childOfAnotherTokenRunsNothing) {
+    for (const char* token :
+         {"visitor@5", "operator@4", "operator@1 logon=0x77", "operator@1 low", "operator@1 high", "SYSTEM@1 medium"}) {
+        RoleProcess pass(recover(), {{"VELLUM_CHILD_TOKEN", token}});
+        EXPECT_EQ(pass.exitCode(), 16) << token;
+        EXPECT_TRUE(pass.says("Applet recovery: dispatch queue, queue=" + ownQueue() + " (err=5)")) << pass.said();
+        EXPECT_EQ(starts(pass), 1U) << "the child's first line would be here: " << pass.said();
+    }
+    EXPECT_TRUE(displays().empty());
+}
+
+TEST_F(AppletLaunchMachine, failedCallRejectsTheChild) {
+    struct Row {
+        const char* fault;
+        const char* line;
+    };
+    // The uses before are those of the start, of the store and of the pass itself.
+    const Row rows[] = {
+        {"CreateProcessW:1=fail(1234)", "(err=1234)"},
+        {"ResumeThread:1=fail(1234)", "(err=1234)"},
+        {"ResumeThread:1=fail(1234);TerminateProcess:1=fail(5)", "AppletNotes: rejected child termination failed\n"},
+        {"GetModuleFileNameW:every=fail(1234)", "(err=1234)"},
+    };
+    for (const Row& row : rows) {
+        RoleProcess pass(recover(), {{"VELLUM_FAULTS", row.fault}});
+        EXPECT_EQ(pass.exitCode(), 16) << row.fault << pass.said();
+        EXPECT_TRUE(pass.says("Applet recovery: dispatch queue, queue=" + ownQueue())) << row.fault;
+        EXPECT_TRUE(pass.says(row.line)) << row.fault << pass.said();
+        EXPECT_EQ(starts(pass), 1U) << row.fault;
+    }
+    EXPECT_TRUE(displays().empty());
+    EXPECT_TRUE(fs::exists(root() / ownQueue() / "note_a.json"));
+}
+
+// Whatever use of a call fails from the start to the end of a pass, the note is in the queue, or on a screen once.
+TEST_F(AppletLaunchMachine, anyCallOfAPassMayFail) {
+    unsigned launched = 0, refused = 0;
+    for (unsigned use = 20; use < 240; use += 11) {
+        RoleProcess pass(recover(), {{"VELLUM_FAULTS", "*:" + std::to_string(use) + "=fail(1234)"}});
+        const int code = pass.exitCode();
+        EXPECT_TRUE(code == 0 || (code >= 15 && code <= 17)) << use << ": " << code << pass.said();
+        if (pass.said().find("dispatched=1") != std::string::npos) {
+            EXPECT_TRUE(isShown()) << use << pass.said();
+            ++launched;
+        } else {
+            EXPECT_EQ(starts(pass), 1U) << use << pass.said();
+            ++refused;
+        }
+        endDisplays();
+        EXPECT_TRUE(eventually([&] { return displays().empty(); }));
+        ASSERT_TRUE(fs::exists(root() / ownQueue() / "note_a.json"));
+    }
+    EXPECT_GT(launched, 2U);
+    EXPECT_GT(refused, 5U);
+}
+
+TEST_F(AppletLaunchMachine, imageWithASecondLinkIsNotStarted) {
+    const fs::path image = folder() / "drive_c/Vellumd.exe";
+    fs::copy_file(RoleProcess::builtProgram(), image);
+    {
+        RoleProcess pass(recover(), {}, image);
+        EXPECT_EQ(pass.exitCode(), 0) << pass.said();
+        EXPECT_TRUE(isShown());
+        endDisplays();
+    }
+    fs::create_hard_link(image, folder() / "drive_c/other.exe");
+    RoleProcess pass(recover(), {}, image);
+    EXPECT_EQ(pass.exitCode(), 16);
+    EXPECT_TRUE(pass.says("(err=5)"));
+    EXPECT_EQ(starts(pass), 1U);
+}
+
+// An administrator on a machine without UAC is elevated from the start: the role runs in a child at medium integrity.
+TEST_F(AppletLaunchMachine, elevatedStartHandsOverToAChildAtMediumIntegrity) {
+    describeUnfiltered("00000000");
+    const Environment high = {{"VELLUM_TOKEN", "operator@1 high"}};
+    {
+        RoleProcess start({"--applet-queue", "-i", ownQueue()}, high);
+        EXPECT_EQ(start.exitCode(), 0) << start.said();
+        ASSERT_TRUE(isShown()) << start.said();
+        EXPECT_EQ(starts(start), 2U);
+        const std::string environment = environmentOf(displays()[0]);
+        EXPECT_NE(environment.find("VELLUM_TOKEN=operator@1 0x2000"), std::string::npos) << environment;
+        EXPECT_NE(environment.find("LOCALAPPDATA=C:\\Users\\operator\\AppData\\Local"), std::string::npos);
+        endDisplays();
+    }
+    {
+        RoleProcess start(recover(), high);
+        EXPECT_EQ(start.exitCode(), 0);
+        EXPECT_TRUE(start.says("dispatched=1")) << "in the child: " << start.said();
+        EXPECT_TRUE(isShown());
+        endDisplays();
+    }
+    describeUnfiltered("01000000");
+    RoleProcess start({"--applet-queue", "-i", ownQueue()}, high);
+    EXPECT_EQ(start.exitCode(), 15);
+    EXPECT_TRUE(start.says("Applet medium-integrity startup failed (err=5)"));
+    EXPECT_EQ(starts(start), 1U) << "nothing is launched";
+}
+
+// From logon to logon: the state of a queue, step by step.
+TEST_F(AppletLaunchMachine, queueGoesFromLogonToLogon) {
+    const std::string queue = ownQueue();
+    const fs::path writer = RoleProcess::builtProgram().parent_path() / "vellum-applet-writer";
+    {
+        RoleProcess writing({"hold", queue, "60"}, {}, writer);
+        ASSERT_TRUE(eventually([&] {
+            RoleProcess pass(recover());
+            return pass.exitCode() == 17 && pass.says("deferred=1");
+        })) << "being written";
+    }
+    RoleProcess own(recover());
+    EXPECT_EQ(own.exitCode(), 0);
+    ASSERT_TRUE(isShown());
+    {
+        RoleProcess other(recover(), {{"VELLUM_TOKEN", "operator@4"}});
+        EXPECT_EQ(other.exitCode(), 0) << other.said();
+        EXPECT_TRUE(other.says("live=1")) << "displayed in a logon that runs: " << other.said();
+    }
+    // The logon ends, its processes with it.
+    endDisplays();
+    std::string later = kMachine;
+    later.replace(later.find("user = operator\n"), 16, "");
+    rewriteMachine(later);
+    RoleProcess claiming(recover(), {{"VELLUM_TOKEN", "operator@4"}});
+    EXPECT_EQ(claiming.exitCode(), 0) << claiming.said();
+    EXPECT_TRUE(claiming.says("claimed=1 dispatched=1")) << claiming.said();
+    EXPECT_TRUE(isShown(4));
+    EXPECT_FALSE(fs::exists(root() / queue));
+    // A pass of a third logon sees a queue of a logon that runs, and a drained one is nothing.
+    endDisplays();
+    for (const auto& entry : fs::recursive_directory_iterator(root()))
+        if (entry.path().extension() == ".json") fs::remove(entry);
+    RoleProcess last(recover(), {{"VELLUM_TOKEN", "operator@4"}});
+    EXPECT_EQ(last.exitCode(), 0);
+    EXPECT_TRUE(last.says("claimed=0 dispatched=0 live=0 unknown=0 deferred=0 failed=0 incomplete=0"));
+}
