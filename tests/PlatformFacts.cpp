@@ -9,10 +9,12 @@
 #include <gdiplus.h>
 #include <ntsecapi.h>
 #include <objbase.h>
+#include <oleauto.h>
 #include <process.h>
 #include <richedit.h>
 #include <shellapi.h>
 #include <shlobj.h>
+#include <tasktriggers.h>
 #include <wchar.h>
 #include <winsafer.h>
 #include <wtsapi32.h>
@@ -77,7 +79,8 @@ static_assert(EN_SETFOCUS == 0x100 && EN_KILLFOCUS == 0x200 && EN_CHANGE == 0x30
 static_assert(EN_MAXTEXT == 0x501 && (EC_LEFTMARGIN | EC_RIGHTMARGIN) == 3 && ES_READONLY == 0x800);
 static_assert((ES_MULTILINE | ES_AUTOVSCROLL | ES_AUTOHSCROLL | ES_NOHIDESEL | ES_WANTRETURN) == 0x11C4);
 static_assert(EM_EXGETSEL == 1076 && EM_EXSETSEL == 1079 && EM_SETBKGNDCOLOR == 1091 && EM_SETCHARFORMAT == 1092);
-static_assert(EM_EXLIMITTEXT == 1077 && EM_SETEVENTMASK == 1093 && EM_STREAMIN == 1097 && EM_STREAMOUT == 1098 && ENM_CHANGE == 1);
+static_assert(EM_EXLIMITTEXT == 1077 && EM_SETEVENTMASK == 1093 && EM_STREAMIN == 1097 && EM_STREAMOUT == 1098 &&
+              ENM_CHANGE == 1);
 static_assert(SF_RTF == 2 && SCF_DEFAULT == 0 && SCF_SELECTION == 1 && ES_SAVESEL == 0x8000 && WS_VSCROLL == 0x200000);
 static_assert(CFM_COLOR == 0x40000000 && CFE_AUTOCOLOR == 0x40000000);
 static_assert(sizeof(EDITSTREAM) == 20 && offsetof(EDITSTREAM, dwError) == 8 &&
@@ -175,6 +178,19 @@ static_assert(ERROR_UNKNOWN_REVISION == 1305 && ERROR_INVALID_OWNER == 1307 && E
 static_assert(ERROR_INVALID_SECURITY_DESCR == 1338 && ERROR_PRIVILEGE_NOT_HELD == 1314);
 static_assert(ERROR_BAD_IMPERSONATION_LEVEL == 1346 && DISABLE_MAX_PRIVILEGE == 1);
 static_assert(SAFER_SCOPEID_USER == 2 && SAFER_LEVELID_NORMALUSER == 0x20000 && SAFER_LEVEL_OPEN == 1);
+
+static_assert(sizeof(VARIANT) == 24 && offsetof(VARIANT, bstrVal) == 8 && sizeof(VARIANT_BOOL) == 2);
+static_assert(VARIANT_TRUE == -1 && VARIANT_FALSE == 0 && VT_EMPTY == 0 && VT_BSTR == 8 && CLSCTX_INPROC_SERVER == 1);
+static_assert(TASK_LOGON_SERVICE_ACCOUNT == 5 && TASK_RUNLEVEL_HIGHEST == 1 && TASK_INSTANCES_IGNORE_NEW == 2);
+static_assert(TASK_TRIGGER_TIME == 1 && TASK_TRIGGER_BOOT == 8 && TASK_TRIGGER_LOGON == 9);
+static_assert(TASK_TRIGGER_SESSION_STATE_CHANGE == 11 && TASK_ACTION_EXEC == 0 && TASK_CREATE_OR_UPDATE == 6);
+static_assert(TASK_SESSION_UNLOCK == 8 && TASK_REMOTE_CONNECT == 3 && TASK_CONSOLE_CONNECT == 1);
+static_assert(static_cast<DWORD>(E_ACCESSDENIED) == 0x80070005 && static_cast<DWORD>(E_OUTOFMEMORY) == 0x8007000E);
+static_assert(static_cast<DWORD>(E_POINTER) == 0x80004003 && static_cast<DWORD>(E_NOTIMPL) == 0x80004001);
+static_assert(static_cast<DWORD>(CO_E_NOTINITIALIZED) == 0x800401F0);
+static_assert(static_cast<DWORD>(REGDB_E_CLASSNOTREG) == 0x80040154);
+static_assert(static_cast<DWORD>(CLASS_E_NOAGGREGATION) == 0x80040110 && ERROR_ONLY_IF_CONNECTED == 1251);
+static_assert(SECURITY_BUILTIN_DOMAIN_RID == 32 && DOMAIN_ALIAS_RID_ADMINS == 544);
 
 template <typename Signature, typename Call>
 constexpr bool has(Call*) {
@@ -336,7 +352,12 @@ CALL(Gdiplus::GdiplusShutdown, void(ULONG_PTR));
 CALL(MessageBoxW, int(HWND, LPCWSTR, LPCWSTR, UINT));
 CALL(CoInitializeEx, HRESULT(LPVOID, DWORD));
 CALL(CoUninitialize, void());
+CALL(CoCreateInstance, HRESULT(REFCLSID, IUnknown*, DWORD, REFIID, LPVOID*));
 CALL(CoCreateGuid, HRESULT(GUID*));
+CALL(SysAllocString, BSTR(const WCHAR*));
+CALL(SysFreeString, void(BSTR));
+CALL(VariantInit, void(VARIANTARG*));
+CALL(VariantClear, HRESULT(VARIANTARG*));
 CALL(StringFromGUID2, int(REFGUID, LPOLESTR, int));
 CALL(CoTaskMemFree, void(LPVOID));
 CALL(CommandLineToArgvW, LPWSTR*(LPCWSTR, int*));
