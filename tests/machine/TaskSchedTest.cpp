@@ -328,6 +328,7 @@ TEST_F(TaskSchedTest, questionForElevationThatFailsTellsItsError) {
 TEST_F(TaskSchedTest, firstRunStartsTheActionAsLocalSystem) {
     const fs::path program = folder() / "drive_c" / "my action", out = folder() / "drive_c" / "out";
     std::ofstream(program) << "#!/bin/sh\n"
+                              "for i in $(seq 500); do [ -e go ] && break; sleep .01; done\n"
                               "printf '%s|' \"$@\" \"$VELLUM_TOKEN\" \"$VELLUM_FAULTS\" \"$PWD\" > out.new\n"
                               "mv out.new out\n";
     fs::permissions(program, fs::perms::owner_all);
@@ -336,6 +337,8 @@ TEST_F(TaskSchedTest, firstRunStartsTheActionAsLocalSystem) {
                                                 true, &error))
         << utf8(error);
     unsetenv("VELLUM_FAULTS");
+    EXPECT_FALSE(fs::exists(out)) << "nobody waits for it";
+    std::ofstream(folder() / "drive_c" / "go") << "";
     ASSERT_TRUE(eventually([&] { return fs::exists(out); }));
     EXPECT_EQ(contentOf(out), "a|b c|d\\|e\"f|SYSTEM@0||" + (folder() / "drive_c").string() + "|");
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "no child is left";
