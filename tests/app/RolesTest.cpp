@@ -133,6 +133,7 @@ TEST_F(Roles, taskRolesThatFailTellTheStepAndItsHresult) {
             return contains(result.debugOutput, row.failed + step + " (hr=0x80");
         });
         EXPECT_TRUE(isDocumented) << result.debugOutput;
+        EXPECT_TRUE(contains(log(), row.failed));
     }
 }
 
