@@ -50,5 +50,8 @@ std::size_t openApartments();      // CoInitializeEx without its CoUninitialize,
 std::size_t openDrawing();         // of GDI+: its start, graphics, brushes, pens, images, memory
 std::size_t openDrawingObjects();  // of GDI: contexts, bitmaps, brushes, fonts
 std::size_t openMemory();          // GlobalAlloc without its GlobalFree
+std::size_t openInterfaces();      // references to objects of the task scheduler
+std::size_t openStrings();         // SysAllocString without its SysFreeString
+std::size_t openVariants();        // VariantInit without its VariantClear
 
 }  // namespace platform::faults

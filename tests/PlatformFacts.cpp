@@ -9,10 +9,12 @@
 #include <gdiplus.h>
 #include <ntsecapi.h>
 #include <objbase.h>
+#include <oleauto.h>
 #include <process.h>
 #include <richedit.h>
 #include <shellapi.h>
 #include <shlobj.h>
+#include <tasktriggers.h>
 #include <userenv.h>
 #include <wchar.h>
 #include <winsafer.h>
@@ -178,6 +180,19 @@ static_assert(ERROR_INVALID_SECURITY_DESCR == 1338 && ERROR_PRIVILEGE_NOT_HELD =
 static_assert(ERROR_BAD_IMPERSONATION_LEVEL == 1346 && DISABLE_MAX_PRIVILEGE == 1);
 static_assert(SAFER_SCOPEID_USER == 2 && SAFER_LEVELID_NORMALUSER == 0x20000 && SAFER_LEVEL_OPEN == 1);
 
+static_assert(sizeof(VARIANT) == 24 && offsetof(VARIANT, bstrVal) == 8 && sizeof(VARIANT_BOOL) == 2);
+static_assert(VARIANT_TRUE == -1 && VARIANT_FALSE == 0 && VT_EMPTY == 0 && VT_BSTR == 8 && CLSCTX_INPROC_SERVER == 1);
+static_assert(TASK_LOGON_SERVICE_ACCOUNT == 5 && TASK_RUNLEVEL_HIGHEST == 1 && TASK_INSTANCES_IGNORE_NEW == 2);
+static_assert(TASK_TRIGGER_TIME == 1 && TASK_TRIGGER_BOOT == 8 && TASK_TRIGGER_LOGON == 9);
+static_assert(TASK_TRIGGER_SESSION_STATE_CHANGE == 11 && TASK_ACTION_EXEC == 0 && TASK_CREATE_OR_UPDATE == 6);
+static_assert(TASK_SESSION_UNLOCK == 8 && TASK_REMOTE_CONNECT == 3 && TASK_CONSOLE_CONNECT == 1);
+static_assert(static_cast<DWORD>(E_ACCESSDENIED) == 0x80070005 && static_cast<DWORD>(E_OUTOFMEMORY) == 0x8007000E);
+static_assert(static_cast<DWORD>(E_POINTER) == 0x80004003 && static_cast<DWORD>(E_NOTIMPL) == 0x80004001);
+static_assert(static_cast<DWORD>(CO_E_NOTINITIALIZED) == 0x800401F0);
+static_assert(static_cast<DWORD>(REGDB_E_CLASSNOTREG) == 0x80040154);
+static_assert(static_cast<DWORD>(CLASS_E_NOAGGREGATION) == 0x80040110 && ERROR_ONLY_IF_CONNECTED == 1251);
+static_assert(SECURITY_BUILTIN_DOMAIN_RID == 32 && DOMAIN_ALIAS_RID_ADMINS == 544);
+
 template <typename Signature, typename Call>
 constexpr bool has(Call*) {
     return std::is_same_v<Signature, Call>;
@@ -197,6 +212,9 @@ static_assert(sizeof(STARTUPINFOW) == 104 && offsetof(STARTUPINFOW, lpDesktop) =
               sizeof(PROCESS_INFORMATION) == 24);
 static_assert(CREATE_SUSPENDED == 4 && CREATE_UNICODE_ENVIRONMENT == 0x400 && CREATE_BREAKAWAY_FROM_JOB == 0x1000000);
 static_assert(ERROR_BAD_TOKEN_TYPE == 1349 && ERROR_NOT_ENOUGH_MEMORY == 8);
+CALL(WTSEnumerateSessionsW, BOOL(HANDLE, DWORD, DWORD, PWTS_SESSION_INFOW*, DWORD*));
+CALL(WTSQueryUserToken, BOOL(ULONG, PHANDLE));
+static_assert(sizeof(WTS_SESSION_INFOW) == 24 && WTSActive == 0 && WTSConnected == 1 && WTSDisconnected == 4);
 CALL(GetLastError, DWORD());
 CALL(SetLastError, void(DWORD));
 CALL(CloseHandle, BOOL(HANDLE));
@@ -350,7 +368,12 @@ CALL(Gdiplus::GdiplusShutdown, void(ULONG_PTR));
 CALL(MessageBoxW, int(HWND, LPCWSTR, LPCWSTR, UINT));
 CALL(CoInitializeEx, HRESULT(LPVOID, DWORD));
 CALL(CoUninitialize, void());
+CALL(CoCreateInstance, HRESULT(REFCLSID, IUnknown*, DWORD, REFIID, LPVOID*));
 CALL(CoCreateGuid, HRESULT(GUID*));
+CALL(SysAllocString, BSTR(const WCHAR*));
+CALL(SysFreeString, void(BSTR));
+CALL(VariantInit, void(VARIANTARG*));
+CALL(VariantClear, HRESULT(VARIANTARG*));
 CALL(StringFromGUID2, int(REFGUID, LPOLESTR, int));
 CALL(CoTaskMemFree, void(LPVOID));
 CALL(CommandLineToArgvW, LPWSTR*(LPCWSTR, int*));

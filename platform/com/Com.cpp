@@ -14,6 +14,7 @@
 #include "Machine.h"
 #include "objects/Allocations.h"
 #include "security/Token.h"
+#include "tasks/TaskService.h"
 #include "text/Encoding.h"
 
 using platform::CallSite;
@@ -52,6 +53,18 @@ void CoUninitialize() {
     static constinit CallSite site{__func__};
     site.pass();
     if (apartment.entered > 0) --apartment.entered;
+}
+
+HRESULT CoCreateInstance(REFCLSID id, IUnknown* outer, DWORD, REFIID interfaceId, LPVOID* object) {
+    static constinit CallSite site{__func__};
+    *object = nullptr;
+    if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
+    if (apartment.entered == 0) return CO_E_NOTINITIALIZED;
+    if (outer != nullptr) return CLASS_E_NOAGGREGATION;
+    if (!platform::isSame(id, CLSID_TaskScheduler)) return REGDB_E_CLASSNOTREG;
+    if (!platform::isSame(interfaceId, IID_ITaskService)) return E_NOINTERFACE;
+    *object = platform::makeTaskService();
+    return S_OK;
 }
 
 HRESULT CoCreateGuid(GUID* guid) {

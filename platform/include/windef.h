@@ -141,4 +141,6 @@ struct GUID {
 using KNOWNFOLDERID = GUID;
 using LPOLESTR = WCHAR*;
 #define REFGUID const GUID&
+#define REFCLSID const GUID&
+#define REFIID const GUID&
 #define REFKNOWNFOLDERID const KNOWNFOLDERID&

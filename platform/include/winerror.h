@@ -45,6 +45,7 @@
 #define ERROR_NO_UNICODE_TRANSLATION 1113
 #define ERROR_IO_DEVICE 1117
 #define ERROR_NOT_FOUND 1168
+#define ERROR_ONLY_IF_CONNECTED 1251
 #define ERROR_NOT_ALL_ASSIGNED 1300
 #define ERROR_UNKNOWN_REVISION 1305
 #define ERROR_INVALID_OWNER 1307
@@ -71,10 +72,17 @@
 
 #define S_OK (static_cast<HRESULT>(0))
 #define S_FALSE (static_cast<HRESULT>(1))
+#define E_NOTIMPL (static_cast<HRESULT>(0x80004001))
+#define E_POINTER (static_cast<HRESULT>(0x80004003))
 #define E_FAIL (static_cast<HRESULT>(0x80004005))
 #define E_NOINTERFACE (static_cast<HRESULT>(0x80004002))
+#define E_ACCESSDENIED (static_cast<HRESULT>(0x80070005))
+#define E_OUTOFMEMORY (static_cast<HRESULT>(0x8007000E))
 #define E_INVALIDARG (static_cast<HRESULT>(0x80070057))
 #define E_HANDLE (static_cast<HRESULT>(0x80070006))
+#define CO_E_NOTINITIALIZED (static_cast<HRESULT>(0x800401F0))
+#define CLASS_E_NOAGGREGATION (static_cast<HRESULT>(0x80040110))
+#define REGDB_E_CLASSNOTREG (static_cast<HRESULT>(0x80040154))
 #define RPC_E_CHANGED_MODE (static_cast<HRESULT>(0x80010106))
 
 #define SUCCEEDED(result) (static_cast<HRESULT>(result) >= 0)

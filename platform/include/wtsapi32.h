@@ -7,5 +7,28 @@
 
 enum WTS_INFO_CLASS { WTSUserName = 5 };
 
+enum WTS_CONNECTSTATE_CLASS {
+    WTSActive,
+    WTSConnected,
+    WTSConnectQuery,
+    WTSShadow,
+    WTSDisconnected,
+    WTSIdle,
+    WTSListen,
+    WTSReset,
+    WTSDown,
+    WTSInit
+};
+
+struct WTS_SESSION_INFOW {
+    DWORD SessionId;
+    LPWSTR pWinStationName;
+    WTS_CONNECTSTATE_CLASS State;
+};
+using PWTS_SESSION_INFOW = WTS_SESSION_INFOW*;
+
+BOOL WTSEnumerateSessionsW(HANDLE server, DWORD reserved, DWORD version, PWTS_SESSION_INFOW* sessions, DWORD* count);
+BOOL WTSQueryUserToken(ULONG sessionId, PHANDLE token);
+
 BOOL WTSQuerySessionInformationW(HANDLE server, DWORD sessionId, WTS_INFO_CLASS what, LPWSTR* buffer, DWORD* bytes);
 void WTSFreeMemory(PVOID memory);

@@ -2,10 +2,13 @@
 #include <wtsapi32.h>
 
 #include <cstring>
+#include <vector>
 
 #include "Gate.h"
 #include "Machine.h"
 #include "objects/Allocations.h"
+#include "security/Token.h"
+#include "security/TokenText.h"
 #include "text/Encoding.h"
 
 using platform::CallSite;
@@ -54,4 +57,39 @@ void WTSFreeMemory(PVOID memory) {
     static constinit CallSite site{__func__};
     site.pass();
     platform::release(memory);
+}
+
+// Session 0, of the services, is always there.
+BOOL WTSEnumerateSessionsW(HANDLE, DWORD, DWORD, PWTS_SESSION_INFOW* sessions, DWORD* count) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    static WCHAR noName[] = u"";
+    std::vector<WTS_SESSION_INFOW> found = {{0, noName, WTSDisconnected}};
+    for (const platform::Session& session : platform::machineNow().sessions)
+        found.push_back({session.id, noName, static_cast<WTS_CONNECTSTATE_CLASS>(session.state)});
+    const std::size_t bytes = found.size() * sizeof(WTS_SESSION_INFOW);
+    *sessions = static_cast<PWTS_SESSION_INFOW>(platform::allocate(bytes));
+    std::memcpy(*sessions, found.data(), bytes);
+    *count = static_cast<DWORD>(found.size());
+    return TRUE;
+}
+
+// Only for who acts as part of the operating system.
+BOOL WTSQueryUserToken(ULONG sessionId, PHANDLE token) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    constexpr DWORD kAllRights = 0xF01FF;
+    if (!platform::mayUse(platform::Tcb)) {
+        SetLastError(ERROR_PRIVILEGE_NOT_HELD);
+        return FALSE;
+    }
+    const platform::MachineDescription now = platform::machineNow();
+    for (const platform::Session& session : now.sessions) {
+        if (session.id != sessionId) continue;
+        if (session.user.empty()) break;
+        *token = platform::openTokenHandle(platform::makeToken(platform::sessionToken(now, session)), kAllRights);
+        return TRUE;
+    }
+    SetLastError(sessionId == 0 ? ERROR_ACCESS_DENIED : ERROR_NO_TOKEN);
+    return FALSE;
 }

@@ -1,13 +1,10 @@
-// Command lines, split as the shell library of Windows splits them.
+#include "text/CommandLine.h"
+
 #include <shellapi.h>
 #include <winbase.h>
 #include <winerror.h>
 
 #include <cstring>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "Gate.h"
 #include "objects/Allocations.h"
 #include "process/Process.h"
@@ -61,7 +58,11 @@ std::u16string takeArgument(std::u16string_view line, std::size_t& at) {
     return argument;
 }
 
-Arguments split(std::u16string_view line) {
+}  // namespace
+
+namespace platform {
+
+Arguments splitCommandLine(std::u16string_view line) {
     std::size_t at = 0;
     Arguments arguments{takeProgram(line, at)};
     for (;;) {
@@ -72,7 +73,7 @@ Arguments split(std::u16string_view line) {
     }
 }
 
-}  // namespace
+}  // namespace platform
 
 LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) {
     static constinit platform::CallSite site{__func__};
@@ -81,7 +82,8 @@ LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
-    const Arguments arguments = *commandLine == 0 ? Arguments{platform::executablePath()} : split(commandLine);
+    const Arguments arguments =
+        *commandLine == 0 ? Arguments{platform::executablePath()} : platform::splitCommandLine(commandLine);
     // One block, as LocalFree releases it: the pointers, then the texts.
     std::size_t bytes = (arguments.size() + 1) * sizeof(LPWSTR);
     for (const std::u16string& argument : arguments)

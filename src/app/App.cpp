@@ -4,10 +4,11 @@
 #include <objbase.h>
 
 #include "app/ExitCode.h"
-#include "app/LaterRoles.h"
 #include "common/Arguments.h"
 #include "common/Folders.h"
 #include "common/Logger.h"
+#include "dispatch/SessionLauncher.h"
+#include "dispatch/TaskSched.h"
 
 namespace {
 
@@ -42,7 +43,7 @@ int registerTask(const CommandLineOptions& options) {
     const WideString name = taskName(options.instanceName);
     WideString error;
     if (TaskSched::registerRecoveryTask(name, executablePath(),
-                                        TEXT("--launch-user-sessions ") + forwardedArguments(options), true, error)) {
+                                        TEXT("--launch-user-sessions ") + forwardedArguments(options), true, &error)) {
         logWrite(LogLevel::Info, kComponent, TEXT("/register completed for task '%ls'"), name.c_str());
         return kSuccess;
     }
@@ -53,7 +54,7 @@ int registerTask(const CommandLineOptions& options) {
 int deleteTask(const CommandLineOptions& options) {
     const WideString name = taskName(options.instanceName);
     WideString error;
-    if (TaskSched::deleteRecoveryTask(name, error)) {
+    if (TaskSched::deleteRecoveryTask(name, &error)) {
         logWrite(LogLevel::Info, kComponent, TEXT("/delete completed for task '%ls'"), name.c_str());
         return kSuccess;
     }

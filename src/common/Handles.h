@@ -8,6 +8,7 @@
 
 #include <gdiplus.h>
 #include <objbase.h>
+#include <oleauto.h>
 #include <wtsapi32.h>
 
 // Owns one raw value. Moving empties the source; assigning and reset() release what was held before. Releasing
@@ -83,6 +84,15 @@ struct DrawingTraits {
     static void close(Raw raw) { Gdiplus::GdiplusShutdown(raw); }
 };
 
+// Owns one reference.
+template <typename Interface>
+struct ReferenceTraits {
+    using Raw = Interface*;
+    static Raw none() { return nullptr; }
+    static bool isEmpty(Raw raw) { return raw == nullptr; }
+    static void close(Raw raw) { raw->Release(); }
+};
+
 struct FindTraits {
     using Raw = HANDLE;
     static Raw none() { return INVALID_HANDLE_VALUE; }
@@ -100,6 +110,37 @@ using LocalBlock = Guard<PointerTraits<void*, LocalFree>>;
 using ArgumentArray = Guard<PointerTraits<LPWSTR*, LocalFree>>;
 using TaskText = Guard<PointerTraits<PWSTR, CoTaskMemFree>>;
 using SessionText = Guard<PointerTraits<LPWSTR, WTSFreeMemory>>;
+using SystemString = Guard<PointerTraits<BSTR, SysFreeString>>;
+using AllocatedSid = Guard<PointerTraits<PSID, FreeSid>>;
+template <typename Interface>
+using ComPointer = Guard<ReferenceTraits<Interface>>;
+
+// The failure of a COM value that is made where no result can be returned. It is what the COM support of compilers
+// throws there as well; nobody catches it, so that it ends the process.
+struct ComError {
+    HRESULT hr;
+};
+
+// An argument of automation, released with the scope; get() lends it.
+class Variant {
+  public:
+    Variant() { VariantInit(&value_); }
+    // Raises ComError with E_OUTOFMEMORY when the string cannot be had.
+    explicit Variant(const WCHAR* text) {
+        SystemString copy(SysAllocString(text));
+        if (!copy) throw ComError{E_OUTOFMEMORY};
+        VariantInit(&value_);
+        value_.vt = VT_BSTR;
+        value_.bstrVal = copy.release();
+    }
+    ~Variant() { VariantClear(&value_); }
+    Variant(const Variant&) = delete;
+    Variant& operator=(const Variant&) = delete;
+    const VARIANT& get() const { return value_; }
+
+  private:
+    VARIANT value_;
+};
 
 template <typename Object>
 void deleteObject(Object object) {

@@ -1,6 +1,8 @@
 // The program as a process: exit codes, standard output, what the debugger hears, the log it leaves.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "support/Files.h"
 #include "support/Process.h"
 #include "support/Text.h"
@@ -86,8 +88,6 @@ TEST_F(Roles, everyRefusalHasItsExitCodeAndItsText) {
         bool isLogged;  // else the debugger alone hears it
     };
     const Row rows[] = {
-        {TEXT("--register"), 11, "[ERROR] App: /register failed: ", true},
-        {TEXT("/delete"), 10, "[ERROR] App: /delete failed: ", true},
         {TEXT("--launch-user-sessions"), 13, "[ERROR] SessionLauncher: ", true},
         {TEXT("--register --delete"), 12, combined, true},
         {TEXT("/delete --launch-user-sessions"), 12, combined, true},
@@ -108,6 +108,33 @@ TEST_F(Roles, everyRefusalHasItsExitCodeAndItsText) {
         EXPECT_EQ(contains(log().substr(before.size()), row.text), row.isLogged);
         EXPECT_EQ(log().size() > before.size(), row.isLogged);
         EXPECT_EQ(result.output, "");
+    }
+}
+
+// An ordinary user's process is refused at once; Wine lets everybody pass, and its scheduler then cannot be reached, or
+// makes no triggers.
+TEST_F(Roles, taskRolesThatFailTellTheStepAndItsHresult) {
+    const struct {
+        const WCHAR* arguments;
+        DWORD exitCode;
+        std::string failed;
+        std::vector<std::string> steps;
+    } rows[] = {
+        {TEXT("--register -i x"),
+         11,
+         "[ERROR] App: /register failed: ",
+         {"Connect to Task Scheduler", "Create logon trigger"}},
+        {TEXT("/delete -i x"), 10, "[ERROR] App: /delete failed: ", {"ITaskService::Connect failed"}},
+    };
+    for (auto row : rows) {
+        row.steps.push_back("Task management requires an elevated administrator or LocalSystem");
+        const ProcessResult result = run(row.arguments);
+        EXPECT_EQ(result.exitCode, row.exitCode);
+        const bool isDocumented = std::ranges::any_of(row.steps, [&](const std::string& step) {
+            return contains(result.debugOutput, row.failed + step + " (hr=0x80");
+        });
+        EXPECT_TRUE(isDocumented) << result.debugOutput;
+        EXPECT_TRUE(contains(log(), row.failed));
     }
 }
 

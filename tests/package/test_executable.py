@@ -15,6 +15,7 @@ ALLOWED_DLLS = {
     "kernel32.dll",
     "msvcrt.dll",
     "ole32.dll",
+    "oleaut32.dll",
     "secur32.dll",
     "shell32.dll",
     "user32.dll",

@@ -1,0 +1,19 @@
+// vellum-fire-task NAME: runs a scheduled task of the machine now, as a trigger or the scheduler's user would.
+#include <cstdio>
+#include <string>
+
+#include "Machine.h"
+#include "tasks/TaskFile.h"
+#include "text/Encoding.h"
+
+int main(int count, char** arguments) {
+    if (count != 2) {
+        std::fprintf(stderr, "Usage: vellum-fire-task NAME (VELLUM_MACHINE says on which machine)\n");
+        return 2;
+    }
+    const HRESULT result = platform::tasks::run(platform::toWide(arguments[1]));
+    if (result >= 0) return 0;
+    std::fprintf(stderr, "%s: cannot be run on %s (0x%08x)\n", arguments[1], platform::machineFolder().c_str(),
+                 static_cast<unsigned>(result));
+    return 1;
+}

@@ -1,0 +1,124 @@
+#!/bin/bash
+# Shows how every session gets its notes: registers the scheduled task on a throw-away machine with five sessions, looks
+# at the display processes it starts, kills one, fires the task again, and removes it. Needs ./dev.sh build native.
+# Ends with 0 when all went as told; everything it started is ended by then.
+#
+#   samples/every-session.sh [FOLDER WITH THE BUILT PROGRAMS]
+set -u
+cd "$(dirname "$0")/.." || exit 1
+build=$(realpath "${1:-build/native}")
+task='Ombrel Agent Display Notes'
+VELLUM_MACHINE=$(mktemp -d)
+export VELLUM_MACHINE
+unset VELLUM_TOKEN VELLUM_FAULTS
+
+is_alive() { grep -qs '^State:[[:space:]]*[^ZX]' "/proc/$1/status"; }
+
+# The processes that show notes in a session: each has a socket there that bears its number.
+displays() {
+    local socket
+    for socket in "$VELLUM_MACHINE/desktops/$1"/*; do
+        [ -S "$socket" ] && is_alive "${socket##*/}" && echo "${socket##*/}"
+    done
+}
+
+# Whatever runs on this machine, and nothing else, has its name in the environment.
+finish() {
+    local place
+    trap - EXIT
+    for place in $(grep -lsaFz "VELLUM_MACHINE=$VELLUM_MACHINE" /proc/[0-9]*/environ); do
+        place=${place#/proc/}
+        kill -9 "${place%/environ}" 2>/dev/null
+    done
+    rm -rf "$VELLUM_MACHINE"
+}
+trap finish EXIT
+trap 'exit 1' INT TERM
+
+say() { printf '\n== %s\n' "$*"; }
+fail() { printf 'FAILED: %s\n' "$*" >&2; tail -n 20 "$VELLUM_MACHINE"/drive_c/ProgramData/*/Logs/*.log >&2; exit 1; }
+
+elevated() { VELLUM_TOKEN='eve@3 high' "$build/Vellumd" "$@" 2>/dev/null; }
+fire() { "$build/vellum-fire-task" "$task" || fail 'the task cannot be fired'; }
+
+# How often the dispatcher has ended, whatever came of it.
+dispatches() { cat "$VELLUM_MACHINE"/drive_c/ProgramData/*/Logs/Vellumd_0_*.log 2>/dev/null | grep -c 'Shutting down'; }
+# Waits until the dispatcher has ended for the N-th time.
+wait_for_dispatch() {
+    for _ in $(seq 600); do
+        [ "$(dispatches)" -ge "$1" ] && return
+        sleep .05
+    done
+    fail "run $1 of the dispatcher has not ended"
+}
+# Waits until exactly the sessions with a user have one display each.
+wait_for_displays() {
+    local counts
+    for _ in $(seq 600); do
+        counts="$(for session in 0 1 2 3 4; do displays $session | wc -l; done | xargs)"
+        [ "$counts" = '0 1 1 1 0' ] && break
+        sleep .05
+    done
+    for session in 0 1 2 3 4; do echo "session $session: $(displays $session | xargs)"; done
+    [ "$counts" = '0 1 1 1 0' ] || fail "displays in the sessions 0 to 4: $counts"
+}
+
+cat > "$VELLUM_MACHINE/machine.txt" <<'END'
+[environment]
+PROGRAMDATA = C:\ProgramData
+
+[user dan]
+profile = C:\Users\dan
+[user ann]
+profile = C:\Users\ann
+[user eve]
+profile = C:\Users\eve
+administrator = yes
+
+[session 0]
+state = disconnected
+[session 1]
+user = dan
+state = disconnected
+[session 2]
+user = ann
+state = active
+[session 3]
+user = eve
+state = active
+elevated = yes
+[session 4]
+state = connected
+END
+
+say 'An ordinary user may not register'
+VELLUM_TOKEN=ann@2 "$build/Vellumd" --register 2>/dev/null
+status=$?
+[ $status = 11 ] || fail "--register ended with $status"
+[ -z "$(ls "$VELLUM_MACHINE/tasks" 2>/dev/null)" ] || fail 'there is a task'
+
+say 'An elevated administrator registers; the first run serves every session at once'
+elevated --register || fail "--register ended with $?"
+cat "$VELLUM_MACHINE/tasks/$task.txt"
+wait_for_dispatch 1
+wait_for_displays
+
+say 'Fired again: still one each'
+fire
+wait_for_dispatch 2
+wait_for_displays
+
+victim=$(displays 2)
+say "Killed in session 2: $victim. Fired again: it is back"
+kill -9 "$victim"
+fire
+wait_for_dispatch 3
+wait_for_displays
+[ "$(displays 2)" != "$victim" ] || fail 'the same process'
+
+say 'Removed, twice; what runs keeps running'
+elevated --delete || fail "--delete ended with $?"
+elevated --delete || fail "the second --delete ended with $?"
+[ -z "$(ls "$VELLUM_MACHINE/tasks")" ] || fail 'there is still a task'
+wait_for_displays
+say 'Done'

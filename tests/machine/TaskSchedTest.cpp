@@ -1,0 +1,381 @@
+// The registration of the scheduled task: what is kept, every step failing, who may do it, what its action is given.
+#include "dispatch/TaskSched.h"
+
+#include <objbase.h>
+#include <sys/wait.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "common/Handles.h"
+#include "machine/MachineFixture.h"
+#include "machine/RoleProcess.h"
+#include "support/Text.h"
+
+using namespace platform;
+namespace fs = std::filesystem;
+
+namespace {
+
+const WideString kName = TEXT("Ombrel Agent Display Notes");
+const char* const kDenied = "Task management requires an elevated administrator or LocalSystem (hr=0x80070005)";
+
+const char* const kWholeTask =
+    "author = Quorvane Ombrel\n"
+    "description = Starts and recovers Vellumd independently in every logged-on user session.\n"
+    "security descriptor = D:P(A;;GA;;;SY)(A;;GA;;;BA)\n"
+    "\n"
+    "[principal]\n"
+    "user = S-1-5-18\n"
+    "logon type = 5 (service account)\n"
+    "run level = 1 (highest)\n"
+    "\n"
+    "[settings]\n"
+    "enabled = yes\n"
+    "start when available = yes\n"
+    "disallow start on batteries = no\n"
+    "stop when going on batteries = no\n"
+    "run only if idle = no\n"
+    "run only if network available = no\n"
+    "allow demand start = yes\n"
+    "execution time limit = PT2M\n"
+    "multiple instances = 2 (ignore new)\n"
+    "restart interval = PT1M\n"
+    "restart count = 3\n"
+    "\n"
+    "[trigger LogonTrigger]\n"
+    "type = 9 (logon)\n"
+    "delay = PT10S\n"
+    "\n"
+    "[trigger BootTrigger]\n"
+    "type = 8 (boot)\n"
+    "delay = PT30S\n"
+    "\n"
+    "[trigger UnlockTrigger]\n"
+    "type = 11 (session state change)\n"
+    "state change = 8 (unlock)\n"
+    "delay = PT5S\n"
+    "\n"
+    "[trigger RemoteConnectTrigger]\n"
+    "type = 11 (session state change)\n"
+    "state change = 3 (remote connect)\n"
+    "delay = PT5S\n"
+    "\n"
+    "[trigger ConsoleConnectTrigger]\n"
+    "type = 11 (session state change)\n"
+    "state change = 1 (console connect)\n"
+    "delay = PT5S\n"
+    "\n"
+    "[trigger RecoveryTrigger]\n"
+    "type = 1 (time)\n"
+    "start = 2026-03-14T09:26:53Z\n"
+    "repetition interval = PT5M\n"
+    "stop at duration end = no\n"
+    "\n"
+    "[action]\n"
+    "path = C:\\Program Files\\V\\Vellumd.exe\n"
+    "arguments = --launch-user-sessions -i \"a b\" --no-autostart\n"
+    "working directory = C:\\Program Files\\V\\\n";
+
+std::string contentOf(const fs::path& file) {
+    std::stringstream text;
+    text << std::ifstream(file).rdbuf();
+    return text.str();
+}
+
+class TaskSchedTest : public MachineTest {
+  protected:
+    TaskSchedTest() {
+        describe(
+            "[environment]\nPROGRAMDATA = C:\\ProgramData\n"
+            "[user ann]\nprofile = C:\\Users\\ann\nadministrator = yes\n[user bob]\nprofile = C:\\Users\\bob\n"
+            "[session 1]\nuser = ann\nelevated = yes\n[session 2]\nuser = bob\n");
+        useToken("ann@1 high");
+        CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    }
+    ~TaskSchedTest() override {
+        clock::useRealTime();
+        faults::clear();
+        EXPECT_EQ(faults::openInterfaces() + faults::openStrings() + faults::openVariants(), 0U);
+        EXPECT_EQ(faults::openAllocations(), 0U);
+        CoUninitialize();
+    }
+
+    bool enlist(bool runNow = false) {
+        error = TEXT("of before");
+        return TaskSched::registerRecoveryTask(kName, TEXT("C:\\Program Files\\V\\Vellumd.exe"),
+                                               TEXT("--launch-user-sessions -i \"a b\" --no-autostart"), runNow,
+                                               &error);
+    }
+    bool remove() {
+        error = TEXT("of before");
+        return TaskSched::deleteRecoveryTask(kName, &error);
+    }
+    fs::path file(const std::string& suffix = "") const {
+        return folder() / "tasks" / ("Ombrel Agent Display Notes" + suffix + ".txt");
+    }
+    void keepTask(const std::string& text) {
+        fs::create_directories(folder() / "tasks");
+        std::ofstream(file()) << text;
+    }
+    std::size_t filesOfTasks() const {
+        const fs::path tasks = folder() / "tasks";
+        return fs::exists(tasks) ? static_cast<std::size_t>(std::distance(fs::directory_iterator(tasks), {})) : 0;
+    }
+
+    WideString error;
+};
+
+struct Step {
+    const char* name;
+    const char* call;
+    std::vector<unsigned> uses = {1};
+};
+const Step kSteps[] = {
+    {"Create Task Scheduler service", "CoCreateInstance"},
+    {"Connect to Task Scheduler", "ITaskService::Connect"},
+    {"Get task folder", "ITaskService::GetFolder"},
+    {"Create task definition", "ITaskService::NewTask"},
+    {"Get registration info", "ITaskDefinition::get_RegistrationInfo"},
+    {"Set author", "IRegistrationInfo::put_Author"},
+    {"Set description", "IRegistrationInfo::put_Description"},
+    {"Get principal", "ITaskDefinition::get_Principal"},
+    {"Set SYSTEM principal", "IPrincipal::put_UserId"},
+    {"Set service-account logon", "IPrincipal::put_LogonType"},
+    {"Set dispatcher run level", "IPrincipal::put_RunLevel"},
+    {"Get settings", "ITaskDefinition::get_Settings"},
+    {"Enable task", "ITaskSettings::put_Enabled"},
+    {"Enable missed-start recovery", "ITaskSettings::put_StartWhenAvailable"},
+    {"Allow battery start", "ITaskSettings::put_DisallowStartIfOnBatteries"},
+    {"Allow battery operation", "ITaskSettings::put_StopIfGoingOnBatteries"},
+    {"Disable idle requirement", "ITaskSettings::put_RunOnlyIfIdle"},
+    {"Disable network requirement", "ITaskSettings::put_RunOnlyIfNetworkAvailable"},
+    {"Allow immediate dispatch", "ITaskSettings::put_AllowDemandStart"},
+    {"Limit dispatcher duration", "ITaskSettings::put_ExecutionTimeLimit"},
+    {"Suppress overlapping dispatchers", "ITaskSettings::put_MultipleInstances"},
+    {"Set failure retry interval", "ITaskSettings::put_RestartInterval"},
+    {"Set failure retry count", "ITaskSettings::put_RestartCount"},
+    {"Get triggers", "ITaskDefinition::get_Triggers"},
+    {"Create logon trigger", "ITriggerCollection::Create", {1}},
+    {"Get logon trigger", "ITrigger::QueryInterface", {1}},
+    {"Name logon trigger", "ITrigger::put_Id", {1}},
+    {"Set logon delay", "ILogonTrigger::put_Delay"},
+    {"Create boot trigger", "ITriggerCollection::Create", {2}},
+    {"Get boot trigger", "ITrigger::QueryInterface", {2}},
+    {"Name boot trigger", "ITrigger::put_Id", {2}},
+    {"Set boot delay", "IBootTrigger::put_Delay"},
+    {"Create session trigger", "ITriggerCollection::Create", {3, 4, 5}},
+    {"Get session trigger", "ITrigger::QueryInterface", {3, 4, 5}},
+    {"Name session trigger", "ITrigger::put_Id", {3, 4, 5}},
+    {"Set session event", "ISessionStateChangeTrigger::put_StateChange", {1, 2, 3}},
+    {"Set session delay", "ISessionStateChangeTrigger::put_Delay", {1, 2, 3}},
+    {"Create recovery trigger", "ITriggerCollection::Create", {6}},
+    {"Name recovery trigger", "ITrigger::put_Id", {6}},
+    {"Set recovery start", "ITrigger::put_StartBoundary"},
+    {"Get repetition pattern", "ITrigger::get_Repetition"},
+    {"Set recovery interval", "IRepetitionPattern::put_Interval"},
+    {"Keep recovery independent of UI lifetime", "IRepetitionPattern::put_StopAtDurationEnd"},
+    {"Get actions", "ITaskDefinition::get_Actions"},
+    {"Create executable action", "IActionCollection::Create"},
+    {"Get executable action", "IAction::QueryInterface"},
+    {"Set executable path", "IExecAction::put_Path"},
+    {"Set dispatcher arguments", "IExecAction::put_Arguments"},
+    {"Set working directory", "IExecAction::put_WorkingDirectory"},
+    {"Register recovery task", "ITaskFolder::RegisterTaskDefinition"},
+};
+
+}  // namespace
+
+TEST_F(TaskSchedTest, taskIsKeptWithEveryValue) {
+    clock::set(1773480413789);
+    ASSERT_TRUE(enlist()) << utf8(error);
+    EXPECT_EQ(error, TEXT(""));
+    EXPECT_EQ(contentOf(file()), kWholeTask);
+    clock::advance(1000);
+    ASSERT_TRUE(enlist());
+    EXPECT_NE(contentOf(file()).find("start = 2026-03-14T09:26:54Z\n"), std::string::npos) << "begins anew";
+    EXPECT_EQ(filesOfTasks(), 1U);
+}
+
+TEST_F(TaskSchedTest, everyStepThatFailsIsNamedAndLeavesTheTaskAsItWas) {
+    static_assert(std::size(kSteps) == 50);
+    // In this order: when what comes later in the table fails as well, it is still the step's own name that is told.
+    for (std::size_t i = 0; i < std::size(kSteps); ++i) {
+        for (const unsigned use : kSteps[i].uses) {
+            for (const std::string before : {"", "as it was"}) {
+                SCOPED_TRACE(kSteps[i].name + std::to_string(use));
+                fs::remove(file());
+                if (!before.empty()) keepTask(before);
+                faults::clear();
+                faults::arm({kSteps[i].call, use, faults::Action::Fail, 0x80041309});
+                const bool isFirstRound = use == kSteps[i].uses.front();
+                for (std::size_t later = i + 1; isFirstRound && later < std::size(kSteps); ++later)
+                    faults::arm({kSteps[later].call, kSteps[later].uses.front(), faults::Action::Fail, 5});
+                EXPECT_FALSE(enlist(true));
+                EXPECT_EQ(utf8(error), std::string(kSteps[i].name) + " (hr=0x80041309)");
+                EXPECT_EQ(contentOf(file()), before);
+                EXPECT_EQ(fs::exists(file()), !before.empty());
+                EXPECT_EQ(faults::openInterfaces() + faults::openStrings() + faults::openVariants(), 0U);
+            }
+        }
+    }
+}
+
+TEST_F(TaskSchedTest, anyCallThatFailsLeavesTheOldTaskOrTheNewOne) {
+    bool succeeded = false, raised = false;
+    clock::set(1773480413789);
+    keepTask("old");
+    const auto body = [&] {
+        raised = false;
+        try {
+            succeeded = enlist();
+        } catch (const ComError& failure) {
+            raised = true;
+            EXPECT_EQ(failure.hr, E_OUTOFMEMORY);
+        }
+    };
+    unsigned raises = 0;
+    const unsigned failures = forEachFailingCall(body, [&](bool fired) {
+        raises += raised;
+        EXPECT_TRUE(fired || succeeded);
+        const bool isNew = succeeded && !raised;
+        EXPECT_EQ(contentOf(file()), isNew ? kWholeTask : "old") << utf8(error);
+        EXPECT_TRUE(isNew || raised || utf8(error).find(" (hr=0x8007000") != std::string::npos) << utf8(error);
+        EXPECT_EQ(filesOfTasks(), 1U) << "no draft stays";
+        EXPECT_EQ(faults::openInterfaces() + faults::openStrings() + faults::openVariants(), 0U);
+        keepTask("old");
+    });
+    EXPECT_GT(failures, 60U);
+    EXPECT_EQ(raises, 2U) << "the user and the security descriptor, which no step can tell of";
+}
+
+TEST_F(TaskSchedTest, nobodyHandlesTheLackOfMemoryForTheLastCall) {
+    ASSERT_TRUE(enlist());
+    const std::string use = std::to_string(faults::uses("SysAllocString"));
+    fs::remove(file());
+    RoleProcess role({"--register"},
+                     {{"VELLUM_TOKEN", "ann@1 high"}, {"VELLUM_FAULTS", "SysAllocString:" + use + "=fail(14)"}});
+    EXPECT_EQ(role.exitCode(), 1000 + SIGABRT);
+    EXPECT_FALSE(fs::exists(file()));
+}
+
+TEST_F(TaskSchedTest, firstRunThatFailsIsAFailureAndTheTaskExists) {
+    faults::arm({"IRegisteredTask::Run", 1, faults::Action::Fail, 0x8004130F});
+    EXPECT_FALSE(enlist(true));
+    EXPECT_EQ(utf8(error), "Task registered, but immediate dispatch request failed (hr=0x8004130f)");
+    EXPECT_TRUE(fs::exists(file()));
+}
+
+TEST_F(TaskSchedTest, deletingTwiceSucceedsAndEachFailureHasItsText) {
+    const struct {
+        const char* call;
+        const char* text;
+    } rows[] = {
+        {"CoCreateInstance", "CoCreateInstance(TaskScheduler) failed (hr=0x80070005)"},
+        {"ITaskService::Connect", "ITaskService::Connect failed (hr=0x80070005)"},
+        {"ITaskService::GetFolder", "GetFolder(root) failed (hr=0x80070005)"},
+        {"ITaskFolder::DeleteTask", "DeleteTask failed (hr=0x80070005)"},
+    };
+    ASSERT_TRUE(enlist());
+    for (const auto& row : rows) {
+        faults::clear();
+        faults::arm({row.call, 1, faults::Action::Fail, 5});
+        EXPECT_FALSE(remove());
+        EXPECT_EQ(utf8(error), row.text);
+        EXPECT_TRUE(fs::exists(file()));
+    }
+    faults::clear();
+    for (int times = 0; times < 2; ++times) {
+        notices::takeDebugOutput();
+        EXPECT_TRUE(remove());
+        EXPECT_EQ(error, TEXT(""));
+        EXPECT_FALSE(fs::exists(file()));
+        const auto lines = notices::takeDebugOutput();
+        ASSERT_EQ(lines.size(), 1U);
+        EXPECT_TRUE(utf8(lines[0]).ends_with("[INFO ] TaskSched: Deleted logon task 'Ombrel Agent Display Notes'\r\n"));
+    }
+}
+
+TEST_F(TaskSchedTest, onlyTheElevatedAndTheSystemMayDoIt) {
+    const struct {
+        const char* token;
+        bool may;
+    } rows[] = {{"bob@2", false}, {"bob@2 high", false}, {"ann@1", false}, {"ann@1 high", true}, {"SYSTEM@0", true}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.token);
+        keepTask("before");
+        useToken(row.token);
+        EXPECT_EQ(TaskSched::requireElevation(nullptr), row.may);
+        EXPECT_EQ(enlist(), row.may);
+        EXPECT_EQ(contentOf(file()) == "before", !row.may);
+        EXPECT_EQ(utf8(error), row.may ? "" : kDenied);
+        EXPECT_EQ(remove(), row.may);
+        EXPECT_EQ(utf8(error), row.may ? "" : kDenied);
+        EXPECT_EQ(fs::exists(file()), !row.may);
+    }
+}
+
+TEST_F(TaskSchedTest, questionForElevationThatFailsTellsItsError) {
+    faults::arm({"AllocateAndInitializeSid", 1, faults::Action::Fail, 8});
+    EXPECT_FALSE(enlist());
+    EXPECT_EQ(utf8(error), "AllocateAndInitializeSid failed (hr=0x80070008)");
+    faults::clear();
+    faults::arm({"CheckTokenMembership", 1, faults::Action::Fail, 1309});
+    EXPECT_FALSE(remove());
+    EXPECT_EQ(utf8(error), "Task management requires an elevated administrator or LocalSystem (hr=0x8007051d)");
+}
+
+TEST_F(TaskSchedTest, firstRunStartsTheActionAsLocalSystem) {
+    const fs::path program = folder() / "drive_c" / "my action", out = folder() / "drive_c" / "out";
+    std::ofstream(program) << "#!/bin/sh\n"
+                              "for i in $(seq 500); do [ -e go ] && break; sleep .01; done\n"
+                              "printf '%s|' \"$@\" \"$VELLUM_TOKEN\" \"$VELLUM_FAULTS\" \"$PWD\" > out.new\n"
+                              "mv out.new out\n";
+    fs::permissions(program, fs::perms::owner_all);
+    setenv("VELLUM_FAULTS", "x:1=fail", 1);
+    EXPECT_TRUE(TaskSched::registerRecoveryTask(kName, TEXT("C:\\my action"), TEXT("a \"b c\" \"d\\\\\" \"e\\\"f\""),
+                                                true, &error))
+        << utf8(error);
+    unsetenv("VELLUM_FAULTS");
+    EXPECT_FALSE(fs::exists(out)) << "nobody waits for it";
+    std::ofstream(folder() / "drive_c" / "go") << "";
+    ASSERT_TRUE(eventually([&] { return fs::exists(out); }));
+    EXPECT_EQ(contentOf(out), "a|b c|d\\|e\"f|SYSTEM@0||" + (folder() / "drive_c").string() + "|");
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "no child is left";
+}
+
+TEST_F(TaskSchedTest, rolesEndWithTheirCodesAndLines) {
+    const std::string name = " - a b";
+    const auto run = [&](std::vector<std::string> arguments, const char* token, int exitCode, const std::string& line) {
+        RoleProcess role(std::move(arguments), {{"VELLUM_TOKEN", token}});
+        EXPECT_EQ(role.exitCode(), exitCode);
+        EXPECT_NE(role.said().find(line + "\r\n"), std::string::npos) << role.said();
+    };
+    run({"--register", "-i", "a b"}, "ann@1", 11, std::string("[ERROR] App: /register failed: ") + kDenied);
+    run({"--delete", "-i", "a b"}, "bob@2", 10, std::string("[ERROR] App: /delete failed: ") + kDenied);
+    EXPECT_EQ(filesOfTasks(), 0U);
+    run({"/register", "-i", "a b", "--folder", "C:\\My Notes\\"}, "ann@1 high", 0,
+        "[INFO ] App: /register completed for task 'Ombrel Agent Display Notes - a b'");
+    const std::string text = contentOf(file(name));
+    EXPECT_NE(
+        text.find("\narguments = --launch-user-sessions -i \"a b\" --folder \"C:\\My Notes\\\\\" --no-autostart\n"),
+        std::string::npos)
+        << text;
+    EXPECT_NE(text.find("\npath = " + utf8(productPath(RoleProcess::builtProgram())) + "\n"), std::string::npos);
+    run({"/delete"}, "ann@1 high", 0, "[INFO ] App: /delete completed for task 'Ombrel Agent Display Notes'");
+    EXPECT_TRUE(fs::exists(file(name))) << "another instance's task is another task";
+    run({"/delete", "-i", "a b"}, "SYSTEM@0", 0,
+        "[INFO ] TaskSched: Deleted logon task 'Ombrel Agent Display Notes - a b'");
+    EXPECT_EQ(filesOfTasks(), 0U);
+}
+
+TEST_F(TaskSchedTest, taskIsFiredByHand) {
+    const fs::path tool = RoleProcess::builtProgram().parent_path() / "vellum-fire-task";
+    EXPECT_EQ(RoleProcess({"no such task"}, {}, tool).exitCode(), 1);
+    EXPECT_EQ(RoleProcess({}, {}, tool).exitCode(), 2);
+    std::ofstream(folder() / "drive_c" / "go") << "#!/bin/sh\necho fired > C\n";
+    fs::permissions(folder() / "drive_c" / "go", fs::perms::owner_all);
+    ASSERT_TRUE(TaskSched::registerRecoveryTask(kName, TEXT("C:\\go"), TEXT(""), false, &error));
+    EXPECT_EQ(RoleProcess({"ombrel agent display NOTES"}, {}, tool).exitCode(), 0) << "names have no case";
+    EXPECT_TRUE(eventually([&] { return contentOf(folder() / "drive_c" / "C") == "fired\n"; }));
+}

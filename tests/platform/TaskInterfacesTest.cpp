@@ -1,0 +1,93 @@
+// The interfaces of the Task Scheduler, of which the program and the stand-in have some in their own words: what is
+// called lies where the published interface has it, and is asked for by the published number.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+#include <objbase.h>
+#include <tasktriggers.h>
+
+#include <cstring>
+
+#include "support/Text.h"
+
+namespace {
+
+// Which entry of the object's table the method is. Both compilers write a pointer to a virtual method as one more than
+// its place in the table.
+template <typename Method>
+std::size_t slotOf(Method method) {
+    std::size_t word = 0;
+    std::memcpy(&word, &method, sizeof word);
+    return (word - 1) / sizeof(void*);
+}
+
+std::string textOf(const GUID& id) {
+    WCHAR text[39] = {};
+    StringFromGUID2(id, text, 39);
+    return utf8(text);
+}
+
+}  // namespace
+
+TEST(TaskInterfaces, methodsLieWhereTheyArePublished) {
+    const struct {
+        const char* method;
+        std::size_t slot;
+        std::size_t published;
+    } rows[] = {
+#define METHOD(name, published) {#name, slotOf(&name), published}
+        METHOD(ITaskService::GetFolder, 7),
+        METHOD(ITaskService::NewTask, 9),
+        METHOD(ITaskService::Connect, 10),
+        METHOD(ITaskFolder::DeleteTask, 15),
+        METHOD(ITaskFolder::RegisterTaskDefinition, 17),
+        METHOD(ITaskDefinition::get_RegistrationInfo, 7),
+        METHOD(ITaskDefinition::get_Triggers, 9),
+        METHOD(ITaskDefinition::get_Settings, 11),
+        METHOD(ITaskDefinition::get_Principal, 15),
+        METHOD(ITaskDefinition::get_Actions, 17),
+        METHOD(IRegistrationInfo::put_Description, 8),
+        METHOD(IRegistrationInfo::put_Author, 10),
+        METHOD(IPrincipal::put_UserId, 12),
+        METHOD(IPrincipal::put_LogonType, 14),
+        METHOD(IPrincipal::put_RunLevel, 18),
+        METHOD(ITaskSettings::put_AllowDemandStart, 8),
+        METHOD(ITaskSettings::put_RestartInterval, 10),
+        METHOD(ITaskSettings::put_RestartCount, 12),
+        METHOD(ITaskSettings::put_MultipleInstances, 14),
+        METHOD(ITaskSettings::put_StopIfGoingOnBatteries, 16),
+        METHOD(ITaskSettings::put_DisallowStartIfOnBatteries, 18),
+        METHOD(ITaskSettings::put_StartWhenAvailable, 22),
+        METHOD(ITaskSettings::put_RunOnlyIfNetworkAvailable, 26),
+        METHOD(ITaskSettings::put_ExecutionTimeLimit, 28),
+        METHOD(ITaskSettings::put_Enabled, 30),
+        METHOD(ITaskSettings::put_RunOnlyIfIdle, 42),
+        METHOD(ITriggerCollection::Create, 10),
+        METHOD(ITrigger::put_Id, 9),
+        METHOD(ITrigger::get_Repetition, 10),
+        METHOD(ITrigger::put_StartBoundary, 15),
+        METHOD(ILogonTrigger::put_Delay, 21),
+        METHOD(IBootTrigger::put_Delay, 21),
+        METHOD(ISessionStateChangeTrigger::put_Delay, 21),
+        METHOD(ISessionStateChangeTrigger::put_StateChange, 25),
+        METHOD(IRepetitionPattern::put_Interval, 8),
+        METHOD(IRepetitionPattern::put_StopAtDurationEnd, 12),
+        METHOD(IActionCollection::Create, 12),
+        METHOD(IExecAction::put_Path, 11),
+        METHOD(IExecAction::put_Arguments, 13),
+        METHOD(IExecAction::put_WorkingDirectory, 15),
+        METHOD(IRegisteredTask::Run, 12),
+#undef METHOD
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(row.slot, row.published) << row.method;
+}
+
+TEST(TaskInterfaces, numbersAreThePublishedOnes) {
+    EXPECT_EQ(textOf(CLSID_TaskScheduler), "{0F87369F-A4E5-4CFC-BD3E-73E6154572DD}");
+    EXPECT_EQ(textOf(IID_ITaskService), "{2FABA4C7-4DA9-4013-9697-20CC3FD40F85}");
+    EXPECT_EQ(textOf(IID_ILogonTrigger), "{72DADE38-FAE4-4B3E-BAF4-5D009AF02B1C}");
+    EXPECT_EQ(textOf(IID_IBootTrigger), "{2A9C35DA-D357-41F4-BBC1-207AC1B1F3CB}");
+    EXPECT_EQ(textOf(IID_ISessionStateChangeTrigger), "{754DA71B-4385-4475-9DD9-598294FA3641}");
+    EXPECT_EQ(textOf(IID_IExecAction), "{4C3D624D-FD6B-49A3-B9B7-09CB3CD3F047}");
+}
