@@ -138,14 +138,16 @@ std::string socketFile;  // what the end of the process removes
 
 void listenOn(const fs::path& folder, const std::shared_ptr<Queue>& queue) {
     fs::create_directories(folder);
-    const std::string name = std::to_string(getpid());
+    const std::string name = std::to_string(getpid()), early = "new-" + name;
     socketFile = folder / name;
-    unlink(socketFile.c_str());
+    unlink((folder / early).c_str());
     Descriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const Descriptor opened = openFolder(folder);
-    const sockaddr_un address = addressIn(opened, name);
+    const sockaddr_un address = addressIn(opened, early);
     if (bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return;
     if (listen(listener.get(), 16) != 0) return;
+    // Only now may it be found: whoever is refused by a socket takes its process for dead and removes it.
+    if (renameat(opened.get(), early.c_str(), opened.get(), name.c_str()) != 0) return;
     std::atexit([] { unlink(socketFile.c_str()); });
     std::thread([listener = std::move(listener), queue] {
         for (;;) {
@@ -182,7 +184,7 @@ void remote::ask(const std::string& line, bool alsoThisProcess,
     std::error_code error;
     for (const fs::directory_entry& entry : fs::directory_iterator(path, error)) {
         const int processId = std::atoi(entry.path().filename().c_str());
-        if (processId == getpid() && !alsoThisProcess) continue;
+        if (processId == 0 || (processId == getpid() && !alsoThisProcess)) continue;
         std::string answer;
         if (askOne(folder, entry.path().filename(), line, answer) && answered) answered(processId, answer);
     }
