@@ -2,10 +2,14 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <string>
 
 #include "Faults.h"
 #include "Machine.h"
@@ -29,6 +33,29 @@ class MachineTest : public testing::Test {
         platform::useMachine(folder_);
     }
     const std::filesystem::path& folder() const { return folder_; }
+
+    // What a process was started with, a line for each variable.
+    static std::string environmentOf(pid_t id) {
+        std::ifstream file("/proc/" + std::to_string(id) + "/environ");
+        std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        std::replace(text.begin(), text.end(), '\0', '\n');
+        return text;
+    }
+    // Kills the processes of this machine, or those of them whose VELLUM_TOKEN begins so, and what they are starting.
+    void endProcesses(const std::string& token = "") const {
+        const std::string machine = "VELLUM_MACHINE=" + folder_.string() + "\n", its = "VELLUM_TOKEN=" + token;
+        for (bool found = true; found;) {
+            found = false;
+            for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+                const pid_t id = std::atoi(entry.path().filename().c_str());
+                if (id <= 0 || id == getpid()) continue;
+                const std::string variables = environmentOf(id);
+                if (variables.find(machine) == std::string::npos || variables.find(its) == std::string::npos) continue;
+                kill(id, SIGKILL);
+                found = true;
+            }
+        }
+    }
 
   private:
     std::filesystem::path folder_;

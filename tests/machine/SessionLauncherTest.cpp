@@ -20,17 +20,7 @@ class SessionLauncherMachine : public MachineTest {
         "[session 5]\nuser = visitor\nstate = listen\n";
 
     SessionLauncherMachine() { describe(kMachine); }
-    ~SessionLauncherMachine() override {
-        // A surplus process that is still starting would take the place of one that is ended.
-        for (unsigned quiet = 0; quiet < 5; ++quiet) {
-            for (const DWORD session : {1U, 2U, 3U, 4U, 5U})
-                for (const pid_t id : displays(session)) {
-                    end(session, id);
-                    quiet = 0;
-                }
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        }
-    }
+    ~SessionLauncherMachine() override { endProcesses(); }
 
     fs::path sockets(DWORD session) const { return folder() / "desktops" / std::to_string(session); }
     std::vector<pid_t> displays(DWORD session) const {
@@ -48,12 +38,6 @@ class SessionLauncherMachine : public MachineTest {
     }
     bool isServedOnce(DWORD session) const {
         return eventually([&] { return displays(session).size() == 1; }, std::chrono::seconds(20));
-    }
-    static std::string environmentOf(pid_t id) {
-        std::ifstream file("/proc/" + std::to_string(id) + "/environ");
-        std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-        std::replace(text.begin(), text.end(), '\0', '\n');
-        return text;
     }
     static std::string log() {
         std::string text;

@@ -96,6 +96,7 @@ class TaskSchedTest : public MachineTest {
     ~TaskSchedTest() override {
         clock::useRealTime();
         faults::clear();
+        endProcesses();
         EXPECT_EQ(faults::openInterfaces() + faults::openStrings() + faults::openVariants(), 0U);
         EXPECT_EQ(faults::openAllocations(), 0U);
         CoUninitialize();
