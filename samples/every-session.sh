@@ -8,34 +8,8 @@ set -u
 cd "$(dirname "$0")/.." || exit 1
 build=$(realpath "${1:-build/native}")
 task='Ombrel Agent Display Notes'
-VELLUM_MACHINE=$(mktemp -d)
-export VELLUM_MACHINE
-unset VELLUM_TOKEN VELLUM_FAULTS
+. samples/throw-away-machine.sh
 
-is_alive() { grep -qs '^State:[[:space:]]*[^ZX]' "/proc/$1/status"; }
-
-# The processes that show notes in a session: each has a socket there that bears its number.
-displays() {
-    local socket
-    for socket in "$VELLUM_MACHINE/desktops/$1"/*; do
-        [ -S "$socket" ] && is_alive "${socket##*/}" && echo "${socket##*/}"
-    done
-}
-
-# Whatever runs on this machine, and nothing else, has its name in the environment.
-finish() {
-    local place
-    trap - EXIT
-    for place in $(grep -lsaFz "VELLUM_MACHINE=$VELLUM_MACHINE" /proc/[0-9]*/environ); do
-        place=${place#/proc/}
-        kill -9 "${place%/environ}" 2>/dev/null
-    done
-    rm -rf "$VELLUM_MACHINE"
-}
-trap finish EXIT
-trap 'exit 1' INT TERM
-
-say() { printf '\n== %s\n' "$*"; }
 fail() { printf 'FAILED: %s\n' "$*" >&2; tail -n 20 "$VELLUM_MACHINE"/drive_c/ProgramData/*/Logs/*.log >&2; exit 1; }
 
 elevated() { VELLUM_TOKEN='eve@3 high' "$build/Vellumd" "$@" 2>/dev/null; }
@@ -43,24 +17,17 @@ fire() { "$build/vellum-fire-task" "$task" || fail 'the task cannot be fired'; }
 
 # How often the dispatcher has ended, whatever came of it.
 dispatches() { cat "$VELLUM_MACHINE"/drive_c/ProgramData/*/Logs/Vellumd_0_*.log 2>/dev/null | grep -c 'Shutting down'; }
+has_dispatched() { [ "$(dispatches)" -ge "$1" ]; }
 # Waits until the dispatcher has ended for the N-th time.
-wait_for_dispatch() {
-    for _ in $(seq 600); do
-        [ "$(dispatches)" -ge "$1" ] && return
-        sleep .05
-    done
-    fail "run $1 of the dispatcher has not ended"
+wait_for_dispatch() { wait_until has_dispatched "$1" || fail "run $1 of the dispatcher has not ended"; }
+# Whether exactly the sessions with a user have one display each.
+are_served() {
+    counts="$(for session in 0 1 2 3 4; do displays $session | wc -l; done | xargs)"
+    [ "$counts" = '0 1 1 1 0' ]
 }
-# Waits until exactly the sessions with a user have one display each.
 wait_for_displays() {
-    local counts
-    for _ in $(seq 600); do
-        counts="$(for session in 0 1 2 3 4; do displays $session | wc -l; done | xargs)"
-        [ "$counts" = '0 1 1 1 0' ] && break
-        sleep .05
-    done
+    wait_until are_served || fail "displays in the sessions 0 to 4: $counts"
     for session in 0 1 2 3 4; do echo "session $session: $(displays $session | xargs)"; done
-    [ "$counts" = '0 1 1 1 0' ] || fail "displays in the sessions 0 to 4: $counts"
 }
 
 cat > "$VELLUM_MACHINE/machine.txt" <<'END'

@@ -12,7 +12,8 @@ class AppletDisplayMachine : public StoreMachine {
     AppletDisplayMachine() : store_(makeStore()), name_(ownQueue()), queue_(makeQueue(name_)) { store_ = QueueStore(); }
 
     void putNote(const std::string& id, const std::string& more = "") const {
-        StoreMachine::putNote(queue_, id + ".json", "{\"id\":\"" + id + "\",\"editable\":true,\"content\":\"text\"" + more + "}");
+        StoreMachine::putNote(queue_, id + ".json",
+                              "{\"id\":\"" + id + "\",\"editable\":true,\"content\":\"text\"" + more + "}");
     }
     std::vector<std::string> arguments() const {
         return {"--applet-queue", "-i", name_, "--no-autostart", "--log-level", "debug"};

@@ -1,64 +1,30 @@
 // A recovery pass and its children, as processes.
 #include <windows.h>
 
-#include "RoleProcess.h"
-#include "StoreFixture.h"
+#include "PassFixture.h"
 
 using namespace AppletNotes;
 using namespace platform;
 
-class AppletLaunchMachine : public StoreMachine {
+class AppletLaunchMachine : public PassMachine {
   protected:
     AppletLaunchMachine() {
         makeStore();
         putNote(makeQueue(ownQueue()), "note_a.json", "{\"id\":\"note_a\"}");
     }
-    ~AppletLaunchMachine() override { endDisplays(); }
 
-    fs::path sockets(DWORD session) const { return folder() / "desktops" / std::to_string(session); }
-    // Only from its own session can a desktop be looked at.
-    static std::string listOf(DWORD session, pid_t id) {
-        useToken("operator@" + std::to_string(session));
-        const std::string list = remote::askProcess(id, "list");
-        useToken("operator@1");
-        return list;
-    }
-    // The processes that show something in a session.
-    std::vector<pid_t> displays(DWORD session = 1) const {
-        std::vector<pid_t> found;
-        std::error_code error;
-        for (const auto& entry : fs::directory_iterator(sockets(session), error)) {
-            const pid_t id = std::atoi(entry.path().filename().c_str());
-            if (kill(id, 0) == 0 && !listOf(session, id).empty()) found.push_back(id);
-        }
-        return found;
-    }
-    // Children of processes that have ended.
-    void endDisplays() const {
-        for (const DWORD session : {1U, 4U})
-            for (const pid_t id : displays(session)) {
-                kill(id, SIGKILL);
-                fs::remove(sockets(session) / std::to_string(id));
-            }
-    }
     bool isShown(DWORD session = 1) const {
         return eventually([&] {
             const auto found = displays(session);
-            return found.size() == 1 && listOf(session, found[0]).find("Vellumd.NoteWindow") != std::string::npos;
+            return found.size() == 1 && ask(session, found[0], "list").find("Vellumd.NoteWindow") != std::string::npos;
         });
     }
-    static std::vector<std::string> recover() { return {"--applet-recover", "--log-level", "debug"}; }
     static std::size_t starts(const RoleProcess& process) {
         const std::string text = process.said(), line = "Vellumd starting; pid=";
         std::size_t count = 0;
         for (std::size_t at = 0; (at = text.find(line, at)) != std::string::npos; at += line.size())
             ++count;
         return count;
-    }
-    static std::string environmentOf(pid_t id) {
-        std::string text = get("/proc/" + std::to_string(id) + "/environ");
-        std::replace(text.begin(), text.end(), '\0', '\n');
-        return text;
     }
     // A machine without UAC whose user is an administrator.
     void describeUnfiltered(const char* enableLua) const {
@@ -137,8 +103,7 @@ TEST_F(AppletLaunchMachine, anyCallOfAPassMayFail) {
             EXPECT_EQ(starts(pass), 1U) << use << pass.said();
             ++refused;
         }
-        endDisplays();
-        EXPECT_TRUE(eventually([&] { return displays().empty(); }));
+        endProcesses();
         ASSERT_TRUE(fs::exists(root() / ownQueue() / "note_a.json"));
     }
     EXPECT_GT(launched, 2U);
@@ -152,7 +117,7 @@ TEST_F(AppletLaunchMachine, imageWithASecondLinkIsNotStarted) {
         RoleProcess pass(recover(), {}, image);
         EXPECT_EQ(pass.exitCode(), 0) << pass.said();
         EXPECT_TRUE(isShown());
-        endDisplays();
+        endProcesses();
     }
     fs::create_hard_link(image, folder() / "drive_c/other.exe");
     RoleProcess pass(recover(), {}, image);
@@ -173,14 +138,14 @@ TEST_F(AppletLaunchMachine, elevatedStartHandsOverToAChildAtMediumIntegrity) {
         const std::string environment = environmentOf(displays()[0]);
         EXPECT_NE(environment.find("VELLUM_TOKEN=operator@1 0x2000"), std::string::npos) << environment;
         EXPECT_NE(environment.find("LOCALAPPDATA=C:\\Users\\operator\\AppData\\Local"), std::string::npos);
-        endDisplays();
+        endProcesses();
     }
     {
         RoleProcess start(recover(), high);
         EXPECT_EQ(start.exitCode(), 0);
         EXPECT_TRUE(start.says("dispatched=1")) << "in the child: " << start.said();
         EXPECT_TRUE(isShown());
-        endDisplays();
+        endProcesses();
     }
     describeUnfiltered("01000000");
     RoleProcess start({"--applet-queue", "-i", ownQueue()}, high);
@@ -209,7 +174,7 @@ TEST_F(AppletLaunchMachine, queueGoesFromLogonToLogon) {
         EXPECT_TRUE(other.says("live=1")) << "displayed in a logon that runs: " << other.said();
     }
     // The logon ends, its processes with it.
-    endDisplays();
+    endProcesses();
     std::string later = kMachine;
     later.replace(later.find("user = operator\n"), 16, "");
     rewriteMachine(later);
@@ -219,7 +184,7 @@ TEST_F(AppletLaunchMachine, queueGoesFromLogonToLogon) {
     EXPECT_TRUE(isShown(4));
     EXPECT_FALSE(fs::exists(root() / queue));
     // A pass of a third logon sees a queue of a logon that runs, and a drained one is nothing.
-    endDisplays();
+    endProcesses();
     for (const auto& entry : fs::recursive_directory_iterator(root()))
         if (entry.path().extension() == ".json") fs::remove(entry);
     RoleProcess last(recover(), {{"VELLUM_TOKEN", "operator@4"}});

@@ -20,13 +20,15 @@
 #include "support/Process.h"
 #include "windows/Remote.h"
 
+using RoleArguments = std::vector<std::string>;
+
 class RoleProcess {
   public:
     static std::filesystem::path builtProgram() {
         return hostPath(joinPath(parentPath(executablePath()), TEXT("Vellumd")));
     }
 
-    explicit RoleProcess(std::vector<std::string> arguments, const Environment& environment = {},
+    explicit RoleProcess(RoleArguments arguments, const Environment& environment = {},
                          const std::filesystem::path& image = builtProgram())
         : errors_(platform::machineFolder() / ("stderr-" + std::to_string(++count()))) {
         arguments.insert(arguments.begin(), image.string());
@@ -55,6 +57,10 @@ class RoleProcess {
         waitpid(child_, nullptr, 0);
         child_ = -1;
     }
+    bool isRunning() const {
+        siginfo_t end = {};
+        return waitid(P_PID, static_cast<id_t>(child_), &end, WEXITED | WNOHANG | WNOWAIT) == 0 && end.si_pid == 0;
+    }
     // The exit code; -1 when it did not end in time.
     int exitCode() {
         int status = 0;
@@ -73,9 +79,10 @@ class RoleProcess {
     }
     std::string ask(const std::string& request) const { return platform::remote::askProcess(child_, request); }
     // The line of the list for each note window, the uppermost first.
-    std::vector<std::string> notes() const {
+    std::vector<std::string> notes() const { return notesIn(ask("list")); }
+    static std::vector<std::string> notesIn(const std::string& text) {
         std::vector<std::string> found;
-        std::istringstream list(ask("list"));
+        std::istringstream list(text);
         for (std::string line; std::getline(list, line);)
             if (line.find("Vellumd.NoteWindow") != std::string::npos) found.push_back(line);
         return found;
@@ -84,22 +91,23 @@ class RoleProcess {
         return eventually([&] { return notes().size() == count; });
     }
     // Presses the close button of the uppermost note, and a point in its body.
-    void pressClose() const { click(notes().at(0), 245, 13); }
+    void pressClose() const { ask(clickOn(notes().at(0), 245, 13)); }
     void type(const std::string& text) const {
-        click(notes().at(0), 130, 130);
+        ask(clickOn(notes().at(0), 130, 130));
         ask("type " + text);
+    }
+    // The request that clicks on a point of a window.
+    static std::string clickOn(const std::string& note, long x, long y) {
+        unsigned long long handle = 0;
+        long left = 0, top = 0;
+        std::sscanf(note.c_str(), "%llx %ld,%ld", &handle, &left, &top);
+        return "click " + std::to_string(left + x) + " " + std::to_string(top + y);
     }
 
   private:
     static unsigned& count() {
         static unsigned value = 0;
         return value;
-    }
-    void click(const std::string& note, long x, long y) const {
-        unsigned long long handle = 0;
-        long left = 0, top = 0;
-        std::sscanf(note.c_str(), "%llx %ld,%ld", &handle, &left, &top);
-        ask("click " + std::to_string(left + x) + " " + std::to_string(top + y));
     }
 
     std::filesystem::path errors_;

@@ -1,0 +1,136 @@
+#!/bin/bash
+# Shows what becomes of a private queue, from its first note to its last, through the end of its logon: on a throw-away
+# machine, with a writer, recovery passes and display processes that are processes of their own. Needs ./dev.sh build
+# native. Ends with 0 when all went as told; everything it started is ended by then.
+#
+#   samples/recover-queues.sh [FOLDER WITH THE BUILT PROGRAMS]
+set -u
+cd "$(dirname "$0")/.." || exit 1
+build=$(realpath "${1:-build/native}")
+. samples/throw-away-machine.sh
+
+said=$VELLUM_MACHINE/said.txt
+fail() { printf 'FAILED: %s\n' "$*" >&2; cat "$said" >&2; exit 1; }
+
+# The first argument is the session that the command runs in.
+writer() { VELLUM_TOKEN="ann@$1" "$build/vellum-applet-writer" "${@:2}" || fail "the writer: ${*:2}"; }
+# pass SESSION EXPECTED-CODE COUNTER...: runs a recovery pass of the staged program and shows how it ended.
+pass() {
+    local code counter
+    VELLUM_TOKEN="ann@$1" "$staged" --applet-recover > /dev/null 2> "$said" < /dev/null
+    code=$?
+    grep -ao 'Applet recovery.*' "$said" | sed 's/^/   /'
+    echo "   exit code $code"
+    [ $code = "$2" ] || fail "the pass ended with $code instead of $2"
+    for counter in "${@:3}"; do
+        grep -aq "$counter" "$said" || fail "no $counter"
+    done
+}
+# What a session shows: the title of each note on its screen.
+shown() {
+    local display
+    for display in $(displays "$1"); do
+        /usr/bin/python3 - "$VELLUM_MACHINE/desktops/$1/$display" 2> /dev/null <<'ASK'
+import re, socket, sys
+connection = socket.socket(socket.AF_UNIX)
+connection.connect(sys.argv[1])
+connection.sendall(b"list\n")
+print("\n".join(re.findall("note_[a-z]+", b"".join(iter(lambda: connection.recv(65536), b"")).decode())))
+ASK
+    done | sort
+}
+shows() { [ "$(shown "$1" | xargs)" = "$2" ]; }
+expect_shown() {
+    wait_until shows "$1" "$2" || fail "session $1 shows: $(shown "$1" | xargs)"
+    echo "   session $1 shows: ${2:-nothing}"
+}
+# hold SESSION: holds the writer's lock of the queue until let_go.
+hold() {
+    VELLUM_TOKEN="ann@$1" "$build/vellum-applet-writer" hold "$queue" 60 > "$VELLUM_MACHINE/hold.txt" &
+    holder=$!
+    wait_until grep -q held "$VELLUM_MACHINE/hold.txt" || fail 'the lock is not held'
+}
+let_go() { kill $holder; wait $holder 2> /dev/null; rm "$VELLUM_MACHINE/hold.txt"; }
+queues() { for queue_folder in "$store"/applet-*; do echo "   ${queue_folder##*/}: $(ls "$queue_folder" | xargs)"; done; }
+end_displays() { for display in $(displays "$1"); do kill -9 "$display"; done; }
+has_value() { [ -n "$(find "$VELLUM_MACHINE/registry" -name 'OmbrelAppletNotes*')" ]; }
+
+# Ann is logged on twice; her logon in session 1 ends later on.
+describe() {
+    cat > "$VELLUM_MACHINE/new.txt" <<END_OF_MACHINE
+[user ann]
+profile = C:\\Users\\ann
+$1
+[session 2]
+user = ann
+logon = 0x2B20
+logon time = 0x1DC30127C5E6F20
+END_OF_MACHINE
+    mv "$VELLUM_MACHINE/new.txt" "$VELLUM_MACHINE/machine.txt"
+}
+describe '[session 1]
+user = ann
+logon = 0x1A10
+logon time = 0x1DC2F6A5B3C4D10'
+
+say 'The writer makes a store, stages the program and makes a queue for its logon'
+queue=$(writer 1 queue)
+store=$(dirname "$(find "$VELLUM_MACHINE/drive_c" -name "$queue")")
+writer 1 stage "$build/Vellumd"
+staged=$(find "$store/runtime" -name Vellumd.exe)
+chmod u+x "$staged"
+writer 1 note "$queue" note_first 'The first note'
+writer 1 note "$queue" note_second 'The second note'
+queues
+has_value || fail 'no auto-start value'
+
+say 'Being written: a pass puts the queue off'
+hold 1
+pass 1 17 deferred=1
+shows 1 '' || fail 'something is shown'
+let_go
+
+say 'Waiting: the next pass of the logon shows it'
+pass 1 0 dispatched=1
+expect_shown 1 'note_first note_second'
+
+say 'Displayed: a further pass disturbs nothing, and in another logon it counts as live'
+pass 1 0
+expect_shown 1 'note_first note_second'
+pass 2 0 live=1 dispatched=0
+expect_shown 2 ''
+
+say 'The display is killed: the queue waits again, and is shown again'
+end_displays 1
+expect_shown 1 ''
+pass 1 0 dispatched=1
+expect_shown 1 'note_first note_second'
+
+say 'The logon ends: the queue is orphaned. While a writer is at it, a pass leaves it'
+end_displays 1
+describe ''
+hold 2
+pass 2 17 claimed=0 deferred=1
+let_go
+queues
+
+say 'The next pass of the later logon claims it, and shows it there'
+pass 2 0 claimed=1 dispatched=1
+queues
+[ -d "$store/$queue" ] && fail 'the queue has its old name'
+expect_shown 2 'note_first note_second'
+
+say 'Something strange in the store: a pass fails, and touches nothing'
+mkdir -m 700 "$store/applet-x"
+pass 2 16 failed=1
+rmdir "$store/applet-x"
+expect_shown 2 'note_first note_second'
+
+say 'The notes are deleted: the display ends, the queue stays, drained; the program no longer starts by itself'
+rm "$store"/applet-*/note_*.json
+expect_shown 2 ''
+queues
+wait_until eval '! has_value' || fail 'the auto-start value is still there'
+pass 2 0 claimed=0 dispatched=0
+
+say 'Done'

@@ -1,0 +1,38 @@
+# For the scripts beside it, which source it: a machine of the stand-in that lasts as long as the script, and a look at
+# what runs on it. Expects in $build the folder with the built programs.
+VELLUM_MACHINE=$(mktemp -d)
+export VELLUM_MACHINE
+unset VELLUM_TOKEN VELLUM_FAULTS VELLUM_CHILD_TOKEN
+
+is_alive() { grep -qs '^State:[[:space:]]*[^ZX]' "/proc/$1/status"; }
+
+# The processes that show notes in a session: each has a socket there that bears its number.
+displays() {
+    local socket
+    for socket in "$VELLUM_MACHINE/desktops/$1"/*; do
+        [ -S "$socket" ] && is_alive "${socket##*/}" && echo "${socket##*/}"
+    done
+}
+
+# Whatever runs on this machine, and nothing else, has its name in the environment.
+finish() {
+    local place
+    trap - EXIT
+    for place in $(grep -lsaFz "VELLUM_MACHINE=$VELLUM_MACHINE" /proc/[0-9]*/environ); do
+        place=${place#/proc/}
+        kill -9 "${place%/environ}" 2>/dev/null
+    done
+    rm -rf "$VELLUM_MACHINE"
+}
+trap finish EXIT
+trap 'exit 1' INT TERM
+
+say() { printf '\n== %s\n' "$*"; }
+# wait_until CONDITION...: gives it 30 seconds
+wait_until() {
+    for _ in $(seq 600); do
+        "$@" && return
+        sleep .05
+    done
+    return 1
+}
