@@ -14,8 +14,8 @@
 //     logon=0x3A001                                   its logon session, else that of the session
 //     impersonating                                   the thread impersonates this very user
 //
-// VELLUM_CHILD_TOKEN, in the same form, is what the children of the process run under instead of the token that they are
-// given, as if somebody had exchanged it.
+// VELLUM_CHILD_TOKEN, in the same form, is what the children of the process run under instead of the token that they
+// are given, as if somebody had exchanged it.
 //
 // Of an administrator, "high" is the token with all rights, and any lower level the one without them.
 #pragma once
@@ -116,6 +116,13 @@ void set(std::int64_t milliseconds);
 void advance(std::int64_t milliseconds);
 void useRealTime();
 }  // namespace clock
+
+// The GUID that the next CoCreateGuid makes; those behind it are random again.
+void setNextGuid(const GUID& guid);
+
+// Which files the process opened for itself alone (with a share mode of 0) since the last call, and let go of, in this
+// order: "+name" and "-name", separated by blanks. The first call begins the record.
+std::string takeExclusiveOpenings();
 
 // What the process said: every OutputDebugStringW and every MessageBoxW. Both go to standard error, until a test
 // silences them; from then on they are kept for it instead.

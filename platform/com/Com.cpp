@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
+#include <optional>
 
 #include "Faults.h"
 #include "Gate.h"
@@ -27,6 +29,17 @@ struct Apartment {
 };
 thread_local Apartment apartment;
 
+std::mutex guidLock;
+std::optional<GUID> nextGuid;
+
+bool takeNextGuid(GUID& guid) {
+    std::lock_guard hold(guidLock);
+    if (!nextGuid) return false;
+    guid = *nextGuid;
+    nextGuid.reset();
+    return true;
+}
+
 // Empty for a user without folders.
 std::u16string localAppData(const std::string& name) {
     const platform::User* user = platform::findUser(name);
@@ -35,6 +48,11 @@ std::u16string localAppData(const std::string& name) {
 }
 
 }  // namespace
+
+void platform::setNextGuid(const GUID& guid) {
+    std::lock_guard hold(guidLock);
+    nextGuid = guid;
+}
 
 std::size_t platform::faults::openApartments() {
     return apartment.entered;
@@ -71,6 +89,7 @@ HRESULT CoCreateGuid(GUID* guid) {
     static constinit CallSite site{__func__};
     if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
     if (guid == nullptr) return E_INVALIDARG;
+    if (takeNextGuid(*guid)) return S_OK;
     if (getrandom(guid, sizeof *guid, 0) != sizeof *guid) return E_FAIL;
     guid->Data3 = static_cast<USHORT>((guid->Data3 & 0x0fff) | 0x4000);  // version 4: random
     guid->Data4[0] = static_cast<BYTE>((guid->Data4[0] & 0x3f) | 0x80);

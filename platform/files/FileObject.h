@@ -44,7 +44,8 @@ struct FileObject : OpenItem {
     using OpenItem::OpenItem;
     ~FileObject() override;
 
-    bool isDoomed = false;  // loses its name when the handle is closed
+    bool isDoomed = false;      // loses its name when the handle is closed
+    std::string exclusiveName;  // where nobody else may have it open; empty otherwise
 };
 
 // A symbolic link that was opened as itself. Share modes do not reach it.
@@ -53,6 +54,9 @@ struct LinkObject : OpenItem {
         : OpenItem(std::move(opened), accessRights), path(std::move(native)) {}
     std::string path;
 };
+
+// For takeExclusiveOpenings.
+void noteExclusiveOpening(char sign, const std::string& name);
 
 // Null, with the last error 6 or 5, when it is no handle of an open item or was not opened with that right.
 std::shared_ptr<OpenItem> findItem(HANDLE handle, DWORD right);

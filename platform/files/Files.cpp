@@ -4,9 +4,11 @@
 
 #include <windows.h>
 #include <cerrno>
+#include <mutex>
 #include <optional>
 
 #include "Gate.h"
+#include "Machine.h"
 #include "files/Directory.h"
 #include "files/FileLocks.h"
 #include "files/FileObject.h"
@@ -116,7 +118,12 @@ std::shared_ptr<OpenItem> openFile(const std::string& native, const Opening& ope
         SetLastError(!made && (opening.disposition == CREATE_ALWAYS || opening.disposition == OPEN_ALWAYS)
                          ? ERROR_ALREADY_EXISTS
                          : ERROR_SUCCESS);
-        return std::make_shared<FileObject>(std::move(descriptor), opening.access);
+        auto file = std::make_shared<FileObject>(std::move(descriptor), opening.access);
+        if (opening.shareMode == 0) {
+            file->exclusiveName = native.substr(native.rfind('/') + 1);
+            noteExclusiveOpening('+', file->exclusiveName);
+        }
+        return file;
     }
 }
 
@@ -163,7 +170,24 @@ std::shared_ptr<OpenItem> openItem(const std::string& native, const Opening& ope
     return isFolder ? openFolder(native, opening) : openFile(native, opening);
 }
 
+std::mutex exclusiveLock;
+std::optional<std::string> exclusiveOpenings;  // from the first question on
+
 }  // namespace
+
+void noteExclusiveOpening(char sign, const std::string& name) {
+    std::lock_guard hold(exclusiveLock);
+    if (!exclusiveOpenings) return;
+    if (!exclusiveOpenings->empty()) *exclusiveOpenings += ' ';
+    *exclusiveOpenings += sign + name;
+}
+
+std::string takeExclusiveOpenings() {
+    std::lock_guard hold(exclusiveLock);
+    std::string text = exclusiveOpenings.value_or("");
+    exclusiveOpenings = "";
+    return text;
+}
 
 std::shared_ptr<OpenItem> findItem(HANDLE handle, DWORD right) {
     auto item = find<OpenItem>(handle);

@@ -110,6 +110,7 @@ std::string nativePathOf(int descriptor) {
 }
 
 FileObject::~FileObject() {
+    if (!exclusiveName.empty()) noteExclusiveOpening('-', exclusiveName);
     if (!isDoomed) return;
     lockOpening(descriptor.get());  // nobody moves it, or puts another in its place
     const std::string native = nativePathOf(descriptor.get());

@@ -43,8 +43,9 @@ WideString App::logoFolder() const {
 }
 
 void App::scanFolder() {
+    const WideString pattern = joinPath(notesFolder_, TEXT("*.json"));
     WIN32_FIND_DATAW entry = {};
-    const FindHandle search(FindFirstFileW(joinPath(notesFolder_, TEXT("*.json")).c_str(), &entry));
+    const FindHandle search(FindFirstFileW(pattern.c_str(), &entry));
     if (!search) {
         logWrite(LogLevel::Debug, kComponent, TEXT("Initial scan: folder empty or unreadable (err=%lu)"),
                  GetLastError());

@@ -54,8 +54,9 @@ bool writeWhole(HANDLE file, const std::string& bytes, DWORD& err) {
 
 // Whether the queue keeps to its limits with `newSize` bytes in the place of the note's.
 bool fitsQueue(const WideString& queuePath, const WideString& fileName, ULONGLONG newSize, DWORD& err) {
+    const WideString pattern = queuePath + TEXT("\\*.json");
     WIN32_FIND_DATAW entry = {};
-    FindHandle search(FindFirstFileW((queuePath + TEXT("\\*.json")).c_str(), &entry));
+    FindHandle search(FindFirstFileW(pattern.c_str(), &entry));
     if (!search) return failWithLastError(err);
     ULONGLONG sum = newSize;
     DWORD count = 0;
@@ -85,10 +86,11 @@ bool temporaryName(WideString& name, DWORD& err) {
 // Brings the bytes into the note's place. `note` is the note, open so that it cannot be swapped until just before.
 bool replaceNote(QueueStore::Impl& store, const WideString& temporary, const WideString& path, const std::string& bytes,
                  OwnedHandle note, DWORD& err) {
+    RenameRequest rename(path, true);
     OwnedHandle file(CreateFileW(temporary.c_str(), GENERIC_WRITE | DELETE, 0, &store.storeAttributes, CREATE_NEW,
                                  FILE_FLAG_OPEN_REPARSE_POINT | FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) return failWithLastError(err);
-    if (writeWhole(file.get(), bytes, err) && closeChecked(note, err) && renameHandle(file.get(), path, true, err))
+    if (writeWhole(file.get(), bytes, err) && closeChecked(note, err) && rename.apply(file.get(), err))
         return closeChecked(file, err);
     DWORD ignored = ERROR_SUCCESS;
     if (!deleteHandle(file.get(), ignored))

@@ -135,10 +135,10 @@ ClaimResult QueueStore::claimQueue(const WideString& queueName, const LogonIdent
         err = ERROR_FILENAME_EXCED_RANGE;
         return ClaimResult::Failed;
     }
+    RenameRequest rename(claimedPath, false);
     // A folder with an open file in it cannot be renamed.
     if (!closeChecked(writer, err)) return ClaimResult::Failed;
-    if (!renameHandle(folder.get(), claimedPath, false, err))
-        return busyOrFailed(isBusy(err) || err == ERROR_ACCESS_DENIED);
+    if (!rename.apply(folder.get(), err)) return busyOrFailed(isBusy(err) || err == ERROR_ACCESS_DENIED);
     newName = claimedName;
     return ClaimResult::Claimed;
 }

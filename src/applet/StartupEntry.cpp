@@ -28,17 +28,16 @@ DWORD checkStagedPath(WideView module, const WideString& storeRoot) {
 }
 
 DWORD removeFromCurrentUser(const WideString& expected) {
-    HKEY user = nullptr;
-    DWORD result = static_cast<DWORD>(RegOpenCurrentUser(KEY_READ | KEY_WRITE, &user));
+    RegistryKey user, run;
+    DWORD result = static_cast<DWORD>(RegOpenCurrentUser(KEY_READ | KEY_WRITE, user.put()));
     if (result != ERROR_SUCCESS) return result;
-    HKEY run = nullptr;
-    result = static_cast<DWORD>(RegOpenKeyExW(user, kRunKey, 0, KEY_QUERY_VALUE | KEY_SET_VALUE, &run));
-    const auto close = [&](HKEY key) {
-        const DWORD closed = static_cast<DWORD>(RegCloseKey(key));
+    result = static_cast<DWORD>(RegOpenKeyExW(user.get(), kRunKey, 0, KEY_QUERY_VALUE | KEY_SET_VALUE, run.put()));
+    const auto close = [&](RegistryKey& key) {
+        const DWORD closed = static_cast<DWORD>(RegCloseKey(key.release()));
         if (result == ERROR_SUCCESS) result = closed;
     };
     if (result == ERROR_SUCCESS) {
-        result = removeRunValue(run, expected);
+        result = removeRunValue(run.get(), expected);
         close(run);
     } else if (result == ERROR_FILE_NOT_FOUND) {
         result = ERROR_SUCCESS;

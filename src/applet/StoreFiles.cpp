@@ -81,15 +81,17 @@ OwnedHandle openExistingFile(const WideString& path, DWORD access, DWORD shareMo
     return handle;
 }
 
-bool renameHandle(HANDLE handle, const WideString& newPath, bool replace, DWORD& err) {
-    const std::size_t pathBytes = newPath.size() * sizeof(WCHAR);
-    std::vector<ULONGLONG> buffer((sizeof(FILE_RENAME_INFO) + pathBytes) / sizeof(ULONGLONG) + 1);  // aligned
-    auto* const request = reinterpret_cast<FILE_RENAME_INFO*>(buffer.data());
+RenameRequest::RenameRequest(const WideString& newPath, bool replace)
+    : size_(static_cast<DWORD>(sizeof(FILE_RENAME_INFO) + newPath.size() * sizeof(WCHAR))),
+      buffer_(size_ / sizeof(ULONGLONG) + 1) {
+    auto* const request = reinterpret_cast<FILE_RENAME_INFO*>(buffer_.data());
     request->ReplaceIfExists = replace;
-    request->FileNameLength = static_cast<DWORD>(pathBytes);
-    std::memcpy(request->FileName, newPath.data(), pathBytes);
-    const DWORD size = static_cast<DWORD>(sizeof(FILE_RENAME_INFO) + pathBytes);
-    return SetFileInformationByHandle(handle, FileRenameInfo, request, size) || failWithLastError(err);
+    request->FileNameLength = static_cast<DWORD>(newPath.size() * sizeof(WCHAR));
+    std::memcpy(request->FileName, newPath.data(), request->FileNameLength);
+}
+
+bool RenameRequest::apply(HANDLE handle, DWORD& err) {
+    return SetFileInformationByHandle(handle, FileRenameInfo, buffer_.data(), size_) || failWithLastError(err);
 }
 
 bool deleteHandle(HANDLE handle, DWORD& err) {

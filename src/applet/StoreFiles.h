@@ -25,8 +25,17 @@ OwnedHandle openDirectory(const WideString& path, DWORD extraAccess, PSID ownerS
 // An existing file, opened as itself and never through a link. Not verified.
 OwnedHandle openExistingFile(const WideString& path, DWORD access, DWORD shareMode, DWORD& err);
 
-// Renames the open file or folder, which needs DELETE access, to a full path.
-bool renameHandle(HANDLE handle, const WideString& newPath, bool replace, DWORD& err);
+// What SetFileInformationByHandle takes to rename to a full path: made first, so that the rename itself needs nothing.
+class RenameRequest {
+  public:
+    RenameRequest(const WideString& newPath, bool replace);
+    // The open file or folder needs DELETE access.
+    bool apply(HANDLE handle, DWORD& err);
+
+  private:
+    DWORD size_;
+    std::vector<ULONGLONG> buffer_;  // a FILE_RENAME_INFO, aligned, and the path
+};
 // Deletes the open file when its last handle closes.
 bool deleteHandle(HANDLE handle, DWORD& err);
 

@@ -76,6 +76,11 @@ TEST_F(AppletDisplayMachine, showsItsQueueAndWritesEditsBack) {
     EXPECT_EQ(fs::status(queue_ / "note_a.json").permissions(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(fs::status(queue_ / "note_b.json").permissions(), fs::perms::owner_read | fs::perms::owner_write);
 
+    // A queue's notes come from its writer alone.
+    for (const std::string& note : display.notes())
+        display.ask(RoleProcess::clickOn(note, 221, 13));
+    EXPECT_TRUE(display.shows(2));
+
     // What the writer adds or takes away follows.
     putPrivateFile(folder() / "drive_c/next", "{\"id\":\"note_e\"}");
     fs::rename(folder() / "drive_c/next", queue_ / "note_e.json");
@@ -102,6 +107,9 @@ TEST_F(AppletDisplayMachine, dismissalThatFailsKeepsTheNoteOpen) {
                      "Windows error: 32"));
     EXPECT_TRUE(display.shows(1));
     EXPECT_TRUE(isThere("note_a"));
+    display.type("unsaved");
+    EXPECT_TRUE(display.says("(private note update failed; Windows error 32)"));
+    EXPECT_EQ(get(queue_ / "note_a.json").find("unsaved"), std::string::npos);
     CloseHandle(held);
     display.pressClose();
     EXPECT_TRUE(display.shows(0));
@@ -117,6 +125,8 @@ TEST_F(AppletDisplayMachine, lastDismissalOfTheStagedProgramRemovesTheAutoStartV
         ASSERT_TRUE(other.shows(1)) << other.said();
         other.pressClose();
         EXPECT_TRUE(other.says("Applet dismissal startup cleanup deferred (err=5)")) << "not the staged program";
+        EXPECT_TRUE(other.says("Applet external-removal startup cleanup deferred (err=5)"))
+            << "as the watcher tells it";
         EXPECT_TRUE(hasRunValue());
     }
     putNote("note_a");
@@ -138,6 +148,32 @@ TEST_F(AppletDisplayMachine, lastDismissalOfTheStagedProgramRemovesTheAutoStartV
     fs::remove(queue_ / "note_c.json");
     ASSERT_TRUE(display.shows(0));
     EXPECT_TRUE(eventually([] { return !hasRunValue(); })) << "a removal from outside counts as well";
+}
+
+// A pass over a store without notes removes the auto-start value where the program itself is the staged one.
+TEST_F(AppletDisplayMachine, onlyAStagedProgramRemovesTheAutoStartValue) {
+    const std::string digits(64, 'b');
+    const auto pass = [&](const fs::path& image, const std::string& err) {
+        fs::create_directories(image.parent_path());
+        fs::copy_file(RoleProcess::builtProgram(), image, fs::copy_options::overwrite_existing);
+        RoleProcess recovery({"--applet-recover", "--log-level", "debug"}, {}, image);
+        EXPECT_EQ(recovery.exitCode(), 0) << recovery.said();
+        const std::string deferred = "Applet empty-store startup cleanup deferred (err=" + err + ")";
+        EXPECT_EQ(recovery.said().find("cleanup deferred") == std::string::npos, err.empty()) << image;
+        EXPECT_TRUE(err.empty() || recovery.says(deferred)) << image << recovery.said();
+    };
+    const fs::path runtime = root() / "runtime";
+    pass(runtime / digits / "Vellumd.exe", "");  // there is not even a key
+    setRunValue(runtime / digits / "Vellumd.exe");
+    pass(runtime / (digits.substr(1) + "x") / "Vellumd.exe", "13");
+    pass(runtime / digits.substr(1) / "Vellumd.exe", "5");
+    pass(runtime / (digits + "b") / "Vellumd.exe", "5");
+    pass(runtime / digits / "vellumd.exe", "5");
+    pass(runtime / digits / "more" / "Vellumd.exe", "5");
+    pass(runtime / std::string(64, 'c') / "Vellumd.exe", "13");  // the value names another
+    EXPECT_TRUE(hasRunValue());
+    pass(runtime / digits / "Vellumd.exe", "");
+    EXPECT_FALSE(hasRunValue());
 }
 
 TEST_F(AppletDisplayMachine, refusesWhoeverIsNotItsUser) {

@@ -8,6 +8,7 @@
 #include <map>
 
 #include "StoreFixture.h"
+#include "applet/Recovery.h"
 
 using namespace AppletNotes;
 using namespace platform;
@@ -218,6 +219,78 @@ TEST_F(QueueLeaseMachine, limitsOfTheQueueHoldAtTheirEdges) {
     EXPECT_FALSE(held.updateNote(kNote, "newest", err));
     EXPECT_EQ(err, 112U);
     EXPECT_EQ(get(queue_ / "note_a.json"), "newer");
+    for (const auto& entry : fs::directory_iterator(queue_))
+        if (entry.path().extension() == ".json") fs::remove(entry);
+
+    // The note that is replaced is not counted, however its name is written.
+    for (int i = 0; i < 15; ++i)
+        putNote("note_" + std::to_string(i) + ".json", std::string(2 * kMiB, 'x'));
+    putNote("note_a.json", std::string(2 * kMiB, 'x'));
+    EXPECT_TRUE(held.updateNote(TEXT("note_A.json"), std::string(2 * kMiB, 'y'), err)) << err;
+}
+
+TEST_F(QueueLeaseMachine, temporaryPathOf260CharactersIsTooLong) {
+    // The root, the queue's name of 49, the temporary name of 42, and what separates them.
+    for (const std::size_t length : {259, 260}) {
+        const WideString storeRoot = TEXT("C:\\") + WideString(length - 49 - 42 - 5, TEXT('x'));
+        QueueStore store;
+        DWORD err = 0;
+        ASSERT_TRUE(store.open(storeRoot, owner(), true, err)) << err;
+        const fs::path queue = fs::path(hostPath(storeRoot)) / name_;
+        fs::create_directory(queue);
+        chmod(queue.c_str(), 0700);
+        const QueueLease held = StoreMachine::lease(store, name_);
+        putPrivateFile(queue / "note_a.json", "old");
+        const bool fits = length < 260;
+        EXPECT_EQ(held.updateNote(kNote, "new", err), fits);
+        EXPECT_EQ(err, fits ? 0U : 206U);
+        EXPECT_EQ(get(queue / "note_a.json"), fits ? "new" : "old");
+    }
+}
+
+// Whoever takes several locks takes them in one order: recovery, lifecycle, then writer or display.
+TEST_F(QueueLeaseMachine, locksAreTakenInOneOrder) {
+    putNote("note_a.json", "old");
+    std::vector<WideString> names;
+    bool truncated = false;
+    DWORD err = 0, count = 0;
+    ULONGLONG bytes = 0;
+    QueueLease held;
+    std::string content, heldInCallback;
+    WideString newName;
+    const auto gone = [&](const LogonIdentity&) {
+        heldInCallback = takeExclusiveOpenings();
+        return OwnerState::Gone;
+    };
+    const std::string lifecycle = "+.lifecycle.lock", end = " -.lifecycle.lock",
+                      both = lifecycle + " +.writer.lock -.writer.lock" + end;
+    takeExclusiveOpenings();
+    EXPECT_TRUE(store_.enumerateQueues(10, names, truncated, err));
+    EXPECT_EQ(takeExclusiveOpenings(), lifecycle + end);
+    EXPECT_TRUE(store_.measureQueue(wide(name_), count, bytes, err));
+    EXPECT_EQ(takeExclusiveOpenings(), both);
+    held = lease();
+    EXPECT_EQ(takeExclusiveOpenings(), lifecycle + " +.display.lock" + end);
+    EXPECT_TRUE(held.readNote(kNote, content, err));
+    EXPECT_EQ(takeExclusiveOpenings(), "");
+    setNextGuid({1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}});
+    EXPECT_TRUE(held.updateNote(kNote, "new", err));
+    const std::string temporary = "{00000001-0002-0003-0405-060708090A0B}.tmp";
+    EXPECT_EQ(takeExclusiveOpenings(),
+              lifecycle + " +.writer.lock +" + temporary + " -" + temporary + " -.writer.lock" + end);
+    EXPECT_TRUE(held.removeNote(kNote, err));
+    EXPECT_EQ(takeExclusiveOpenings(), both);
+    EXPECT_TRUE(store_.cleanupEmptyStore([&] { return heldInCallback = takeExclusiveOpenings(), DWORD{0}; }, err));
+    EXPECT_EQ(heldInCallback + " " + takeExclusiveOpenings(), both) << "the lifecycle lock over the whole scan";
+    held = QueueLease();
+    EXPECT_EQ(takeExclusiveOpenings(), "-.display.lock");
+    EXPECT_EQ(store_.claimQueue(wide(name_), context().identity, gone, newName, err), ClaimResult::Claimed);
+    EXPECT_EQ(heldInCallback, lifecycle + " +.writer.lock") << "the owner is looked up under both";
+    EXPECT_EQ(takeExclusiveOpenings(), "-.writer.lock" + end);
+    recoverQueues(store_, context().identity, gone, [&](const WideString&) { return DWORD{0}; });
+    const std::string pass = takeExclusiveOpenings();
+    EXPECT_TRUE(pass.starts_with("+.recovery.lock " + lifecycle)) << pass;
+    EXPECT_TRUE(pass.ends_with(end + " -.recovery.lock")) << pass;
 }
 
 // Whatever call fails, the note is whole, old or new, the locks are free and no handle is left.
@@ -228,6 +301,8 @@ TEST_F(QueueLeaseMachine, everyFailingCallLeavesTheNoteWhole) {
     const auto check = [&](bool fired, const std::string& content, bool updates) {
         const auto told = notices::takeDebugOutput();
         EXPECT_EQ(done, err == 0);
+        EXPECT_TRUE(done || err == 1234 || err == static_cast<DWORD>(HRESULT_FROM_WIN32(1234)) || err == 13 || err == 5)
+            << err;
         EXPECT_TRUE(done || fired);
         const std::string now = get(queue_ / "note_a.json");
         EXPECT_TRUE(!updates || now == "old" || now == content) << now;
@@ -351,6 +426,49 @@ TEST_F(QueueLeaseMachine, cleanupRemovesTheEntryOfAnEmptyStoreOnly) {
     EXPECT_EQ(err, 87U);
     EXPECT_FALSE(QueueStore().cleanupEmptyStore([] { return DWORD{0}; }, err));
     EXPECT_EQ(err, 87U);
+}
+
+// A search that fails never makes a store look empty, and an opening that fails leaves no lease.
+TEST_F(QueueLeaseMachine, everyFailingCallOfCleanupAndOpeningIsToldFromSuccess) {
+    unsigned removals = 0;
+    bool done = false;
+    DWORD err = 0;
+    const auto clean = [&] { done = store_.cleanupEmptyStore([&] { return ++removals, DWORD{0}; }, err); };
+    makeQueue("applet-00000002-0000000000000999-0000000000000001");
+    putNote("note_a.json", "x");
+    const auto nothingRemoved = [&](bool fired) {
+        notices::takeDebugOutput();
+        EXPECT_FALSE(done);
+        EXPECT_TRUE(fired || err == 0);
+        EXPECT_EQ(removals, 0U);
+    };
+    EXPECT_GT(forEachFailingCall(clean, nothingRemoved, 1234), 20U);
+    fs::remove(queue_ / "note_a.json");
+    EXPECT_GT(forEachFailingCall(
+                  clean,
+                  [&](bool fired) {
+                      EXPECT_EQ(done, err == 0);
+                      EXPECT_EQ(removals, done ? 1U : 0U);
+                      EXPECT_TRUE(fired || done);
+                      notices::takeDebugOutput();
+                      removals = 0;
+                  },
+                  1234),
+              20U);
+    EXPECT_GT(forEachFailingCall(
+                  [&] {
+                      QueueLease lease;
+                      done = QueueLease::open(store_, wide(name_), context().identity, lease, err);
+                      EXPECT_EQ(done, lease.active());
+                  },
+                  [&](bool fired) {
+                      EXPECT_TRUE(fired || done);
+                      EXPECT_EQ(done, err == 0);
+                      notices::takeDebugOutput();
+                      EXPECT_TRUE(lease().active()) << "nothing stays held";
+                  },
+                  1234),
+              10U);
 }
 
 TEST_F(QueueLeaseMachine, cleanupLooksAt4096Entries) {
