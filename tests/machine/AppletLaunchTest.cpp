@@ -96,7 +96,8 @@ TEST_F(AppletLaunchMachine, anyCallOfAPassMayFail) {
         RoleProcess pass(recover(), {{"VELLUM_FAULTS", "*:" + std::to_string(use) + "=fail(1234)"}});
         const int code = pass.exitCode();
         EXPECT_TRUE(code == 0 || (code >= 15 && code <= 17)) << use << ": " << code << pass.said();
-        if (pass.said().find("dispatched=1") != std::string::npos) {
+        // Where a look at its own token fails, the pass hands over to a child at medium integrity.
+        if (code == 0 || pass.said().find("dispatched=1") != std::string::npos) {
             EXPECT_TRUE(isShown()) << use << pass.said();
             ++launched;
         } else {
