@@ -101,7 +101,7 @@ struct FindTraits {
 };
 
 using FileHandle = Guard<FileTraits>;
-using WaitHandle = Guard<PointerTraits<HANDLE, CloseHandle>>;  // events and threads
+using WaitHandle = Guard<PointerTraits<HANDLE, CloseHandle>>;  // events, threads and processes
 using FindHandle = Guard<FindTraits>;
 using InstanceMutex = Guard<InstanceMutexTraits>;
 using DrawingToken = Guard<DrawingTraits>;

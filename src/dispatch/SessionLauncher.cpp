@@ -82,9 +82,8 @@ bool startProcess(DWORD sessionId, HANDLE token, const WideString& executable, c
                               folder.empty() ? nullptr : folder.c_str(), &startup, &made))
         return fail(LogLevel::Warn, TEXT("CreateProcessAsUser(session=%lu) failed (err=%lu)"), sessionId,
                     GetLastError());
+    const WaitHandle process(made.hProcess), thread(made.hThread);
     logWrite(LogLevel::Debug, kComponent, TEXT("Launch attempt in session %lu (pid=%lu)"), sessionId, made.dwProcessId);
-    CloseHandle(made.hThread);
-    CloseHandle(made.hProcess);
     return true;
 }
 

@@ -6,6 +6,7 @@
 #include "common/Handles.h"
 #include "common/Logger.h"
 #include "common/UtcTime.h"
+#include "dispatch/SessionPlan.h"
 
 namespace TaskSched {
 namespace {
@@ -186,11 +187,6 @@ void addTriggers(Steps& steps, const ComPointer<ITaskDefinition>& definition) {
     addRecoveryTrigger(steps, triggers);
 }
 
-// With its separator.
-WideString folderOf(const WideString& executable) {
-    return executable.substr(0, executable.find_last_of(TEXT("\\/")) + 1);
-}
-
 void addAction(Steps& steps, const ComPointer<ITaskDefinition>& definition, const WideString& executable,
                const WideString& arguments) {
     ComPointer<IActionCollection> actions;
@@ -201,7 +197,8 @@ void addAction(Steps& steps, const ComPointer<ITaskDefinition>& definition, cons
     steps.as(TEXT("Get executable action"), action, IID_IExecAction, run);
     steps.putText(TEXT("Set executable path"), run, &IExecAction::put_Path, executable.c_str());
     steps.putText(TEXT("Set dispatcher arguments"), run, &IExecAction::put_Arguments, arguments.c_str());
-    steps.putText(TEXT("Set working directory"), run, &IExecAction::put_WorkingDirectory, folderOf(executable).c_str());
+    steps.putText(TEXT("Set working directory"), run, &IExecAction::put_WorkingDirectory,
+                  SessionLauncher::workingFolder(executable).c_str());
 }
 
 HRESULT registerTask(const ComPointer<ITaskFolder>& folder, const WideString& name,

@@ -68,7 +68,7 @@ void LogoTraits::close(Raw raw) {
     flat::GdipFree(raw);
 }
 
-Logo loadLogo(const WideString& folder, const WideString& logo, const WideString& id) {
+Logo loadLogoImage(const WideString& folder, const WideString& logo, const WideString& id) {
     Logo fromFile = logoFromFile(logoFile(folder, logo, fileExists));
     if (fromFile) return fromFile;
     return logo.empty() ? Logo() : logoFromText(logo, id);

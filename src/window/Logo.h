@@ -19,7 +19,7 @@ using Logo = Guard<LogoTraits>;
 
 // The image that the `logo` of a note stands for: a file of `folder`, which may be empty, or the text itself. None,
 // with a line in the log where it was meant to be one, when there is no such image. `id` is the note's, for the log.
-Logo loadLogo(const WideString& folder, const WideString& logo, const WideString& id);
+Logo loadLogoImage(const WideString& folder, const WideString& logo, const WideString& id);
 
 // 0 by 0 without an image, and when its size cannot be read.
 Size sizeOf(const Logo& logo);

@@ -102,9 +102,14 @@ void NoteWindow::createChildren() {
         SendMessageW(control, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, 0);
         if (!note_.editable) SendMessageW(control, EM_SETREADONLY, TRUE, 0);
     }
-    if (app_ != nullptr) logo_ = loadLogo(app_->logoFolder(), note_.logo, note_.id);
+    loadLogo();
     rebuildFonts();
     layout();
+}
+
+void NoteWindow::loadLogo() {
+    logo_.reset();
+    if (app_ != nullptr) logo_ = loadLogoImage(app_->logoFolder(), note_.logo, note_.id);
 }
 
 void NoteWindow::createBrushes() {

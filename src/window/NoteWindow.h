@@ -84,6 +84,7 @@ class NoteWindow {
     void slideOffOthers();
 
     void createChildren();
+    void loadLogo();
     void createTitle();
     void createBody();
     void createBrushes();
