@@ -1,5 +1,6 @@
 #include "process/Process.h"
 
+#include <sys/auxv.h>
 #include <unistd.h>
 #include <windows.h>
 
@@ -33,7 +34,10 @@ std::u16string quoted(const std::string& argument) {
 
 }  // namespace
 
+// As it was started: a link on the way stays in the path.
 std::u16string executablePath() {
+    const char* const started = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+    if (started != nullptr && started[0] == '/') return windowsPath(started);
     char path[PATH_MAX];
     const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
     return windowsPath(std::string(path, length > 0 ? static_cast<std::size_t>(length) : 0));

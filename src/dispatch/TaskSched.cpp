@@ -271,7 +271,7 @@ bool registerRecoveryTask(const WideString& name, const WideString& executable, 
     steps.run(TEXT("Create Task Scheduler service"), [&] { return present(createService(service), service); });
     steps.run(TEXT("Connect to Task Scheduler"), [&] { return connectHere(service); });
     steps.run(TEXT("Get task folder"), [&] { return present(getRootFolder(service, folder), folder); });
-    steps.get(TEXT("Create task definition"), service, &ITaskService::NewTask, definition, 0);
+    steps.get(TEXT("Create task definition"), service, &ITaskService::NewTask, definition, DWORD{0});
     describe(steps, definition);
     setPrincipal(steps, definition);
     setSettings(steps, definition);

@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include "PassFixture.h"
+#include "applet/AppletLaunch.h"
 
 using namespace AppletNotes;
 using namespace platform;
@@ -74,6 +75,7 @@ TEST_F(AppletLaunchMachine, failedCallRejectsTheChild) {
     // The uses before are those of the start, of the store and of the pass itself.
     const Row rows[] = {
         {"CreateProcessW:1=fail(1234)", "(err=1234)"},
+        {"OpenProcessToken:7=fail(1234)", "(err=1234)"},  // the child's
         {"ResumeThread:1=fail(1234)", "(err=1234)"},
         {"ResumeThread:1=fail(1234);TerminateProcess:1=fail(5)", "AppletNotes: rejected child termination failed\n"},
         {"GetModuleFileNameW:every=fail(1234)", "(err=1234)"},
@@ -92,7 +94,7 @@ TEST_F(AppletLaunchMachine, failedCallRejectsTheChild) {
 // Whatever use of a call fails from the start to the end of a pass, the note is in the queue, or on a screen once.
 TEST_F(AppletLaunchMachine, anyCallOfAPassMayFail) {
     unsigned launched = 0, refused = 0;
-    for (unsigned use = 20; use < 240; use += 11) {
+    for (unsigned use = 20; use < 240; use += 7) {
         RoleProcess pass(recover(), {{"VELLUM_FAULTS", "*:" + std::to_string(use) + "=fail(1234)"}});
         const int code = pass.exitCode();
         EXPECT_TRUE(code == 0 || (code >= 15 && code <= 17)) << use << ": " << code << pass.said();
@@ -112,7 +114,8 @@ TEST_F(AppletLaunchMachine, anyCallOfAPassMayFail) {
 }
 
 TEST_F(AppletLaunchMachine, imageWithASecondLinkIsNotStarted) {
-    const fs::path image = folder() / "drive_c/Vellumd.exe";
+    const fs::path image = folder() / "drive_c/my programs/Vellumd.exe";
+    fs::create_directory(image.parent_path());
     fs::copy_file(RoleProcess::builtProgram(), image);
     {
         RoleProcess pass(recover(), {}, image);
@@ -125,6 +128,52 @@ TEST_F(AppletLaunchMachine, imageWithASecondLinkIsNotStarted) {
     EXPECT_EQ(pass.exitCode(), 16);
     EXPECT_TRUE(pass.says("(err=5)"));
     EXPECT_EQ(starts(pass), 1U);
+}
+
+TEST_F(AppletLaunchMachine, imageIsNotStartedThroughALink) {
+    const fs::path real = folder() / "drive_c/real", way = folder() / "drive_c/way";
+    fs::create_directory(real);
+    fs::copy_file(RoleProcess::builtProgram(), real / "Vellumd.exe");
+    fs::create_directory_symlink(real, way);
+    RoleProcess pass(recover(), {}, way / "Vellumd.exe");
+    EXPECT_EQ(pass.exitCode(), 16);
+    EXPECT_TRUE(pass.says("Applet recovery: dispatch queue, queue=" + ownQueue() + " (err=5)")) << pass.said();
+    EXPECT_EQ(starts(pass), 1U);
+}
+
+TEST_F(AppletLaunchMachine, onlyAQueueOfThisLogonIsLaunched) {
+    const WideString foreign = TEXT("applet-00000002-0000000000000999-0000000000000001");
+    AppletContext nobody;
+    nobody.userSid = context().userSid;
+    faults::clear();
+    EXPECT_EQ(launchApplet(context(), foreign, nullptr), 5U);
+    EXPECT_EQ(launchApplet(context(), TEXT("applet-x"), nullptr), 87U);
+    EXPECT_EQ(launchApplet(nobody, wide(ownQueue()), nullptr), 5U);
+    EXPECT_EQ(dispatchQueue(foreign), 5U);
+    EXPECT_EQ(dispatchQueue(TEXT("applet-x")), 87U);
+    EXPECT_EQ(faults::uses("CreateProcessW"), 0U);
+}
+
+TEST_F(AppletLaunchMachine, passEndsAsStoreAndOwnersAllow) {
+    {
+        RoleProcess pass(recover(), {{"VELLUM_TOKEN", "visitor@5"}});
+        EXPECT_EQ(pass.exitCode(), 0) << "no store, nothing to do";
+        EXPECT_EQ(pass.said().find("rejected"), std::string::npos) << pass.said();
+    }
+    {
+        chmod(root().c_str(), 0750);
+        RoleProcess pass(recover());
+        EXPECT_EQ(pass.exitCode(), 15);
+        EXPECT_TRUE(pass.says("Applet recovery store rejected (err=5)")) << pass.said();
+        chmod(root().c_str(), 0700);
+    }
+    fs::remove_all(root() / ownQueue());
+    rewriteMachine(kMachine + std::string("[logon 0x999]\nuser = operator\nsession = 2\ntype = 5\n"));
+    putNote(makeQueue("applet-00000002-0000000000000999-0000000000000001"), "note_a.json", "x");
+    RoleProcess pass(recover());
+    EXPECT_EQ(pass.exitCode(), 17);
+    EXPECT_TRUE(pass.says("Applet queue owner lookup deferred (err=13)")) << pass.said();
+    EXPECT_TRUE(pass.says("unknown=1"));
 }
 
 // An administrator on a machine without UAC is elevated from the start: the role runs in a child at medium integrity.
@@ -145,6 +194,23 @@ TEST_F(AppletLaunchMachine, elevatedStartHandsOverToAChildAtMediumIntegrity) {
         RoleProcess start(recover(), high);
         EXPECT_EQ(start.exitCode(), 0);
         EXPECT_TRUE(start.says("dispatched=1")) << "in the child: " << start.said();
+        EXPECT_TRUE(isShown());
+        endProcesses();
+    }
+    for (const char* call :
+         {"SaferCreateLevel", "SaferComputeTokenFromLevel", "SaferCloseLevel", "CreateRestrictedToken",
+          "DuplicateTokenEx", "SetTokenInformation", "CreateEnvironmentBlock", "CreateProcessAsUserW"}) {
+        RoleProcess start(recover(), {high[0], {"VELLUM_FAULTS", call + std::string(":1=fail(1234)")}});
+        EXPECT_EQ(start.exitCode(), 15) << call;
+        EXPECT_TRUE(start.says("Applet medium-integrity startup failed (err=1234)")) << call << start.said();
+        EXPECT_EQ(starts(start), 1U) << call;
+    }
+    {
+        RoleProcess start(
+            recover(),
+            {high[0], {"VELLUM_FAULTS", "DestroyEnvironmentBlock:1=fail(1234)"}, {"ASAN_OPTIONS", "detect_leaks=0"}});
+        EXPECT_EQ(start.exitCode(), 0);
+        EXPECT_TRUE(start.says("AppletNotes: environment release failed\n")) << start.said();
         EXPECT_TRUE(isShown());
         endProcesses();
     }

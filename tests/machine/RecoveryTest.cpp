@@ -257,6 +257,24 @@ TEST_F(RecoveryMachine, claimRenamesTheQueueOfAGoneLogonOnly) {
     EXPECT_TRUE(again.size() == 84 && again != name);
 }
 
+TEST_F(RecoveryMachine, claimedPathKeepsBelow260Characters) {
+    for (const std::size_t length : {259, 260}) {
+        const WideString storeRoot = TEXT("C:\\") + WideString(length - 84 - 4, TEXT('x'));
+        QueueStore store;
+        DWORD err = 0;
+        ASSERT_TRUE(store.open(storeRoot, owner(), true, err)) << err;
+        const fs::path queue = fs::path(hostPath(storeRoot)) / foreign(0);
+        fs::create_directory(queue);
+        chmod(queue.c_str(), 0700);
+        WideString name;
+        const ClaimResult result = store.claimQueue(
+            wide(foreign(0)), context().identity, [](const LogonIdentity&) { return OwnerState::Gone; }, name, err);
+        EXPECT_EQ(result, length == 259 ? ClaimResult::Claimed : ClaimResult::Failed);
+        EXPECT_EQ(err, length == 259 ? 0U : 206U);
+        EXPECT_EQ(fs::exists(queue), length == 260);
+    }
+}
+
 // Whatever call fails, the queue has its old name or the new one, with its notes.
 TEST_F(RecoveryMachine, everyFailingCallOfAClaimLeavesOneQueue) {
     std::string name;
@@ -376,7 +394,7 @@ TEST_F(RecoveryMachine, claimThatIsPutOffSaysWhy) {
     EXPECT_EQ(recovered(), "deferred=1 | defer queue claim " + foreign(0) + " 32");
     CloseHandle(shown);
     faults::arm({"CoCreateGuid", 1, faults::Action::Fail, 0x80004005});
-    EXPECT_EQ(recovered().substr(0, 8), "failed=1");
+    EXPECT_EQ(recovered(), "failed=1 | claim queue " + foreign(0) + " 2147500037");
     faults::clear();
     // The owner is back by the time of the claim.
     unsigned asked = 0;
@@ -395,7 +413,7 @@ TEST_F(RecoveryMachine, claimThatIsPutOffSaysWhy) {
         },
         [](const WideString&) { return DWORD{0}; });
     faults::clear();
-    EXPECT_EQ(gone.claimed, 0U) << text(gone);
+    EXPECT_EQ(text(gone), "deferred=1 | defer queue claim " + foreign(0) + " 2");
 }
 
 TEST_F(RecoveryMachine, storeOf4096QueuesIsSeenAndOneOf4097IsNot) {
