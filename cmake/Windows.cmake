@@ -1,7 +1,24 @@
 # The platform on Windows: the system's own libraries, under the name that the stand-in has on Linux.
 add_library(vellum_platform INTERFACE)
-target_link_libraries(vellum_platform INTERFACE ole32 shell32 advapi32 secur32 userenv wtsapi32 comctl32 gdi32 gdiplus
-  oleaut32 taskschd user32)
+
+# delay_load(<dll> <call>...): the DLL is loaded when one of the calls is first used. For those that showing notes does not
+# need: each costs a start some milliseconds, and memory for as long as the process lives.
+function(delay_load dll)
+  set(definition ${CMAKE_BINARY_DIR}/delayed/${dll}.def)
+  set(library ${CMAKE_BINARY_DIR}/delayed/lib${dll}_delayed.a)
+  list(JOIN ARGN "\n" calls)
+  file(CONFIGURE OUTPUT ${definition} CONTENT "LIBRARY ${dll}.dll\nEXPORTS\n${calls}\n")
+  add_custom_command(OUTPUT ${library} DEPENDS ${definition}
+    COMMAND ${CMAKE_DLLTOOL} --input-def ${definition} --output-delaylib ${library})
+  add_custom_target(${dll}_delayed DEPENDS ${library})
+  add_dependencies(vellum_platform ${dll}_delayed)
+  target_link_libraries(vellum_platform INTERFACE ${library} ${dll})
+endfunction()
+delay_load(oleaut32 SysAllocString SysFreeString VariantClear VariantInit)
+delay_load(secur32 LsaFreeReturnBuffer LsaGetLogonSessionData)
+delay_load(userenv CreateEnvironmentBlock DestroyEnvironmentBlock)
+
+target_link_libraries(vellum_platform INTERFACE ole32 shell32 advapi32 wtsapi32 comctl32 gdi32 gdiplus taskschd user32)
 target_include_directories(vellum_platform SYSTEM INTERFACE ${PROJECT_SOURCE_DIR}/platform/supplement)
 target_compile_definitions(vellum_platform INTERFACE STRICT)
 

@@ -61,6 +61,11 @@ Logo logoFromText(const WideString& logo, const WideString& id) {
     return Logo();
 }
 
+bool isFolder(const WideString& path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
 }  // namespace
 
 void LogoTraits::close(Raw raw) {
@@ -69,6 +74,8 @@ void LogoTraits::close(Raw raw) {
 }
 
 Logo loadLogoImage(const WideString& folder, const WideString& logo, const WideString& id) {
+    // Few have a folder of logos: one question saves those for each name of a default.
+    if (logo.empty() && !isFolder(folder)) return Logo();
     Logo fromFile = logoFromFile(logoFile(folder, logo, fileExists));
     if (fromFile) return fromFile;
     return logo.empty() ? Logo() : logoFromText(logo, id);

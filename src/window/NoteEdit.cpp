@@ -132,6 +132,7 @@ void NoteWindow::createBody() {
     if (bodyEdit_ == nullptr) return;
     // Without a limit of our own the control cuts rich text at 32,767 characters, and the next save would lose the
     // rest.
+    put(bodyEdit_, bodyPlace_, bodyPlace(metrics(), clientSize()));  // or the text would be wrapped at no width first
     SendMessageW(bodyEdit_, EM_EXLIMITTEXT, 0, kNoLimit);
     SendMessageW(bodyEdit_, EM_SETEVENTMASK, 0, ENM_CHANGE);
     SendMessageW(bodyEdit_, EM_SETBKGNDCOLOR, 0, static_cast<LPARAM>(note_.bgColor));

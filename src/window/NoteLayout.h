@@ -31,6 +31,7 @@ struct Size {
 
 struct Place {
     LONG x = 0, y = 0, width = 0, height = 0;
+    bool operator==(const Place&) const = default;
 };
 
 // The font of the title: the height of its lines, and where in a line its capitals lie.

@@ -308,36 +308,40 @@ void NoteWindow::rebuildFonts() {
     titleFont_ = makeFont(14, 700, dpi_);
     bodyFont_ = makeFont(12, 400, dpi_);
     footerFont_ = makeFont(10, 400, dpi_);
+    titleInk_.reset();
     giveFonts();
     applyBodyTextColor();  // the font must not lose it
 }
 
-TitleInk NoteWindow::titleInk(const NoteMetrics& lengths) const {
-    TitleInk ink = TitleInk::unknown(lengths);
-    if (!titleFont_) return ink;
+bool NoteWindow::measureTitle(TitleInk& ink) const {
+    if (!titleFont_) return false;
     const WindowDc context(hwnd_);
     const Selected font(context.get(), titleFont_.get());
     TEXTMETRICW text = {};
-    if (!GetTextMetricsW(context.get(), &text)) return ink;
+    if (!GetTextMetricsW(context.get(), &text)) return false;
     ink = {text.tmHeight, text.tmInternalLeading, text.tmAscent - text.tmInternalLeading};
     GLYPHMETRICS glyph = {};
     const MAT2 identity = {{0, 1}, {0, 0}, {0, 0}, {0, 1}};
-    if (GetGlyphOutlineW(context.get(), TEXT('H'), GGO_METRICS, &glyph, 0, nullptr, &identity) != GDI_ERROR &&
-        glyph.gmBlackBoxY != 0) {
-        ink.inkHeight = static_cast<LONG>(glyph.gmBlackBoxY);
-        ink.inkTop = text.tmAscent - glyph.gmptGlyphOrigin.y;
-    }
-    return ink;
+    if (GetGlyphOutlineW(context.get(), TEXT('H'), GGO_METRICS, &glyph, 0, nullptr, &identity) == GDI_ERROR ||
+        glyph.gmBlackBoxY == 0)
+        return false;
+    ink.inkHeight = static_cast<LONG>(glyph.gmBlackBoxY);
+    ink.inkTop = text.tmAscent - glyph.gmptGlyphOrigin.y;
+    return true;
 }
 
 void NoteWindow::layout() {
     if (hwnd_ == nullptr) return;
     const NoteMetrics lengths = metrics();
     const Size client = clientSize();
-    const auto put = [](HWND control, const Place& place) {
-        if (control != nullptr)
-            SetWindowPos(control, nullptr, place.x, place.y, place.width, place.height, SWP_NOZORDER | SWP_NOACTIVATE);
-    };
-    put(titleEdit_, titlePlace(lengths, client.width, note_.allowNewNote, sizeOf(logo_), titleInk(lengths)));
-    put(bodyEdit_, bodyPlace(lengths, client));
+    TitleInk ink = titleInk_.value_or(TitleInk::unknown(lengths));
+    if (!titleInk_ && measureTitle(ink)) titleInk_ = ink;  // what could not be measured is tried again
+    put(titleEdit_, titlePlace_, titlePlace(lengths, client.width, note_.allowNewNote, sizeOf(logo_), ink));
+    put(bodyEdit_, bodyPlace_, bodyPlace(lengths, client));
+}
+
+void NoteWindow::put(HWND control, Place& current, const Place& place) {
+    if (control == nullptr || place == current) return;
+    if (SetWindowPos(control, nullptr, place.x, place.y, place.width, place.height, SWP_NOZORDER | SWP_NOACTIVATE))
+        current = place;
 }

@@ -8,6 +8,8 @@
 // be said without a window stands in plain functions: Placement, NoteLayout, NotePaint, NoteText, LogoSource.
 #pragma once
 
+#include <optional>
+
 #include "common/Handles.h"
 #include "notes/NoteRecord.h"
 #include "window/Logo.h"
@@ -78,7 +80,8 @@ class NoteWindow {
     NoteMetrics metrics() const { return NoteMetrics::at(dpi_); }
     void rebuildFonts();
     void layout();
-    TitleInk titleInk(const NoteMetrics& metrics) const;
+    bool measureTitle(TitleInk& ink) const;
+    static void put(HWND control, Place& current, const Place& place);
     void invalidate();
     void setHover(bool close, bool newNote);
     void slideOffOthers();
@@ -105,7 +108,9 @@ class NoteWindow {
     Brush titleBrush_;  // made when the title first asks for its colours
     Font titleFont_, bodyFont_, footerFont_;
     Logo logo_;
-    LONG dpi_ = 0;  // of the window; known from WM_CREATE on
+    std::optional<TitleInk> titleInk_;  // of the title's font, once it is measured
+    Place titlePlace_, bodyPlace_;      // where the controls are
+    LONG dpi_ = 0;                      // of the window; known from WM_CREATE on
     bool closeHover_ = false;
     bool newHover_ = false;
     bool suppressChange_ = false;  // what the controls report is our own doing
