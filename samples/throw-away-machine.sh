@@ -14,13 +14,17 @@ displays() {
     done
 }
 
-# Whatever runs on this machine, and nothing else, has its name in the environment.
+# Whatever runs on this machine, and nothing else, has its name in the environment; what is just being started shows
+# none for a moment.
 finish() {
     local place
     trap - EXIT
-    for place in $(grep -lsaFz "VELLUM_MACHINE=$VELLUM_MACHINE" /proc/[0-9]*/environ); do
-        place=${place#/proc/}
-        kill -9 "${place%/environ}" 2>/dev/null
+    for _ in 1 2 3; do
+        for place in $(grep -lsaFz "VELLUM_MACHINE=$VELLUM_MACHINE" /proc/[0-9]*/environ); do
+            place=${place#/proc/}
+            kill -9 "${place%/environ}" 2>/dev/null
+        done
+        sleep .02
     done
     rm -rf "$VELLUM_MACHINE"
 }

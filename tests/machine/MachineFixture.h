@@ -6,10 +6,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 
 #include "Faults.h"
 #include "Machine.h"
@@ -43,21 +45,27 @@ class MachineTest : public testing::Test {
     }
     // Kills the processes of this machine, or those of them whose VELLUM_TOKEN begins so, and what they are starting.
     void endProcesses(const std::string& token = "") const {
-        const std::string machine = "VELLUM_MACHINE=" + folder_.string() + "\n", its = "VELLUM_TOKEN=" + token;
-        for (bool found = true; found;) {
-            found = false;
-            for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-                const pid_t id = std::atoi(entry.path().filename().c_str());
-                if (id <= 0 || id == getpid()) continue;
-                const std::string variables = environmentOf(id);
-                if (variables.find(machine) == std::string::npos || variables.find(its) == std::string::npos) continue;
-                kill(id, SIGKILL);
-                found = true;
-            }
+        // One that is just being started shows no environment for a moment.
+        for (unsigned quiet = 0; quiet < 3; ++quiet) {
+            if (killThoseOf("VELLUM_MACHINE=" + folder_.string() + "\n", "VELLUM_TOKEN=" + token)) quiet = 0;
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
     }
 
   private:
+    static bool killThoseOf(const std::string& machine, const std::string& token) {
+        bool found = false;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+            const pid_t id = std::atoi(entry.path().filename().c_str());
+            if (id <= 0 || id == getpid()) continue;
+            const std::string variables = environmentOf(id);
+            if (variables.find(machine) == std::string::npos || variables.find(token) == std::string::npos) continue;
+            kill(id, SIGKILL);
+            found = true;
+        }
+        return found;
+    }
+
     std::filesystem::path folder_;
 };
 

@@ -34,7 +34,8 @@ class RoleProcess {
         arguments.insert(arguments.begin(), image.string());
         child_ = fork();
         if (child_ != 0) return;
-        const int file = open(errors_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        const int file = open(errors_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
+        dup2(file, STDOUT_FILENO);
         dup2(file, STDERR_FILENO);
         setenv("VELLUM_MACHINE", platform::machineFolder().c_str(), 1);
         for (const auto& [name, value] : environment)
@@ -68,7 +69,7 @@ class RoleProcess {
         child_ = -1;
         return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
     }
-    // What it told the debugger.
+    // What it told the debugger, and what it wrote to standard output.
     std::string said() const {
         std::stringstream text;
         text << std::ifstream(errors_).rdbuf();

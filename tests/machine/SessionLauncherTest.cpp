@@ -28,7 +28,7 @@ class SessionLauncherMachine : public MachineTest {
         std::error_code error;
         for (const auto& entry : fs::directory_iterator(sockets(session), error)) {
             const pid_t id = std::atoi(entry.path().filename().c_str());
-            if (kill(id, 0) == 0) found.push_back(id);
+            if (id > 0 && kill(id, 0) == 0) found.push_back(id);
         }
         return found;
     }
