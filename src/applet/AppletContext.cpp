@@ -188,7 +188,7 @@ OwnerState lookupOwner(const LogonIdentity& queueIdentity, PSID userSid, DWORD& 
     if (readLogonData(queueIdentity.logonId, data, err) &&
         (!data || !isUsable(data.get()->Sid) || !isInteractive(data.get()->LogonType)))
         err = ERROR_INVALID_DATA;
-    if (err != ERROR_SUCCESS) return classifyOwner(queueIdentity, nullptr, false, err);
+    if (err != ERROR_SUCCESS || !data) return classifyOwner(queueIdentity, nullptr, false, err);
     const LogonIdentity live = {data.get()->Session, data.get()->LogonId, data.get()->LogonTime.QuadPart};
     return classifyOwner(queueIdentity, &live, EqualSid(data.get()->Sid, userSid) != FALSE, err);
 }

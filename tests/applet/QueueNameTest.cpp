@@ -23,6 +23,7 @@ TEST(QueueName, readsBothForms) {
     ASSERT_TRUE(parseQueueName(claimed, name));
     EXPECT_EQ(name.identity.sessionId, 0x7FFFFFFFU);
     EXPECT_EQ(name.identity.logonTime, 0x7FFFFFFFFFFFFFFF);
+    EXPECT_EQ(name.identity.logonId.LowPart, 0x4B2E0U);
     EXPECT_EQ(utf8(name.claimToken), "6F9619FF8B86D011b42d00c04fc964ff");
 }
 

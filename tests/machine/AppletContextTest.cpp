@@ -83,6 +83,9 @@ TEST_F(AppletContextMachine, isRefusedToWhoIsNoOrdinaryUser) {
         {"network logon", "operator@1", "", "logon type = 3", 5, 5},
         {"remote desktop", "operator@1", "", "logon type = 10", 0, 0},
         {"cached credentials", "operator@1", "", "logon type = 11", 0, 0},
+        {"logon without data", "operator@1", "", "logon data = no", 5, 5},
+        {"logon without a time", "operator@1", "", "logon time = 0", 5, 5},
+        {"no administrator without a shell", "operator@1 high", "administrator = yes", "shell = no", 5, 5},
     };
     for (const Row& row : rows) {
         describeOne(row.user, row.session);
@@ -107,6 +110,9 @@ TEST_F(AppletContextMachine, elevationCountsOnlyWithoutUac) {
     EXPECT_EQ(read(false), 5U) << "not asked for";
     useToken("operator@1");
     EXPECT_EQ(read(false), 0U) << "the shell may be elevated";
+    describeOne("administrator = yes", "shell = no");
+    useToken("operator@1 high");
+    EXPECT_EQ(read(true), 1168U) << "without a shell";
 }
 
 TEST_F(AppletContextMachine, everyFailingCallIsAnError) {
@@ -122,6 +128,9 @@ TEST_F(AppletContextMachine, everyFailingCallIsAnError) {
                                                    const auto told = notices::takeDebugOutput();
                                                    EXPECT_EQ(done, !fired || !told.empty());
                                                    EXPECT_EQ(done, err == 0);
+                                                   EXPECT_TRUE(done || err == 1234 || err == 5 || err == 1168 ||
+                                                               err == static_cast<DWORD>(HRESULT_FROM_WIN32(1234)))
+                                                       << err;
                                                },
                                                1234);
     EXPECT_GT(faulty, 30U);
@@ -146,14 +155,27 @@ TEST_F(AppletContextMachine, ownerIsLookedUp) {
     EXPECT_EQ(lookupOwner(own, nullptr, err), OwnerState::Unknown);
     EXPECT_EQ(err, 87U);
 
-    faults::arm({"LsaGetLogonSessionData", 1, faults::Action::Fail, 5});
-    EXPECT_EQ(look(own, err), OwnerState::Unknown);
-    EXPECT_EQ(err, 5U);
-    faults::clear();
+    BYTE noSid[12] = {9, 1};
+    EXPECT_EQ(lookupOwner(own, noSid, err), OwnerState::Unknown);
+    EXPECT_EQ(err, 87U);
 
-    rewriteMachine(std::string(kMachine) + "[logon 0x777]\nuser = operator\nsession = 1\ntime = 0x5\ntype = 5\n");
-    EXPECT_EQ(look({1, {0x777, 0}, 5}, err), OwnerState::Unknown) << "a service's";
-    EXPECT_EQ(err, 13U);
+    for (const auto& [failure, told] : {std::pair{5U, 5U}, {0x10000U, 0U}}) {  // the second is no Windows error
+        faults::arm({"LsaGetLogonSessionData", 1, faults::Action::Fail, failure});
+        EXPECT_EQ(look(own, err), OwnerState::Unknown);
+        EXPECT_EQ(err, told);
+        faults::clear();
+    }
+    for (const char* logon : {"user = operator\nsession = 1\ntime = 0x5\ntype = 5\n",  // a service's
+                              "user = operator\nsession = 1\ntime = 0x5\ndata = no\n", "session = 1\ntime = 0x5\n"}) {
+        rewriteMachine(kMachine + std::string("[logon 0x777]\n") + logon);
+        EXPECT_EQ(look({1, {0x777, 0}, 5}, err), OwnerState::Unknown) << logon;
+        EXPECT_EQ(err, 13U) << logon;
+    }
+    for (const char* logon : {"user = operator\nsession = 1\ntime = 0\n", "user = operator\nsession = 0\ntime = 5\n"}) {
+        rewriteMachine(kMachine + std::string("[logon 0x777]\n") + logon);
+        EXPECT_EQ(look({1, {0x777, 0}, 5}, err), OwnerState::Unknown) << "no identity: " << logon;
+        EXPECT_EQ(err, 0U) << logon;
+    }
     rewriteMachine("[user operator]\nprofile = C:\\Users\\operator\n");
     EXPECT_EQ(look(own, err), OwnerState::Gone) << "logged off meanwhile";
     EXPECT_EQ(err, 1312U);
