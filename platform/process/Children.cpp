@@ -65,15 +65,6 @@ struct ChildThread : Object {
     const std::shared_ptr<ChildProcess> process;
 };
 
-// Pointers for exec to texts that live elsewhere.
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (std::string& text : texts)
-        pointers.push_back(text.data());
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
 std::vector<std::string> argumentsOf(LPCWSTR commandLine) {
     std::vector<std::string> arguments;
     int count = 0;

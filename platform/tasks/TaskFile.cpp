@@ -17,6 +17,7 @@
 
 #include "Machine.h"
 #include "files/NativePath.h"
+#include "process/Environment.h"
 #include "text/CommandLine.h"
 #include "text/Encoding.h"
 
@@ -169,14 +170,6 @@ std::vector<std::string> systemEnvironment() {
     variables.push_back("VELLUM_MACHINE=" + machineFolder().string());
     variables.push_back("VELLUM_TOKEN=SYSTEM@0");
     return variables;
-}
-
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (std::string& text : texts)
-        pointers.push_back(text.data());
-    pointers.push_back(nullptr);
-    return pointers;
 }
 
 // In the child of a process that may have threads: system calls only.

@@ -21,12 +21,6 @@ namespace {
 constexpr auto kDuration = std::chrono::seconds(12);
 constexpr unsigned kMostNotes = 100;  // what a pass takes to the screen
 
-std::string hex(unsigned value, int digits) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%0*X", digits, value);
-    return text;
-}
-
 }  // namespace
 
 class RecoveryStressMachine : public PassMachine {

@@ -13,12 +13,6 @@ namespace {
 
 constexpr std::size_t kMiB = 0x100000;
 
-std::string hex(unsigned value, int digits) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%0*X", digits, value);
-    return text;
-}
-
 }  // namespace
 
 class RecoveryMachine : public StoreMachine {

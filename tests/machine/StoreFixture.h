@@ -22,6 +22,12 @@ inline std::string noteOfSize(const std::string& id, std::size_t size) {
                                             : head + std::string(size - head.size() - tail.size(), 'x') + tail;
 }
 
+inline std::string hex(unsigned value, int digits) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%0*X", digits, value);
+    return text;
+}
+
 class StoreMachine : public MachineTest {
   protected:
     StoreMachine() {
