@@ -1,6 +1,9 @@
 // Queues that logons left behind: listed, measured, claimed, and walked through by a recovery pass.
 #include <windows.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <map>
 
 #include "StoreFixture.h"
@@ -287,6 +290,33 @@ TEST_F(RecoveryMachine, everyFailingCallOfAClaimLeavesOneQueue) {
                            },
                            1234);
     EXPECT_GT(faulty, 15U);
+}
+
+// A pass that is killed at any call leaves the queue whole under the one name or the other, for the next pass to show.
+TEST_F(RecoveryMachine, killedAtAnyCallItLeavesTheQueueForTheNextPass) {
+    std::map<std::string, unsigned> seen;
+    for (unsigned use = 1;; ++use) {
+        SCOPED_TRACE("call " + std::to_string(use));
+        removeQueues();
+        makeQueue(foreign(0));
+        const pid_t child = fork();
+        if (child == 0) {
+            faults::clear();
+            faults::arm({"*", use, faults::Action::Kill, 0});
+            recover();
+            _exit(7);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_EQ(queues().size(), 1U);
+        EXPECT_EQ(get(root() / queues()[0] / "note_0.json"), std::string(10, 'x'));
+        const bool isClaimed = queues()[0] != foreign(0);
+        EXPECT_EQ(recovered(), isClaimed ? "dispatched=1 " : "claimed=1 dispatched=1 ");
+        ++seen[isClaimed ? "claimed" : "as it was"];
+        if (WIFEXITED(status) && WEXITSTATUS(status) == 7) break;
+        ASSERT_LT(use, 500U);
+    }
+    EXPECT_TRUE(seen["as it was"] > 20 && seen["claimed"] > 1);
 }
 
 TEST_F(RecoveryMachine, passSeesToEveryQueueAsItsOwnerStands) {
