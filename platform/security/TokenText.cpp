@@ -82,7 +82,8 @@ bool readToken(const std::string& text, const MachineDescription& machine, Token
     std::string word;
     input >> word;
     const std::size_t at = word.rfind('@');
-    if (at == std::string::npos || at == 0) {
+    if (at == std::string::npos || at == 0 || at + 1 == word.size() ||
+        word.find_first_not_of("0123456789", at + 1) != std::string::npos) {
         mistake = "the form is user@session";
         return false;
     }

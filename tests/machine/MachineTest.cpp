@@ -117,6 +117,8 @@ TEST_F(MachineTest, badDescriptionIsRefusedWithItsReason) {
         {"[session 2]\nelevated = maybe\n", nullptr, "elevated is yes or no"},
         {"[session 1]\n", "operator@1 hihg", "knows no \"hihg\""},
         {"[session 1]\n", "operator", "the form is user@session"},
+        {"[session 1]\n", "operator@", "the form is user@session"},
+        {"[session 1]\n", "operator@1x", "the form is user@session"},
     };
     for (const auto& row : rows) {
         std::ofstream(folder() / "machine.txt") << row.text;
