@@ -12,7 +12,8 @@ usage: ./dev.sh COMMAND
                           Wine: on the display if there is one, else on a virtual one, with a picture in
                           build/notes.png
   test                    builds both platforms and runs every test; ends with "N passed, N failed"
-  build native|windows    build/native/Vellumd (Linux, sanitizers) or build/windows/Vellumd.exe
+  build native|windows    build/native/Vellumd (Linux, sanitizers) with the tools that the samples use, or
+                          build/windows/Vellumd.exe
   bench [OPTION...]       reading and writing notes beside well-known libraries; prints times and ratios. Options are
                           those of Google Benchmark
   bench desktop           Vellumd.exe under Wine beside a bare program with the same windows: starts, memory, arrivals,
@@ -97,7 +98,8 @@ command_run() {
         rm -rf "$folder"
         cp -r samples/notes "$folder"
     fi
-    folder=$(realpath "$folder") || return
+    [ -d "$folder" ] || { echo "no such folder: $folder" >&2; return 2; }
+    folder=$(realpath "$folder")
     if [ -n "${DISPLAY:-}" ]; then
         say "showing the notes of $folder; Ctrl+C ends it"
         VELLUM_ON_DISPLAY=1 tools/wine-session.sh wine build/windows/Vellumd.exe --no-autostart \
@@ -165,7 +167,7 @@ case "${1:-}" in
     test) command_test ;;
     build)
         case "${2:-}" in
-            native) need_native; build native Vellumd ;;
+            native) need_native; build native Vellumd vellum-fire-task vellum-applet-writer ;;
             windows) need_windows; build windows Vellumd ;;
             *) usage >&2; exit 2 ;;
         esac ;;

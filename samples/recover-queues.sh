@@ -74,7 +74,7 @@ logon = 0x1A10
 logon time = 0x1DC2F6A5B3C4D10'
 
 say 'The writer makes a store, stages the program and makes a queue for its logon'
-queue=$(writer 1 queue)
+queue=$(writer 1 queue) || exit 1
 store=$(dirname "$(find "$VELLUM_MACHINE/drive_c" -name "$queue")")
 writer 1 stage "$build/Vellumd"
 staged=$(find "$store/runtime" -name Vellumd.exe)

@@ -1,10 +1,13 @@
 # For the scripts beside it, which source it: a machine of the stand-in that lasts as long as the script, and a look at
 # what runs on it. Expects in $build the folder with the built programs.
+for program in Vellumd vellum-fire-task vellum-applet-writer; do
+    [ -x "$build/$program" ] || { echo "$build/$program is missing: run ./dev.sh build native" >&2; exit 1; }
+done
 VELLUM_MACHINE=$(mktemp -d)
 export VELLUM_MACHINE
 unset VELLUM_TOKEN VELLUM_FAULTS VELLUM_CHILD_TOKEN
 
-is_alive() { grep -qs '^State:[[:space:]]*[^ZX]' "/proc/$1/status"; }
+is_alive() { grep -qs '^State:[[:space:]]*[^ZX[:space:]]' "/proc/$1/status"; }
 
 # The processes that show notes in a session: each has a socket there that bears its number.
 displays() {

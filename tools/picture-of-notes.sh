@@ -6,7 +6,6 @@ cd "$(dirname "$0")/.."
 folder=$1 picture=$2
 key='HKCU\Software\Wine\Fonts\Replacements'
 wine reg add "$key" /v 'Segoe UI' /t REG_SZ /d 'WenQuanYi Micro Hei' /f </dev/null >/dev/null 2>&1
-wine reg add 'HKCU\Control Panel\Colors' /v Background /t REG_SZ /d '58 110 165' /f </dev/null >/dev/null 2>&1
 wine build/windows/Vellumd.exe --no-autostart --folder "Z:${folder//\//\\}" </dev/null >/dev/null 2>&1 &
 program=$!
 log() { cat "$WINEPREFIX"/drive_c/ProgramData/OmbrelService_Common/Logs/*.log 2>/dev/null; }

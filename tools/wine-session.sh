@@ -47,6 +47,7 @@ set_value 'HKCU\Software\Wine\WineDbg' ShowCrashDialog REG_DWORD 0  # a crash en
 if [ -n "$display" ]; then
     set_value "$desktop" Desktop REG_SZ Default
     set_value "$desktop\\Desktops" Default REG_SZ 1280x800
+    set_value 'HKCU\Control Panel\Colors' Background REG_SZ '58 110 165'
 else
     quietly wine reg delete "$desktop" /v Desktop /f
 fi
