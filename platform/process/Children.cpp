@@ -5,7 +5,6 @@
 
 #include <fcntl.h>
 #include <linux/close_range.h>
-#include <shellapi.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -25,6 +24,7 @@
 #include "process/Environment.h"
 #include "process/Processes.h"
 #include "security/TokenText.h"
+#include "text/CommandLine.h"
 #include "text/Encoding.h"
 
 extern char** environ;
@@ -67,11 +67,8 @@ struct ChildThread : Object {
 
 std::vector<std::string> argumentsOf(LPCWSTR commandLine) {
     std::vector<std::string> arguments;
-    int count = 0;
-    LPWSTR* const split = CommandLineToArgvW(commandLine, &count);
-    for (int i = 0; i < count; ++i)
-        arguments.push_back(toUtf8(split[i]));
-    LocalFree(split);
+    for (const std::u16string& argument : splitCommandLine(commandLine))
+        arguments.push_back(toUtf8(argument));
     return arguments;
 }
 

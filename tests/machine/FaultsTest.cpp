@@ -2,6 +2,8 @@
 
 #include <thread>
 
+#include "common/Folders.h"
+#include "common/Paths.h"
 #include "machine/MachineFixture.h"
 #include "support/Eventually.h"
 #include "support/Files.h"
@@ -50,6 +52,17 @@ TEST_F(MachineTest, heldCallGoesOnWhenItIsDisarmed) {
     EXPECT_TRUE(exists(TEXT("C:\\held")));
     EXPECT_FALSE(DeleteFileW(TEXT("C:\\f")));
     EXPECT_EQ(GetLastError(), 1234U) << "another call's fault stays armed";
+}
+
+// A failed reading of the command line would start the child without its arguments.
+TEST_F(MachineTest, childsCommandLineIsReadByNoCall) {
+    WideString commandLine = TEXT("Vellumd --no-autostart");
+    PROCESS_INFORMATION child = {};
+    ASSERT_TRUE(CreateProcessW(joinPath(parentPath(executablePath()), TEXT("Vellumd")).c_str(), commandLine.data(),
+                               nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr, nullptr, &child));
+    EXPECT_EQ(faults::uses("CommandLineToArgvW") + faults::uses("LocalFree"), 0U);
+    EXPECT_TRUE(TerminateProcess(child.hProcess, 5));
+    EXPECT_TRUE(CloseHandle(child.hThread) && CloseHandle(child.hProcess));
 }
 
 TEST_F(MachineTest, successLeavesALastErrorThatMeansNothing) {
