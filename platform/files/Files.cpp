@@ -4,8 +4,10 @@
 
 #include <windows.h>
 #include <cerrno>
+#include <chrono>
 #include <mutex>
 #include <optional>
+#include <thread>
 
 #include "Gate.h"
 #include "Machine.h"
@@ -22,6 +24,7 @@ bool isReadOnly(const struct stat& status) {
     return (status.st_mode & 0222) == 0;
 }
 
+constexpr unsigned kMostWaits = 1000;
 constexpr DWORD kFileRights = 0x1FF;  // those of the data and of the attributes
 
 DWORD grantedAccess(DWORD wanted) {
@@ -106,7 +109,13 @@ std::shared_ptr<OpenItem> openFile(const std::string& native, const Opening& ope
             SetLastError(ERROR_ACCESS_DENIED);
             return nullptr;
         }
-        if (!takeRights(descriptor.get(), rightsOf(opening.access), opening.shareMode)) {
+        bool taken = takeRights(descriptor.get(), rightsOf(opening.access), opening.shareMode);
+        // Its maker comes first: who opened it before the rights were taken is waited for.
+        for (unsigned tries = 0; made && !taken && tries < kMostWaits; ++tries) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            taken = takeRights(descriptor.get(), rightsOf(opening.access), opening.shareMode);
+        }
+        if (!taken) {
             SetLastError(ERROR_SHARING_VIOLATION);
             return nullptr;
         }

@@ -5,6 +5,9 @@
 #include <sys/wait.h>
 #include <windows.h>
 
+#include <atomic>
+#include <thread>
+
 #include "common/Handles.h"
 #include "machine/MachineFixture.h"
 #include "support/Files.h"
@@ -73,6 +76,22 @@ TEST_F(MachineTest, shareModesHoldBetweenProcessesAndEndWithThem) {
     EXPECT_TRUE(openFile(TEXT("C:\\f"), GENERIC_READ, 0));
     for (const int end : {ready[0], ready[1], done[0], done[1]})
         close(end);
+}
+
+TEST_F(MachineTest, makerOfAFileHasItBeforeAnybodyWhoOpensIt) {
+    constexpr unsigned kFiles = 1000;
+    std::atomic<unsigned> making{0};
+    const auto open = [&] {
+        while (making < kFiles)
+            openFile((TEXT("C:\\f") + wide(std::to_string(making))).c_str(), GENERIC_READ, FILE_SHARE_READ);
+    };
+    std::thread first(open), second(open);
+    for (; making < kFiles; ++making) {
+        const WideString path = TEXT("C:\\f") + wide(std::to_string(making));
+        EXPECT_TRUE(openFile(path.c_str(), GENERIC_WRITE, 0, CREATE_NEW)) << making << ": " << GetLastError();
+    }
+    first.join();
+    second.join();
 }
 
 TEST_F(MachineTest, openFilesKeepTheirNames) {
