@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -88,8 +89,9 @@ class RoleProcess {
             if (line.find("Vellumd.NoteWindow") != std::string::npos) found.push_back(line);
         return found;
     }
+    // Also that it watches its folder by then.
     bool shows(std::size_t count) const {
-        return eventually([&] { return notes().size() == count; });
+        return eventually([&] { return notes().size() == count && isWatching(); });
     }
     // Presses the close button of the uppermost note, and a point in its body.
     void pressClose() const { ask(clickOn(notes().at(0), 245, 13)); }
@@ -106,6 +108,16 @@ class RoleProcess {
     }
 
   private:
+    bool isWatching() const {
+        std::error_code error;
+        const std::filesystem::directory_iterator files("/proc/" + std::to_string(child_) + "/fdinfo", error);
+        return std::any_of(begin(files), end(files), [](const auto& file) {
+            std::ifstream lines(file.path());
+            for (std::string line; std::getline(lines, line);)
+                if (line.starts_with("inotify ")) return true;
+            return false;
+        });
+    }
     static unsigned& count() {
         static unsigned value = 0;
         return value;
