@@ -121,7 +121,7 @@ command_bench_desktop() {
     need util-linux
     cmake_options=(-DVELLUM_DESKTOP_BENCH=ON)
     build windows vellum-desktop-bench
-    say "measuring, about three minutes"
+    say "measuring, about five minutes"
     (taskset -pc 0 $BASHPID >/dev/null; on_large_desktop build/windows/vellum-desktop-bench.exe "on one core")
     on_large_desktop build/windows/vellum-desktop-bench.exe "on all cores"
 }

@@ -37,13 +37,6 @@ bool isWhollyPainted(HWND note) {
     return true;
 }
 
-double milliseconds(const FILETIME& time) {
-    ULARGE_INTEGER ticks;
-    ticks.LowPart = time.dwLowDateTime;
-    ticks.HighPart = time.dwHighDateTime;
-    return static_cast<double>(ticks.QuadPart) / 1e4;
-}
-
 }  // namespace
 
 double nowInMilliseconds() {
@@ -131,10 +124,4 @@ Memory Program::memory() const {
     if (!GetProcessMemoryInfo(process_.get(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters), sizeof counters))
         giveUp("no memory counters");
     return {static_cast<double>(counters.WorkingSetSize), static_cast<double>(counters.PrivateUsage)};
-}
-
-double Program::cpuMilliseconds() const {
-    FILETIME created, exited, kernel, user;
-    if (!GetProcessTimes(process_.get(), &created, &exited, &kernel, &user)) giveUp("no process times");
-    return milliseconds(kernel) + milliseconds(user);
 }

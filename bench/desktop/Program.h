@@ -30,7 +30,6 @@ class Program {
 
     std::vector<HWND> notes() const;
     Memory memory() const;
-    double cpuMilliseconds() const;
 
   private:
     void findNotes();
