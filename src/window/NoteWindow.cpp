@@ -68,13 +68,11 @@ bool NoteWindow::create() {
 
 // A stored place stands wherever it still touches a monitor, be it another one than the note names.
 RECT NoteWindow::choosePlace() const {
+    const RECT stored = rectAt(note_.x, note_.y, note_.width, note_.height);
+    if (note_.hasPosition && MonitorFromRect(&stored, MONITOR_DEFAULTTONULL) != nullptr) return stored;
     MonitorInfo anchor;
     if (!findMonitorByDevice(note_.monitorDevice, anchor)) anchor = primaryMonitor();
-    if (note_.hasPosition) {
-        const RECT stored = rectAt(note_.x, note_.y, note_.width, note_.height);
-        if (MonitorFromRect(&stored, MONITOR_DEFAULTTONULL) != nullptr) return stored;
-        return centredIn(anchor.workArea, note_.width, note_.height);
-    }
+    if (note_.hasPosition) return centredIn(anchor.workArea, note_.width, note_.height);
     const LONG dpi = monitorDpi(MonitorFromRect(&anchor.workArea, MONITOR_DEFAULTTONEAREST));
     return topRightCorner(anchor.workArea, dpi, note_.width, note_.height);
 }
