@@ -24,9 +24,9 @@ constexpr UINT_PTR BODY_EDIT_ID = 1002;
 constexpr UINT_PTR kTitleSubclass = 1;
 constexpr LPARAM kNoLimit = 0x7FFFFFFE;
 
-HWND makeControl(HWND parent, const WCHAR* kind, const WCHAR* text, DWORD style, UINT_PTR id) {
-    return CreateWindowExW(0, kind, text, WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, parent,
-                           reinterpret_cast<HMENU>(id), GetModuleHandleW(nullptr), nullptr);
+HWND makeControl(HWND parent, const WCHAR* kind, const WCHAR* text, DWORD style, UINT_PTR id, const Place& place) {
+    return CreateWindowExW(0, kind, text, WS_CHILD | WS_VISIBLE | style, place.x, place.y, place.width, place.height,
+                           parent, reinterpret_cast<HMENU>(id), GetModuleHandleW(nullptr), nullptr);
 }
 
 WideString textOf(HWND control) {
@@ -119,20 +119,20 @@ void NoteWindow::createBrushes() {
 }
 
 void NoteWindow::createTitle() {
-    titleEdit_ = makeControl(hwnd_, TEXT("EDIT"), note_.title.c_str(), ES_AUTOHSCROLL, TITLE_EDIT_ID);
+    titleEdit_ = makeControl(hwnd_, TEXT("EDIT"), note_.title.c_str(), ES_AUTOHSCROLL, TITLE_EDIT_ID, {});
     if (titleEdit_ != nullptr) SetWindowSubclass(titleEdit_, titleEditSubclassProc, kTitleSubclass, 0);
 }
 
 void NoteWindow::createBody() {
     static const HMODULE richEdit = LoadLibraryW(TEXT("Msftedit.dll"));  // stays for the life of the process
     static_cast<void>(richEdit);
+    bodyPlace_ = bodyPlace(metrics(), clientSize());  // from the start, or the text would be wrapped at no width first
     bodyEdit_ = makeControl(hwnd_, TEXT("RICHEDIT50W"), TEXT(""),
                             WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_NOHIDESEL | ES_WANTRETURN | ES_SAVESEL,
-                            BODY_EDIT_ID);
+                            BODY_EDIT_ID, bodyPlace_);
     if (bodyEdit_ == nullptr) return;
     // Without a limit of our own the control cuts rich text at 32,767 characters, and the next save would lose the
     // rest.
-    put(bodyEdit_, bodyPlace_, bodyPlace(metrics(), clientSize()));  // or the text would be wrapped at no width first
     SendMessageW(bodyEdit_, EM_EXLIMITTEXT, 0, kNoLimit);
     SendMessageW(bodyEdit_, EM_SETEVENTMASK, 0, ENM_CHANGE);
     SendMessageW(bodyEdit_, EM_SETBKGNDCOLOR, 0, static_cast<LPARAM>(note_.bgColor));
