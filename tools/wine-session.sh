@@ -18,8 +18,7 @@ display=
 
 finish() {
     trap - EXIT TERM INT HUP
-    wineserver -k 2>/dev/null
-    timeout 15 wineserver -w
+    stop_wine
     if [ -n "$display" ]; then kill "$display" 2>/dev/null; wait "$display" 2>/dev/null; fi
     rm -rf "$work"
 }
@@ -38,8 +37,16 @@ fi
 # The server has to stay, and has to be there before any other Wine process: without it each start costs seconds.
 # What it starts keeps the streams it is given for ever, so it is given none.
 quietly() { "$@" </dev/null >/dev/null 2>&1 9>&-; }
-quietly wineserver -p
-quietly timeout 180 wineboot -i || { echo "Wine did not start" >&2; exit 98; }
+start_wine() {
+    quietly wineserver -p
+    quietly timeout 180 wineboot -i || { echo "Wine did not start" >&2; exit 98; }
+}
+stop_wine() {
+    wineserver -k 2>/dev/null
+    timeout 15 wineserver -w
+}
+is_new=$([ -d "$WINEPREFIX" ] || echo yes)
+start_wine
 
 set_value() { quietly wine reg add "$1" /v "$2" /t "$3" /d "$4" /f; }
 desktop='HKCU\Software\Wine\Explorer'
@@ -51,6 +58,7 @@ if [ -n "$display" ]; then
 else
     quietly wine reg delete "$desktop" /v Desktop /f
 fi
+if [ -n "$is_new" ]; then stop_wine; start_wine; fi  # the desktop of a new prefix is there before its settings
 
 "$@" </dev/null 9>&- &
 wait $!
