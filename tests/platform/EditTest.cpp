@@ -16,15 +16,6 @@ class Edit : public testing::Test {
 
 }  // namespace
 
-TEST_F(Edit, isThereFromTheStartWithItsTextAndTellsNobody) {
-    ControlParent other;
-    CreateWindowExW(0, TEXT("edit"), TEXT("quiet"), WS_CHILD, 0, 0, 0, 0, other.handle(), nullptr, nullptr, nullptr);
-    EXPECT_EQ(other.take(), "");
-    EXPECT_EQ(textOf(edit), "hello");
-    EXPECT_EQ(GetParent(edit), parent.handle());
-    EXPECT_EQ(GetParent(parent.handle()), nullptr);
-}
-
 TEST_F(Edit, everyNewTextIsAnUpdateAndAChange) {
     const struct {
         const char* title;
@@ -61,18 +52,6 @@ TEST_F(Edit, everyNewTextIsAnUpdateAndAChange) {
     }
 }
 
-TEST_F(Edit, selectionStaysInsideTheText) {
-    const struct {
-        int first, last;
-        const char* selection;
-    } rows[] = {{0, -1, "0-5"}, {4, 2, "2-4"}, {2, 100, "2-5"}, {100, 200, "5-5"}, {3, 3, "3-3"}, {-1, 0, "3-3"}};
-    for (const auto& row : rows) {
-        select(row.first, row.last);
-        EXPECT_EQ(selectionOf(edit), row.selection) << row.first << "," << row.last;
-    }
-    EXPECT_EQ(SendMessageW(edit, EM_GETSEL, 0, 0), MAKELONG(3, 3));
-}
-
 TEST_F(Edit, readOnlyStopsTheUserAndNotTheProgram) {
     EXPECT_EQ(SendMessageW(edit, EM_SETREADONLY, TRUE, 0), TRUE);
     EXPECT_NE(GetWindowLongW(edit, GWL_STYLE) & ES_READONLY, 0);
@@ -91,27 +70,6 @@ TEST_F(Edit, readOnlyStopsTheUserAndNotTheProgram) {
     EXPECT_EQ(textOf(edit), "xby the program");
 }
 
-TEST_F(Edit, textIsCutToTheBuffer) {
-    WCHAR buffer[8] = TEXT("#######");
-    EXPECT_EQ(GetWindowTextW(edit, buffer, 3), 2);
-    EXPECT_EQ(utf8(buffer), "he");
-    EXPECT_EQ(GetWindowTextW(edit, buffer, 1), 0);
-    EXPECT_EQ(utf8(buffer), "");
-    EXPECT_EQ(GetWindowTextW(edit, buffer, 0), 0);
-    EXPECT_EQ(GetWindowTextW(edit, buffer, 8), 5);
-}
-
-TEST_F(Edit, clickGivesItTheKeyboard) {
-    const auto click = [](HWND control) {
-        SendMessageW(control, WM_LBUTTONDOWN, 1, MAKELPARAM(2, 2));
-        SendMessageW(control, WM_LBUTTONUP, 0, MAKELPARAM(2, 2));
-    };
-    click(edit);
-    EXPECT_EQ(parent.take(), "100");
-    click(edit);
-    EXPECT_EQ(parent.take(), "");
-}
-
 TEST_F(Edit, hasABeamForACursor) {
     SetCursor(LoadCursorW(nullptr, IDC_ARROW));
     SendMessageW(edit, WM_SETCURSOR, reinterpret_cast<WPARAM>(edit), MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
@@ -119,13 +77,4 @@ TEST_F(Edit, hasABeamForACursor) {
     SendMessageW(parent.handle(), WM_SETCURSOR, reinterpret_cast<WPARAM>(parent.handle()),
                  MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
     EXPECT_EQ(SetCursor(nullptr), LoadCursorW(nullptr, IDC_ARROW));
-}
-
-TEST_F(Edit, windowsThatAreGoneHaveNoText) {
-    DestroyWindow(edit);
-    WCHAR buffer[4] = TEXT("abc");
-    EXPECT_FALSE(SetWindowTextW(edit, TEXT("x")));
-    EXPECT_EQ(GetWindowTextW(edit, buffer, 4), 0);
-    EXPECT_EQ(GetWindowTextLengthW(edit), 0);
-    EXPECT_EQ(GetParent(edit), nullptr);
 }

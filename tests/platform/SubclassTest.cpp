@@ -26,13 +26,6 @@ LRESULT CALLBACK swallowing(HWND, UINT, WPARAM, LPARAM, UINT_PTR, DWORD_PTR) {
     heard += "swallowed ";
     return 7;
 }
-// Takes away the procedure whose number is `data`, and hands on.
-LRESULT CALLBACK removing(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR id, DWORD_PTR data) {
-    if (message != kAsk) return DefSubclassProc(window, message, wParam, lParam);
-    heard += "removes " + std::to_string(data) + " ";
-    EXPECT_TRUE(RemoveWindowSubclass(window, data == id ? removing : passing, data));
-    return DefSubclassProc(window, message, wParam, lParam);
-}
 
 // Takes itself away, and sends a message of its own before it hands on.
 LRESULT CALLBACK leaving(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR id, DWORD_PTR) {
@@ -85,28 +78,6 @@ TEST_F(Subclass, lastOneSetRunsFirst) {
         RemoveWindowSubclass(window, passing, id);
     RemoveWindowSubclass(window, swallowing, 1);
     EXPECT_EQ(ask(), "own = 1");
-}
-
-TEST_F(Subclass, procedureMayRemoveAnyOneOnTheWay) {
-    const struct {
-        UINT_PTR removed;
-        const char* first;
-        const char* second;
-    } rows[] = {
-        {1, "3:0 removes 1 own = 10", "3:0 own = 10"},
-        {2, "3:0 removes 2 1:0 own = 100", "3:0 1:0 own = 100"},
-        {3, "3:0 removes 3 1:0 own = 100", "1:0 own = 10"},
-    };
-    for (const auto& row : rows) {
-        SetWindowSubclass(window, passing, 1, 0);
-        SetWindowSubclass(window, removing, 2, row.removed);
-        SetWindowSubclass(window, passing, 3, 0);
-        EXPECT_EQ(ask(), row.first);
-        RemoveWindowSubclass(window, removing, 2);
-        EXPECT_EQ(ask(), row.second);
-        for (const UINT_PTR id : {1, 3})
-            RemoveWindowSubclass(window, passing, id);
-    }
 }
 
 TEST_F(Subclass, lastOneToLeaveStillHandsOn) {

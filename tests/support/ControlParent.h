@@ -41,9 +41,9 @@ class ControlParent {
     HWND handle() const { return handle_; }
     HWND makeEdit(const WCHAR* text) { return make(TEXT("EDIT"), text, WS_CHILD | WS_VISIBLE | ES_AUTOHSCROLL); }
     // A rich edit control that reports changes.
-    HWND makeRichEdit(const WCHAR* text = TEXT("")) {
+    HWND makeRichEdit() {
         LoadLibraryW(TEXT("Msftedit.dll"));
-        const HWND control = make(TEXT("RICHEDIT50W"), text, kRichStyle);
+        const HWND control = make(TEXT("RICHEDIT50W"), TEXT(""), kRichStyle);
         SendMessageW(control, EM_SETEVENTMASK, 0, ENM_CHANGE);
         return control;
     }
