@@ -1,0 +1,45 @@
+// Named mutexes, as the program uses them.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <iterator>
+
+#include "common/Handles.h"
+#include "common/WideText.h"
+
+TEST(Mutexes, secondHandleIsToldThatTheNameExists) {
+    for (const WideView title : {TEXT("plain"), TEXT("a:b*?\"<>|"), TEXT("\u00fcber\u6f22"), TEXT("with /"), TEXT(".."),
+                                 TEXT("with %3A percent")}) {
+        const WideString name = TEXT("Local\\Vellumd.Test.") + WideString(title);
+        SetLastError(77);
+        WaitHandle first(CreateMutexW(nullptr, TRUE, name.c_str()));
+        EXPECT_EQ(GetLastError(), 0U);
+        ASSERT_TRUE(first);
+        {
+            const WaitHandle second(CreateMutexW(nullptr, TRUE, name.c_str()));
+            EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
+            EXPECT_TRUE(second);
+        }
+        EXPECT_TRUE(ReleaseMutex(first.get()));
+        EXPECT_FALSE(ReleaseMutex(first.get())) << "it is nobody's";
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_OWNER});
+        first.reset();
+        const WaitHandle again(CreateMutexW(nullptr, FALSE, name.c_str()));
+        EXPECT_EQ(GetLastError(), 0U) << "the name went with its last handle";
+        EXPECT_FALSE(ReleaseMutex(again.get()));
+    }
+}
+
+TEST(Mutexes, namesAreToldApart) {
+    const WideString common(200, TEXT('n'));
+    const WideString names[] = {TEXT("Local\\Vellumd.a"), TEXT("Local\\Vellumd.A"), TEXT("Global\\Vellumd.a"),
+                                TEXT("Local\\") + common, TEXT("Local\\") + common + TEXT("x")};
+    WaitHandle held[std::size(names)];
+    for (std::size_t i = 0; i < std::size(names); ++i) {
+        held[i].reset(CreateMutexW(nullptr, FALSE, names[i].c_str()));
+        EXPECT_EQ(GetLastError(), 0U) << i;
+        EXPECT_TRUE(held[i]) << i;
+    }
+    const WaitHandle local(CreateMutexW(nullptr, FALSE, TEXT("Vellumd.a")));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS}) << "a name without a namespace is the session's";
+}
