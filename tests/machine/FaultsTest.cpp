@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <chrono>
 #include <thread>
 
 #include "common/Folders.h"
@@ -39,6 +40,24 @@ TEST_F(MachineTest, faultHitsTheNamedUseAlone) {
     EXPECT_TRUE(faults::fired());
     EXPECT_TRUE(CreateDirectoryW(TEXT("C:\\2"), nullptr));
     EXPECT_EQ(faults::uses("CreateDirectoryW"), 3U);
+}
+
+TEST_F(MachineTest, gateCountsWhatItCanHit) {
+    SetLastError(77);
+    GetCurrentProcessId();
+    EXPECT_EQ(GetLastError(), 77U) << "a call that cannot fail leaves the last error";
+    faults::arm({"*", 1, faults::Action::Fail, 5});
+    GetCurrentProcessId();
+    EXPECT_FALSE(CreateDirectoryW(TEXT("C:\\1"), nullptr)) << "the first that can fail";
+    faults::clear();
+    EXPECT_EQ(faults::uses("CreateDirectoryW"), 0U);
+    faults::arm({"*", 1, faults::Action::Short, 0});
+    EXPECT_TRUE(CreateDirectoryW(TEXT("C:\\1"), nullptr)) << "it moves no bytes";
+    faults::clear();
+    faults::arm({"GetCurrentProcessId", 1, faults::Action::Delay, 50});
+    const auto start = std::chrono::steady_clock::now();
+    GetCurrentProcessId();
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
 }
 
 TEST_F(MachineTest, heldCallGoesOnWhenItIsDisarmed) {

@@ -1,7 +1,5 @@
 #include <windows.h>
-#include <wtsapi32.h>
 
-#include "common/Folders.h"
 #include "common/Identity.h"
 #include "common/Logger.h"
 #include "common/UtcTime.h"
@@ -18,19 +16,6 @@ std::string variable(const WCHAR* name) {
 }
 
 }  // namespace
-
-TEST_F(MachineTest, newMachineHasOneUserInOneSession) {
-    EXPECT_TRUE(std::filesystem::is_directory(folder() / "drive_c/Users/operator/AppData/Local"));
-    for (const auto& entry : std::filesystem::directory_iterator(folder()))
-        EXPECT_EQ(entry.path().filename().string().find("machine.txt."), std::string::npos) << entry.path();
-    EXPECT_EQ(utf8(currentUserName()), "operator");
-    EXPECT_EQ(variable(TEXT("PROGRAMDATA")), "C:\\ProgramData");
-    EXPECT_EQ(utf8(defaultNotesFolder()), "C:\\Users\\operator\\AppData\\Local\\Quorvane\\Ombrel\\Notes");
-    ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
-    EXPECT_NE(utf8(logPath()).find("\\Vellumd_1_operator_"), std::string::npos);
-    logClose();
-    EXPECT_TRUE(std::filesystem::is_directory(folder() / "drive_c/ProgramData/OmbrelService_Common/Logs"));
-}
 
 TEST_F(MachineTest, descriptionDecidesUsersSessionsAndEnvironment) {
     describe(
@@ -87,20 +72,6 @@ TEST_F(MachineTest, sessionThatCannotBeAskedIsTheFirstAndItsUserUnknown) {
         logClose();
         platform::faults::clear();
     }
-}
-
-TEST_F(MachineTest, processesOfOneMachineMeet) {
-    const Environment here = {{"VELLUM_MACHINE", folder().string()}};
-    const WideString endsAtOnce = TEXT("--register --delete");
-    EXPECT_EQ(runVellumd(endsAtOnce, here).exitCode, 12U);
-    const Environment system = {{"VELLUM_MACHINE", folder().string()}, {"VELLUM_TOKEN", "SYSTEM@0"}};
-    EXPECT_EQ(runVellumd(endsAtOnce, system).exitCode, 12U);
-    const auto logs = folder() / "drive_c/ProgramData/OmbrelService_Common/Logs";
-    std::string names;
-    for (const auto& entry : std::filesystem::directory_iterator(logs))
-        names += entry.path().filename().string() + " ";
-    EXPECT_NE(names.find("Vellumd_1_operator_"), std::string::npos) << names;
-    EXPECT_NE(names.find("Vellumd_0_unknown_"), std::string::npos) << names;
 }
 
 TEST_F(MachineTest, badDescriptionIsRefusedWithItsReason) {

@@ -1,8 +1,5 @@
 // Files as Windows treats them, where Linux would be more generous.
-#include <fcntl.h>
-#include <signal.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <windows.h>
 
 #include <atomic>
@@ -50,32 +47,6 @@ TEST_F(MachineTest, shareModesDecideWhoMayOpen) {
             << std::hex << row.access << " " << row.share << " / " << row.secondAccess << " " << row.secondShare;
     }
     EXPECT_TRUE(openFile(TEXT("C:\\f"), GENERIC_READ, 0)) << "nothing is left of those that were closed";
-}
-
-TEST_F(MachineTest, shareModesHoldBetweenProcessesAndEndWithThem) {
-    int ready[2], done[2];
-    ASSERT_EQ(pipe(ready), 0);
-    ASSERT_EQ(pipe(done), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        const FileHandle mine = openFile(TEXT("C:\\f"), GENERIC_WRITE, 0, CREATE_NEW);
-        char byte = mine ? 'y' : 'n';
-        [[maybe_unused]] ssize_t moved = write(ready[1], &byte, 1);
-        moved = read(done[0], &byte, 1);
-        raise(SIGKILL);
-    }
-    char byte = 0;
-    ASSERT_EQ(read(ready[0], &byte, 1), 1);
-    EXPECT_EQ(byte, 'y');
-    EXPECT_FALSE(openFile(TEXT("C:\\f"), GENERIC_READ, kAll));
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
-    EXPECT_FALSE(DeleteFileW(TEXT("C:\\f")));
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
-    ASSERT_EQ(write(done[1], &byte, 1), 1);
-    waitpid(child, nullptr, 0);
-    EXPECT_TRUE(openFile(TEXT("C:\\f"), GENERIC_READ, 0));
-    for (const int end : {ready[0], ready[1], done[0], done[1]})
-        close(end);
 }
 
 TEST_F(MachineTest, makerOfAFileHasItBeforeAnybodyWhoOpensIt) {

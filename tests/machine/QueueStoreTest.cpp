@@ -130,8 +130,13 @@ TEST_F(QueueStoreMachine, opensAPlainLocalPathOnly) {
 TEST_F(QueueStoreMachine, makesItsRootPrivateAndNothingElse) {
     fs::create_directories(root().parent_path());
     EXPECT_EQ(open(utf8(context().storeRoot)), 2U);
-    EXPECT_EQ(open(utf8(context().storeRoot), true), 0U);
-    EXPECT_EQ(fs::status(root()).permissions(), fs::perms::owner_all);
+    for (const mode_t mask : {mode_t{0}, mode_t{0777}}) {
+        fs::remove(root());
+        const mode_t before = umask(mask);
+        EXPECT_EQ(open(utf8(context().storeRoot), true), 0U);
+        umask(before);
+        EXPECT_EQ(fs::status(root()).permissions(), fs::perms::owner_all) << "whatever the umask";
+    }
     EXPECT_EQ(open(utf8(context().storeRoot), true), 0U) << "it is there already";
     EXPECT_EQ(open("C:\\missing\\store", true), 2U);
     EXPECT_TRUE(fs::is_empty(root())) << "opening makes no lock";

@@ -2,15 +2,10 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <ntsecapi.h>
-#include <shlobj.h>
-
 #include <cstring>
 #include <vector>
 
 #include "common/Handles.h"
-#include "common/WideText.h"
-#include "support/Text.h"
 
 namespace {
 
@@ -151,49 +146,4 @@ TEST(Security, tokenRefusesWhatItsHandleMayNotDo) {
     BOOL isMember = TRUE;
     EXPECT_TRUE(CheckTokenMembership(nullptr, wellKnown(WinLocalSystemSid).data(), &isMember));
     EXPECT_FALSE(isMember);
-}
-
-TEST(Security, tokensAreCopiedByWhoMay) {
-    WaitHandle copy;
-    const WaitHandle blind = ownToken(TOKEN_QUERY);
-    EXPECT_FALSE(DuplicateTokenEx(blind.get(), TOKEN_QUERY, nullptr, SecurityImpersonation, TokenPrimary, copy.put()));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-    const WaitHandle token = ownToken(TOKEN_QUERY | TOKEN_DUPLICATE);
-    ASSERT_TRUE(
-        CreateRestrictedToken(token.get(), DISABLE_MAX_PRIVILEGE, 0, nullptr, 0, nullptr, 0, nullptr, copy.put()));
-    WaitHandle second, none;
-    for (const TOKEN_TYPE type : {TokenPrimary, TokenImpersonation}) {
-        ASSERT_TRUE(DuplicateTokenEx(copy.get(), TOKEN_QUERY, nullptr, SecurityIdentification, type, second.put()));
-        TOKEN_STATISTICS statistics = {};
-        DWORD needed = 0;
-        ASSERT_TRUE(GetTokenInformation(second.get(), TokenStatistics, &statistics, sizeof statistics, &needed));
-        EXPECT_EQ(statistics.TokenType, type);
-        EXPECT_FALSE(DuplicateTokenEx(second.get(), 0, nullptr, SecurityImpersonation, TokenPrimary, none.put()))
-            << "what was not asked for is not granted";
-    }
-}
-
-TEST(Security, processesAndPlacesOfTheUser) {
-    const WaitHandle self(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, GetCurrentProcessId()));
-    ASSERT_TRUE(self);
-    WaitHandle token;
-    EXPECT_TRUE(OpenProcessToken(self.get(), TOKEN_QUERY, token.put()));
-    EXPECT_FALSE(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, 0x7ffffff0));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
-    WCHAR folder[MAX_PATH] = {};
-    const WaitHandle own = ownToken(TOKEN_QUERY | TOKEN_IMPERSONATE | TOKEN_DUPLICATE);
-    ASSERT_EQ(SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, own.get(), SHGFP_TYPE_CURRENT, folder), S_OK);
-    EXPECT_NE(GetFileAttributesW(folder), INVALID_FILE_ATTRIBUTES) << utf8(folder);
-    RegistryKey user, below;
-    ASSERT_EQ(RegOpenCurrentUser(KEY_READ | KEY_WRITE, user.put()), ERROR_SUCCESS);
-    EXPECT_EQ(RegOpenKeyExW(user.get(), TEXT("No\\Such\\Key"), 0, KEY_QUERY_VALUE, below.put()), ERROR_FILE_NOT_FOUND);
-}
-
-TEST(Security, statusesAreErrors) {
-    const struct {
-        DWORD status;
-        ULONG error;
-    } rows[] = {{0, 0}, {0xC000005F, 1312}, {0xC0000022, 5}, {0xC000000D, 87}, {0xC0070020, 32}};
-    for (const auto& row : rows)
-        EXPECT_EQ(LsaNtStatusToWinError(static_cast<NTSTATUS>(row.status)), row.error);
 }
