@@ -61,20 +61,6 @@ TEST_F(ContractQuery, streamThatTakesAFewBytesAtATimeGetsTheWholeLine) {
     EXPECT_EQ(output, "OMBREL_APPLET_NOTES_CONTRACT=2\r\n");
 }
 
-TEST_F(ContractQuery, noStandardOutputAsksForTheConsoleOfTheParent) {
-    std::string output;
-    faults::arm({"GetStdHandle", 0, Action::Fail, 6});
-    faults::arm({"AttachConsole", 1, Action::Fail, 5});
-    EXPECT_EQ(ask(output), 5U) << "there is none";
-    EXPECT_EQ(faults::uses("AttachConsole"), 1U);
-}
-
-TEST_F(ContractQuery, consoleIsNotAskedForWhenThereIsAStream) {
-    std::string output;
-    EXPECT_EQ(ask(output), 0U);
-    EXPECT_EQ(faults::uses("AttachConsole"), 0U);
-}
-
 namespace {
 
 // Runs the query as a process in a session of its own, with these as standard output and terminal (-1 for none).

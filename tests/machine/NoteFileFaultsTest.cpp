@@ -4,7 +4,6 @@
 
 #include "machine/MachineFixture.h"
 #include "notes/FileIo.h"
-#include "notes/NoteRecord.h"
 #include "notes/Text.h"
 #include "support/Files.h"
 #include "support/Text.h"
@@ -102,20 +101,6 @@ TEST_F(MachineTest, flushThatFailsIsNoFailedSaveAndACleanUpThatFailsIsOne) {
     EXPECT_EQ(GetLastError(), 5U);
     EXPECT_TRUE(readFile(kPath) == kNew);
     EXPECT_TRUE(readFile(kTemporary) == kOld) << "the one case in which it stays";
-}
-
-TEST_F(MachineTest, fullDiskIsAFailedSave) {
-    writeFile(kPath, kOld);
-    faults::arm({"WriteFile", 2, Action::Fail, ERROR_DISK_FULL});
-    NoteRecord record = newNoteRecord(TEXT("ann"));
-    record.content = WideString(100000, TEXT('x'));
-    WideString error;
-    EXPECT_FALSE(saveNoteFile(kPath, record, &error));
-    EXPECT_EQ(utf8(error), "cannot write file");
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DISK_FULL));
-    faults::clear();
-    EXPECT_TRUE(readFile(kPath) == kOld);
-    EXPECT_FALSE(exists(kTemporary));
 }
 
 TEST_F(MachineTest, readsDeliverAllOrNothing) {

@@ -107,25 +107,6 @@ TEST_F(NotePlaces, withoutAnyMonitorTheScreenStandsIn) {
     EXPECT_EQ(screen.workArea.bottom, 768);
 }
 
-TEST_F(NotePlaces, windowsAreMadeAsToolsThatNobodyActivates) {
-    NoteWindow& window = open(fresh());
-    EXPECT_EQ(platform::desktop::activeWindow(), nullptr);
-    EXPECT_EQ(static_cast<DWORD>(GetWindowLongW(window.hwnd(), GWL_STYLE)), 0x92000000U);
-    EXPECT_EQ(static_cast<DWORD>(GetWindowLongW(window.hwnd(), GWL_EXSTYLE)), 0x88U);
-    // whoever puts it elsewhere in the order, it stays on top
-    SetWindowPos(window.hwnd(), HWND_TOP, 5, 6, 0, 0, SWP_NOSIZE);
-    EXPECT_NE(platform::desktop::describeWindows().find("ex=00000088"), std::string::npos);
-    EXPECT_EQ(platform::desktop::activeWindow(), window.hwnd());
-}
-
-TEST_F(NotePlaces, theRecordFollowsTheSizeAndAFailedLookKeepsIt) {
-    NoteWindow& window = open(stored(10, 20, 300, 200));
-    SetWindowPos(window.hwnd(), nullptr, 0, 0, 301, 202, SWP_NOMOVE | SWP_NOACTIVATE);
-    EXPECT_EQ(window.note().width, 301);
-    EXPECT_EQ(window.note().height, 202);
-    EXPECT_EQ(window.note().x, 10);
-}
-
 TEST_F(NotePlaces, olderSystemsKnowTheDpiOfTheScreenOnly) {
     platform::desktop::setMonitors({kLeft, kRight4K});
     NoteWindow& window = open(fresh(TEXT("\\\\.\\DISPLAY3")));

@@ -24,13 +24,6 @@ int runApp(const std::vector<std::string>& arguments) {
 
 }  // namespace
 
-TEST_F(MachineTest, startWithoutComEndsWith1) {
-    faults::arm({"CoInitializeEx", 1, faults::Action::Fail, 8});
-    EXPECT_EQ(runApp({"Vellumd", "--help"}), kComFailed);
-    EXPECT_TRUE(notices::takeMessageBoxes().empty());
-    EXPECT_EQ(faults::uses("CoUninitialize"), 0U) << "nothing is owed";
-}
-
 TEST_F(MachineTest, startEntersAnApartmentAndInitialisesTheControls) {
     setCommandLine({"Vellumd", "--register", "--delete"});
     App app;

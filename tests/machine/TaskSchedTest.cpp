@@ -326,25 +326,6 @@ TEST_F(TaskSchedTest, questionForElevationThatFailsTellsItsError) {
     EXPECT_EQ(utf8(error), "Task management requires an elevated administrator or LocalSystem (hr=0x8007051d)");
 }
 
-TEST_F(TaskSchedTest, firstRunStartsTheActionAsLocalSystem) {
-    const fs::path program = folder() / "drive_c" / "my action", out = folder() / "drive_c" / "out";
-    std::ofstream(program) << "#!/bin/sh\n"
-                              "for i in $(seq 500); do [ -e go ] && break; sleep .01; done\n"
-                              "printf '%s|' \"$@\" \"$VELLUM_TOKEN\" \"$VELLUM_FAULTS\" \"$PWD\" > out.new\n"
-                              "mv out.new out\n";
-    fs::permissions(program, fs::perms::owner_all);
-    setenv("VELLUM_FAULTS", "x:1=fail", 1);
-    EXPECT_TRUE(TaskSched::registerRecoveryTask(kName, TEXT("C:\\my action"), TEXT("a \"b c\" \"d\\\\\" \"e\\\"f\""),
-                                                true, &error))
-        << utf8(error);
-    unsetenv("VELLUM_FAULTS");
-    EXPECT_FALSE(fs::exists(out)) << "nobody waits for it";
-    std::ofstream(folder() / "drive_c" / "go") << "";
-    ASSERT_TRUE(eventually([&] { return fs::exists(out); }));
-    EXPECT_EQ(contentOf(out), "a|b c|d\\|e\"f|SYSTEM@0||" + (folder() / "drive_c").string() + "|");
-    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "no child is left";
-}
-
 TEST_F(TaskSchedTest, rolesEndWithTheirCodesAndLines) {
     const std::string name = " - a b";
     const auto run = [&](std::vector<std::string> arguments, const char* token, int exitCode, const std::string& line) {
@@ -368,15 +349,4 @@ TEST_F(TaskSchedTest, rolesEndWithTheirCodesAndLines) {
     run({"/delete", "-i", "a b"}, "SYSTEM@0", 0,
         "[INFO ] TaskSched: Deleted logon task 'Ombrel Agent Display Notes - a b'");
     EXPECT_EQ(filesOfTasks(), 0U);
-}
-
-TEST_F(TaskSchedTest, taskIsFiredByHand) {
-    const fs::path tool = RoleProcess::builtProgram().parent_path() / "vellum-fire-task";
-    EXPECT_EQ(RoleProcess({"no such task"}, {}, tool).exitCode(), 1);
-    EXPECT_EQ(RoleProcess({}, {}, tool).exitCode(), 2);
-    std::ofstream(folder() / "drive_c" / "go") << "#!/bin/sh\necho fired > C\n";
-    fs::permissions(folder() / "drive_c" / "go", fs::perms::owner_all);
-    ASSERT_TRUE(TaskSched::registerRecoveryTask(kName, TEXT("C:\\go"), TEXT(""), false, &error));
-    EXPECT_EQ(RoleProcess({"ombrel agent display NOTES"}, {}, tool).exitCode(), 0) << "names have no case";
-    EXPECT_TRUE(eventually([&] { return contentOf(folder() / "drive_c" / "C") == "fired\n"; }));
 }

@@ -168,33 +168,14 @@ TEST(Json, bothWaysOfReadingAgreeOnDamagedDocuments) {
         "{\"id\":\"a\\u00e9\\ud83d\\ude00\",\"t\":\"Gr\xC3\xBC\xC3\x9F \xE4\xBD\xA0 \xF0\x9F\x98\x80 \\\\par\\r\\n"
         "0123456789abcdef0123456789abcdef\",\n "
         "\"n\":[1,-2.5e3,1e999,0.1,12345678901234567],\"o\":{\"x\":true,\"y\":null}}";
-    const std::string pieces[] = {"\"",
-                                  "\\",
-                                  "{",
-                                  "}",
-                                  "[",
-                                  "]",
-                                  ",",
-                                  ":",
-                                  "\xC3",
-                                  "\x80",
-                                  "\xED\xA0\x80",
-                                  "\n",
-                                  "\\u",
-                                  "\\ud83d",
-                                  "1",
-                                  "-",
-                                  "e",
-                                  " ",
-                                  std::string(1, 0),
-                                  "\xF4\x90",
-                                  "x"};
+    // Of which parts are put in: what has a meaning, whole, half and out of place.
+    const std::string meaning("\"\\{}[],:\n\\u\\ud83d1-e x\xC3\x80\xED\xA0\x80\xF4\x90\0", 30);
     int accepted = 0;
     for (int round = 0; round < 20000; ++round) {
         std::string bytes = good;
         for (std::size_t damage = 1 + random() % 3; damage > 0; --damage) {
             const std::size_t at = random() % bytes.size();
-            const std::string& piece = pieces[random() % std::size(pieces)];
+            const std::string piece = meaning.substr(random() % meaning.size(), 1 + random() % 3);
             if (random() % 2 == 0)
                 bytes.insert(at, piece);
             else
@@ -292,29 +273,6 @@ TEST(JsonWriter, prettyFormIsExact) {
     EXPECT_EQ(utf8(serializeJson(value, true)), expected);
 }
 
-TEST(JsonWriter, numbersKeepTheirRule) {
-    const struct {
-        double number;
-        const char* text;
-    } rows[] = {{260, "260"},
-                {-5, "-5"},
-                {2.5, "2.5"},
-                {-0.0, "0"},
-                {1e15, "1000000000000000"},
-                {9223372036854775808.0, "-9223372036854775808"},
-                {-9223372036854775808.0, "-9223372036854775808"},
-                {-9223372036854777856.0, "-9.2233720368547779e+18"},
-                {0.1, "0.10000000000000001"},
-                {1e-5, "1.0000000000000001e-05"},
-                {1e100, "1e+100"},
-                {123456.789, "123456.789"},
-                {std::numeric_limits<double>::infinity(), "null"},
-                {-std::numeric_limits<double>::infinity(), "null"},
-                {std::nan(""), "null"}};
-    for (const auto& row : rows)
-        EXPECT_EQ(serializeJsonUtf8(JsonValue(row.number), true), row.text);
-}
-
 TEST(JsonWriter, bothTargetsAgreeOnAnyText) {
     std::mt19937 random(11);
     const WCHAR units[] = {TEXT('a'), TEXT('b'), TEXT(' '), TEXT('/'), 0x7F,   TEXT('"'), TEXT('\\'), 0,
@@ -333,5 +291,6 @@ TEST(JsonWriter, bothTargetsAgreeOnAnyText) {
         ASSERT_EQ(utf8(back.members[0].key), utf8(text)) << "what was written reads back";
         ASSERT_EQ(utf8(back.members[0].value.asString()), utf8(text));
     }
-    EXPECT_EQ(serializeJsonUtf8(JsonValue(WideString(TEXT("\x1F/\u00E9"))), true), "\"\\u001f/\xC3\xA9\"");
+    EXPECT_EQ(serializeJsonUtf8(JsonValue(WideString(TEXT("\x1F/\u00E9\xDC00-\xD83D\xD83D\xDE00"))), true),
+              "\"\\u001f/\xC3\xA9\xEF\xBF\xBD-\xEF\xBF\xBD\xF0\x9F\x98\x80\"");
 }

@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <aclapi.h>
-#include <objbase.h>
 
 #include <cstring>
 #include <filesystem>
@@ -11,7 +10,6 @@
 
 #include "common/Handles.h"
 #include "support/Files.h"
-#include "support/Text.h"
 
 namespace {
 
@@ -133,12 +131,4 @@ TEST(FileHandles, foldersWithoutShareDeleteKeepTheirNames) {
     std::filesystem::create_directory(hostPath(moved));
     claimed = open(path, pin | DELETE, sharing, OPEN_EXISTING, flags);
     EXPECT_EQ(renameTo(claimed, moved, false), DWORD{ERROR_ALREADY_EXISTS});
-}
-
-TEST(FileHandles, guidHasAText) {
-    const GUID guid = {0x6F9619FF, 0x8B86, 0xD011, {0xB4, 0x2D, 0x00, 0xC0, 0x4F, 0xC9, 0x64, 0xFF}};
-    WCHAR text[40] = {};
-    EXPECT_EQ(StringFromGUID2(guid, text, 38), 0);
-    EXPECT_EQ(StringFromGUID2(guid, text, 40), 39);
-    EXPECT_EQ(utf8(text), "{6F9619FF-8B86-D011-B42D-00C04FC964FF}");
 }

@@ -30,20 +30,3 @@ TEST(FindFiles, patternIsMatchedWhateverItsCase) {
         {"a.json", "5"}, {"B.JSON", "0"}, {"x.y.json", "1"}, {"d.json", "folder"}};
     EXPECT_EQ(found, expected);
 }
-
-TEST(FindFiles, nothingToFindIsAnError) {
-    const TempFolder folder;
-    const struct {
-        WideString pattern;
-        DWORD error;
-    } rows[] = {{folder / TEXT("*.json"), ERROR_FILE_NOT_FOUND},
-                {folder / TEXT("missing\\*.json"), ERROR_PATH_NOT_FOUND},
-                {folder / TEXT("missing\\deeper\\*.json"), ERROR_PATH_NOT_FOUND}};
-    for (const auto& row : rows) {
-        WIN32_FIND_DATAW entry = {};
-        const HANDLE search = FindFirstFileW(row.pattern.c_str(), &entry);
-        const DWORD error = GetLastError();
-        EXPECT_EQ(search, INVALID_HANDLE_VALUE);
-        EXPECT_EQ(error, row.error) << utf8(row.pattern);
-    }
-}
