@@ -12,10 +12,6 @@ namespace {
 class Burst : public DisplayMachine {
   protected:
     Burst() { platform::clock::useRealTime(); }
-    ~Burst() override {
-        while (HWND window = FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr))
-            DestroyWindow(window);
-    }
     template <typename Condition>
     bool pumpUntil(Condition condition) {
         return eventually(

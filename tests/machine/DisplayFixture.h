@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <sstream>
 
 #include "Desktop.h"
 #include "MachineFixture.h"
@@ -11,8 +10,6 @@
 #include "app/ExitCode.h"
 #include "common/Messages.h"
 #include "support/Eventually.h"
-#include "support/Files.h"
-#include "support/Text.h"
 
 class DisplayMachine : public MachineTest {
   protected:
@@ -21,6 +18,14 @@ class DisplayMachine : public MachineTest {
         platform::desktop::setMonitors(platform::machine().monitors);
         std::filesystem::create_directories(notes());
     }
+    // What an App leaves to the system.
+    ~DisplayMachine() override {
+        platform::clock::useRealTime();
+        while (HWND window = firstNote())
+            DestroyWindow(window);
+    }
+
+    static HWND firstNote() { return FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr); }
 
     std::filesystem::path notes() const { return folder() / "notes"; }
     // Of the file, as the App builds it.
@@ -29,11 +34,7 @@ class DisplayMachine : public MachineTest {
     void putNote(const std::string& id, const std::string& more = "") const {
         put(id + ".json", "{\"id\":\"" + id + "\"" + more + "}");
     }
-    std::string get(const std::string& name) const {
-        std::stringstream text;
-        text << std::ifstream(notes() / name).rdbuf();
-        return text.str();
-    }
+    std::string get(const std::string& name) const { return contentOf(notes() / name); }
 
     // Starts a display of the notes folder, without a watcher unless `more` says "watched".
     int start(App& app, const std::vector<std::string>& more = {}) {
@@ -56,18 +57,7 @@ class DisplayMachine : public MachineTest {
     void tellRemoved(const App& app, const std::string& name) const { sendText(app, WM_APP_FILE_REMOVED, path(name)); }
     void save(const App& app, const std::string& id) const { sendText(app, WM_APP_NOTE_CHANGED, wide(id)); }
 
-    // What was logged since the last call, a line each, without the time.
-    std::string log() {
-        std::string text;
-        for (const std::u16string& line : platform::notices::takeDebugOutput()) {
-            const std::string whole = utf8(line);
-            text += whole.substr(std::min(whole.find('['), whole.size()));
-        }
-        return text;
-    }
-    static bool has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
-
-    // The class and rectangle of each note window, the uppermost first.
+    // The rectangle of each note window, the uppermost first.
     static std::vector<RECT> noteRects() {
         std::vector<RECT> rects;
         for (HWND window = nullptr;

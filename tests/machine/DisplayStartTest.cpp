@@ -88,13 +88,9 @@ TEST_F(DisplayStart, theAutoStartValueIsWrittenAnewAtEachStart) {
     App first, second, third;
     platform::setCommandLine({"Vellumd", "--folder", utf8(folderOption), "-i", "x", "--log-level", "debug"});
     EXPECT_EQ(first.initialize(nullptr, TEXT("")), kEnterMessageLoop);
-    const std::string value = folder() /
-                              "registry/HKEY_USERS/operator/Software/Microsoft/Windows/CurrentVersion/Run/"
-                              "Vellumd.REG_SZ";
     const auto read = [&] {
-        std::stringstream text;
-        text << std::ifstream(value).rdbuf();
-        return text.str();
+        return contentOf(folder() /
+                         "registry/HKEY_USERS/operator/Software/Microsoft/Windows/CurrentVersion/Run/Vellumd.REG_SZ");
     };
     const std::string image = read().substr(0, read().find("\" ") + 1);
     EXPECT_TRUE(image.starts_with("\"Z:\\") && image.ends_with("vellum-machine-tests\"")) << image;
@@ -118,7 +114,7 @@ TEST_F(DisplayStart, shutdownLeavesTheWindowsOfNotesToTheSystem) {
     {
         App app;
         EXPECT_EQ(start(app), kEnterMessageLoop);
-        left = FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr);
+        left = firstNote();
         ASSERT_NE(left, nullptr);
         const std::string before = get("a.json");
         app.shutdown();
@@ -152,12 +148,10 @@ TEST_F(DisplayStart, anyCallMayFail) {
         if (exitCode == kEnterMessageLoop) platform::desktop::pump();
         app.shutdown();
         EXPECT_EQ(app.messageWindow(), nullptr);
-        for (HWND window = nullptr;
-             (window = FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr)) != nullptr;)
-            if (!DestroyWindow(window)) break;
+        for (HWND window = firstNote(); window != nullptr && DestroyWindow(window);)
+            window = firstNote();
         platform::faults::clear();
-        for (HWND window = nullptr;
-             (window = FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr)) != nullptr;)
+        while (HWND window = firstNote())
             DestroyWindow(window);
     };
     for (unsigned use = 1; use < 2000; ++use) {

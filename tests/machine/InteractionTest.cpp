@@ -4,6 +4,7 @@
 #include "DisplayFixture.h"
 #include "controls/TextControl.h"
 #include "drawing/Surface.h"
+#include "support/ControlParent.h"
 #include "windows/Window.h"
 
 namespace {
@@ -15,8 +16,6 @@ class Interaction : public DisplayMachine {
     ~Interaction() override {
         platform::clock::useRealTime();
         app.shutdown();
-        while (HWND window = FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr))
-            DestroyWindow(window);
     }
     // Opens one note at 100, 100 of 260 by 260.
     void open(const std::string& more = "", const std::string& id = "n") {
@@ -25,16 +24,9 @@ class Interaction : public DisplayMachine {
         platform::desktop::pump();
         log();
     }
-    static std::shared_ptr<platform::Window> window() {
-        return platform::findWindow(FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr));
-    }
+    static std::shared_ptr<platform::Window> window() { return platform::findWindow(firstNote()); }
     static HWND title() { return window()->children[0]; }
     static HWND body() { return window()->children[1]; }
-    static std::string textOf(HWND control) {
-        WideString text(static_cast<std::size_t>(GetWindowTextLengthW(control)), 0);
-        GetWindowTextW(control, text.data(), static_cast<int>(text.size()) + 1);
-        return utf8(text);
-    }
     void after(std::int64_t milliseconds) const {
         platform::clock::advance(milliseconds);
         platform::desktop::pump();
@@ -371,7 +363,7 @@ TEST_F(Interaction, newSaveAndDismissLeaveNothingWhateverFails) {
             if (noteRects().size() > open) sendText(app, WM_APP_NOTE_DISMISS, wide(id));
         }
         while (noteRects().size() > open)
-            DestroyWindow(FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr));
+            DestroyWindow(firstNote());
         EXPECT_EQ(platform::faults::openHandles(), handles);
         if (HasFailure()) FAIL() << text;
         if (!fired) break;

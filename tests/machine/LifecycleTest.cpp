@@ -11,8 +11,6 @@ class Lifecycle : public DisplayMachine {
     ~Lifecycle() override {
         platform::clock::useRealTime();
         app.shutdown();
-        while (HWND window = FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr))
-            DestroyWindow(window);
     }
     App app;
 };

@@ -9,12 +9,13 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <thread>
 
 #include "Faults.h"
 #include "Machine.h"
+#include "support/Files.h"
+#include "support/Text.h"
 
 class MachineTest : public testing::Test {
   protected:
@@ -36,10 +37,20 @@ class MachineTest : public testing::Test {
     }
     const std::filesystem::path& folder() const { return folder_; }
 
+    // What was logged since the last call, a line each, without the time.
+    static std::string log() {
+        std::string text;
+        for (const std::u16string& line : platform::notices::takeDebugOutput()) {
+            const std::string whole = utf8(line);
+            text += whole.substr(std::min(whole.find('['), whole.size()));
+        }
+        return text;
+    }
+    static bool has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
     // What a process was started with, a line for each variable.
     static std::string environmentOf(pid_t id) {
-        std::ifstream file("/proc/" + std::to_string(id) + "/environ");
-        std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        std::string text = contentOf("/proc/" + std::to_string(id) + "/environ");
         std::replace(text.begin(), text.end(), '\0', '\n');
         return text;
     }

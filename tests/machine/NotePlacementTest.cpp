@@ -157,6 +157,4 @@ TEST_F(NotePlaces, openNotesDoNotCoverEachOther) {
         EXPECT_EQ(rects[rects.size() - 1 - i].top, taken[i].top) << i;
     }
     app.shutdown();
-    while (HWND window = FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr))
-        DestroyWindow(window);
 }

@@ -71,11 +71,7 @@ class RoleProcess {
         return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
     }
     // What it told the debugger, and what it wrote to standard output.
-    std::string said() const {
-        std::stringstream text;
-        text << std::ifstream(errors_).rdbuf();
-        return text.str();
-    }
+    std::string said() const { return contentOf(errors_); }
     bool says(const std::string& text) const {
         return eventually([&] { return said().find(text) != std::string::npos; });
     }

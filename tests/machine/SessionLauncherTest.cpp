@@ -39,15 +39,6 @@ class SessionLauncherMachine : public MachineTest {
     bool isServedOnce(DWORD session) const {
         return eventually([&] { return displays(session).size() == 1; }, std::chrono::seconds(20));
     }
-    static std::string log() {
-        std::string text;
-        for (const std::u16string& line : notices::takeDebugOutput()) {
-            const std::string whole = utf8(line);
-            text += whole.substr(std::min(whole.find('['), whole.size()));
-        }
-        return text;
-    }
-    static bool has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
     // Nothing is started: the program is not there.
     static bool dispatch() { return SessionLauncher::dispatchToSessions(TEXT("C:\\none.exe"), TEXT("")); }
     static Environment system() { return {{"VELLUM_TOKEN", "SYSTEM@0"}}; }

@@ -2,10 +2,8 @@
 #include "dispatch/TaskSched.h"
 
 #include <objbase.h>
-#include <sys/wait.h>
 
 #include <fstream>
-#include <sstream>
 
 #include "common/Handles.h"
 #include "machine/MachineFixture.h"
@@ -76,12 +74,6 @@ const char* const kWholeTask =
     "path = C:\\Program Files\\V\\Vellumd.exe\n"
     "arguments = --launch-user-sessions -i \"a b\" --no-autostart\n"
     "working directory = C:\\Program Files\\V\\\n";
-
-std::string contentOf(const fs::path& file) {
-    std::stringstream text;
-    text << std::ifstream(file).rdbuf();
-    return text.str();
-}
 
 class TaskSchedTest : public MachineTest {
   protected:

@@ -7,7 +7,11 @@
 namespace fs = std::filesystem;
 
 std::string readFile(const WideString& path) {
-    std::ifstream file(hostPath(path), std::ios::binary);
+    return contentOf(hostPath(path));
+}
+
+std::string contentOf(const fs::path& hostFile) {
+    std::ifstream file(hostFile, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 

@@ -12,6 +12,7 @@ std::filesystem::path hostPath(const WideString& path);
 WideString productPath(const std::filesystem::path& path);
 
 std::string readFile(const WideString& path);
+std::string contentOf(const std::filesystem::path& hostFile);
 void writeFile(const WideString& path, const std::string& bytes);
 bool exists(const WideString& path);
 
