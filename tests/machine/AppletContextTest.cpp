@@ -6,13 +6,6 @@
 using namespace AppletNotes;
 using namespace platform;
 
-namespace {
-
-constexpr const char* kPolicies =
-    "registry/HKEY_LOCAL_MACHINE/SOFTWARE/Microsoft/Windows/CurrentVersion/Policies/System";
-
-}  // namespace
-
 class AppletContextMachine : public StoreMachine {
   protected:
     // The error of reading the context, 0 for success.
@@ -31,15 +24,6 @@ class AppletContextMachine : public StoreMachine {
     void describeOne(const std::string& user, const std::string& session, const std::string& rest = "") {
         describe("[user operator]\nprofile = C:\\Users\\operator\n" + user + "\n[session 1]\nuser = operator\n" +
                  session + "\n" + rest);
-    }
-    void setUac(DWORD type, DWORD value) const {
-        HKEY key = nullptr;
-        ASSERT_EQ(
-            RegCreateKeyExW(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Policies\\System"),
-                            0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr),
-            ERROR_SUCCESS);
-        RegSetValueExW(key, TEXT("EnableLUA"), 0, type, reinterpret_cast<const BYTE*>(&value), sizeof value);
-        RegCloseKey(key);
     }
 };
 
@@ -100,12 +84,11 @@ TEST_F(AppletContextMachine, elevationCountsOnlyWithoutUac) {
     describeOne("administrator = yes", "shell token = operator@1 high");
     useToken("operator@1 high");
     EXPECT_EQ(read(true), 5U) << "no value";
-    setUac(REG_DWORD, 1);
+    setUac("REG_DWORD", "01000000");
     EXPECT_EQ(read(true), 5U) << "UAC on";
-    setUac(REG_BINARY, 0);
+    setUac("REG_BINARY", "00000000");
     EXPECT_EQ(read(true), 5U) << "of another type";
-    fs::remove_all(folder() / kPolicies);
-    setUac(REG_DWORD, 0);
+    setUac("REG_DWORD", "00000000");
     EXPECT_EQ(read(true), 0U) << "UAC off";
     EXPECT_EQ(read(false), 5U) << "not asked for";
     useToken("operator@1");
@@ -118,7 +101,7 @@ TEST_F(AppletContextMachine, elevationCountsOnlyWithoutUac) {
 TEST_F(AppletContextMachine, everyFailingCallIsAnError) {
     describeOne("administrator = yes", "shell token = operator@1 high");
     useToken("operator@1 high");
-    setUac(REG_DWORD, 0);
+    setUac("REG_DWORD", "00000000");
     AppletContext found;
     DWORD err = 0;
     bool done = false;

@@ -26,25 +26,15 @@ class AppletDisplayMachine : public StoreMachine {
         fs::copy_file(RoleProcess::builtProgram(), folder / "Vellumd.exe");
         return folder / "Vellumd.exe";
     }
+    fs::path runValue() const {
+        return folder() /
+               "registry/HKEY_USERS/operator/Software/Microsoft/Windows/CurrentVersion/Run/OmbrelAppletNotes.REG_SZ";
+    }
     void setRunValue(const fs::path& image) const {
-        HKEY key = nullptr;
-        ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run"), 0,
-                                  nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr),
-                  ERROR_SUCCESS);
-        const WideString text = TEXT("\"") + productPath(image) + TEXT("\" --applet-recover");
-        RegSetValueExW(key, TEXT("OmbrelAppletNotes"), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                       static_cast<DWORD>((text.size() + 1) * sizeof(WCHAR)));
-        RegCloseKey(key);
+        fs::create_directories(runValue().parent_path());
+        std::ofstream(runValue()) << "\"" << utf8(productPath(image)) << "\" --applet-recover";
     }
-    static bool hasRunValue() {
-        HKEY key = nullptr;
-        RegOpenKeyExW(HKEY_CURRENT_USER, TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run"), 0, KEY_QUERY_VALUE,
-                      &key);
-        const bool found =
-            RegQueryValueExW(key, TEXT("OmbrelAppletNotes"), nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-        RegCloseKey(key);
-        return found;
-    }
+    bool hasRunValue() const { return fs::exists(runValue()); }
 
     QueueStore store_;
     std::string name_;
@@ -71,7 +61,8 @@ TEST_F(AppletDisplayMachine, showsItsQueueAndWritesEditsBack) {
 
     display.type("typed");
     EXPECT_TRUE(eventually([&] {
-        return (get(queue_ / "note_a.json") + get(queue_ / "note_b.json")).find("typed") != std::string::npos;
+        return (contentOf(queue_ / "note_a.json") + contentOf(queue_ / "note_b.json")).find("typed") !=
+               std::string::npos;
     })) << display.said();
     EXPECT_EQ(fs::status(queue_ / "note_a.json").permissions(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(fs::status(queue_ / "note_b.json").permissions(), fs::perms::owner_read | fs::perms::owner_write);
@@ -97,9 +88,7 @@ TEST_F(AppletDisplayMachine, dismissalThatFailsKeepsTheNoteOpen) {
     putNote("note_a");
     RoleProcess display(arguments());
     ASSERT_TRUE(display.shows(1)) << display.said();
-    const WideString lock = context().storeRoot + TEXT("\\.lifecycle.lock");
-    const HANDLE held = CreateFileW(lock.c_str(), GENERIC_READ, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
-    ASSERT_NE(held, INVALID_HANDLE_VALUE);
+    const HANDLE held = hold(".lifecycle.lock");
     display.pressClose();
     EXPECT_TRUE(display.says("Applet note dismissal failed; note kept open (err=32)"));
     EXPECT_TRUE(
@@ -109,7 +98,7 @@ TEST_F(AppletDisplayMachine, dismissalThatFailsKeepsTheNoteOpen) {
     EXPECT_TRUE(isThere("note_a"));
     display.type("unsaved");
     EXPECT_TRUE(display.says("(private note update failed; Windows error 32)"));
-    EXPECT_EQ(get(queue_ / "note_a.json").find("unsaved"), std::string::npos);
+    EXPECT_EQ(contentOf(queue_ / "note_a.json").find("unsaved"), std::string::npos);
     CloseHandle(held);
     display.pressClose();
     EXPECT_TRUE(display.shows(0));
@@ -138,7 +127,7 @@ TEST_F(AppletDisplayMachine, lastDismissalOfTheStagedProgramRemovesTheAutoStartV
     EXPECT_TRUE(hasRunValue());
     display.pressClose();
     ASSERT_TRUE(display.shows(0));
-    EXPECT_TRUE(eventually([] { return !hasRunValue(); })) << display.said();
+    EXPECT_TRUE(eventually([&] { return !hasRunValue(); })) << display.said();
     EXPECT_EQ(display.said().find("cleanup deferred"), std::string::npos);
 
     // The process stays, and shows what comes.
@@ -147,7 +136,7 @@ TEST_F(AppletDisplayMachine, lastDismissalOfTheStagedProgramRemovesTheAutoStartV
     ASSERT_TRUE(display.shows(1));
     fs::remove(queue_ / "note_c.json");
     ASSERT_TRUE(display.shows(0));
-    EXPECT_TRUE(eventually([] { return !hasRunValue(); })) << "a removal from outside counts as well";
+    EXPECT_TRUE(eventually([&] { return !hasRunValue(); })) << "a removal from outside counts as well";
 }
 
 // A pass over a store without notes removes the auto-start value where the program itself is the staged one.

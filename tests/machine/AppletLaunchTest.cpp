@@ -33,10 +33,7 @@ class AppletLaunchMachine : public PassMachine {
             "[user operator]\nprofile = C:\\Users\\operator\nadministrator = yes\n"
             "[session 1]\nuser = operator\nlogon = 0x3A1F7\nlogon time = 0x1DC2F6A5B3C4D10\n"
             "shell token = operator@1 high\n");
-        const fs::path key =
-            folder() / "registry/HKEY_LOCAL_MACHINE/SOFTWARE/Microsoft/Windows/CurrentVersion/Policies/System";
-        fs::create_directories(key);
-        std::ofstream(key / "EnableLUA.REG_DWORD") << enableLua;
+        setUac("REG_DWORD", enableLua);
     }
 };
 

@@ -15,16 +15,7 @@ using namespace platform;
 
 namespace {
 
-constexpr std::size_t kMiB = 0x100000;
 constexpr const WCHAR* kNote = TEXT("note_a.json");
-
-// A lock as its holder has it.
-HANDLE hold(const WideString& path) {
-    const HANDLE handle =
-        CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    EXPECT_NE(handle, INVALID_HANDLE_VALUE) << GetLastError();
-    return handle;
-}
 
 }  // namespace
 
@@ -62,7 +53,7 @@ TEST_F(QueueLeaseMachine, isForOneOfThisLogonsQueuesOnly) {
     EXPECT_FALSE(QueueLease::open(QueueStore(), wide(name_), context().identity, second, err));
     EXPECT_EQ(err, 5U);
 
-    const HANDLE lifecycle = hold(pathOf(".lifecycle.lock"));
+    const HANDLE lifecycle = hold(".lifecycle.lock");
     EXPECT_FALSE(QueueLease::open(store_, wide(name_), context().identity, second, err));
     EXPECT_EQ(err, 32U);
     CloseHandle(lifecycle);
@@ -143,7 +134,7 @@ TEST_F(QueueLeaseMachine, readsWholeNotesWithinTheirLimits) {
     EXPECT_EQ(err, 38U);
     faults::clear();
     // A reader does not mind the writer's lock, nor the store's.
-    const HANDLE writer = hold(pathOf(name_ + "\\.writer.lock")), lifecycle = hold(pathOf(".lifecycle.lock"));
+    const HANDLE writer = hold(name_ + "\\.writer.lock"), lifecycle = hold(".lifecycle.lock");
     EXPECT_TRUE(held.readNote(kNote, bytes, err));
     EXPECT_FALSE(held.updateNote(kNote, "x", err));
     EXPECT_EQ(err, 32U);
@@ -167,7 +158,7 @@ TEST_F(QueueLeaseMachine, replacesANoteByAPrivateOne) {
     faults::arm({"WriteFile", 0, faults::Action::Short, 1000});
     ASSERT_TRUE(held.updateNote(kNote, bytes, err)) << err;
     faults::clear();
-    EXPECT_EQ(get(queue_ / "note_a.json"), bytes);
+    EXPECT_EQ(contentOf(queue_ / "note_a.json"), bytes);
     EXPECT_EQ(fs::status(queue_ / "note_a.json").permissions(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(names(), (std::vector<std::string>{".display.lock", ".writer.lock", "note_a.json"}));
 
@@ -181,7 +172,7 @@ TEST_F(QueueLeaseMachine, replacesANoteByAPrivateOne) {
     EXPECT_FALSE(held.updateNote(kNote, "new", err));
     EXPECT_EQ(err, 29U);
     faults::clear();
-    EXPECT_EQ(get(queue_ / "note_a.json"), bytes);
+    EXPECT_EQ(contentOf(queue_ / "note_a.json"), bytes);
     EXPECT_EQ(names().size(), 3U);
 }
 
@@ -218,7 +209,7 @@ TEST_F(QueueLeaseMachine, limitsOfTheQueueHoldAtTheirEdges) {
     fs::create_symlink(queue_ / "note_3.json", queue_ / "link.json");
     EXPECT_FALSE(held.updateNote(kNote, "newest", err));
     EXPECT_EQ(err, 112U);
-    EXPECT_EQ(get(queue_ / "note_a.json"), "newer");
+    EXPECT_EQ(contentOf(queue_ / "note_a.json"), "newer");
     for (const auto& entry : fs::directory_iterator(queue_))
         if (entry.path().extension() == ".json") fs::remove(entry);
 
@@ -244,7 +235,7 @@ TEST_F(QueueLeaseMachine, temporaryPathOf260CharactersIsTooLong) {
         const bool fits = length < 260;
         EXPECT_EQ(held.updateNote(kNote, "new", err), fits);
         EXPECT_EQ(err, fits ? 0U : 206U);
-        EXPECT_EQ(get(queue / "note_a.json"), fits ? "new" : "old");
+        EXPECT_EQ(contentOf(queue / "note_a.json"), fits ? "new" : "old");
     }
 }
 
@@ -304,7 +295,7 @@ TEST_F(QueueLeaseMachine, everyFailingCallLeavesTheNoteWhole) {
         EXPECT_TRUE(done || err == 1234 || err == static_cast<DWORD>(HRESULT_FROM_WIN32(1234)) || err == 13 || err == 5)
             << err;
         EXPECT_TRUE(done || fired);
-        const std::string now = get(queue_ / "note_a.json");
+        const std::string now = contentOf(queue_ / "note_a.json");
         EXPECT_TRUE(!updates || now == "old" || now == content) << now;
         EXPECT_TRUE(!updates || !done || now == content) << now;
         for (const auto& entry : fs::directory_iterator(queue_)) {
@@ -350,7 +341,7 @@ TEST_F(QueueLeaseMachine, killedAtAnyCallItLeavesWhatTheNextOneCanUse) {
             const bool finished = WIFEXITED(status) && WEXITSTATUS(status) == 7;
 
             const bool there = fs::exists(queue_ / "note_a.json");
-            const std::string content = there ? get(queue_ / "note_a.json") : "gone";
+            const std::string content = there ? contentOf(queue_ / "note_a.json") : "gone";
             EXPECT_TRUE(content == "old" || content == (updates ? "new" : "gone")) << content;
             unsigned strays = 0;
             for (const auto& entry : fs::directory_iterator(queue_))
@@ -403,10 +394,10 @@ TEST_F(QueueLeaseMachine, cleanupRemovesTheEntryOfAnEmptyStoreOnly) {
         refused(0);
         fs::remove(queue_ / name);
     }
-    const HANDLE writer = hold(pathOf(name_ + "\\.writer.lock"));
+    const HANDLE writer = hold(name_ + "\\.writer.lock");
     refused(32);
     CloseHandle(writer);
-    const HANDLE lifecycle = hold(pathOf(".lifecycle.lock"));
+    const HANDLE lifecycle = hold(".lifecycle.lock");
     refused(32);
     CloseHandle(lifecycle);
     putPrivateFile(root() / "applet-x", "");

@@ -148,7 +148,7 @@ TEST_F(QueueStoreMachine, makesItsRootPrivateAndNothingElse) {
     EXPECT_FALSE(fs::exists(root()));
     putPrivateFile(root(), "file");
     EXPECT_EQ(open(utf8(context().storeRoot), true), 5U);
-    EXPECT_EQ(get(root()), "file");
+    EXPECT_EQ(contentOf(root()), "file");
 }
 
 TEST_F(QueueStoreMachine, refusedOpeningLeavesItEmpty) {

@@ -218,7 +218,7 @@ TEST_F(RecoveryStressMachine, everyNoteIsThereOnce) {
         EXPECT_EQ(shown.count(id), 1U) << id;
         NoteRecord note;
         EXPECT_TRUE(loadNoteFile(productPath(files[0]), note, nullptr) && note.content.find(u'.') != WideString::npos)
-            << files[0] << " is not whole: " << get(files[0]);
+            << files[0] << " is not whole: " << contentOf(files[0]);
     }
     std::printf("%zu notes written, %zu left, %u edits, %u logons; passes that ended with 0, 16, 17: %u, %u, %u\n",
                 written_.size(), stored.size(), edits_, logons_, ended_[0], ended_[16], ended_[17]);

@@ -12,12 +12,6 @@
 using namespace AppletNotes;
 using namespace platform;
 
-namespace {
-
-constexpr std::size_t kMiB = 0x100000;
-
-}  // namespace
-
 class RecoveryMachine : public StoreMachine {
   protected:
     RecoveryMachine() : store_(makeStore()), own_(ownQueue()) {}
@@ -41,12 +35,6 @@ class RecoveryMachine : public StoreMachine {
             if (entry.path().filename().string().starts_with("applet-")) found.push_back(entry.path().filename());
         std::sort(found.begin(), found.end());
         return found;
-    }
-    HANDLE hold(const std::string& name) const {
-        const WideString path = context().storeRoot + TEXT("\\") + wide(name);
-        const HANDLE handle = CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
-        EXPECT_NE(handle, INVALID_HANDLE_VALUE) << GetLastError();
-        return handle;
     }
     DWORD measure(const std::string& name, DWORD& count, ULONGLONG& bytes) const {
         DWORD err = 99;
@@ -248,7 +236,7 @@ TEST_F(RecoveryMachine, claimRenamesTheQueueOfAGoneLogonOnly) {
     EXPECT_EQ(name.substr(49, 3), "-r-");
     EXPECT_EQ(name.find_first_of("abcdef", 52), std::string::npos) << "capitals only: " << name;
     EXPECT_EQ(queues(), std::vector<std::string>{name});
-    EXPECT_EQ(get(root() / name / "note_0.json"), std::string(10, 'x'));
+    EXPECT_EQ(contentOf(root() / name / "note_0.json"), std::string(10, 'x'));
     std::string again;
     ASSERT_EQ(claim(name, OwnerState::Gone, again, err), ClaimResult::Claimed) << err;
     EXPECT_TRUE(again.size() == 84 && again != name);
@@ -309,7 +297,7 @@ TEST_F(RecoveryMachine, killedAtAnyCallItLeavesTheQueueForTheNextPass) {
         int status = 0;
         ASSERT_EQ(waitpid(child, &status, 0), child);
         ASSERT_EQ(queues().size(), 1U);
-        EXPECT_EQ(get(root() / queues()[0] / "note_0.json"), std::string(10, 'x'));
+        EXPECT_EQ(contentOf(root() / queues()[0] / "note_0.json"), std::string(10, 'x'));
         const bool isClaimed = queues()[0] != foreign(0);
         EXPECT_EQ(recovered(), isClaimed ? "dispatched=1 " : "claimed=1 dispatched=1 ");
         ++seen[isClaimed ? "claimed" : "as it was"];

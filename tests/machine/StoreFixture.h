@@ -10,10 +10,10 @@
 #include "applet/AppletContext.h"
 #include "applet/QueueLease.h"
 #include "applet/QueueName.h"
-#include "support/Files.h"
-#include "support/Text.h"
 
 namespace fs = std::filesystem;
+
+constexpr std::size_t kMiB = 0x100000;
 
 // Sizes of notes are bytes; the content is a note that a display process can show where it is long enough for one.
 inline std::string noteOfSize(const std::string& id, std::size_t size) {
@@ -83,9 +83,20 @@ logon time = 0x1DC30127C5E6F21
         std::ofstream(file, std::ios::binary) << bytes;
         chmod(file.c_str(), 0600);
     }
-    static std::string get(const fs::path& file) {
-        std::ifstream stream(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    // A file below the store root as one has it who lets nobody else in; made where it is not there.
+    HANDLE hold(const std::string& name) const {
+        const WideString path = context_.storeRoot + TEXT("\\") + wide(name);
+        const HANDLE handle = CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
+        EXPECT_NE(handle, INVALID_HANDLE_VALUE) << GetLastError();
+        return handle;
+    }
+    // EnableLUA as the registry's files hold it.
+    void setUac(const std::string& type, const std::string& value) const {
+        const fs::path key =
+            folder() / "registry/HKEY_LOCAL_MACHINE/SOFTWARE/Microsoft/Windows/CurrentVersion/Policies/System";
+        fs::remove_all(key);
+        fs::create_directories(key);
+        std::ofstream(key / ("EnableLUA." + type)) << value;
     }
     std::string ownQueue() const { return utf8(AppletNotes::formatQueueName(context_.identity)); }
 

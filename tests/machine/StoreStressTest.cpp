@@ -44,7 +44,8 @@ class StoreStressMachine : public StoreMachine {
         for (const auto& entry : fs::recursive_directory_iterator(folder() / "outside")) {
             struct stat state = {};
             lstat(entry.path().c_str(), &state);
-            found[entry.path()] = std::to_string(state.st_mode) + (entry.is_regular_file() ? get(entry.path()) : "");
+            found[entry.path()] =
+                std::to_string(state.st_mode) + (entry.is_regular_file() ? contentOf(entry.path()) : "");
         }
         return found;
     }
@@ -151,7 +152,7 @@ TEST_F(StoreStressMachine, nothingOutsideTheQueueIsTouchedAndNoNoteIsHalf) {
     for (const auto& entry : fs::directory_iterator(queue)) {
         EXPECT_NE(entry.path().extension(), ".tmp");
         const bool isNote = entry.path().extension() == ".json" && fs::is_regular_file(fs::symlink_status(entry));
-        EXPECT_TRUE(!isNote || isWhole(get(entry))) << entry.path();
+        EXPECT_TRUE(!isNote || isWhole(contentOf(entry))) << entry.path();
     }
     DWORD err = 0;
     EXPECT_TRUE(next.removeNote(TEXT("note_none.json"), err)) << "a lock stays held: " << err;
