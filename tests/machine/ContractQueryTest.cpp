@@ -59,6 +59,14 @@ TEST_F(ContractQuery, streamThatTakesAFewBytesAtATimeGetsTheWholeLine) {
     faults::arm({"WriteFile", 0, Action::Short, 5});
     EXPECT_EQ(ask(output), 0U);
     EXPECT_EQ(output, "OMBREL_APPLET_NOTES_CONTRACT=2\r\n");
+    EXPECT_EQ(faults::uses("AttachConsole"), 0U) << "there is a stream";
+}
+
+TEST_F(ContractQuery, noStandardOutputAsksForTheConsoleOfTheParent) {
+    std::string output;
+    faults::arm({"GetStdHandle", 0, Action::Fail, 6});
+    faults::arm({"AttachConsole", 1, Action::Fail, 5});
+    EXPECT_EQ(ask(output), 5U) << "there is none";
 }
 
 namespace {
