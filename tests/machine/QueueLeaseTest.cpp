@@ -154,7 +154,7 @@ TEST_F(QueueLeaseMachine, replacesANoteByAPrivateOne) {
     const QueueLease held = lease();
     putNote("note_a.json", "old");
     DWORD err = 0;
-    const std::string bytes = noteOfSize("note_a", 5000);
+    const std::string bytes = "head" + std::string(5000, 'x') + "tail";
     faults::arm({"WriteFile", 0, faults::Action::Short, 1000});
     ASSERT_TRUE(held.updateNote(kNote, bytes, err)) << err;
     faults::clear();

@@ -52,7 +52,6 @@ class RoleProcess {
     RoleProcess(const RoleProcess&) = delete;
     RoleProcess& operator=(const RoleProcess&) = delete;
 
-    pid_t id() const { return child_; }
     void kill() {
         if (child_ <= 0) return;
         ::kill(child_, SIGKILL);

@@ -15,13 +15,6 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kMiB = 0x100000;
 
-// Sizes of notes are bytes; the content is a note that a display process can show where it is long enough for one.
-inline std::string noteOfSize(const std::string& id, std::size_t size) {
-    const std::string head = "{\"id\":\"" + id + "\",\"content\":\"", tail = "\"}";
-    return head.size() + tail.size() > size ? std::string(size, ' ')
-                                            : head + std::string(size - head.size() - tail.size(), 'x') + tail;
-}
-
 inline std::string hex(unsigned value, int digits) {
     char text[64];
     std::snprintf(text, sizeof text, "%0*X", digits, value);

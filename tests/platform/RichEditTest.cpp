@@ -1,6 +1,4 @@
 // The paragraphs of text that a note's body is.
-#include <iterator>
-
 #include "support/ControlParent.h"
 
 namespace {
