@@ -107,6 +107,12 @@ TEST_F(NotePlaces, withoutAnyMonitorTheScreenStandsIn) {
     EXPECT_EQ(screen.workArea.bottom, 768);
 }
 
+TEST_F(NotePlaces, whoeverPutsAWindowElsewhereInTheOrderItStaysOnTop) {
+    NoteWindow& window = open(fresh());
+    SetWindowPos(window.hwnd(), HWND_TOP, 5, 6, 0, 0, SWP_NOSIZE);
+    EXPECT_NE(platform::desktop::describeWindows().find("ex=00000088"), std::string::npos);
+}
+
 TEST_F(NotePlaces, olderSystemsKnowTheDpiOfTheScreenOnly) {
     platform::desktop::setMonitors({kLeft, kRight4K});
     NoteWindow& window = open(fresh(TEXT("\\\\.\\DISPLAY3")));

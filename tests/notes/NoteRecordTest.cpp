@@ -112,6 +112,18 @@ TEST(NoteRecord, smallestNoteTakesEveryDefault) {
     EXPECT_FALSE(record.allowNewNote);
 }
 
+TEST(NoteRecord, valueThatIsNoNoteLeavesTheRecordAlone) {
+    for (const char* document :
+         {"{}", "{\"id\":\"\"}", "{\"id\":5}", "{\"id\":null}", "[]", "\"a\"", "{\"ID\":\"a\"}"}) {
+        JsonValue value;
+        NoteRecord record;
+        record.title = TEXT("kept");
+        ASSERT_TRUE(parseJsonUtf8(document, value, nullptr));
+        EXPECT_FALSE(noteFromJson(value, record)) << document;
+        EXPECT_EQ(utf8(record.title), "kept") << document;
+    }
+}
+
 TEST(NoteRecord, filesOfTheFormatReadAndWriteBack) {
     const TempFolder folder;
     const std::string whole = readTestFile(TEXT("format\\good\\whole.json"));
