@@ -109,8 +109,11 @@ TEST_F(NotePlaces, withoutAnyMonitorTheScreenStandsIn) {
 
 TEST_F(NotePlaces, whoeverPutsAWindowElsewhereInTheOrderItStaysOnTop) {
     NoteWindow& window = open(fresh());
-    SetWindowPos(window.hwnd(), HWND_TOP, 5, 6, 0, 0, SWP_NOSIZE);
-    EXPECT_NE(platform::desktop::describeWindows().find("ex=00000088"), std::string::npos);
+    for (const UINT flags : {UINT{SWP_NOSIZE}, UINT{SWP_NOSIZE | SWP_NOZORDER}}) {
+        WINDOWPOS wanted = {window.hwnd(), HWND_TOP, 5, 6, 0, 0, flags};
+        SendMessageW(window.hwnd(), WM_WINDOWPOSCHANGING, 0, reinterpret_cast<LPARAM>(&wanted));
+        EXPECT_EQ(wanted.hwndInsertAfter, flags == SWP_NOSIZE ? HWND_TOPMOST : HWND_TOP) << flags;
+    }
 }
 
 TEST_F(NotePlaces, olderSystemsKnowTheDpiOfTheScreenOnly) {
