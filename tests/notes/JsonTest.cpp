@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <random>
 
 #include "notes/Cases.h"
@@ -271,6 +270,7 @@ TEST(JsonWriter, prettyFormIsExact) {
         "}";
     EXPECT_EQ(serializeJsonUtf8(value, true), expected);
     EXPECT_EQ(utf8(serializeJson(value, true)), expected);
+    EXPECT_EQ(serializeJsonUtf8(JsonValue(std::nan("")), true), "null") << "only a program can make it";
 }
 
 TEST(JsonWriter, bothTargetsAgreeOnAnyText) {
