@@ -56,7 +56,7 @@ class App {
 
     int startDisplay(const CommandLineOptions& options);
     int openNotesFolder(const CommandLineOptions& options);
-    bool isSecondInstance(const WideString& instanceName, int& exitCode);
+    bool isSecondInstance(const WideString& mutexName, int& exitCode);
     bool startDrawing();
     void registerAutoStart(const WideString& folderOption);
     bool createMessageWindow();
