@@ -1,4 +1,4 @@
-// Listing of a folder by a pattern with "*".
+// Listing of a folder by a pattern with "*". As on NTFS the names come in order, as if they stood in capitals.
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -62,6 +62,14 @@ void fill(WIN32_FIND_DATAW& data, const Entry& entry) {
     std::memcpy(data.cFileName, entry.name.data(), units * sizeof(WCHAR));
 }
 
+// "." and ".." come first. Names that differ in case alone, which NTFS would not hold, are in order as well.
+bool comesBefore(const Entry& left, const Entry& right) {
+    const auto isDots = [](const Entry& entry) { return entry.name == u"." || entry.name == u".."; };
+    if (isDots(left) != isDots(right)) return isDots(left);
+    const int order = compareOrdinal(left.name, right.name, true);
+    return order != 0 ? order < 0 : left.name < right.name;
+}
+
 // False, with the last error set, when the folder cannot be read.
 bool list(const std::string& folder, std::u16string_view pattern, std::vector<Entry>& entries) {
     DIR* const stream = opendir(folder.c_str());
@@ -73,6 +81,7 @@ bool list(const std::string& folder, std::u16string_view pattern, std::vector<En
     while (const dirent* entry = readdir(stream))
         if (matches(pattern, toWide(entry->d_name))) entries.push_back(entryOf(dirfd(stream), entry->d_name));
     closedir(stream);
+    std::sort(entries.begin(), entries.end(), comesBefore);
     return true;
 }
 

@@ -22,10 +22,17 @@ char16_t foldOrdinal(char16_t unit) {
 }
 
 bool equalsOrdinal(std::u16string_view left, std::u16string_view right) {
-    if (left.size() != right.size()) return false;
-    for (std::size_t i = 0; i < left.size(); ++i)
-        if (foldOrdinal(left[i]) != foldOrdinal(right[i])) return false;
-    return true;
+    return left.size() == right.size() && compareOrdinal(left, right, true) == 0;
+}
+
+int compareOrdinal(std::u16string_view left, std::u16string_view right, bool ignoreCase) {
+    for (std::size_t i = 0; i < left.size() && i < right.size(); ++i) {
+        const char16_t x = ignoreCase ? foldOrdinal(left[i]) : left[i];
+        const char16_t y = ignoreCase ? foldOrdinal(right[i]) : right[i];
+        if (x != y) return x < y ? -1 : 1;
+    }
+    if (left.size() == right.size()) return 0;
+    return left.size() < right.size() ? -1 : 1;
 }
 
 }  // namespace platform
@@ -40,12 +47,6 @@ int CompareStringOrdinal(LPCWCH left, int leftUnits, LPCWCH right, int rightUnit
     const auto view = [](LPCWCH text, int units) {
         return units == -1 ? std::u16string_view(text) : std::u16string_view(text, static_cast<std::size_t>(units));
     };
-    const std::u16string_view a = view(left, leftUnits), b = view(right, rightUnits);
-    for (std::size_t i = 0; i < a.size() && i < b.size(); ++i) {
-        const char16_t x = ignoreCase ? platform::foldOrdinal(a[i]) : a[i];
-        const char16_t y = ignoreCase ? platform::foldOrdinal(b[i]) : b[i];
-        if (x != y) return x < y ? CSTR_LESS_THAN : CSTR_GREATER_THAN;
-    }
-    if (a.size() == b.size()) return CSTR_EQUAL;
-    return a.size() < b.size() ? CSTR_LESS_THAN : CSTR_GREATER_THAN;
+    const int order = platform::compareOrdinal(view(left, leftUnits), view(right, rightUnits), ignoreCase != FALSE);
+    return order < 0 ? CSTR_LESS_THAN : order > 0 ? CSTR_GREATER_THAN : CSTR_EQUAL;
 }
