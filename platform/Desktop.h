@@ -38,8 +38,11 @@ void typeText(std::u16string_view text);
 // The cursor that the last move of the mouse has set, by its number; null for the window's own.
 HCURSOR shownCursor();
 
-// Tells every top-level window that the user's session ends.
-void endSession();
+// Asks every top-level window whether the user's session may end and tells them the answer. `reason` is the lParam of
+// both messages.
+void endSession(LPARAM reason = 0);
+// What an installer does to a program whose files it wants to replace: the end of a session, and WM_CLOSE behind it.
+void closeForInstaller();
 
 // The desktop as an SVG picture.
 std::string picture();

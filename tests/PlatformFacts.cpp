@@ -59,7 +59,8 @@ static_assert(offsetof(MINMAXINFO, ptMinTrackSize) == 24 && sizeof(Gdiplus::Gdip
 static_assert(WM_CREATE == 1 && WM_DESTROY == 2 && WM_MOVE == 3 && WM_SIZE == 5 && WM_ACTIVATE == 6);
 static_assert(WM_SETFOCUS == 7 && WM_KILLFOCUS == 8 && WM_SETTEXT == 12 && WM_GETTEXT == 13);
 static_assert(WM_GETTEXTLENGTH == 14 && WM_PAINT == 15 && WM_CLOSE == 16 && WM_QUERYENDSESSION == 17);
-static_assert(WM_QUIT == 18 && WM_ERASEBKGND == 20 && WM_ENDSESSION == 22 && WM_SHOWWINDOW == 24);
+static_assert(WM_QUIT == 18 && WM_ERASEBKGND == 20 && WM_ENDSESSION == 22 && ENDSESSION_CLOSEAPP == 1);
+static_assert(WM_SHOWWINDOW == 24);
 static_assert(WM_SETTINGCHANGE == 0x1A && WM_MOUSEACTIVATE == 0x21 && WM_WINDOWPOSCHANGING == 0x46);
 static_assert(WM_WINDOWPOSCHANGED == 0x47 && WM_DISPLAYCHANGE == 0x7E && WM_NCCREATE == 0x81);
 static_assert(WM_NCDESTROY == 0x82 && WM_NCHITTEST == 0x84 && WM_TIMER == 0x113 && WM_DPICHANGED == 0x2E0);

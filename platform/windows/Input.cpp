@@ -194,9 +194,18 @@ HCURSOR desktop::shownCursor() {
     return shown;
 }
 
-void desktop::endSession() {
+void desktop::endSession(LPARAM reason) {
+    const auto windows = topLevelWindows();
+    const bool isEnding = std::ranges::all_of(
+        windows, [&](const auto& window) { return callWindow(*window, WM_QUERYENDSESSION, 0, reason) != 0; });
+    for (const auto& window : windows)
+        callWindow(*window, WM_ENDSESSION, isEnding, reason);
+}
+
+void desktop::closeForInstaller() {
+    endSession(ENDSESSION_CLOSEAPP);
     for (const auto& window : topLevelWindows())
-        if (callWindow(*window, WM_QUERYENDSESSION) != 0) callWindow(*window, WM_ENDSESSION, TRUE);
+        post(*window->queue, {window->handle, WM_CLOSE, 0, 0, 0, {}});
 }
 
 }  // namespace platform

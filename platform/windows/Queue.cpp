@@ -116,7 +116,12 @@ void forgetWindow(Queue& queue, HWND window) {
     std::erase(queue.windows, window);
     if (queue.active == window) queue.active = nullptr;
     if (queue.focus == window) queue.focus = nullptr;
+    // What a lost message points to has no owner any more. The system cannot free it, and it is no leak of the
+    // sender's.
+    static std::vector<MSG>& lost = *new std::vector<MSG>;
     std::lock_guard hold(waiting::lock());
+    std::ranges::copy_if(queue.posted, std::back_inserter(lost),
+                         [&](const MSG& message) { return message.hwnd == window && message.lParam != 0; });
     std::erase_if(queue.posted, [&](const MSG& message) { return message.hwnd == window; });
 }
 

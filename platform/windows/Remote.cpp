@@ -75,13 +75,17 @@ std::string closeWindow(const std::string& handle) {
     return "posted\n";
 }
 
-// "click x y", "drag x y x y", "type text"
+// "click x y", "drag x y x y", "type text", "end-session", "close-for-installer"
 bool act(const std::string& command, std::istringstream& rest) {
     POINT from = {}, to = {};
     if (command == "click" && rest >> from.x >> from.y) {
         desktop::click(from);
     } else if (command == "drag" && rest >> from.x >> from.y >> to.x >> to.y) {
         desktop::drag(from, to);
+    } else if (command == "end-session") {
+        desktop::endSession();
+    } else if (command == "close-for-installer") {
+        desktop::closeForInstaller();
     } else if (command == "type") {
         std::string text;
         std::getline(rest >> std::ws, text);

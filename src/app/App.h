@@ -46,6 +46,8 @@ class App {
     RECT resolveOverlap(const RECT& wanted, const NoteWindow* except) const;
     // To be called when an open note has another place than before.
     void followPlace(const NoteWindow& window);
+    // Saves every open note whose edit still waits for its pause, before it returns.
+    void saveWaitingEdits();
 
   private:
     using NoteWindowPtr = std::unique_ptr<NoteWindow>;

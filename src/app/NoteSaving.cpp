@@ -30,6 +30,11 @@ bool App::saveNote(NoteWindow* window) {
     return false;
 }
 
+void App::saveWaitingEdits() {
+    for (auto& [id, window] : notes_)
+        if (window->takeEdit()) saveNote(window.get());
+}
+
 bool App::writeNote(const WideString& path, const NoteRecord& note, WideString& error) const {
     if (!lease_.active()) return saveNoteFile(path, note, &error);
     DWORD err = ERROR_SUCCESS;

@@ -219,13 +219,18 @@ LRESULT NoteWindow::onTimer(WPARAM id, LPARAM lParam) {
     return 0;
 }
 
-void NoteWindow::reportEdit() {
+bool NoteWindow::takeEdit() {
+    if (!dirty_) return false;
     KillTimer(hwnd_, DEBOUNCE_TIMER_ID);
     readControls();
     captureNotePlacement();
     GetSystemTime(&note_.modified);
-    if (app_ != nullptr) notifyApp(WM_APP_NOTE_CHANGED);
     dirty_ = false;
+    return true;
+}
+
+void NoteWindow::reportEdit() {
+    if (takeEdit() && app_ != nullptr) notifyApp(WM_APP_NOTE_CHANGED);
 }
 
 // Posted, never sent: the App may be in the middle of its own work. When it cannot be posted the change stays in the

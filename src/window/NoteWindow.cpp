@@ -133,6 +133,7 @@ const NoteWindow::Handled NoteWindow::kHandled[] = {
     {WM_ENTERSIZEMOVE, &NoteWindow::onEnterSizeMove},
     {WM_EXITSIZEMOVE, &NoteWindow::onExitSizeMove},
     {WM_DPICHANGED, &NoteWindow::onDpiChanged},
+    {WM_ENDSESSION, &NoteWindow::onEndSession},
 };
 
 LRESULT NoteWindow::windowProc(UINT message, WPARAM wParam, LPARAM lParam) {
@@ -289,6 +290,16 @@ LRESULT NoteWindow::onDpiChanged(WPARAM dpi, LPARAM proposed) {
     rebuildFonts();
     layout();
     invalidate();
+    return 0;
+}
+
+// The process may be ended as soon as this returns, so edits are saved at once: those of all notes, since the loop may
+// end before the next note hears of it. An installer that wants to replace the program's file sends WM_CLOSE next,
+// which would dismiss every note: the program ends in order before that.
+LRESULT NoteWindow::onEndSession(WPARAM isEnding, LPARAM reason) {
+    if (isEnding == 0 || app_ == nullptr) return 0;
+    app_->saveWaitingEdits();
+    if ((reason & ENDSESSION_CLOSEAPP) != 0) PostMessageW(app_->messageWindow(), WM_CLOSE, 0, 0);
     return 0;
 }
 

@@ -40,6 +40,8 @@ class NoteWindow {
 
     HWND hwnd() const { return hwnd_; }  // null when there is no window
     const NoteRecord& note() const { return note_; }
+    // Reads an edit that still waits for its pause into the record, for the caller to save. False when none waits.
+    bool takeEdit();
 
   private:
     static LRESULT CALLBACK staticWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
@@ -72,6 +74,7 @@ class NoteWindow {
     LRESULT onControlColor(WPARAM context, LPARAM control);
     LRESULT onEnterSizeMove(WPARAM, LPARAM);
     LRESULT onExitSizeMove(WPARAM, LPARAM);
+    LRESULT onEndSession(WPARAM isEnding, LPARAM reason);
     LRESULT onDpiChanged(WPARAM dpi, LPARAM proposed);
 
     RECT choosePlace() const;

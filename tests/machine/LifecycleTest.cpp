@@ -212,6 +212,24 @@ TEST_F(Lifecycle, theEndOfTheSessionSavesEveryNoteInTheOrderOfOpening) {
     EXPECT_TRUE(has(get("c.json"), "\"position\"")) << "with the place where it was shown";
 }
 
+TEST_F(Lifecycle, aNoteThatHearsOfTheEndOfTheSessionSavesEveryWaitingEdit) {
+    for (const char* id : {"a", "b", "c"})
+        putNote(id, R"(,"editable":true)");
+    restart();
+    for (HWND note = nullptr; (note = FindWindowExW(nullptr, note, TEXT("Vellumd.NoteWindow"), nullptr)) != nullptr;)
+        if (note != firstNote()) SendMessageW(note, WM_COMMAND, MAKELONG(0, EN_CHANGE), 0);
+    log();
+    SendMessageW(firstNote(), WM_ENDSESSION, FALSE, ENDSESSION_CLOSEAPP);
+    EXPECT_FALSE(platform::desktop::pump());
+    EXPECT_EQ(log(), "") << "the end was cancelled";
+    SendMessageW(firstNote(), WM_ENDSESSION, TRUE, 0);
+    EXPECT_EQ(log(), "[DEBUG] App: Saved note id=a\r\n[DEBUG] App: Saved note id=b\r\n") << "before it returns";
+    EXPECT_FALSE(platform::desktop::pump()) << "the logon goes on until the system ends the process";
+    SendMessageW(firstNote(), WM_ENDSESSION, TRUE, ENDSESSION_CLOSEAPP);
+    EXPECT_EQ(log(), "") << "nothing is saved twice";
+    EXPECT_TRUE(platform::desktop::pump()) << "the loop ends";
+}
+
 TEST_F(Lifecycle, notesThatLieOnNoMonitorAreMovedToThePrimary) {
     platform::desktop::setMonitors({{u"\\\\.\\DISPLAY1", {0, 0, 1920, 1080}, {0, 0, 1920, 1040}, 96, true},
                                     {u"\\\\.\\DISPLAY2", {1920, 0, 3840, 1080}, {1920, 0, 3840, 1080}, 96, false}});

@@ -31,11 +31,18 @@ class DisplayProcess {
     // What a user does with the mouse, in pixels of the screen, and with the keyboard.
     void click(LONG x, LONG y) const;
     void drag(LONG fromX, LONG fromY, LONG toX, LONG toY) const;
-    // Characters of ASCII, into the body of the uppermost note.
+    // Characters of ASCII, into the body of the uppermost note; they are there on return.
     void typeIntoBody(const std::string& text) const;
+    // Tells the notes that the user's session ends; has returned when all have heard of it.
+    void endSession() const;
+    // What an installer does that wants to replace the program's file: the end of the session for this program alone,
+    // and WM_CLOSE to each note at once.
+    void closeForInstaller() const;
     // Closes the hidden message window, as nobody does in daily life, and waits for the process. False when it does not
     // end within 20 seconds.
     bool end(DWORD& exitCode);
+    // Waits in the same way for a process that ends of itself.
+    bool ends(DWORD& exitCode);
 
   private:
     struct Platform;

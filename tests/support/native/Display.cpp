@@ -84,11 +84,23 @@ bool DisplayProcess::end(DWORD& exitCode) {
     for (std::string line; std::getline(list, line);)
         if (line.find("Vellumd.MsgWindow") != std::string::npos)
             platform_->ask("close " + line.substr(0, line.find(' ')));
+    return ends(exitCode);
+}
+
+bool DisplayProcess::ends(DWORD& exitCode) {
     int status = 0;
     if (!eventually([&] { return waitpid(platform_->child, &status, WNOHANG) == platform_->child; })) return false;
     platform_->child = -1;
     exitCode = WIFEXITED(status) ? static_cast<DWORD>(WEXITSTATUS(status)) : 0xffffffff;
     return true;
+}
+
+void DisplayProcess::endSession() const {
+    platform_->ask("end-session");
+}
+
+void DisplayProcess::closeForInstaller() const {
+    platform_->ask("close-for-installer");
 }
 
 void DisplayProcess::click(LONG x, LONG y) const {

@@ -49,7 +49,7 @@ void takeMouse() {
     static_cast<void>(taken);
 }
 
-// The mouse itself, as a hand moves it: in small steps, with pauses.
+// The mouse itself. The system hands its events to the windows in their order.
 void mouse(DWORD what, LONG x, LONG y) {
     takeMouse();
     const LONG width = GetSystemMetrics(SM_CXSCREEN), height = GetSystemMetrics(SM_CYSCREEN);
@@ -59,7 +59,20 @@ void mouse(DWORD what, LONG x, LONG y) {
     input.mi.dy = (y * 65536 + 32768) / height;
     input.mi.dwFlags = what | MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE;
     SendInput(1, &input, sizeof input);
-    Sleep(what == 0 ? 30 : 150);
+}
+
+// Whether the user is moving or sizing a window of this thread.
+bool isInMoveLoop(DWORD thread) {
+    GUITHREADINFO info = {};
+    info.cbSize = sizeof info;
+    return GetGUIThreadInfo(thread, &info) && (info.flags & GUI_INMOVESIZE) != 0;
+}
+
+void tellEndOfSession(const std::vector<ShownWindow>& windows, LPARAM reason) {
+    for (const UINT message : {WM_QUERYENDSESSION, WM_ENDSESSION})
+        for (const ShownWindow& window : windows)
+            SendMessageTimeoutW(reinterpret_cast<HWND>(window.handle), message, message == WM_ENDSESSION, reason,
+                                SMTO_NORMAL, 10000, nullptr);
 }
 
 }  // namespace
@@ -102,10 +115,25 @@ bool DisplayProcess::end(DWORD& exitCode) {
     for (HWND window = nullptr;
          (window = FindWindowExW(HWND_MESSAGE, window, TEXT("Vellumd.MsgWindow"), nullptr)) != nullptr;)
         if (isOf(window, platform_->id, TEXT("Vellumd.MsgWindow"))) PostMessageW(window, WM_CLOSE, 0, 0);
+    return ends(exitCode);
+}
+
+bool DisplayProcess::ends(DWORD& exitCode) {
     if (WaitForSingleObject(platform_->process.get(), 20000) != WAIT_OBJECT_0) return false;
     GetExitCodeProcess(platform_->process.get(), &exitCode);
     platform_->process.reset();
     return true;
+}
+
+void DisplayProcess::endSession() const {
+    tellEndOfSession(notes(), 0);
+}
+
+void DisplayProcess::closeForInstaller() const {
+    const std::vector<ShownWindow> windows = notes();
+    tellEndOfSession(windows, ENDSESSION_CLOSEAPP);
+    for (const ShownWindow& window : windows)
+        PostMessageW(reinterpret_cast<HWND>(window.handle), WM_CLOSE, 0, 0);
 }
 
 void DisplayProcess::click(LONG x, LONG y) const {
@@ -116,16 +144,19 @@ void DisplayProcess::click(LONG x, LONG y) const {
 
 void DisplayProcess::drag(LONG fromX, LONG fromY, LONG toX, LONG toY) const {
     constexpr LONG kSteps = 10;
+    const DWORD thread = GetWindowThreadProcessId(WindowFromPoint({fromX, fromY}), nullptr);
     mouse(0, fromX, fromY);
     mouse(MOUSEEVENTF_LEFTDOWN, fromX, fromY);
+    eventually([thread] { return isInMoveLoop(thread); });
     for (LONG step = 1; step <= kSteps; ++step)
         mouse(0, fromX + (toX - fromX) * step / kSteps, fromY + (toY - fromY) * step / kSteps);
     mouse(MOUSEEVENTF_LEFTUP, toX, toY);
+    eventually([thread] { return !isInMoveLoop(thread); });
 }
 
 void DisplayProcess::typeIntoBody(const std::string& text) const {
     const HWND note = reinterpret_cast<HWND>(notes().at(0).handle);
     const HWND body = FindWindowExW(note, nullptr, TEXT("RICHEDIT50W"), nullptr);
     for (const char character : text)
-        PostMessageW(body, WM_CHAR, static_cast<WPARAM>(character), 1);
+        SendMessageTimeoutW(body, WM_CHAR, static_cast<WPARAM>(character), 1, SMTO_NORMAL, 10000, nullptr);
 }
