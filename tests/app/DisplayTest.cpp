@@ -46,11 +46,19 @@ class Display : public testing::Test {
     bool comesIntoLog(const std::string& text) const {
         return eventually([&] { return logged(text); });
     }
-    // As writers do: the process may just be reading the file that is replaced.
+    // As writers do, again and again: the process may just be reading the file.
     bool isRenamed(const std::string& from, const std::string& to) const {
+        return succeeds(
+            [&](std::error_code& error) { std::filesystem::rename(hostPath(file(from)), hostPath(file(to)), error); });
+    }
+    bool isRemoved(const std::string& name) const {
+        return succeeds([&](std::error_code& error) { std::filesystem::remove(hostPath(file(name)), error); });
+    }
+    template <typename Change>
+    static bool succeeds(Change change) {
         return eventually([&] {
             std::error_code error;
-            std::filesystem::rename(hostPath(file(from)), hostPath(file(to)), error);
+            change(error);
             return !error;
         });
     }
@@ -154,7 +162,7 @@ TEST_F(Display, windowsFollowTheFiles) {
     writeFile(file("n.tmp"), note("a"));
     EXPECT_TRUE(isRenamed("n.tmp", "a.json"));
     EXPECT_TRUE(shows(2)) << "replaced while open\n" << log();
-    std::filesystem::remove(hostPath(file("a.json")));
+    EXPECT_TRUE(isRemoved("a.json"));
     EXPECT_TRUE(shows(1)) << "deleted\n" << log();
     for (const ShownWindow& window : display.notes())
         EXPECT_FALSE(window.isActive);
