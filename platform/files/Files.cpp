@@ -219,7 +219,7 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD shareMode, LPSECURITY_ATTRI
         return INVALID_HANDLE_VALUE;
     }
     Opening opening{grantedAccess(access), shareMode, disposition, flags, {}};
-    if (!readSecurity(security, false, opening.security)) return INVALID_HANDLE_VALUE;
+    if (!readSecurity(security, native, false, opening.security)) return INVALID_HANDLE_VALUE;
     auto item = openItem(native, opening);
     return item == nullptr ? INVALID_HANDLE_VALUE : openHandle(std::move(item));
 }
@@ -293,7 +293,7 @@ BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES wanted) {
     if (site.fails()) return FALSE;
     if (path != nullptr && std::char_traits<WCHAR>::length(path) >= MAX_PATH - 12)  // room for a short file name
         return refuse(ERROR_FILENAME_EXCED_RANGE);
-    if (!nativePath(path, native) || !readSecurity(wanted, true, security)) return FALSE;
+    if (!nativePath(path, native) || !readSecurity(wanted, native, true, security)) return FALSE;
     if (mkdir(native.c_str(), security ? security->mode & 0700 : inheritedMode(native, true)) != 0) {
         const int error = errno;
         setFileError(error, native);
@@ -301,6 +301,7 @@ BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES wanted) {
         return FALSE;
     }
     if (!security) return TRUE;
+    chmod(native.c_str(), 0700);  // an owner from whom the umask takes the right to read cannot open it
     const Descriptor made(open(native.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (made.get() >= 0 && applySecurity(made.get(), *security)) return TRUE;
     rmdir(native.c_str());

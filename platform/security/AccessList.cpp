@@ -42,7 +42,7 @@ std::vector<BYTE> makeList(const std::vector<AccessEntry>& entries) {
     std::vector<BYTE> bytes(sizeof(ACL));
     for (const AccessEntry& entry : entries) {
         const WORD size = static_cast<WORD>(kSidAt + entry.sid.size());
-        const ACCESS_ALLOWED_ACE head = {{ACCESS_ALLOWED_ACE_TYPE, entry.flags, size}, entry.mask, 0};
+        const ACCESS_ALLOWED_ACE head = {{entry.type, entry.flags, size}, entry.mask, 0};
         const std::size_t at = bytes.size();
         bytes.resize(at + size);
         std::memcpy(bytes.data() + at, &head, kSidAt);
@@ -59,7 +59,7 @@ std::vector<AccessEntry> readList(PACL list) {
         BYTE* const at = entryAt(list, i);
         ACCESS_ALLOWED_ACE head;
         std::memcpy(&head, at, sizeof head);
-        entries.push_back({copySid(at + kSidAt), head.Mask, head.Header.AceFlags});
+        entries.push_back({copySid(at + kSidAt), head.Mask, head.Header.AceFlags, head.Header.AceType});
     }
     return entries;
 }

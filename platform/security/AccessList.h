@@ -1,4 +1,4 @@
-// Access control lists as values. All entries allow: nothing else can be made or is told.
+// Access control lists as values, of entries that allow and entries that deny.
 #pragma once
 
 #include <winnt.h>
@@ -13,6 +13,7 @@ struct AccessEntry {
     Sid sid;
     ACCESS_MASK mask = 0;
     BYTE flags = 0;
+    BYTE type = ACCESS_ALLOWED_ACE_TYPE;  // or ACCESS_DENIED_ACE_TYPE, which has the same form
 };
 
 // The bytes of an ACL.

@@ -5,6 +5,7 @@
 #include <unistd.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -19,6 +20,8 @@ namespace platform {
 namespace {
 
 constexpr ACCESS_MASK kReads = 0x00120089, kWrites = 0x00120116, kRuns = 0x001200A0;
+constexpr mode_t kNoList = 07777;
+constexpr WORD kSelfRelative = 0x8000;
 constexpr ACCESS_MASK kReadBits = FILE_READ_DATA | GENERIC_READ, kWriteBits = FILE_WRITE_DATA | GENERIC_WRITE;
 
 ACCESS_MASK maskOf(mode_t bits) {
@@ -36,10 +39,12 @@ bool refuse(DWORD error) {
     return false;
 }
 
-std::vector<AccessEntry> entriesOf(const struct stat& status, const Sid& owner) {
+std::vector<AccessEntry> entriesOf(const struct stat& status, const Sid& user) {
     const BYTE flags = S_ISDIR(status.st_mode) ? OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE : 0;
     std::vector<AccessEntry> entries;
-    const Sid* const holders[] = {&owner, &administratorsSid(), &everyoneSid()};
+    const Sid* const holders[] = {&user, &administratorsSid(), &everyoneSid()};
+    if ((status.st_mode & S_ISGID) != 0)
+        entries.push_back({user, maskOf((status.st_mode >> 6) & 7), flags, ACCESS_DENIED_ACE_TYPE});
     for (unsigned shift = 6; const Sid* holder : holders) {
         const mode_t bits = (status.st_mode >> shift) & 7;
         if (bits != 0) entries.push_back({*holder, maskOf(bits), flags});
@@ -51,6 +56,7 @@ std::vector<AccessEntry> entriesOf(const struct stat& status, const Sid& owner) 
 // Mode bits of one holder of entries.
 bool addEntry(const AccessEntry& entry, const Sid& owner, bool isFolder, mode_t& mode) {
     const mode_t bits = bitsOf(entry.mask, isFolder);
+    if (entry.type != ACCESS_ALLOWED_ACE_TYPE) return false;
     if (entry.sid == owner)
         mode |= bits << 6;
     else if (entry.sid == administratorsSid())
@@ -71,11 +77,11 @@ struct RelativeHead {
 
 }  // namespace
 
-bool readSecurity(const SECURITY_ATTRIBUTES* wanted, bool isFolder, std::optional<NewSecurity>& security) {
+bool readSecurity(const SECURITY_ATTRIBUTES* wanted, const std::string& native, bool isFolder,
+                  std::optional<NewSecurity>& security) {
     security.reset();
     if (wanted == nullptr || wanted->lpSecurityDescriptor == nullptr) return true;
     const auto* descriptor = static_cast<const SECURITY_DESCRIPTOR*>(wanted->lpSecurityDescriptor);
-    constexpr WORD kSelfRelative = 0x8000;
     if (descriptor->Revision != SECURITY_DESCRIPTOR_REVISION || (descriptor->Control & kSelfRelative) != 0)
         return refuse(ERROR_INVALID_SECURITY_DESCR);
     NewSecurity asked{0, geteuid()};
@@ -85,7 +91,9 @@ bool readSecurity(const SECURITY_ATTRIBUTES* wanted, bool isFolder, std::optiona
     asked.owner = uid;
     if ((descriptor->Control & SE_DACL_PRESENT) == 0) return refuse(ERROR_INVALID_ACL);
     const Sid owner = copySid(descriptor->Owner);
-    if (descriptor->Dacl == nullptr) asked.mode = isFolder ? 0777 : 0666;
+    const bool isProtected = (descriptor->Control & SE_DACL_PROTECTED) != 0;
+    asked.mode = isProtected ? S_ISVTX : inheritedMode(native, isFolder) & 077;
+    if (descriptor->Dacl == nullptr) asked.mode = kNoList;
     for (const AccessEntry& entry : readList(descriptor->Dacl))
         if (!addEntry(entry, owner, isFolder, asked.mode)) return refuse(ERROR_INVALID_ACL);
     security = asked;
@@ -120,17 +128,21 @@ DWORD GetSecurityInfo(HANDLE handle, SE_OBJECT_TYPE type, SECURITY_INFORMATION w
     if (item == nullptr) return GetLastError();
     struct stat status;
     if (fstat(item->descriptor.get(), &status) != 0) return ERROR_GEN_FAILURE;
-    const Sid sid = sidOfUid(machine(), status.st_uid);
-    const std::vector<BYTE> entries = makeList(entriesOf(status, sid));
+    const Sid user = sidOfUid(machine(), status.st_uid);
+    const bool hasList = (status.st_mode & kNoList) != kNoList;
+    const Sid& sid = hasList && (status.st_mode & S_ISUID) != 0 ? administratorsSid() : user;
+    const std::vector<BYTE> entries = hasList ? makeList(entriesOf(status, user)) : std::vector<BYTE>();
+    const WORD isProtected = (status.st_mode & S_ISVTX) != 0 ? SE_DACL_PROTECTED : 0;
     constexpr DWORD kSidAt = sizeof(RelativeHead);
     const DWORD listAt = kSidAt + static_cast<DWORD>(sid.size());
     BYTE* const block = static_cast<BYTE*>(allocate(listAt + entries.size()));
-    const RelativeHead head = {SECURITY_DESCRIPTOR_REVISION, 0, 0x8000 | SE_DACL_PRESENT, kSidAt, 0, 0, listAt};
+    const WORD control = static_cast<WORD>(kSelfRelative | SE_DACL_PRESENT | isProtected);
+    const RelativeHead head = {SECURITY_DESCRIPTOR_REVISION, 0, control, kSidAt, 0, 0, hasList ? listAt : 0};
     std::memcpy(block, &head, sizeof head);
     std::memcpy(block + kSidAt, sid.data(), sid.size());
-    std::memcpy(block + listAt, entries.data(), entries.size());
+    std::copy(entries.begin(), entries.end(), block + listAt);
     *owner = block + kSidAt;
-    *list = reinterpret_cast<PACL>(block + listAt);
+    *list = hasList ? reinterpret_cast<PACL>(block + listAt) : nullptr;
     *descriptor = block;
     return ERROR_SUCCESS;
 }

@@ -159,7 +159,7 @@ TEST_F(QueueLeaseMachine, replacesANoteByAPrivateOne) {
     ASSERT_TRUE(held.updateNote(kNote, bytes, err)) << err;
     faults::clear();
     EXPECT_EQ(contentOf(queue_ / "note_a.json"), bytes);
-    EXPECT_EQ(fs::status(queue_ / "note_a.json").permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(fs::status(queue_ / "note_a.json").permissions(), kPrivateFile);
     EXPECT_EQ(names(), (std::vector<std::string>{".display.lock", ".writer.lock", "note_a.json"}));
 
     EXPECT_FALSE(held.updateNote(TEXT("note_b.json"), "new", err)) << "it makes no new note";

@@ -1,9 +1,8 @@
 // The store: what it takes to be opened, and what is refused in it.
 #include <windows.h>
 
-#include <unistd.h>
-
 #include "StoreFixture.h"
+#include "applet/StoreFiles.h"
 
 using namespace AppletNotes;
 using namespace platform;
@@ -21,46 +20,37 @@ std::string stateOf(const fs::path& path) {
     return text;
 }
 
-enum class Plant { Link, HardLink, OtherKind, ForeignOwner, GroupEntry, EveryoneEntry, NoEntry };
-constexpr std::pair<Plant, const char*> kPlants[] = {
-    {Plant::Link, "link"},          {Plant::HardLink, "hard link"},          {Plant::OtherKind, "other kind"},
-    {Plant::ForeignOwner, "owner"}, {Plant::GroupEntry, "entry of a group"}, {Plant::EveryoneEntry, "everyone"},
-    {Plant::NoEntry, "no entry"},
+enum class Kind { Link, HardLink, Other, Access };
+struct Plant {
+    const char* what;
+    Kind kind;
+    mode_t bits = 0;  // that make the access list
 };
+constexpr Plant kPlants[] = {{"link", Kind::Link},
+                             {"hard link", Kind::HardLink},
+                             {"other kind", Kind::Other},
+                             {"foreign owner", Kind::Access, 04600},
+                             {"entry that denies", Kind::Access, 02600},
+                             {"entry of a group", Kind::Access, 0640},
+                             {"everyone's entry", Kind::Access, 0604},
+                             {"no entry", Kind::Access, 0},
+                             {"no list", Kind::Access, 07777}};
 
 // Puts something in the place of a good object, which goes aside where it is not the object itself.
-void plantAt(const fs::path& place, Plant plant) {
+void plantAt(const fs::path& place, const Plant& plant) {
     const fs::path aside = place.string() + "-aside";
     const bool isFolder = fs::is_directory(place);
-    switch (plant) {
-        case Plant::Link:
-            fs::rename(place, aside);
-            fs::create_symlink(aside, place);
-            break;
-        case Plant::HardLink:
-            fs::create_hard_link(place, aside);
-            break;
-        case Plant::OtherKind:
-            fs::rename(place, aside);
-            if (isFolder)
-                std::ofstream(place) << "file";
-            else
-                fs::create_directory(place);
-            chmod(place.c_str(), isFolder ? 0600 : 0700);
-            break;
-        case Plant::ForeignOwner:
-            ASSERT_EQ(chown(place.c_str(), 54321, 54321), 0);
-            break;
-        case Plant::GroupEntry:
-            chmod(place.c_str(), isFolder ? 0750 : 0640);
-            break;
-        case Plant::EveryoneEntry:
-            chmod(place.c_str(), isFolder ? 0701 : 0604);
-            break;
-        case Plant::NoEntry:
-            chmod(place.c_str(), 0);
-            break;
-    }
+    if (plant.kind == Kind::HardLink) fs::create_hard_link(place, aside);
+    if (plant.kind == Kind::Access) chmod(place.c_str(), isFolder && plant.bits != 0 ? plant.bits | 0100 : plant.bits);
+    if (plant.kind != Kind::Link && plant.kind != Kind::Other) return;
+    fs::rename(place, aside);
+    if (plant.kind == Kind::Link)
+        fs::create_symlink(aside, place);
+    else if (isFolder)
+        std::ofstream(place) << "file";
+    else
+        fs::create_directory(place);
+    if (plant.kind == Kind::Other) chmod(place.c_str(), isFolder ? 0600 : 0700);
 }
 
 }  // namespace
@@ -81,7 +71,7 @@ TEST_F(QueueStoreMachine, opensAPlainLocalPathOnly) {
     makeStore();
     fs::create_directories(folder() / "drive_c/dir");
     const std::string root = utf8(context().storeRoot);
-    const std::string longest = "C:\\" + std::string(260, 'x');
+    const std::string longest = "C:\\" + std::string(128, 'x') + "\\" + std::string(127, 'y');
     const std::pair<std::string, DWORD> rows[] = {
         {root, 0},
         {"c" + root.substr(1), 0},
@@ -94,8 +84,8 @@ TEST_F(QueueStoreMachine, opensAPlainLocalPathOnly) {
         {"1:\\dir", 87},
         {"C:/dir", 87},
         {"C:dir\\store", 87},
-        {longest.substr(0, 260), 87},
-        {longest.substr(0, 259), 3},  // nothing but too long for a folder's name
+        {longest + "y", 87},
+        {longest, 2},  // of 259 characters
         {"C:\\dir\\\\x", 161},
         {"C:\\.\\x", 161},
         {"C:\\..\\x", 161},
@@ -111,11 +101,10 @@ TEST_F(QueueStoreMachine, opensAPlainLocalPathOnly) {
         {"C:\\dir\\x|", 161},
         {"C:\\dir\\missing", 2},
         {"C:\\missing\\x", 2},
+        {"C:\\missing\\x.", 2},  // each folder is opened before the next is looked at
     };
-    for (const auto& [path, err] : rows) {
-        const DWORD got = open(path);
-        EXPECT_TRUE(got == err || (err == 3 && got != 0 && got != 87)) << path << ": " << got;
-    }
+    for (const auto& [path, err] : rows)
+        EXPECT_EQ(open(path), err) << path;
     QueueStore store;
     DWORD err = 0;
     BYTE noSid[12] = {9, 1};
@@ -130,12 +119,13 @@ TEST_F(QueueStoreMachine, opensAPlainLocalPathOnly) {
 TEST_F(QueueStoreMachine, makesItsRootPrivateAndNothingElse) {
     fs::create_directories(root().parent_path());
     EXPECT_EQ(open(utf8(context().storeRoot)), 2U);
+    chmod(root().parent_path().c_str(), 0755);
     for (const mode_t mask : {mode_t{0}, mode_t{0777}}) {
         fs::remove(root());
         const mode_t before = umask(mask);
         EXPECT_EQ(open(utf8(context().storeRoot), true), 0U);
         umask(before);
-        EXPECT_EQ(fs::status(root()).permissions(), fs::perms::owner_all) << "whatever the umask";
+        EXPECT_EQ(fs::status(root()).permissions(), kPrivateFolder) << "whatever the umask, and the folder above";
     }
     EXPECT_EQ(open(utf8(context().storeRoot), true), 0U) << "it is there already";
     EXPECT_EQ(open("C:\\missing\\store", true), 2U);
@@ -151,6 +141,15 @@ TEST_F(QueueStoreMachine, makesItsRootPrivateAndNothingElse) {
     EXPECT_EQ(contentOf(root()), "file");
 }
 
+TEST_F(QueueStoreMachine, folderHandsItsEntriesToWhatIsNotProtected) {
+    const QueueStore store = makeStore();
+    QueueStore::Impl& made = *store.impl();
+    chmod(hostPath(TEXT("C:\\")).c_str(), 0751);
+    ASSERT_TRUE(SetSecurityDescriptorControl(&made.storeDescriptor, SE_DACL_PROTECTED, 0));
+    ASSERT_TRUE(CreateDirectoryW(TEXT("C:\\folder"), &made.storeAttributes));
+    EXPECT_EQ(fs::status(hostPath(TEXT("C:\\folder"))).permissions(), fs::perms{0751});
+}
+
 TEST_F(QueueStoreMachine, refusedOpeningLeavesItEmpty) {
     QueueStore store = makeStore();
     DWORD err = 0;
@@ -163,6 +162,7 @@ TEST_F(QueueStoreMachine, refusedOpeningLeavesItEmpty) {
 // No folder on the path can be renamed or deleted, by another process either.
 TEST_F(QueueStoreMachine, keepsItsPathWhereItIs) {
     QueueStore store = makeStore();
+    EXPECT_EQ(faults::openHandles(), 6U) << "the drive's own folder, and the five below it";
     for (const std::string& path :
          {std::string("C:\\Users"), std::string("C:\\Users\\operator"), std::string("C:\\Users\\operator\\AppData"),
           std::string("C:\\Users\\operator\\AppData\\Local"), utf8(context().storeRoot)}) {
@@ -188,7 +188,11 @@ TEST_F(QueueStoreMachine, plantedObjectsAreRefusedAndLeftAlone) {
     const std::string queue = ownQueue();
     const Place places[] = {
         {"store root", "", true, {"open", "lease"}},
-        {"lifecycle lock", "/.lifecycle.lock", false, {"lease", "update", "remove", "list", "measure", "claim"}},
+        {"lifecycle lock",
+         "/.lifecycle.lock",
+         false,
+         {"lease", "update", "remove", "list", "measure", "claim", "cleanup"}},
+        {"runtime", "/runtime", true, {"cleanup"}},
         {"queue", "/" + queue, true, {"lease", "measure", "claim", "cleanup"}},
         {"display lock", "/" + queue + "/.display.lock", false, {"lease"}},
         {"writer lock", "/" + queue + "/.writer.lock", false, {"update", "remove", "measure", "claim", "cleanup"}},
@@ -197,11 +201,10 @@ TEST_F(QueueStoreMachine, plantedObjectsAreRefusedAndLeftAlone) {
     };
     const GUID foreseen = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
     for (const Place& place : places) {
-        for (const auto& [plant, plantName] : kPlants) {
-            if (place.isFolder && plant == Plant::HardLink) continue;      // folders have none
-            if (plant == Plant::ForeignOwner && geteuid() != 0) continue;  // only root can give a file away
+        for (const Plant& plant : kPlants) {
+            if (place.isFolder && plant.kind == Kind::HardLink) continue;  // folders have none
             for (const std::string operation : place.operations) {
-                SCOPED_TRACE(std::string(place.what) + ", " + plantName + ", " + operation);
+                SCOPED_TRACE(std::string(place.what) + ", " + plant.what + ", " + operation);
                 fs::remove_all(root());
                 fs::remove_all(root().string() + "-aside");
                 QueueStore store = makeStore();
@@ -268,7 +271,7 @@ TEST_F(QueueStoreMachine, wayToTheRootHasNoLinks) {
     const fs::path local = root().parent_path();
     chmod(local.c_str(), 0777);
     EXPECT_EQ(open(utf8(context().storeRoot)), 0U);
-    plantAt(local, Plant::Link);
+    plantAt(local, {"link", Kind::Link});
     EXPECT_EQ(open(utf8(context().storeRoot)), 5U);
     fs::remove(local);
     std::ofstream(local) << "file";

@@ -14,6 +14,7 @@
 namespace fs = std::filesystem;
 
 constexpr std::size_t kMiB = 0x100000;
+constexpr fs::perms kPrivateFile{01600}, kPrivateFolder{01700};  // the user's alone, with a protected list
 
 inline std::string hex(unsigned value, int digits) {
     char text[64];
