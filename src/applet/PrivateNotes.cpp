@@ -1,8 +1,6 @@
 // The notes of a queue: read, replaced and removed under a lease.
 #include <objbase.h>
 
-#include <algorithm>
-
 #include "applet/Error.h"
 #include "applet/LeaseState.h"
 #include "applet/QueueName.h"
@@ -62,9 +60,7 @@ bool fitsQueue(const WideString& queuePath, const WideString& fileName, ULONGLON
     DWORD count = 0;
     do {
         ++count;
-        if (!equalsIgnoreCase(entry.cFileName, fileName))
-            sum += (ULONGLONG{entry.nFileSizeHigh} << 32) | entry.nFileSizeLow;
-        constexpr DWORD kFolderOrLink = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+        if (!equalsIgnoreCase(entry.cFileName, fileName)) sum += sizeOf(entry);
         if (count > kMaxNotes || sum > kMaxQueueBytes || (entry.dwFileAttributes & kFolderOrLink) != 0)
             return fail(err, ERROR_DISK_FULL);
     } while (FindNextFileW(search.get(), &entry));

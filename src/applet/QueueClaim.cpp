@@ -8,12 +8,6 @@
 namespace AppletNotes {
 namespace {
 
-constexpr DWORD kFolderOrLink = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
-
-ULONGLONG sizeOf(const WIN32_FIND_DATAW& entry) {
-    return (ULONGLONG{entry.nFileSizeHigh} << 32) | entry.nFileSizeLow;
-}
-
 // The end of a search counts, and so does a search that cannot be closed.
 bool endSearch(DirectorySearch& search, bool soFar, DWORD& err) {
     const bool ended = soFar && (search.error() == ERROR_NO_MORE_FILES || fail(err, search.error()));

@@ -5,23 +5,11 @@
 #include <algorithm>
 #include <cstring>
 
+#include "applet/AccessRule.h"
 #include "applet/Error.h"
 
 namespace AppletNotes {
 namespace {
-
-bool isOwnersAlone(PSID owner, PACL acl, PSID wanted) {
-    if (!isUsable(owner) || !EqualSid(owner, wanted)) return false;
-    if (acl == nullptr || acl->AceCount == 0) return false;
-    for (DWORD i = 0; i < acl->AceCount; ++i) {
-        void* entry = nullptr;
-        if (!GetAce(acl, i, &entry)) return false;
-        if (static_cast<ACE_HEADER*>(entry)->AceType != ACCESS_ALLOWED_ACE_TYPE) return false;
-        const PSID sid = &static_cast<ACCESS_ALLOWED_ACE*>(entry)->SidStart;
-        if (!isUsable(sid) || !EqualSid(sid, wanted)) return false;
-    }
-    return true;
-}
 
 bool verifyOwner(HANDLE handle, PSID wanted, DWORD& err) {
     PSID owner = nullptr;

@@ -63,6 +63,12 @@ struct QueueStore::Impl {
     bool pinFolders(bool createRoot, DWORD& err);
 };
 
+constexpr DWORD kFolderOrLink = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+
+inline ULONGLONG sizeOf(const WIN32_FIND_DATAW& entry) {
+    return (ULONGLONG{entry.nFileSizeHigh} << 32) | entry.nFileSizeLow;
+}
+
 // The entries of a folder. Closing is told to the debugger where it fails unasked.
 class DirectorySearch {
   public:
