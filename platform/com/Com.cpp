@@ -120,7 +120,8 @@ HRESULT SHGetFolderPathW(HWND, int folder, HANDLE handle, DWORD, LPWSTR path) {
     *path = 0;
     if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
     if (folder != CSIDL_LOCAL_APPDATA) return E_INVALIDARG;
-    const auto token = handle == nullptr ? platform::processTokenState() : platform::findToken(handle, TOKEN_QUERY);
+    const auto token = handle == nullptr ? platform::processTokenState()
+                                         : platform::findToken(handle, TOKEN_QUERY | TOKEN_IMPERSONATE);
     if (token == nullptr) return HRESULT_FROM_WIN32(GetLastError());
     const std::u16string text = localAppData(token->who.user);
     if (text.empty()) return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);

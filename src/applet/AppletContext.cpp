@@ -102,10 +102,7 @@ bool checkShell(const AppletContext& context, DWORD& err) {
     LogonIdentity shell;
     SidBytes shellSid;
     if (!openShellToken(token, err) || !readTokenIdentity(token.get(), shell, shellSid, err, true)) return false;
-    const bool same = shell.sessionId == context.identity.sessionId &&
-                      isSameLogonId(shell.logonId, context.identity.logonId) &&
-                      EqualSid(sidOf(shellSid), sidOf(context.userSid));
-    return same || fail(err, ERROR_ACCESS_DENIED);
+    return isSameLogon(shell, shellSid, context) || fail(err, ERROR_ACCESS_DENIED);
 }
 
 bool readLogonTime(AppletContext& context, DWORD& err) {
@@ -119,10 +116,14 @@ bool readLogonTime(AppletContext& context, DWORD& err) {
     return ours || fail(err, ERROR_ACCESS_DENIED);
 }
 
-// A folder that cannot be had leaves its HRESULT in `err`.
-bool readStoreRoot(HANDLE token, WideString& storeRoot, DWORD& err) {
+// SHGetFolderPathW impersonates the token's user, which takes more rights than a look at the token. A folder that
+// cannot be had leaves its HRESULT in `err`.
+bool readStoreRoot(WideString& storeRoot, DWORD& err) {
+    constexpr DWORD kRights = TOKEN_QUERY | TOKEN_IMPERSONATE | TOKEN_DUPLICATE;
+    OwnedHandle token;
+    if (!OpenProcessToken(GetCurrentProcess(), kRights, token.put())) return failWithLastError(err);
     WCHAR path[kPathUnits] = {};
-    const HRESULT result = SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, token, SHGFP_TYPE_CURRENT, path);
+    const HRESULT result = SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, token.get(), SHGFP_TYPE_CURRENT, path);
     if (FAILED(result)) return fail(err, static_cast<DWORD>(result));
     storeRoot = WideString(path) + kStoreFolder;
     return true;
@@ -136,7 +137,7 @@ bool fillContext(AppletContext& context, DWORD& err, bool allowElevated) {
            checkOwnSession(context.identity, err) &&  //
            checkShell(context, err) &&                //
            readLogonTime(context, err) &&             //
-           readStoreRoot(token.get(), context.storeRoot, err);
+           readStoreRoot(context.storeRoot, err);
 }
 
 }  // namespace
@@ -176,6 +177,12 @@ bool readAppletContext(AppletContext& context, DWORD& err, bool allowElevated) {
     }
     err = ERROR_SUCCESS;
     return true;
+}
+
+bool isSameLogon(const LogonIdentity& identity, const SidBytes& userSid, const AppletContext& context) {
+    return identity.sessionId == context.identity.sessionId &&
+           isSameLogonId(identity.logonId, context.identity.logonId) &&
+           EqualSid(sidOf(userSid), sidOf(context.userSid));
 }
 
 OwnerState lookupOwner(const LogonIdentity& queueIdentity, PSID userSid, DWORD& err) {

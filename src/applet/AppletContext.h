@@ -29,6 +29,9 @@ bool readTokenIdentity(HANDLE token, LogonIdentity& identity, SidBytes& userSid,
 // Whether a high-integrity token is the user's ordinary one: an enabled administrator's on a machine whose UAC is off.
 bool isUnfilteredAdmin(HANDLE token, DWORD& err);
 
+// Whether a token's identity, which knows no logon time, is that of the context's logon.
+bool isSameLogon(const LogonIdentity& identity, const SidBytes& userSid, const AppletContext& context);
+
 // `userSid` is the asking user's.
 OwnerState lookupOwner(const LogonIdentity& queueIdentity, PSID userSid, DWORD& err);
 

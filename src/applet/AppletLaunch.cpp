@@ -71,12 +71,6 @@ class Environment {
     void* block_ = nullptr;
 };
 
-// Of a logon, before its time is known.
-bool isSameLogon(const LogonIdentity& left, const SidBytes& leftSid, const AppletContext& context) {
-    return left.sessionId == context.identity.sessionId && isSameLogonId(left.logonId, context.identity.logonId) &&
-           EqualSid(sidOf(leftSid), sidOf(context.userSid));
-}
-
 // A queue of another logon has to be claimed first.
 DWORD checkQueue(const AppletContext& context, const WideString& queueName) {
     if (queueName.empty()) return ERROR_SUCCESS;

@@ -72,7 +72,8 @@ TEST_F(AppletLaunchMachine, failedCallRejectsTheChild) {
     // The uses before are those of the start, of the store and of the pass itself.
     const Row rows[] = {
         {"CreateProcessW:1=fail(1234)", "(err=1234)"},
-        {"OpenProcessToken:7=fail(1234)", "(err=1234)"},  // the child's
+        {"OpenProcessToken:10=fail(1234);TerminateProcess:1=fail(5)",
+         "AppletNotes: rejected child termination failed\n"},  // the child's
         {"ResumeThread:1=fail(1234)", "(err=1234)"},
         {"ResumeThread:1=fail(1234);TerminateProcess:1=fail(5)", "AppletNotes: rejected child termination failed\n"},
         {"GetModuleFileNameW:every=fail(1234)", "(err=1234)"},

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <aclapi.h>
+#include <shlobj.h>
 #include <winsafer.h>
 
 #include <cstring>
@@ -86,7 +87,8 @@ FileHandle open(const WCHAR* path, DWORD access) {
     return FileHandle(CreateFileW(path, access, kAll, nullptr, OPEN_EXISTING, kFolder, nullptr));
 }
 
-// "owner: holder mask flags, holder mask flags", or the error.
+// "owner: holder mask flags, holder mask flags", with what is not usual: "protected", "denied", "no list"; or the
+// error.
 std::string security(HANDLE file) {
     PSID owner = nullptr;
     PACL list = nullptr;
@@ -94,19 +96,21 @@ std::string security(HANDLE file) {
     const DWORD error = GetSecurityInfo(file, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
                                         &owner, nullptr, &list, nullptr, &descriptor);
     if (error != 0) return "error " + std::to_string(error);
-    std::string told = sidText(owner) + ":";
+    const LocalBlock freed(descriptor);
+    const bool isProtected = (static_cast<SECURITY_DESCRIPTOR*>(descriptor)->Control & SE_DACL_PROTECTED) != 0;
+    std::string told = sidText(owner) + (isProtected ? ": protected" : ":");
+    if (list == nullptr) return told + " no list";
     for (DWORD i = 0; i < list->AceCount; ++i) {
         void* entry = nullptr;
         EXPECT_TRUE(GetAce(list, i, &entry));
         auto* const allowed = static_cast<ACCESS_ALLOWED_ACE*>(entry);
-        EXPECT_EQ(allowed->Header.AceType, ACCESS_ALLOWED_ACE_TYPE);
         char numbers[32];
         std::snprintf(numbers, sizeof numbers, " %x %x", allowed->Mask, allowed->Header.AceFlags);
-        told += " " + sidText(&allowed->SidStart) + numbers;
+        told += (allowed->Header.AceType == ACCESS_DENIED_ACE_TYPE ? " denied " : " ") + sidText(&allowed->SidStart);
+        told += numbers;
     }
     void* entry = nullptr;
     EXPECT_FALSE(GetAce(list, list->AceCount, &entry));
-    LocalFree(descriptor);
     return told;
 }
 
@@ -198,24 +202,38 @@ TEST_F(MachineTest, mediumTokenIsMadeOfAHighOne) {
     EXPECT_EQ(fixed<TOKEN_STATISTICS>(copy.get(), TokenStatistics).PrivilegeCount, 1U);
 }
 
+TEST_F(MachineTest, folderOfAUserIsToldToATokenThatMayImpersonate) {
+    const std::pair<DWORD, HRESULT> rows[] = {{TOKEN_QUERY | TOKEN_IMPERSONATE, S_OK},
+                                              {TOKEN_QUERY | TOKEN_DUPLICATE, HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED)},
+                                              {TOKEN_IMPERSONATE, HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED)}};
+    for (const auto& [rights, result] : rows) {
+        WCHAR path[MAX_PATH];
+        EXPECT_EQ(SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, openToken(rights).get(), 0, path), result) << rights;
+    }
+}
+
 TEST_F(MachineTest, modeBitsAreEntries) {
     writeFile(TEXT("C:\\f"), "x");
-    const std::string full = " 1f01ff 0", admins = " S-1-5-32-544", everyone = " S-1-1-0";
+    const std::string full = " " + kOperator + " 1f01ff 0", admins = "S-1-5-32-544", everyone = " S-1-1-0";
     const struct {
         mode_t mode;
-        std::string entries;
-    } rows[] = {{0600, " " + kOperator + full},
-                {0700, " " + kOperator + full},
-                {0400, " " + kOperator + " 120089 0"},
-                {0640, " " + kOperator + full + admins + " 120089 0"},
-                {0602, " " + kOperator + full + everyone + " 120116 0"},
-                {0004, everyone + " 120089 0"},
-                {0000, ""}};
+        std::string told;
+    } rows[] = {{0600, kOperator + ":" + full},
+                {0700, kOperator + ":" + full},
+                {0400, kOperator + ": " + kOperator + " 120089 0"},
+                {0640, kOperator + ":" + full + " " + admins + " 120089 0"},
+                {0602, kOperator + ":" + full + everyone + " 120116 0"},
+                {0004, kOperator + ":" + everyone + " 120089 0"},
+                {0000, kOperator + ":"},
+                {01600, kOperator + ": protected" + full},
+                {02600, kOperator + ": denied" + full + full},
+                {04600, admins + ":" + full},
+                {07777, kOperator + ": protected no list"}};
     EXPECT_EQ(security(open(TEXT("C:\\f"), FILE_READ_ATTRIBUTES).get()), "error 5");
     const FileHandle file = open(TEXT("C:\\f"), READ_CONTROL);  // while its owner may, whoever runs this
     for (const auto& row : rows) {
         chmod(hostPath(TEXT("C:\\f")).c_str(), row.mode);
-        EXPECT_EQ(security(file.get()), kOperator + ":" + row.entries) << std::oct << row.mode;
+        EXPECT_EQ(security(file.get()), row.told) << std::oct << row.mode;
     }
     CreateDirectoryW(TEXT("C:\\d"), nullptr);
     chmod(hostPath(TEXT("C:\\d")).c_str(), 0700);
