@@ -65,6 +65,28 @@ class QueueStoreMachine : public StoreMachine {
         EXPECT_EQ(done, !store.isEmpty()) << path;
         return err;
     }
+    // One of the operations by its name, on the own queue and its note.
+    bool perform(const std::string& operation, QueueStore& store, const QueueLease& held, DWORD& err) const {
+        constexpr const WCHAR* kNote = TEXT("note_a.json");
+        const WideString queue = wide(ownQueue());
+        const auto gone = [](const LogonIdentity&) { return OwnerState::Gone; };
+        QueueLease lease;
+        std::string content;
+        std::vector<WideString> names;
+        WideString newName;
+        bool truncated = false;
+        DWORD count = 0;
+        ULONGLONG bytes = 0;
+        if (operation == "open") return store.open(context().storeRoot, owner(), false, err);
+        if (operation == "lease") return QueueLease::open(store, queue, context().identity, lease, err);
+        if (operation == "read") return held.readNote(kNote, content, err);
+        if (operation == "update") return held.updateNote(kNote, "new", err);
+        if (operation == "remove") return held.removeNote(kNote, err);
+        if (operation == "list") return store.enumerateQueues(10, names, truncated, err);
+        if (operation == "measure") return store.measureQueue(queue, count, bytes, err);
+        if (operation == "cleanup") return store.cleanupEmptyStore([] { return DWORD{0}; }, err);
+        return store.claimQueue(queue, context().identity, gone, newName, err) == ClaimResult::Claimed;
+    }
 };
 
 TEST_F(QueueStoreMachine, opensAPlainLocalPathOnly) {
@@ -179,84 +201,47 @@ TEST_F(QueueStoreMachine, keepsItsPathWhereItIs) {
 }
 
 TEST_F(QueueStoreMachine, plantedObjectsAreRefusedAndLeftAlone) {
-    struct Place {
-        const char* what;
-        std::string path;  // below the store root
-        bool isFolder;
-        std::vector<const char*> operations;
-    };
     const std::string queue = ownQueue();
-    const Place places[] = {
-        {"store root", "", true, {"open", "lease"}},
-        {"lifecycle lock",
-         "/.lifecycle.lock",
-         false,
-         {"lease", "update", "remove", "list", "measure", "claim", "cleanup"}},
-        {"runtime", "/runtime", true, {"cleanup"}},
-        {"queue", "/" + queue, true, {"lease", "measure", "claim", "cleanup"}},
-        {"display lock", "/" + queue + "/.display.lock", false, {"lease"}},
-        {"writer lock", "/" + queue + "/.writer.lock", false, {"update", "remove", "measure", "claim", "cleanup"}},
-        {"note", "/" + queue + "/note_a.json", false, {"read", "update", "remove", "measure"}},
-        {"temporary name", "/" + queue + "/{00000001-0002-0003-0405-060708090A0B}.tmp", false, {"update"}},
+    const struct Place {
+        std::string path;  // below the store root
+        std::vector<std::string> operations;
+    } places[] = {
+        {"", {"open"}},
+        {"/.lifecycle.lock", {"lease", "update", "remove", "list", "measure", "claim", "cleanup"}},
+        {"/runtime", {"cleanup"}},
+        {"/" + queue, {"lease", "measure", "claim", "cleanup"}},
+        {"/" + queue + "/.display.lock", {"lease"}},
+        {"/" + queue + "/.writer.lock", {"update", "remove", "measure", "claim", "cleanup"}},
+        {"/" + queue + "/note_a.json", {"read", "update", "remove", "measure"}},
+        {"/" + queue + "/{00000001-0002-0003-0405-060708090A0B}.tmp", {"update"}},
     };
-    const GUID foreseen = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
     for (const Place& place : places) {
         for (const Plant& plant : kPlants) {
-            if (place.isFolder && plant.kind == Kind::HardLink) continue;  // folders have none
-            for (const std::string operation : place.operations) {
-                SCOPED_TRACE(std::string(place.what) + ", " + plant.what + ", " + operation);
+            for (const std::string& operation : place.operations) {
+                SCOPED_TRACE(place.path + ", " + plant.what + ", " + operation);
                 fs::remove_all(root());
                 fs::remove_all(root().string() + "-aside");
                 QueueStore store = makeStore();
                 const fs::path folder = makeQueue(queue);
-                for (const char* lock : {"/.writer.lock", "/.display.lock"})
-                    putPrivateFile(folder.string() + lock, "");
-                putPrivateFile(root() / ".lifecycle.lock", "");
-                putNote(folder, "note_a.json", "{\"id\":\"note_a\"}");
-                const bool underLease = operation == "read" || operation == "update" || operation == "remove";
+                for (const fs::path& lock :
+                     {folder / ".writer.lock", folder / ".display.lock", root() / ".lifecycle.lock"})
+                    putPrivateFile(lock, "");
+                if (operation != "cleanup") putNote(folder, "note_a.json", "{\"id\":\"note_a\"}");
                 QueueLease held;
-                DWORD err = 0;
-                if (underLease) held = lease(store, queue);
-                if (operation == "open" || place.path.empty()) store = QueueStore();
+                if (operation == "read" || operation == "update" || operation == "remove") held = lease(store, queue);
                 const fs::path path = root().string() + place.path, aside = path.string() + "-aside";
-                const bool isTemporary = path.extension() == ".tmp";
+                const bool isTemporary = path.extension() == ".tmp", isNote = path.extension() == ".json";
                 if (isTemporary) putPrivateFile(path, "planted");
-                setNextGuid(foreseen);
+                if (fs::is_directory(path) && plant.kind == Kind::HardLink) continue;  // folders have none
+                setNextGuid({1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}});
+                if (operation == "open") store = QueueStore();
                 plantAt(path, plant);
                 const std::string before = stateOf(path) + stateOf(aside);
-
-                bool done = true;
-                std::string bytes;
-                QueueLease lease;
-                std::vector<WideString> names;
-                bool truncated = false;
-                DWORD count = 0;
-                ULONGLONG sum = 0;
-                WideString newName;
-                const auto gone = [](const LogonIdentity&) { return OwnerState::Gone; };
-                if (store.isEmpty() && !store.open(context().storeRoot, owner(), false, err))
-                    done = false;
-                else if (operation == "lease")
-                    done = QueueLease::open(store, wide(queue), context().identity, lease, err);
-                else if (operation == "read")
-                    done = held.readNote(TEXT("note_a.json"), bytes, err);
-                else if (operation == "update")
-                    done = held.updateNote(TEXT("note_a.json"), "new", err);
-                else if (operation == "remove")
-                    done = held.removeNote(TEXT("note_a.json"), err);
-                else if (operation == "list")
-                    done = store.enumerateQueues(10, names, truncated, err);
-                else if (operation == "measure")
-                    done = store.measureQueue(wide(queue), count, sum, err);
-                else if (operation == "claim")
-                    done =
-                        store.claimQueue(wide(queue), context().identity, gone, newName, err) == ClaimResult::Claimed;
-                else if (operation == "cleanup")
-                    done = store.cleanupEmptyStore([] { return DWORD{0}; }, err);
-                EXPECT_FALSE(done);
-                // A note of the wrong kind is seen in the listing already, in each operation's own way.
-                const bool listed = place.path.ends_with(".json");
-                EXPECT_TRUE(err == (isTemporary ? 80 : 5) || (listed && operation == "measure" && err == 13)) << err;
+                DWORD err = 0;
+                EXPECT_FALSE(perform(operation, store, held, err));
+                // A listing tells that a note is a link or a folder before anything is opened.
+                const bool isListed = isNote && operation == "measure" && err == 13;
+                EXPECT_TRUE(isListed || err == (isTemporary ? 80 : 5)) << err;
                 EXPECT_EQ(stateOf(path) + stateOf(aside), before);
                 chmod(path.c_str(), 0700);
             }
