@@ -213,7 +213,7 @@ TEST_F(Display, aUserEditsMovesSizesMakesAndClosesNotes) {
                                    ",\"editable\":true,\"allowNewNote\":true,\"modified\":\"2020-01-01T00:00:00Z\","
                                    "\"position\":{\"x\":100,\"y\":100,\"width\":260,\"height\":200}"));
     DisplayProcess display(arguments(), environment());
-    ASSERT_TRUE(hasStartedWith(display, 1));
+    ASSERT_TRUE(hasStartedWith(display, 1)) << log();
     display.typeIntoBody("hello");
     std::string saved = fileAfterSave(1);
     EXPECT_TRUE(has(saved, "\"content\": \"hello\"") && !has(saved, "2020-01-01")) << saved << "modified moves";
@@ -239,7 +239,7 @@ TEST_F(Display, aReaderNeverSeesHalfANote) {
     makeFolder();
     writeFile(file("n.json"), note("n", ",\"editable\":true"));
     DisplayProcess display(arguments(), environment());
-    ASSERT_TRUE(hasStartedWith(display, 1));
+    ASSERT_TRUE(hasStartedWith(display, 1)) << log();
     const auto isWhole = [](const std::string& text) { return text.starts_with('{') && text.ends_with('}'); };
     // Wine refuses to replace a file that a reader has open: such a save fails, and the next one is looked at.
     for (int round = 1; round <= 20 && linesWith("Saved note id=n") < 2; ++round) {
@@ -257,7 +257,7 @@ TEST_F(Display, theEndOfTheSessionSavesAnEditThatStillWaits) {
     makeFolder();
     writeFile(file("n.json"), note("n", ",\"editable\":true"));
     DisplayProcess display(arguments(), environment());
-    ASSERT_TRUE(hasStartedWith(display, 1));
+    ASSERT_TRUE(hasStartedWith(display, 1)) << log();
     display.typeIntoBody("abc");
     display.endSession();
     EXPECT_NE(readFile(file("n.json")).find("\"content\": \"abc\""), std::string::npos) << log();
@@ -269,7 +269,7 @@ TEST_F(Display, anInstallerThatClosesTheProgramCostsNoNote) {
     for (int n = 0; n < kNotes; ++n)
         writeFile(file("n" + std::to_string(n) + ".json"), note("n" + std::to_string(n), ",\"editable\":true"));
     DisplayProcess display(arguments(), environment());
-    ASSERT_TRUE(hasStartedWith(display, kNotes));
+    ASSERT_TRUE(hasStartedWith(display, kNotes)) << log();
     display.typeIntoBody("abc");
     display.closeForInstaller();
     DWORD exitCode = 99;

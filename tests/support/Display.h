@@ -30,6 +30,7 @@ class DisplayProcess {
     std::vector<ShownWindow> notes() const;
     // What a user does with the mouse, in pixels of the screen, and with the keyboard.
     void click(LONG x, LONG y) const;
+    // Drags a bar or the lower right corner.
     void drag(LONG fromX, LONG fromY, LONG toX, LONG toY) const;
     // Characters of ASCII, into the body of the uppermost note; they are there on return.
     void typeIntoBody(const std::string& text) const;

@@ -43,15 +43,8 @@ BOOL CALLBACK listNote(HWND window, LPARAM into) {
     return TRUE;
 }
 
-void takeMouse() {
-    static const HANDLE turn = CreateMutexW(nullptr, FALSE, TEXT("Local\\Vellumd.Tests.Mouse"));
-    static const DWORD taken = WaitForSingleObject(turn, 90000);
-    static_cast<void>(taken);
-}
-
 // The mouse itself. The system hands its events to the windows in their order.
 void mouse(DWORD what, LONG x, LONG y) {
-    takeMouse();
     const LONG width = GetSystemMetrics(SM_CXSCREEN), height = GetSystemMetrics(SM_CYSCREEN);
     INPUT input = {};
     input.type = INPUT_MOUSE;
@@ -144,12 +137,24 @@ void DisplayProcess::click(LONG x, LONG y) const {
 
 void DisplayProcess::drag(LONG fromX, LONG fromY, LONG toX, LONG toY) const {
     constexpr LONG kSteps = 10;
-    const DWORD thread = GetWindowThreadProcessId(WindowFromPoint({fromX, fromY}), nullptr);
+    const HWND window = GetAncestor(WindowFromPoint({fromX, fromY}), GA_ROOT);
+    const DWORD thread = GetWindowThreadProcessId(window, nullptr);
+    RECT before = {};
+    GetWindowRect(window, &before);
     mouse(0, fromX, fromY);
     mouse(MOUSEEVENTF_LEFTDOWN, fromX, fromY);
     eventually([thread] { return isInMoveLoop(thread); });
     for (LONG step = 1; step <= kSteps; ++step)
         mouse(0, fromX + (toX - fromX) * step / kSteps, fromY + (toY - fromY) * step / kSteps);
+    // Wine tells of the pointer's earlier places late: the last move is repeated until the window has followed it. Both
+    // a move and a new size at the lower right corner take that corner along.
+    eventually([&] {
+        POINT at = {};
+        if (GetCursorPos(&at) && (at.x != toX || at.y != toY)) mouse(0, toX, toY);
+        RECT rect = {};
+        GetWindowRect(window, &rect);
+        return rect.right == before.right + toX - fromX && rect.bottom == before.bottom + toY - fromY;
+    });
     mouse(MOUSEEVENTF_LEFTUP, toX, toY);
     eventually([thread] { return !isInMoveLoop(thread); });
 }
