@@ -75,13 +75,13 @@ command_test() {
     reports=()
     local reports_folder=$PWD/build/reports
     build native
-    run_tests native ctest --preset native -j4 --repeat until-pass:2 --output-junit "$reports_folder/native.xml"
+    run_tests native ctest --preset native -j4 --output-junit "$reports_folder/native.xml"
     build native-tsan
-    run_tests native-tsan ctest --preset native-tsan -j4 --repeat until-pass:2 --output-junit "$reports_folder/native-tsan.xml"
+    run_tests native-tsan ctest --preset native-tsan -j4 --output-junit "$reports_folder/native-tsan.xml"
     build windows
     run_tests executable /usr/bin/python3 -m pytest -q -p no:cacheprovider tests/package \
         --junitxml="$reports_folder/executable.xml"
-    run_tests windows tools/wine-session.sh ctest --preset windows -j4 --repeat until-pass:2 --output-junit "$reports_folder/windows.xml"
+    run_tests windows tools/wine-session.sh ctest --preset windows -j4 --output-junit "$reports_folder/windows.xml"
     say "all suites"
     /usr/bin/python3 tools/summary.py "${reports[@]}"
 }

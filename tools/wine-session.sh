@@ -45,12 +45,13 @@ stop_wine() {
     wineserver -k 2>/dev/null
     timeout 15 wineserver -w
 }
-is_new=$([ -d "$WINEPREFIX" ] || echo yes)
 start_wine
 
 set_value() { quietly wine reg add "$1" /v "$2" /t "$3" /d "$4" /f; }
 desktop='HKCU\Software\Wine\Explorer'
+desktop_setting() { wine reg query "$desktop" /v Desktop </dev/null 2>/dev/null 9>&- | grep -c Default; }
 set_value 'HKCU\Software\Wine\WineDbg' ShowCrashDialog REG_DWORD 0  # a crash ends the program at once
+setting_before=$(desktop_setting)
 if [ -n "$display" ]; then
     set_value "$desktop" Desktop REG_SZ Default
     set_value "$desktop\\Desktops" Default REG_SZ 1280x800
@@ -58,7 +59,8 @@ if [ -n "$display" ]; then
 else
     quietly wine reg delete "$desktop" /v Desktop /f
 fi
-if [ -n "$is_new" ]; then stop_wine; start_wine; fi  # the desktop of a new prefix is there before its settings
+# The desktop is there already, as the setting was before.
+if [ "$(desktop_setting)" != "$setting_before" ]; then stop_wine; start_wine; fi
 
 "$@" </dev/null 9>&- &
 wait $!
