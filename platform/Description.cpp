@@ -169,6 +169,7 @@ void readSession(Section& section, MachineDescription& description) {
     session.hasShell = section.isYes("shell", hasUser);
     session.isElevated = section.isYes("elevated", false);
     session.shellToken = section.text("shell token");
+    session.userToken = section.text("user token");
     const Logon logon =
         readLogon(section, "logon ", {session.logonId, session.user, session.id, logonTimeOf(session.id), 2, true});
     if (hasUser) description.logons.push_back(logon);

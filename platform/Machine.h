@@ -17,6 +17,10 @@
 // VELLUM_CHILD_TOKEN, in the same form, is what the children of the process run under instead of the token that they
 // are given, as if somebody had exchanged it.
 //
+// VELLUM_DESKTOP is the desktop that the process stands on; without it the one of its session's user, or in session 0
+// that of the services. VELLUM_JOB is the job that it is in, "name", or "name breakaway" where its children may leave
+// the job.
+//
 // Of an administrator, "high" is the token with all rights, and any lower level the one without them.
 #pragma once
 
@@ -56,6 +60,7 @@ struct Session {
     bool hasShell = false;
     bool isElevated = false;  // its token is an administrator's full one, with a limited one beside it
     std::string shellToken;   // empty: the shell runs under the session's ordinary token
+    std::string userToken;    // empty: the system has the session's own token for it
 };
 
 enum class Administrators { Absent, DenyOnly, Enabled };  // the group in a token
@@ -104,6 +109,10 @@ void useMachine(const std::filesystem::path& folder);
 void useToken(const std::string& description);
 // Replaces machine.txt in one step, as an editor does: what machineNow() tells is another then, for all processes.
 void rewriteMachine(const std::string& text);
+
+// The desktop that a running process was given when it was started, and the job that it is in; empty where it has none.
+std::string desktopOf(int processId);
+std::string jobOf(int processId);
 
 // Makes the text that GetCommandLineW gives from the arguments of main(), the program's name first.
 void setCommandLine(const std::vector<std::string>& arguments);

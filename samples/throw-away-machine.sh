@@ -5,7 +5,7 @@ for program in Vellumd vellum-fire-task vellum-applet-writer; do
 done
 VELLUM_MACHINE=$(mktemp -d)
 export VELLUM_MACHINE
-unset VELLUM_TOKEN VELLUM_FAULTS VELLUM_CHILD_TOKEN
+unset VELLUM_TOKEN VELLUM_FAULTS VELLUM_CHILD_TOKEN VELLUM_DESKTOP VELLUM_JOB
 
 is_alive() { grep -qs '^State:[[:space:]]*[^ZX[:space:]]' "/proc/$1/status"; }
 

@@ -139,7 +139,7 @@ static_assert((TOKEN_ASSIGN_PRIMARY | TOKEN_DUPLICATE | TOKEN_IMPERSONATE | TOKE
 static_assert(TOKEN_QUERY == 8 && TOKEN_DUPLICATE == 2 && TOKEN_ADJUST_PRIVILEGES == 0x20);
 static_assert(SE_GROUP_MANDATORY == 1 && SE_GROUP_ENABLED_BY_DEFAULT == 2 && SE_GROUP_ENABLED == 4);
 static_assert(SE_GROUP_OWNER == 8 && SE_GROUP_USE_FOR_DENY_ONLY == 0x10 && SE_GROUP_INTEGRITY == 0x20);
-static_assert(SE_GROUP_INTEGRITY_ENABLED == 0x40 && SE_PRIVILEGE_ENABLED == 2);
+static_assert(SE_GROUP_INTEGRITY_ENABLED == 0x40 && SE_PRIVILEGE_ENABLED == 2 && SE_PRIVILEGE_REMOVED == 4);
 static_assert(TokenUser == 1 && TokenGroups == 2 && TokenStatistics == 10 && TokenSessionId == 12);
 static_assert(TokenElevationType == 18 && TokenLinkedToken == 19 && TokenIntegrityLevel == 25);
 static_assert(TokenPrimary == 1 && TokenImpersonation == 2 && SecurityIdentification == 1 &&

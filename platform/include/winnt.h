@@ -54,6 +54,7 @@ enum WELL_KNOWN_SID_TYPE { WinLocalSystemSid = 22, WinBuiltinAdministratorsSid =
 #define SE_GROUP_INTEGRITY 0x00000020
 #define SE_GROUP_INTEGRITY_ENABLED 0x00000040
 #define SE_PRIVILEGE_ENABLED 0x00000002
+#define SE_PRIVILEGE_REMOVED 0x00000004
 
 #define SE_ASSIGNPRIMARYTOKEN_NAME TEXT("SeAssignPrimaryTokenPrivilege")
 #define SE_INCREASE_QUOTA_NAME TEXT("SeIncreaseQuotaPrivilege")

@@ -1,6 +1,7 @@
 // A child is a real process on the same machine. Its token goes to it as VELLUM_TOKEN. One that is started suspended
 // has its image and waits at the very start of main(), on a pipe, for the byte that resumes it; when the pipe's other
-// end goes without one, it ends. No descriptor is inherited but that and the standard streams.
+// end goes without one, it ends. No descriptor is inherited but that and the standard streams, unless the caller asks
+// for it: then all are that do not close with an exec. The stand-in opens none of that kind.
 #include "process/Children.h"
 
 #include <fcntl.h>
@@ -12,6 +13,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <list>
 #include <mutex>
 #include <string_view>
@@ -23,6 +25,7 @@
 #include "files/NativePath.h"
 #include "process/Environment.h"
 #include "process/Processes.h"
+#include "process/Surroundings.h"
 #include "security/TokenText.h"
 #include "text/CommandLine.h"
 #include "text/Encoding.h"
@@ -83,12 +86,36 @@ bool isOf(const std::string& entry, std::string_view name) {
     return entry.size() > name.size() && entry.starts_with(name) && entry[name.size()] == '=';
 }
 
+struct Start {
+    LPCWSTR image;
+    LPCWSTR commandLine;
+    BOOL inherits;
+    DWORD flags;
+    const WCHAR* environment;  // null: this process's
+    LPCWSTR folder;
+    const STARTUPINFOW* startup;
+    std::shared_ptr<TokenState> token;
+};
+
+// A block of bytes, which lacks the flag, is something that nobody passes; what is passed would be taken for one.
+bool isUnderstood(const Start& wanted) {
+    constexpr DWORD kKnown = CREATE_SUSPENDED | CREATE_UNICODE_ENVIRONMENT | CREATE_BREAKAWAY_FROM_JOB;
+    const bool isWide = wanted.environment == nullptr || (wanted.flags & CREATE_UNICODE_ENVIRONMENT) != 0;
+    const bool hasSize = wanted.startup != nullptr && wanted.startup->cb == sizeof *wanted.startup;
+    return (isWide && hasSize && (wanted.flags & ~kKnown) == 0) || refuse(ERROR_INVALID_PARAMETER);
+}
+
 // What the stand-in and its sanitizers need goes along whatever the child's environment is; faults do not.
-void addOwnVariables(std::vector<std::string>& environment, const Token& token, int resumeDescriptor) {
-    for (const char* name : {"VELLUM_MACHINE", "VELLUM_TOKEN", "VELLUM_CHILD_TOKEN", "VELLUM_FAULTS", kSuspended})
+void addOwnVariables(std::vector<std::string>& environment, const Start& wanted, const Token& token,
+                     const std::string& job, int resumeDescriptor) {
+    for (const char* name : {"VELLUM_MACHINE", "VELLUM_TOKEN", "VELLUM_CHILD_TOKEN", "VELLUM_DESKTOP", "VELLUM_JOB",
+                             "VELLUM_FAULTS", kSuspended})
         std::erase_if(environment, [&](const std::string& entry) { return isOf(entry, name); });
     environment.push_back("VELLUM_MACHINE=" + machineFolder().string());
     environment.push_back("VELLUM_TOKEN=" + writeToken(token));
+    const LPCWSTR desktop = wanted.startup->lpDesktop;
+    environment.push_back("VELLUM_DESKTOP=" + (desktop == nullptr ? processDesktop() : toUtf8(desktop)));
+    if (!job.empty()) environment.push_back("VELLUM_JOB=" + job);
     if (resumeDescriptor >= 0) environment.push_back(kSuspended + ("=" + std::to_string(resumeDescriptor)));
     for (const char* name : {"ASAN_OPTIONS", "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}) {
         const char* const value = std::getenv(name);
@@ -109,23 +136,14 @@ struct Pipe {
 
 // What the child does between fork and exec: only what is safe there. It tells a failure through `report`.
 [[noreturn]] void becomeImage(const char* image, const char* folder, char** arguments, char** environment, int resume,
-                              int report) {
-    close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
+                              int report, bool inherits) {
+    if (!inherits) close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
     if (resume >= 0) fcntl(resume, F_SETFD, 0);
     if (folder == nullptr || chdir(folder) == 0) execve(image, arguments, environment);
     const int error = errno;
     [[maybe_unused]] const ssize_t told = write(report, &error, sizeof error);
     _exit(127);
 }
-
-struct Start {
-    LPCWSTR image;
-    LPCWSTR commandLine;
-    LPCWSTR folder;
-    const WCHAR* environment;  // null: this process's
-    std::shared_ptr<TokenState> token;
-    bool isSuspended;
-};
 
 std::shared_ptr<TokenState> exchanged(std::shared_ptr<TokenState> token) {
     const char* const description = std::getenv("VELLUM_CHILD_TOKEN");
@@ -140,20 +158,25 @@ bool start(const Start& wanted, PROCESS_INFORMATION* made) {
     std::string image, folder;
     if (!nativePath(wanted.image, image) || (wanted.folder != nullptr && !nativePath(wanted.folder, folder)))
         return false;
+    std::string job;
+    if (!isUnderstood(wanted) ||
+        !chooseChildJob((wanted.flags & CREATE_BREAKAWAY_FROM_JOB) != 0, wanted.token->who.sessionId, job))
+        return false;
+    const bool isSuspended = (wanted.flags & CREATE_SUSPENDED) != 0;
     const std::shared_ptr<TokenState> token = exchanged(wanted.token);
     Pipe resume, report;
-    if (!report.open() || (wanted.isSuspended && !resume.open())) return refuse(ERROR_TOO_MANY_OPEN_FILES);
+    if (!report.open() || (isSuspended && !resume.open())) return refuse(ERROR_TOO_MANY_OPEN_FILES);
 
     std::vector<std::string> arguments = argumentsOf(wanted.commandLine);
     std::vector<std::string> environment =
         wanted.environment == nullptr ? environmentTexts() : textsOf(wanted.environment);
-    addOwnVariables(environment, token->who, resume.read.get());
+    addOwnVariables(environment, wanted, token->who, job, resume.read.get());
     const std::vector<char*> argumentPointers = pointersTo(arguments), environmentPointers = pointersTo(environment);
     const pid_t child = fork();
     if (child == 0)
         becomeImage(image.c_str(), folder.empty() ? nullptr : folder.c_str(),
                     const_cast<char**>(argumentPointers.data()), const_cast<char**>(environmentPointers.data()),
-                    resume.read.get(), report.write.get());
+                    resume.read.get(), report.write.get(), wanted.inherits != FALSE);
     if (child < 0) return refuse(ERROR_NOT_ENOUGH_MEMORY);
 
     // The other end closes with the exec, so that this process waits until the child has its image.
@@ -195,27 +218,27 @@ void waitUntilResumed() {
 
 using namespace platform;
 
-BOOL CreateProcessW(LPCWSTR image, LPWSTR commandLine, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, BOOL, DWORD flags,
-                    LPVOID environment, LPCWSTR folder, LPSTARTUPINFOW, LPPROCESS_INFORMATION made) {
+BOOL CreateProcessW(LPCWSTR image, LPWSTR commandLine, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, BOOL inherits,
+                    DWORD flags, LPVOID environment, LPCWSTR folder, LPSTARTUPINFOW startup,
+                    LPPROCESS_INFORMATION made) {
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;
-    return start({image, commandLine, folder, static_cast<const WCHAR*>(environment), processTokenState(),
-                  (flags & CREATE_SUSPENDED) != 0},
+    return start({image, commandLine, inherits, flags, static_cast<const WCHAR*>(environment), folder, startup,
+                  processTokenState()},
                  made);
 }
 
 BOOL CreateProcessAsUserW(HANDLE handle, LPCWSTR image, LPWSTR commandLine, LPSECURITY_ATTRIBUTES,
-                          LPSECURITY_ATTRIBUTES, BOOL, DWORD flags, LPVOID environment, LPCWSTR folder, LPSTARTUPINFOW,
-                          LPPROCESS_INFORMATION made) {
+                          LPSECURITY_ATTRIBUTES, BOOL inherits, DWORD flags, LPVOID environment, LPCWSTR folder,
+                          LPSTARTUPINFOW startup, LPPROCESS_INFORMATION made) {
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;
     const auto token = findToken(handle, TOKEN_ASSIGN_PRIMARY | TOKEN_DUPLICATE | TOKEN_QUERY);
     if (token == nullptr) return FALSE;
     if (token->type != TokenPrimary) return refuse(ERROR_BAD_TOKEN_TYPE);
     if (!mayStartUnder(*token)) return refuse(ERROR_PRIVILEGE_NOT_HELD);
-    return start(
-        {image, commandLine, folder, static_cast<const WCHAR*>(environment), token, (flags & CREATE_SUSPENDED) != 0},
-        made);
+    return start({image, commandLine, inherits, flags, static_cast<const WCHAR*>(environment), folder, startup, token},
+                 made);
 }
 
 // How often the thread was suspended before; a thread that runs stays as it is.
@@ -231,8 +254,8 @@ DWORD ResumeThread(HANDLE handle) {
     return 1;
 }
 
-// The code arrives at nobody: the parent asks for none.
-BOOL TerminateProcess(HANDLE handle, UINT) {
+// Nobody asks for the code of a child: ended.txt tells it.
+BOOL TerminateProcess(HANDLE handle, UINT exitCode) {
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;
     const auto process = find<ChildProcess>(handle);
@@ -241,5 +264,6 @@ BOOL TerminateProcess(HANDLE handle, UINT) {
     if (process->isReaped || kill(child, SIGKILL) != 0) return refuse(ERROR_ACCESS_DENIED);
     waitpid(child, nullptr, 0);
     process->isReaped = true;
+    std::ofstream(machineFolder() / "ended.txt", std::ios::app) << child << ' ' << exitCode << '\n';
     return TRUE;
 }

@@ -1,4 +1,5 @@
-// The environment that a user's process starts with: that of the machine, and what belongs to the user.
+// The environment that a user's process starts with: that of the machine, or where it is inherited of this process, and
+// what belongs to the user.
 #include <userenv.h>
 #include <windows.h>
 
@@ -8,19 +9,21 @@
 #include "Gate.h"
 #include "Machine.h"
 #include "objects/Allocations.h"
+#include "process/Environment.h"
 #include "security/Token.h"
 #include "text/Encoding.h"
 
 using namespace platform;
 
-// Nobody has this process's environment inherited.
-BOOL CreateEnvironmentBlock(LPVOID* environment, HANDLE handle, BOOL) {
+BOOL CreateEnvironmentBlock(LPVOID* environment, HANDLE handle, BOOL inherit) {
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;
     const auto token = findToken(handle, TOKEN_QUERY);
     if (token == nullptr) return FALSE;
     const MachineDescription machine = machineNow();
     std::map<std::string, std::string> variables = machine.environment;
+    for (const std::string& text : inherit ? environmentTexts() : std::vector<std::string>())
+        variables[text.substr(0, text.find('='))] = text.substr(text.find('=') + 1);
     variables["USERNAME"] = token->who.user;
     for (const User& user : machine.users) {
         if (user.name != token->who.user || user.profile.empty()) continue;

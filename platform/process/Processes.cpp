@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include "Gate.h"
+#include "process/Surroundings.h"
 #include "security/TokenText.h"
 #include "windows/Queue.h"
 #include "windows/Window.h"
@@ -108,10 +109,11 @@ BOOL ProcessIdToSessionId(DWORD processId, DWORD* sessionId) {
     return TRUE;
 }
 
+// On the user's desktop alone.
 HWND GetShellWindow() {
     static constinit CallSite site{__func__};
     Shell shell;
-    return !site.fails() && findOwnShell(shell) ? kShellWindow : nullptr;
+    return !site.fails() && isUsersDesktop(processDesktop()) && findOwnShell(shell) ? kShellWindow : nullptr;
 }
 
 // Of the shell's window and of this process's own.

@@ -267,7 +267,10 @@ BOOL AdjustTokenPrivileges(HANDLE handle, BOOL disableAll, PTOKEN_PRIVILEGES wan
         const LUID_AND_ATTRIBUTES& entry = wanted->Privileges[i];
         const auto found = token->privileges.find(entry.Luid.LowPart);
         const bool has = found != token->privileges.end() && entry.Luid.HighPart == 0;
-        if (has) found->second = (entry.Attributes & SE_PRIVILEGE_ENABLED) != 0;
+        if (has && (entry.Attributes & SE_PRIVILEGE_REMOVED) != 0)
+            token->privileges.erase(found);
+        else if (has)
+            found->second = (entry.Attributes & SE_PRIVILEGE_ENABLED) != 0;
         all = all && has;
     }
     SetLastError(all ? ERROR_SUCCESS : ERROR_NOT_ALL_ASSIGNED);

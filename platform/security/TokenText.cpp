@@ -116,7 +116,7 @@ Token ordinaryToken(const MachineDescription& machine, const Session& session) {
 }
 
 Token sessionToken(const MachineDescription& machine, const Session& session) {
-    return tokenIn(machine, session, true);
+    return session.userToken.empty() ? tokenIn(machine, session, true) : describedToken(machine, session.userToken);
 }
 
 Token shellToken(const MachineDescription& machine, const Session& session) {

@@ -169,6 +169,7 @@ std::vector<std::string> systemEnvironment() {
         if (!std::string_view(*variable).starts_with("VELLUM_")) variables.push_back(*variable);
     variables.push_back("VELLUM_MACHINE=" + machineFolder().string());
     variables.push_back("VELLUM_TOKEN=SYSTEM@0");
+    variables.push_back("VELLUM_JOB=scheduler breakaway");
     return variables;
 }
 

@@ -16,6 +16,7 @@
 #include "Desktop.h"
 #include "Machine.h"
 #include "files/FileObject.h"
+#include "process/Surroundings.h"
 #include "text/Encoding.h"
 #include "threads/Waiting.h"
 #include "windows/Queue.h"
@@ -29,7 +30,7 @@ namespace fs = std::filesystem;
 constexpr std::uint64_t kPatienceMs = 10'000;
 
 fs::path desktopFolder() {
-    return machineFolder() / "desktops" / std::to_string(processToken().sessionId);
+    return machineFolder() / "desktops" / desktopFolderName();
 }
 
 // A socket's name may have 107 bytes: it is reached through a descriptor of its folder.

@@ -76,9 +76,11 @@ TEST_F(MachineTest, heldCallGoesOnWhenItIsDisarmed) {
 // A failed reading of the command line would start the child without its arguments.
 TEST_F(MachineTest, childsCommandLineIsReadByNoCall) {
     WideString commandLine = TEXT("Vellumd --no-autostart");
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
     PROCESS_INFORMATION child = {};
     ASSERT_TRUE(CreateProcessW(joinPath(parentPath(executablePath()), TEXT("Vellumd")).c_str(), commandLine.data(),
-                               nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr, nullptr, &child));
+                               nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr, &startup, &child));
     EXPECT_EQ(faults::uses("CommandLineToArgvW") + faults::uses("LocalFree"), 0U);
     EXPECT_TRUE(TerminateProcess(child.hProcess, 5));
     EXPECT_TRUE(CloseHandle(child.hThread) && CloseHandle(child.hProcess));

@@ -16,6 +16,7 @@
 #include "Machine.h"
 #include "common/Folders.h"
 #include "common/Paths.h"
+#include "process/Environment.h"
 #include "support/Eventually.h"
 #include "support/Files.h"
 #include "support/Process.h"
@@ -38,14 +39,11 @@ class RoleProcess {
         const int file = open(errors_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
         dup2(file, STDOUT_FILENO);
         dup2(file, STDERR_FILENO);
+        chdir("/");
         setenv("VELLUM_MACHINE", platform::machineFolder().c_str(), 1);
         for (const auto& [name, value] : environment)
             setenv(name.c_str(), value.c_str(), 1);
-        std::vector<char*> pointers;
-        for (std::string& argument : arguments)
-            pointers.push_back(argument.data());
-        pointers.push_back(nullptr);
-        execv(pointers[0], pointers.data());
+        execv(image.c_str(), platform::pointersTo(arguments).data());
         _exit(127);
     }
     ~RoleProcess() { kill(); }
@@ -72,7 +70,27 @@ class RoleProcess {
     // What it told the debugger, and what it wrote to standard output.
     std::string said() const { return contentOf(errors_); }
     bool says(const std::string& text) const {
-        return eventually([&] { return said().find(text) != std::string::npos; });
+        return eventually([&] { return timesSaid(text) > 0; });
+    }
+    std::size_t timesSaid(const std::string& line) const {
+        const std::string text = said();
+        std::size_t count = 0;
+        for (std::size_t at = 0; (at = text.find(line, at)) != std::string::npos; ++at)
+            ++count;
+        return count;
+    }
+    // How a process stands that one of these has started. Of the starter's open files, one leads to its standard error
+    // a second time; a child that inherits has it.
+    static std::string surroundings(pid_t child) {
+        const std::filesystem::path process = "/proc/" + std::to_string(child);
+        std::string text = "desktop=" + platform::desktopOf(child) + " job=" + platform::jobOf(child);
+        if (read_symlink(process / "cwd") != builtProgram().parent_path()) text += " in another folder";
+        std::error_code error;
+        for (const auto& file : std::filesystem::directory_iterator(process / "fd"))
+            if (std::stoi(file.path().filename()) > 2 && has(read_symlink(file.path(), error), "/stderr-"))
+                text += " with handles";
+        if (has(contentOf(process / "environ"), "OF_THE_STARTER=")) text += " with the starter's environment";
+        return text;
     }
     std::string ask(const std::string& request) const { return platform::remote::askProcess(child_, request); }
     // The line of the list for each note window, the uppermost first.
@@ -103,6 +121,7 @@ class RoleProcess {
     }
 
   private:
+    static bool has(const std::string& text, const char* part) { return text.find(part) != std::string::npos; }
     bool isWatching() const {
         std::error_code error;
         const std::filesystem::directory_iterator files("/proc/" + std::to_string(child_) + "/fdinfo", error);

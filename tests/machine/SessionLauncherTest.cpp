@@ -13,11 +13,9 @@ class SessionLauncherMachine : public MachineTest {
         "[user operator]\nprofile = C:\\Users\\operator\n"
         "[user admin]\nprofile = C:\\Users\\admin\nadministrator = yes\n"
         "[user visitor]\nprofile = C:\\Users\\visitor\n"
-        "[session 1]\nuser = operator\nstate = active\n"
-        "[session 2]\nuser = visitor\nstate = disconnected\n"
+        "[session 1]\nuser = operator\nstate = active\n[session 2]\nuser = visitor\nstate = disconnected\n"
         "[session 3]\nuser = admin\nelevated = yes\n"
-        "[session 4]\nstate = connected\n"
-        "[session 5]\nuser = visitor\nstate = listen\n";
+        "[session 4]\nstate = connected\n[session 5]\nuser = visitor\nstate = listen\n";
 
     SessionLauncherMachine() { describe(kMachine); }
     ~SessionLauncherMachine() override { endProcesses(); }
@@ -32,16 +30,17 @@ class SessionLauncherMachine : public MachineTest {
         }
         return found;
     }
-    void end(DWORD session, pid_t id) const {
-        kill(id, SIGKILL);
-        fs::remove(sockets(session) / std::to_string(id));
-    }
     bool isServedOnce(DWORD session) const {
         return eventually([&] { return displays(session).size() == 1; }, std::chrono::seconds(20));
     }
-    // Nothing is started: the program is not there.
-    static bool dispatch() { return SessionLauncher::dispatchToSessions(TEXT("C:\\none.exe"), TEXT("")); }
-    static Environment system() { return {{"VELLUM_TOKEN", "SYSTEM@0"}}; }
+    // What is said when no process can be started: the program is not there.
+    static std::string dispatch(bool isServed = false) {
+        EXPECT_EQ(SessionLauncher::dispatchToSessions(TEXT("C:\\none.exe"), TEXT("")), isServed);
+        return log();
+    }
+    static Environment system(const char* job = "scheduler breakaway") {
+        return {{"VELLUM_TOKEN", "SYSTEM@0"}, {"VELLUM_JOB", job}, {"OF_THE_STARTER", "1"}};
+    }
 };
 
 TEST_F(SessionLauncherMachine, everySessionOfAUserIsServedAndServedAgain) {
@@ -50,7 +49,10 @@ TEST_F(SessionLauncherMachine, everySessionOfAUserIsServedAndServedAgain) {
     EXPECT_EQ(first.exitCode(), 0) << first.said();
     for (const DWORD session : {1U, 2U, 3U}) {
         ASSERT_TRUE(isServedOnce(session)) << session << first.said();
-        EXPECT_TRUE(first.says("Launch attempt in session " + std::to_string(session) + " (pid="));
+        const pid_t display = displays(session)[0];
+        EXPECT_TRUE(
+            first.says("Launch attempt in session " + std::to_string(session) + " (pid=" + std::to_string(display)));
+        EXPECT_EQ(RoleProcess::surroundings(display), "desktop=winsta0\\default job=");
     }
     EXPECT_TRUE(displays(4).empty()) << "nobody is logged on";
     EXPECT_TRUE(displays(5).empty()) << "a session in another state";
@@ -61,16 +63,13 @@ TEST_F(SessionLauncherMachine, everySessionOfAUserIsServedAndServedAgain) {
     EXPECT_TRUE(fs::exists(folder() / "drive_c/Users/visitor/AppData/Local/Quorvane/Ombrel/Notes"));
 
     const pid_t untouched = displays(1)[0];
-    end(2, displays(2)[0]);
+    kill(displays(2)[0], SIGKILL);
+    fs::remove_all(sockets(2));
     RoleProcess second(arguments, system());
     EXPECT_EQ(second.exitCode(), 0);
     for (const DWORD session : {1U, 2U, 3U})
         EXPECT_TRUE(isServedOnce(session)) << session;
-    EXPECT_TRUE(eventually([&] {
-        const std::string text = second.said(), line = "Another instance is running";
-        const std::size_t once = text.find(line);
-        return once != std::string::npos && text.find(line, once + 1) != std::string::npos;
-    })) << second.said();
+    EXPECT_TRUE(eventually([&] { return second.timesSaid("Another instance is running") == 2; })) << second.said();
     EXPECT_EQ(displays(1), std::vector<pid_t>{untouched});
 }
 
@@ -87,37 +86,58 @@ TEST_F(SessionLauncherMachine, optionsArriveAsTheyWereGiven) {
 TEST_F(SessionLauncherMachine, onlyLocalSystemMayDispatch) {
     for (const char* token : {"operator@1", "admin@3 high"}) {
         useToken(token);
-        EXPECT_FALSE(dispatch());
-        EXPECT_EQ(log(), "[ERROR] SessionLauncher: Session dispatch requires LocalSystem; use elevated /register\r\n");
+        EXPECT_EQ(dispatch(),
+                  "[ERROR] SessionLauncher: Session dispatch requires LocalSystem; use elevated /register\r\n");
         EXPECT_EQ(faults::uses("WTSEnumerateSessionsW"), 0U) << "no session is touched";
     }
     RoleProcess run({"--launch-user-sessions"});
     EXPECT_EQ(run.exitCode(), 13);
 }
 
+TEST_F(SessionLauncherMachine, jobThatLetsNobodyGoKeepsTheSessionsUnserved) {
+    RoleProcess run({"--launch-user-sessions"}, system("scheduler"));
+    EXPECT_EQ(run.exitCode(), 13);
+    for (const char* session : {"1", "2", "3"})
+        EXPECT_TRUE(run.says(std::string("CreateProcessAsUser(session=") + session + ") failed (err=5)")) << run.said();
+}
+
 TEST_F(SessionLauncherMachine, withoutSessionsAllAreServed) {
     describe("[user operator]\nprofile = C:\\Users\\operator\n");
     useToken("SYSTEM@0");
-    EXPECT_TRUE(dispatch());
-    EXPECT_EQ(log(), "");
+    EXPECT_EQ(dispatch(true), "");
+}
+
+TEST_F(SessionLauncherMachine, tokenHasToBeOfTheSession) {
+    describe("[user visitor]\nprofile = C:\\Users\\visitor\n[session 2]\nuser = visitor\nuser token = visitor@1\n");
+    useToken("SYSTEM@0");
+    EXPECT_EQ(dispatch(), "[ERROR] SessionLauncher: Token does not target session 2\r\n");
+}
+
+TEST_F(SessionLauncherMachine, privilegeThatTheTokenLacksIsMissed) {
+    useToken("SYSTEM@0");
+    HANDLE token = nullptr;
+    TOKEN_PRIVILEGES removed = {1, {{{}, SE_PRIVILEGE_REMOVED}}};
+    ASSERT_TRUE(OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token));
+    ASSERT_TRUE(LookupPrivilegeValueW(nullptr, TEXT("SeIncreaseQuotaPrivilege"), &removed.Privileges[0].Luid));
+    ASSERT_TRUE(AdjustTokenPrivileges(token, FALSE, &removed, 0, nullptr, nullptr) && CloseHandle(token));
+    EXPECT_EQ(dispatch(), "[ERROR] SessionLauncher: Cannot enable SeIncreaseQuotaPrivilege (err=1300)\r\n");
 }
 
 TEST_F(SessionLauncherMachine, failedSessionStopsNoOther) {
     useToken("SYSTEM@0");
-    EXPECT_FALSE(dispatch());
-    const std::string all = log();
+    const std::string all = dispatch();
     for (const char* session : {"1", "2", "3"})
         EXPECT_TRUE(has(
             all, std::string("[WARN ] SessionLauncher: CreateProcessAsUser(session=") + session + ") failed (err=2)"))
             << all;
 
-    struct Row {
+    // In the order of the calls; the second session is the one that fails.
+    const struct {
         const char* call;
         unsigned use;
         const char* line;
-    };
-    // In the order of the calls; the second session is the one that fails.
-    const Row rows[] = {
+    } rows[] = {
+        {"GetTokenInformation", 1, ""},
         {"OpenProcessToken", 1, "[ERROR] SessionLauncher: OpenProcessToken failed (err=1234)"},
         {"GetTokenInformation", 2, "[ERROR] SessionLauncher: Session dispatch requires LocalSystem"},
         {"LookupPrivilegeValueW", 2,
@@ -130,13 +150,12 @@ TEST_F(SessionLauncherMachine, failedSessionStopsNoOther) {
         {"GetTokenInformation", 8, "[WARN ] SessionLauncher: Cannot obtain limited token (session=3, err=1234)"},
         {"CreateEnvironmentBlock", 2, "[WARN ] SessionLauncher: CreateEnvironmentBlock(session=2) failed (err=1234)"},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         faults::clear();
         faults::arm({row.call, row.use, faults::Action::Fail, 1234});
-        EXPECT_FALSE(dispatch()) << row.line;
-        const std::string text = log();
-        EXPECT_TRUE(has(text, row.line)) << text;
-        const bool early = has(row.line, "[ERROR] SessionLauncher: ") && !has(row.line, "target");
+        const std::string text = dispatch();
+        EXPECT_TRUE(*row.line != 0 ? has(text, row.line) : text.empty()) << row.line << text;
+        const bool early = !has(row.line, "WARN") && !has(row.line, "target");
         EXPECT_EQ(has(text, "(session=1) failed (err=2)"), !early) << text;
     }
     faults::clear();
