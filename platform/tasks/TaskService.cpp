@@ -347,26 +347,25 @@ class FolderView final : public View<ITaskFolder, void> {
     NOT_CALLED(DeleteFolder, BSTR, LONG)
     NOT_CALLED(GetTask, BSTR, IRegisteredTask**)
     NOT_CALLED(GetTasks, LONG, IRegisteredTaskCollection**)
-    HRESULT DeleteTask(BSTR name, LONG) override {
+    HRESULT DeleteTask(BSTR name, LONG reserved) override {
         static constinit CallSite site{"ITaskFolder::DeleteTask"};
         if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
-        if (name == nullptr) return E_INVALIDARG;
+        if (name == nullptr || reserved != 0) return E_INVALIDARG;
         return isAdministrator() ? tasks::remove(name) : E_ACCESSDENIED;
     }
     NOT_CALLED(RegisterTask, BSTR, BSTR, LONG, VARIANT, VARIANT, TASK_LOGON_TYPE, VARIANT, IRegisteredTask**)
-    HRESULT RegisterTaskDefinition(BSTR name, ITaskDefinition* definition, LONG flags, VARIANT user, VARIANT,
+    HRESULT RegisterTaskDefinition(BSTR name, ITaskDefinition* definition, LONG flags, VARIANT user, VARIANT password,
                                    TASK_LOGON_TYPE logonType, VARIANT security, IRegisteredTask** registered) override {
         static constinit CallSite site{"ITaskFolder::RegisterTaskDefinition"};
         *registered = nullptr;
         if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
         const bool isUnderstood = name != nullptr && flags == TASK_CREATE_OR_UPDATE && user.vt == VT_BSTR &&
-                                  (security.vt == VT_BSTR || security.vt == VT_EMPTY);
+                                  password.vt == VT_EMPTY && (security.vt == VT_BSTR || security.vt == VT_EMPTY);
         if (!isUnderstood) return E_INVALIDARG;
         if (!isAdministrator()) return E_ACCESSDENIED;
-        // What is given here goes before what the definition says.
         tasks::Task task = static_cast<DefinitionView*>(definition)->task();
-        keep(task.user, user.bstrVal);
-        task.logonType = logonType;
+        // Windows lets what is given here go before what the definition says; here the two have to agree.
+        if (task.user != user.bstrVal || task.logonType != logonType) return E_INVALIDARG;
         if (security.vt == VT_BSTR) keep(task.security, security.bstrVal);
         if (const HRESULT refused = tasks::save(name, task); FAILED(refused)) return refused;
         *registered = new RegisteredView(std::make_shared<const std::u16string>(name));
@@ -387,11 +386,12 @@ class ServiceView final : public View<ITaskService, void> {
         return S_OK;
     }
     NOT_CALLED(GetRunningTasks, LONG, IRunningTaskCollection**)
-    HRESULT NewTask(DWORD, ITaskDefinition** definition) override {
+    HRESULT NewTask(DWORD reserved, ITaskDefinition** definition) override {
         static constinit CallSite site{"ITaskService::NewTask"};
         *definition = nullptr;
         if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
         if (!isConnected_) return HRESULT_FROM_WIN32(ERROR_ONLY_IF_CONNECTED);
+        if (reserved != 0) return E_INVALIDARG;
         *definition = new DefinitionView(std::make_shared<tasks::Task>());
         return S_OK;
     }

@@ -16,19 +16,19 @@ namespace fs = std::filesystem;
 namespace {
 
 const WideString kName = TEXT("Ombrel Agent Display Notes");
+const std::string kRegistered =
+    "[INFO ] TaskSched: Registered all-session recovery task 'Ombrel Agent Display Notes'\r\n";
 const char* const kDenied = "Task management requires an elevated administrator or LocalSystem (hr=0x80070005)";
 
 const char* const kWholeTask =
     "author = Quorvane Ombrel\n"
     "description = Starts and recovers Vellumd independently in every logged-on user session.\n"
     "security descriptor = D:P(A;;GA;;;SY)(A;;GA;;;BA)\n"
-    "\n"
-    "[principal]\n"
+    "\n[principal]\n"
     "user = S-1-5-18\n"
     "logon type = 5 (service account)\n"
     "run level = 1 (highest)\n"
-    "\n"
-    "[settings]\n"
+    "\n[settings]\n"
     "enabled = yes\n"
     "start when available = yes\n"
     "disallow start on batteries = no\n"
@@ -40,37 +40,16 @@ const char* const kWholeTask =
     "multiple instances = 2 (ignore new)\n"
     "restart interval = PT1M\n"
     "restart count = 3\n"
-    "\n"
-    "[trigger LogonTrigger]\n"
-    "type = 9 (logon)\n"
-    "delay = PT10S\n"
-    "\n"
-    "[trigger BootTrigger]\n"
-    "type = 8 (boot)\n"
-    "delay = PT30S\n"
-    "\n"
-    "[trigger UnlockTrigger]\n"
-    "type = 11 (session state change)\n"
-    "state change = 8 (unlock)\n"
+    "\n[trigger LogonTrigger]\ntype = 9 (logon)\ndelay = PT10S\n"
+    "\n[trigger BootTrigger]\ntype = 8 (boot)\ndelay = PT30S\n"
+    "\n[trigger UnlockTrigger]\ntype = 11 (session state change)\nstate change = 8 (unlock)\ndelay = PT5S\n"
+    "\n[trigger RemoteConnectTrigger]\ntype = 11 (session state change)\nstate change = 3 (remote connect)\n"
     "delay = PT5S\n"
-    "\n"
-    "[trigger RemoteConnectTrigger]\n"
-    "type = 11 (session state change)\n"
-    "state change = 3 (remote connect)\n"
+    "\n[trigger ConsoleConnectTrigger]\ntype = 11 (session state change)\nstate change = 1 (console connect)\n"
     "delay = PT5S\n"
-    "\n"
-    "[trigger ConsoleConnectTrigger]\n"
-    "type = 11 (session state change)\n"
-    "state change = 1 (console connect)\n"
-    "delay = PT5S\n"
-    "\n"
-    "[trigger RecoveryTrigger]\n"
-    "type = 1 (time)\n"
-    "start = 2026-03-14T09:26:53Z\n"
-    "repetition interval = PT5M\n"
+    "\n[trigger RecoveryTrigger]\ntype = 1 (time)\nstart = 2026-03-14T09:26:53Z\nrepetition interval = PT5M\n"
     "stop at duration end = no\n"
-    "\n"
-    "[action]\n"
+    "\n[action]\n"
     "path = C:\\Program Files\\V\\Vellumd.exe\n"
     "arguments = --launch-user-sessions -i \"a b\" --no-autostart\n"
     "working directory = C:\\Program Files\\V\\\n";
@@ -184,8 +163,11 @@ TEST_F(TaskSchedTest, taskIsKeptWithEveryValue) {
     ASSERT_TRUE(enlist()) << utf8(error);
     EXPECT_EQ(error, TEXT(""));
     EXPECT_EQ(contentOf(file()), kWholeTask);
+    EXPECT_EQ(log(), kRegistered);
     clock::advance(1000);
-    ASSERT_TRUE(enlist());
+    ASSERT_TRUE(enlist(true));
+    EXPECT_EQ(log(),
+              kRegistered + "[INFO ] TaskSched: Immediate dispatch requested for 'Ombrel Agent Display Notes'\r\n");
     EXPECT_NE(contentOf(file()).find("start = 2026-03-14T09:26:54Z\n"), std::string::npos) << "begins anew";
     EXPECT_EQ(filesOfTasks(), 1U);
 }
