@@ -126,9 +126,10 @@ pass 2 16 failed=1
 rmdir "$store/applet-x"
 expect_shown 2 'note_first note_second'
 
-say 'The notes are deleted: the display ends, the queue stays, drained; the program no longer starts by itself'
+say 'The notes are deleted: the display stays and shows nothing; the queue is drained; the program no longer starts by itself'
 rm "$store"/applet-*/note_*.json
 expect_shown 2 ''
+[ -n "$(displays 2)" ] || fail 'the display has ended'
 queues
 wait_until eval '! has_value' || fail 'the auto-start value is still there'
 pass 2 0 claimed=0 dispatched=0
