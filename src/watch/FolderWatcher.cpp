@@ -12,6 +12,7 @@ namespace {
 
 constexpr const WCHAR* kComponent = TEXT("Watcher");
 constexpr DWORD kRetryMs = 1000;
+constexpr DWORD kSteadyMs = 1000;  // a read that pends for so long works
 constexpr DWORD kCancelMs = 1000;
 constexpr DWORD kStopMs = 5000;
 constexpr DWORD kBufferBytes = 65536;
@@ -62,8 +63,21 @@ class FolderWatcher::Worker {
         WaitHandle done;
     };
 
+    // The time in which the folder cannot be opened, or cannot be read. Each of the two is warned of once.
+    struct Outage {
+        bool openWarned = false;
+        bool readWarned = false;
+        bool readFailed = false;
+
+        bool isOn() const { return openWarned || readFailed; }
+    };
+
     bool isStopped(DWORD milliseconds) const;
-    void readChanges(Reading& reading) const;
+    bool watchFolder(Outage& outage) const;
+    void readChanges(Reading& reading, Outage& outage) const;
+    DWORD awaitRead(const Reading& reading, Outage& outage) const;
+    void failRead(Outage& outage, const WCHAR* warning) const;
+    void endOutage(Outage& outage) const;
     void reportRecords(const BYTE* buffer) const;
     void reportChange(DWORD action, const WideString& name) const;
     void reportAllFiles() const;
@@ -104,62 +118,89 @@ bool FolderWatcher::Worker::isStopped(DWORD milliseconds) const {
 
 void FolderWatcher::Worker::work() const {
     logWrite(LogLevel::Info, kComponent, TEXT("Worker started on %ls"), folder_.c_str());
-    bool folderWarned = false;
-    while (!isStopped(0)) {
-        Reading reading;
-        reading.directory.reset(openFolder(folder_));
-        if (!reading.directory) {
-            const DWORD err = GetLastError();
-            if (!folderWarned)
-                logWrite(LogLevel::Warn, kComponent, TEXT("Cannot open folder %ls (err=%lu); will keep retrying"),
-                         folder_.c_str(), err);
-            folderWarned = true;
-            if (isStopped(kRetryMs)) break;
-            continue;
-        }
-        if (folderWarned) logWrite(LogLevel::Info, kComponent, TEXT("Folder reachable again: %ls"), folder_.c_str());
-        folderWarned = false;
-        reading.done.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-        if (!reading.done) break;
-        reading.buffer.resize(kBufferBytes / sizeof(DWORD));
-        readChanges(reading);
+    Outage outage;
+    while (!isStopped(0) && watchFolder(outage) && !isStopped(kRetryMs)) {
     }
     logWrite(LogLevel::Info, kComponent, TEXT("Worker stopped"));
 }
 
-// Until the folder or the read fails, or the stop event is set.
-void FolderWatcher::Worker::readChanges(Reading& reading) const {
+// Until the folder cannot be opened, a read fails, or the stop event is set. False when the system has no event to
+// give.
+bool FolderWatcher::Worker::watchFolder(Outage& outage) const {
+    Reading reading;
+    reading.directory.reset(openFolder(folder_));
+    if (!reading.directory) {
+        const DWORD err = GetLastError();
+        if (!outage.openWarned)
+            logWrite(LogLevel::Warn, kComponent, TEXT("Cannot open folder %ls (err=%lu); will keep retrying"),
+                     folder_.c_str(), err);
+        outage.openWarned = true;
+        return true;
+    }
+    if (outage.openWarned && !outage.readFailed) endOutage(outage);
+    reading.done.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    if (!reading.done) return false;
+    reading.buffer.resize(kBufferBytes / sizeof(DWORD));
+    readChanges(reading, outage);
+    return true;
+}
+
+void FolderWatcher::Worker::readChanges(Reading& reading, Outage& outage) const {
     const HANDLE directory = reading.directory.get();
-    const HANDLE either[] = {reading.done.get(), stopEvent_.get()};
     reading.overlapped.hEvent = reading.done.get();
     while (!isStopped(0)) {
         DWORD bytes = 0;
         ResetEvent(reading.done.get());
         if (!ReadDirectoryChangesW(directory, reading.buffer.data(), kBufferBytes, FALSE, kFilter, &bytes,
-                                   &reading.overlapped, nullptr)) {
-            logWrite(LogLevel::Warn, kComponent, TEXT("ReadDirectoryChangesW failed (err=%lu); reopening directory"),
-                     GetLastError());
-            return;
-        }
-        if (WaitForMultipleObjects(2, either, FALSE, INFINITE) != WAIT_OBJECT_0) {
+                                   &reading.overlapped, nullptr))
+            return failRead(outage, TEXT("ReadDirectoryChangesW failed (err=%lu); reopening directory"));
+        if (awaitRead(reading, outage) != WAIT_OBJECT_0) {
             CancelIoEx(directory, &reading.overlapped);
             WaitForSingleObject(reading.done.get(), kCancelMs);
+            outage.readFailed = true;
             return;
         }
         if (!GetOverlappedResult(directory, &reading.overlapped, &bytes, FALSE)) {
-            const DWORD err = GetLastError();
-            if (err != ERROR_NOTIFY_ENUM_DIR) {
-                logWrite(LogLevel::Warn, kComponent, TEXT("GetOverlappedResult failed (err=%lu); reopening directory"),
-                         err);
-                return;
-            }
+            if (GetLastError() != ERROR_NOTIFY_ENUM_DIR)
+                return failRead(outage, TEXT("GetOverlappedResult failed (err=%lu); reopening directory"));
             bytes = 0;  // an overflow too, in the words of some systems
         }
-        if (bytes == 0)
+        if (bytes == 0) {
+            logWrite(LogLevel::Info, kComponent, TEXT("Change buffer overflowed; re-enumerating folder"));
             reportAllFiles();
-        else
+        } else {
             reportRecords(reinterpret_cast<const BYTE*>(reading.buffer.data()));
+        }
+        if (outage.isOn()) endOutage(outage);
     }
+}
+
+// WAIT_OBJECT_0 when the read is done. A read can also fail some time after it began, so an outage is only over once a
+// read has pended for a while.
+DWORD FolderWatcher::Worker::awaitRead(const Reading& reading, Outage& outage) const {
+    const HANDLE either[] = {reading.done.get(), stopEvent_.get()};
+    if (outage.isOn()) {
+        const DWORD woken = WaitForMultipleObjects(2, either, FALSE, kSteadyMs);
+        if (woken != WAIT_TIMEOUT) return woken;
+        endOutage(outage);
+    }
+    return WaitForMultipleObjects(2, either, FALSE, INFINITE);
+}
+
+// `warning` takes the last error.
+void FolderWatcher::Worker::failRead(Outage& outage, const WCHAR* warning) const {
+    const DWORD err = GetLastError();
+    if (!outage.readWarned) logWrite(LogLevel::Warn, kComponent, warning, err);
+    outage.readWarned = outage.readFailed = true;
+}
+
+// Changes after a failed read were not seen, so what is there now counts as added. A folder that could not be opened is
+// not listed: its notes are those of the last scan until the next one.
+void FolderWatcher::Worker::endOutage(Outage& outage) const {
+    if (outage.openWarned || outage.readWarned)
+        logWrite(LogLevel::Info, kComponent, TEXT("Folder reachable again: %ls"), folder_.c_str());
+    if (!outage.openWarned) reportAllFiles();
+    outage = {};
 }
 
 void FolderWatcher::Worker::reportRecords(const BYTE* buffer) const {
@@ -179,7 +220,6 @@ void FolderWatcher::Worker::reportChange(DWORD action, const WideString& name) c
 
 // Changes were lost. What is there now counts as added; what went away meanwhile is not found.
 void FolderWatcher::Worker::reportAllFiles() const {
-    logWrite(LogLevel::Info, kComponent, TEXT("Change buffer overflowed; re-enumerating folder"));
     WIN32_FIND_DATAW entry = {};
     const FindHandle search(FindFirstFileW(joinPath(folder_, TEXT("*.json")).c_str(), &entry));
     if (!search) return;

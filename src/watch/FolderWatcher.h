@@ -1,11 +1,11 @@
 // Tells a window of every .json file of one folder that appears, changes or goes away. It decides nothing about notes:
 // it opens no file, compares nothing, delays and merges nothing.
 //
-// The worker is a thread of its own. It waits for the folder (a try each second, for as long as it takes), reads its
-// changes, or hands a batch of them on; in each state the stop event takes it out. What it works with is fixed while it
-// runs and owned by the worker and the watcher together, so that a worker which a slow folder holds up beyond the
-// patience of stop() finds everything in place when it comes back. It reaches the window by posting messages only;
-// whoever gets a message owns its text (common/Messages.h).
+// The worker is a thread of its own. It waits for a folder that cannot be opened or read (a try each second, for as
+// long as it takes), reads its changes, or hands a batch of them on; in each state the stop event takes it out. What it
+// works with is fixed while it runs and owned by the worker and the watcher together, so that a worker which a slow
+// folder holds up beyond the patience of stop() finds everything in place when it comes back. It reaches the window by
+// posting messages only; whoever gets a message owns its text (common/Messages.h).
 #pragma once
 
 #include <memory>
