@@ -29,7 +29,10 @@ def test_schema_is_valid():
 
 @pytest.mark.parametrize("path", samples("good"), ids=lambda path: path.name)
 def test_good_samples_fit(path):
-    check(json.loads(path.read_bytes().decode("utf-8")))
+    note = json.loads(path.read_bytes().decode("utf-8"))
+    check(note)
+    assert note["id"] == path.stem
+    assert "logo" not in note or (path.parent / "Resources" / "logos" / note["logo"]).is_file()
 
 
 @pytest.mark.parametrize("path", samples("bad"), ids=lambda path: path.name)
