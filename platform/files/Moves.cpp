@@ -97,6 +97,12 @@ bool move(const std::string& source, const std::string& target, bool replaces, b
     return false;
 }
 
+// The name is on disk when this returns.
+void flushFolderOf(const std::string& native) {
+    const Descriptor folder(open(native.substr(0, native.rfind('/') + 1).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder.get() >= 0) fsync(folder.get());
+}
+
 }  // namespace
 
 std::string nativePathOf(int descriptor) {
@@ -149,8 +155,13 @@ BOOL DeleteFileW(LPCWSTR path) {
 }
 
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) {
-    static constinit CallSite site{__func__};
+    static constinit CallSite site{__func__}, throughSite{"MoveFileExW: write through"};
     std::string source, target;
-    return !site.fails() && nativePath(from, source) && nativePath(to, target) &&
-           moveItem(source, target, (flags & MOVEFILE_REPLACE_EXISTING) != 0);
+    if (site.fails() || !nativePath(from, source) || !nativePath(to, target)) return FALSE;
+    if (!moveItem(source, target, (flags & MOVEFILE_REPLACE_EXISTING) != 0)) return FALSE;
+    if ((flags & MOVEFILE_WRITE_THROUGH) != 0) {
+        throughSite.pass();
+        flushFolderOf(target);
+    }
+    return TRUE;
 }

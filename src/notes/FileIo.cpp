@@ -27,7 +27,11 @@ bool writeAll(HANDLE file, std::string_view bytes) {
     while (!bytes.empty()) {
         const DWORD wanted = static_cast<DWORD>(std::min(bytes.size(), kWriteBytes));
         DWORD count = 0;
-        if (!WriteFile(file, bytes.data(), wanted, &count, nullptr) || count == 0) return false;
+        if (!WriteFile(file, bytes.data(), wanted, &count, nullptr)) return false;
+        if (count == 0) {
+            SetLastError(ERROR_WRITE_FAULT);
+            return false;
+        }
         bytes.remove_prefix(count);
     }
     return true;

@@ -5,6 +5,7 @@
 #include "machine/MachineFixture.h"
 #include "notes/FileIo.h"
 #include "notes/Text.h"
+#include "support/Eventually.h"
 #include "support/Files.h"
 #include "support/Text.h"
 
@@ -19,6 +20,17 @@ const std::string kOld(70000, 'o'), kNew(200000, 'n');  // more than one write e
 
 bool isWhole(const std::string& bytes) {
     return bytes == kOld || bytes == kNew;
+}
+
+// Does the work on another thread; `meanwhile` runs while its first use of the call is held.
+template <typename Work, typename Meanwhile>
+void whileHeld(const char* call, Work work, Meanwhile meanwhile) {
+    faults::arm({call, 1, Action::Hold});
+    std::thread thread(work);
+    EXPECT_TRUE(eventually([] { return faults::fired(); })) << call;
+    meanwhile();
+    faults::clear();
+    thread.join();
 }
 
 }  // namespace
@@ -70,17 +82,21 @@ TEST_F(MachineTest, writesThatDeliverShortAddUp) {
 
     faults::arm({"WriteFile", 2, Action::Short, 0});
     EXPECT_FALSE(writeFileAtomic(kPath, kOld)) << "a write of nothing is a failed one";
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_WRITE_FAULT});
     faults::clear();
     EXPECT_TRUE(readFile(kPath) == kNew);
     EXPECT_FALSE(exists(kTemporary));
     EXPECT_EQ(faults::uses("WriteFile"), 0U);
 }
 
-TEST_F(MachineTest, writesAreOf64KiBAndFlushedBeforeTheRename) {
+TEST_F(MachineTest, writesAreOf64KiBByOneAloneAndOnDiskInTheEnd) {
     faults::clear();
+    takeExclusiveOpenings();
     EXPECT_TRUE(writeFileAtomic(kPath, kNew));
     EXPECT_EQ(faults::uses("WriteFile"), 4U);
     EXPECT_EQ(faults::uses("FlushFileBuffers"), 1U);
+    EXPECT_EQ(faults::uses("MoveFileExW: write through"), 1U);
+    EXPECT_EQ(takeExclusiveOpenings(), "+note.json.tmp -note.json.tmp");
     faults::clear();
     EXPECT_TRUE(writeFileAtomic(kPath, std::string(131072, 'x')));
     EXPECT_EQ(faults::uses("WriteFile"), 2U);
@@ -116,6 +132,19 @@ TEST_F(MachineTest, readsDeliverAllOrNothing) {
     faults::arm({"ReadFile", 1, Action::Short, 999});
     EXPECT_TRUE(readFileBytes(kPath, bytes)) << "a file that shrinks while it is read";
     EXPECT_EQ(bytes.size(), 999U);
+}
+
+TEST_F(MachineTest, readerSharesTheFileButNotItsName) {
+    writeFile(kPath, kNew);
+    std::string bytes, same;
+    whileHeld(
+        "ReadFile", [&] { EXPECT_TRUE(readFileBytes(kPath, bytes)); },
+        [&] {
+            EXPECT_TRUE(readFileBytes(kPath, same));
+            EXPECT_FALSE(deleteFile(kPath));
+            EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
+        });
+    EXPECT_TRUE(bytes == kNew && same == kNew);
 }
 
 TEST_F(MachineTest, conversionThatFailsGivesNoText) {
