@@ -466,5 +466,6 @@ bool parseJsonUtf8(std::string_view bytes, JsonValue& outValue, WideString* outE
     outValue = JsonValue();
     JsonParser<char> parser(bytes.data(), bytes.size());
     if (parser.parseDocument(outValue)) return true;
+    outValue = JsonValue();  // never held beside what the second way makes of the same document
     return parseJson(utf8ToWide(bytes), outValue, outError);
 }

@@ -4,6 +4,7 @@
 
 #include "machine/MachineFixture.h"
 #include "notes/FileIo.h"
+#include "notes/Json.h"
 #include "notes/Text.h"
 #include "support/Eventually.h"
 #include "support/Files.h"
@@ -145,6 +146,13 @@ TEST_F(MachineTest, readerSharesTheFileButNotItsName) {
             EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
         });
     EXPECT_TRUE(bytes == kNew && same == kNew);
+}
+
+TEST_F(MachineTest, damagedDocumentIsNotInMemoryTwice) {
+    JsonValue value;
+    whileHeld(
+        "MultiByteToWideChar", [&] { EXPECT_FALSE(parseJsonUtf8("[[1],[2],x", value, nullptr)); },
+        [&] { EXPECT_EQ(value.kind, JsonKind::Null) << "what the way over bytes had built"; });
 }
 
 TEST_F(MachineTest, conversionThatFailsGivesNoText) {
