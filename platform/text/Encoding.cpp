@@ -42,31 +42,26 @@ void appendUtf8(std::string& out, char32_t c) {
 
 constexpr char32_t kMalformed = 0xFFFFFFFF;
 
-bool isSurrogate(char32_t c) {
-    return c >= 0xD800 && c <= 0xDFFF;
+// The bytes that may follow a lead, which excludes what is overlong, a surrogate, or beyond the last character.
+bool mayFollow(unsigned lead, unsigned second) {
+    const unsigned least = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+    const unsigned most = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+    return second >= least && second <= most;
 }
 
 // The character that starts at `at`, which moves behind it. A malformed sequence ends before the first byte that cannot
-// continue it; one that the end of the text cuts short takes all that is left. These are the rules that Wine has.
+// continue it, or at the end of the text: each longest beginning of a character counts as one, as Windows has it.
 char32_t decodeUtf8(std::string_view bytes, std::size_t& at) {
     const unsigned lead = static_cast<unsigned char>(bytes[at++]);
     if (lead < 0x80) return lead;
     const unsigned tails = lead < 0xC2 ? 0 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : lead < 0xF5 ? 3 : 0;
     if (tails == 0) return kMalformed;
-    if (bytes.size() - at < tails) {
-        at = bytes.size();
-        return kMalformed;
-    }
     char32_t c = lead & (0x3FU >> tails);
-    for (unsigned i = 1; i <= tails; ++i) {
-        const unsigned tail = static_cast<unsigned char>(bytes[at]);
-        if ((tail & 0xC0U) != 0x80U) return kMalformed;
+    for (unsigned i = 0; i < tails; ++i) {
+        const unsigned tail = at < bytes.size() ? static_cast<unsigned char>(bytes[at]) : 0;
+        if (!mayFollow(i == 0 ? lead : 0, tail)) return kMalformed;
         c = (c << 6) | (tail & 0x3FU);
-        const unsigned missing = 6 * (tails - i);
-        if (tails == 3 && i == 2 && (c << missing) > 0x10FFFF) return kMalformed;  // the tail is not taken
         ++at;
-        const bool isOverlong = (tails == 3 && i == 1 && c < 0x10) || (tails == 2 && i == 1 && c < 0x20);
-        if (isOverlong || (tails == 2 && isSurrogate(c << missing))) return kMalformed;
     }
     return c;
 }

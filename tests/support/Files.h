@@ -11,6 +11,9 @@ std::filesystem::path hostPath(const WideString& path);
 // The other way.
 WideString productPath(const std::filesystem::path& path);
 
+// Whether Wine takes the place of Windows.
+bool isWine();
+
 std::string readFile(const WideString& path);
 std::string contentOf(const std::filesystem::path& hostFile);
 void writeFile(const WideString& path, const std::string& bytes);

@@ -10,3 +10,7 @@ std::filesystem::path hostPath(const WideString& path) {
 WideString productPath(const std::filesystem::path& path) {
     return platform::windowsPath(path.string());
 }
+
+bool isWine() {
+    return false;
+}

@@ -1,3 +1,5 @@
+#include <windows.h>
+
 #include "support/Files.h"
 
 std::filesystem::path hostPath(const WideString& path) {
@@ -6,4 +8,8 @@ std::filesystem::path hostPath(const WideString& path) {
 
 WideString productPath(const std::filesystem::path& path) {
     return path.wstring();
+}
+
+bool isWine() {
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
