@@ -1,6 +1,7 @@
 // The case files beside the test program.
 #pragma once
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -10,7 +11,6 @@
 
 struct Case {
     std::string left, right;  // around " => ", with their bytes
-    std::string line;
 };
 
 // "<41>" is the byte 0x41.
@@ -27,20 +27,30 @@ inline std::string unescaped(const std::string& text) {
     return bytes;
 }
 
+// Several texts stand with " || " between them.
+inline std::vector<std::string> texts(const std::string& side) {
+    std::vector<std::string> all;
+    for (std::size_t at = 0, end = 0; end != std::string::npos; at = end + 4) {
+        end = side.find(" || ", at);
+        all.push_back(unescaped(side.substr(at, end - at)));
+    }
+    return all;
+}
+
 inline std::string readTestFile(WideView name) {
     return readFile(joinPath(joinPath(parentPath(executablePath()), TEXT("test-data")), name));
 }
 
+// Both sides of each line that is no comment; one case for each text of the left side with each of the right side.
 inline std::vector<Case> readCases(WideView name) {
     std::vector<Case> cases;
-    const std::string text = readTestFile(name);
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = text.find('\n', at);
-        const std::string line = text.substr(at, end - at);
-        at = end == std::string::npos ? text.size() : end + 1;
+    std::istringstream file(readTestFile(name));
+    for (std::string line; std::getline(file, line);) {
         const std::size_t arrow = line.find(" => ");
-        if (line.empty() || line.front() == '#' || arrow == std::string::npos) continue;
-        cases.push_back({unescaped(line.substr(0, arrow)), unescaped(line.substr(arrow + 4)), line});
+        if (line.starts_with('#') || arrow == std::string::npos) continue;
+        for (const std::string& left : texts(line.substr(0, arrow)))
+            for (const std::string& right : texts(line.substr(arrow + 4)))
+                cases.push_back({left, right == "=" ? left : right});
     }
     return cases;
 }

@@ -193,29 +193,16 @@ TEST(NoteRecord, newNoteIsWrittenInItsShortForm) {
 }
 
 TEST(NoteRecord, colorsHaveTwoForms) {
-    const struct {
-        const WCHAR* text;
-        LONG color;  // -1: refused
-    } rows[] = {{TEXT("#FFCC00"), 0x0000CCFF},
-                {TEXT("#ffcc01"), 0x0001CCFF},
-                {TEXT("#abc"), 0x00CCBBAA},
-                {TEXT("#000"), 0},
-                {TEXT(""), -1},
-                {TEXT("#"), -1},
-                {TEXT("#FFCC0"), -1},
-                {TEXT("#FFCC000"), -1},
-                {TEXT("#FFCC00FF"), -1},
-                {TEXT("FFCC000"), -1},
-                {TEXT("#FFCC0G"), -1},
-                {TEXT(" #FFCC00"), -1},
-                {TEXT("#ab"), -1},
-                {TEXT("#+12"), -1},
-                {TEXT("#\uFF11\uFF12\uFF13"), -1}};
-    for (const auto& row : rows) {
-        COLORREF color = 0xFFFFFFFF;
-        EXPECT_EQ(parseColor(row.text, color), row.color >= 0) << utf8(row.text);
-        EXPECT_EQ(color, static_cast<COLORREF>(row.color)) << utf8(row.text);
-    }
+    const std::pair<WideView, COLORREF> rows[] = {
+        {TEXT("#FFCC00"), 0x0000CCFF}, {TEXT("#ffcc01"), 0x0001CCFF}, {TEXT("#abc"), 0x00CCBBAA}, {TEXT("#000"), 0}};
+    COLORREF color = 0;
+    for (const auto& [text, expected] : rows)
+        EXPECT_TRUE(parseColor(text, color) && color == expected) << utf8(text);
+    color = 7;
+    for (const WideView text :
+         {TEXT(""), TEXT("#"), TEXT("#FFCC0"), TEXT("#FFCC000"), TEXT("#FFCC00FF"), TEXT("FFCC000"), TEXT("#FFCC0G"),
+          TEXT(" #FFCC00"), TEXT("#ab"), TEXT("#+12"), TEXT("#\uFF11\uFF12\uFF13")})
+        EXPECT_TRUE(!parseColor(text, color) && color == 7) << utf8(text);
     EXPECT_EQ(utf8(formatColor(0x00ABCDEF)), "#EFCDAB");
     EXPECT_EQ(utf8(formatColor(0xFF000001)), "#010000");
 }
