@@ -1,5 +1,6 @@
 // EDIT: one line of plain text.
 #include "controls/TextControl.h"
+#include "drawing/Surface.h"
 
 namespace platform {
 namespace {
@@ -9,6 +10,15 @@ constexpr std::size_t kMostTyped = 30000;
 class Edit : public TextControl {
   public:
     explicit Edit(Window& window) : TextControl(window, kMostTyped) { content_.append(window.text, {}); }
+
+    // A new font brings margins of its own, whatever was set before.
+    std::optional<LRESULT> answer(UINT message, WPARAM wParam, LPARAM lParam) override {
+        const std::optional<LRESULT> result = TextControl::answer(message, wParam, lParam);
+        if (message != WM_SETFONT) return result;
+        const LONG margin = faceOf(font()).height / 3;
+        setMargins(EC_LEFTMARGIN | EC_RIGHTMARGIN, MAKELONG(margin, margin));
+        return result;
+    }
 
   private:
     void sayChanged() const override {

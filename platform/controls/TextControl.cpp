@@ -65,6 +65,8 @@ std::optional<LRESULT> TextControl::answer(UINT message, WPARAM wParam, LPARAM l
         case EM_SETMARGINS:
             setMargins(wParam, lParam);
             return 0;
+        case EM_GETMARGINS:
+            return MAKELONG(leftMargin_, rightMargin_);
         case EM_SETSEL:
             select(static_cast<LONG>(wParam), static_cast<LONG>(lParam));
             return 0;
@@ -117,8 +119,8 @@ LRESULT TextControl::readSelection(DWORD* first, DWORD* last) const {
 }
 
 void TextControl::setMargins(WPARAM which, LPARAM both) {
-    if ((which & EC_LEFTMARGIN) != 0) margins_.left = LOWORD(both);
-    if ((which & EC_RIGHTMARGIN) != 0) margins_.right = HIWORD(both);
+    if ((which & EC_LEFTMARGIN) != 0) leftMargin_ = LOWORD(both);
+    if ((which & EC_RIGHTMARGIN) != 0) rightMargin_ = HIWORD(both);
     refresh();
 }
 

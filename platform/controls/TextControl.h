@@ -16,11 +16,6 @@ namespace platform {
 
 class TextControl : public ControlState {
   public:
-    struct Margins {
-        WORD left = 0;
-        WORD right = 0;
-    };
-
     // Paragraphs end in kParagraphEnd, lines inside one in kLineEnd; there is none behind the last paragraph.
     const RichText& content() const { return content_; }
     // The selected units, from first up to last; the caret stands at last. A rich edit control counts an end behind its
@@ -29,7 +24,6 @@ class TextControl : public ControlState {
     std::size_t selectionLast() const { return last_; }
     bool isReadOnly() const { return (window_.style & ES_READONLY) != 0; }
     HFONT font() const { return font_; }  // null until WM_SETFONT: the system's font
-    Margins margins() const { return margins_; }
     // A rich edit control paints these itself; for EDIT its parent chooses colours when it is painted.
     COLORREF background() const { return background_; }
     COLORREF colorOf(const TextFormat& format) const { return format.color.value_or(defaultColor_); }
@@ -54,6 +48,8 @@ class TextControl : public ControlState {
     void load(RichText content);
     void setText(std::u16string_view text);
     void select(LONG first, LONG last);
+    // Of EC_LEFTMARGIN and EC_RIGHTMARGIN; `both` has the left one in its low word.
+    void setMargins(WPARAM which, LPARAM both);
     void limit(std::size_t units) { mostTyped_ = units; }
     std::size_t limit() const { return mostTyped_; }
     void refresh();
@@ -66,7 +62,6 @@ class TextControl : public ControlState {
 
   private:
     LRESULT readSelection(DWORD* first, DWORD* last) const;
-    void setMargins(WPARAM which, LPARAM both);
     void type(char16_t unit);
     void eraseBefore();
     void eraseBehind();
@@ -75,7 +70,7 @@ class TextControl : public ControlState {
 
     std::size_t mostTyped_;  // typing makes the text no longer than this
     HFONT font_ = nullptr;
-    Margins margins_;
+    WORD leftMargin_ = 0, rightMargin_ = 0;
 };
 
 // The text control that a window is; null for other windows.

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "app/App.h"
 #include "common/Messages.h"
@@ -97,11 +98,8 @@ void NoteWindow::createChildren() {
     createBrushes();
     createTitle();
     createBody();
-    for (const HWND control : {titleEdit_, bodyEdit_}) {
-        if (control == nullptr) continue;
-        SendMessageW(control, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, 0);
-        if (!note_.editable) SendMessageW(control, EM_SETREADONLY, TRUE, 0);
-    }
+    for (const HWND control : {titleEdit_, bodyEdit_})
+        if (control != nullptr && !note_.editable) SendMessageW(control, EM_SETREADONLY, TRUE, 0);
     loadLogo();
     rebuildFonts();
     layout();
@@ -166,11 +164,15 @@ void NoteWindow::readControls() {
     note_.contentRtf = utf8ToWide(bytes);
 }
 
-// Rich text takes a font as a change of its text.
+// Rich text takes a font as a change of its text, and an edit control sets margins that go with the font: the text is
+// to start at the control's edge all the same.
 void NoteWindow::giveFonts() {
     const Suppressed ownDoing(suppressChange_);
-    if (titleEdit_ != nullptr) SendMessageW(titleEdit_, WM_SETFONT, reinterpret_cast<WPARAM>(titleFont_.get()), TRUE);
-    if (bodyEdit_ != nullptr) SendMessageW(bodyEdit_, WM_SETFONT, reinterpret_cast<WPARAM>(bodyFont_.get()), TRUE);
+    for (const auto& [control, font] : {std::pair{titleEdit_, titleFont_.get()}, {bodyEdit_, bodyFont_.get()}}) {
+        if (control == nullptr) continue;
+        SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
+        SendMessageW(control, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, 0);
+    }
 }
 
 // All text of a note has one colour, whatever its rich text says.

@@ -1,4 +1,5 @@
 // The line of text that a title is.
+#include "common/Handles.h"
 #include "support/ControlParent.h"
 
 namespace {
@@ -68,6 +69,22 @@ TEST_F(Edit, readOnlyStopsTheUserAndNotTheProgram) {
     EXPECT_EQ(GetWindowLongW(edit, GWL_STYLE) & ES_READONLY, 0);
     typeText(edit, TEXT("x"));
     EXPECT_EQ(textOf(edit), "xby the program");
+}
+
+TEST_F(Edit, newFontBringsMarginsOfItsOwn) {
+    LOGFONTW description = {};
+    description.lfHeight = -20;
+    WideView(TEXT("Segoe UI")).copy(description.lfFaceName, LF_FACESIZE);
+    const Font font(CreateFontIndirectW(&description));
+    const auto margins = [&] { return SendMessageW(edit, EM_GETMARGINS, 0, 0); };
+    for (const LRESULT before : {LRESULT{0}, LRESULT{MAKELONG(20, 30)}}) {
+        SendMessageW(edit, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, before);
+        EXPECT_EQ(margins(), before);
+        SendMessageW(edit, WM_SETFONT, reinterpret_cast<WPARAM>(font.get()), TRUE);
+        for (const int margin : {LOWORD(margins()), HIWORD(margins())})
+            EXPECT_TRUE(margin > 0 && margin < 20) << margin;
+    }
+    SendMessageW(edit, WM_SETFONT, 0, TRUE);
 }
 
 TEST_F(Edit, hasABeamForACursor) {
