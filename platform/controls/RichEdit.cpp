@@ -77,6 +77,12 @@ class RichEdit : public TextControl {
             case WM_SETTEXT:
                 setText(paragraphs(lParam == 0 ? u"" : reinterpret_cast<LPCWSTR>(lParam)));
                 return TRUE;
+            // Not every system tells of a font as a change; one that does is the harder to live with.
+            case WM_SETFONT: {
+                const std::optional<LRESULT> result = TextControl::answer(message, wParam, lParam);
+                sayChanged();
+                return result;
+            }
             case EM_EXLIMITTEXT:
                 limit(lParam == 0 ? kDefaultLimit : static_cast<std::size_t>(lParam));
                 return 0;

@@ -88,6 +88,18 @@ TEST_F(RichEdit, changesAreToldOnceAndOnlyWhenAsked) {
         }
 }
 
+// Wine does not tell of a font, others may: a program has to live with both.
+TEST_F(RichEdit, fontIsToldOnceAtMost) {
+    SetWindowTextW(edit, TEXT("ab\r\ncd"));
+    for (const int most : {1, 0}) {
+        parent.take();
+        SendMessageW(edit, WM_SETFONT, 0, TRUE);
+        EXPECT_LE(parent.takeChanges(), most);
+        EXPECT_EQ(textOf(edit), "ab\r\ncd");
+        SendMessageW(edit, EM_SETEVENTMASK, 0, 0);
+    }
+}
+
 TEST_F(RichEdit, readsTheTextOfRtf) {
     const struct {
         const char* rtf;
