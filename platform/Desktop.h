@@ -4,6 +4,7 @@
 
 #include <windef.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,7 +34,8 @@ void pressMouse();
 void releaseMouse();
 void click(POINT point);
 void doubleClick(POINT point);
-void drag(POINT from, POINT to);
+// `halfway` runs in the middle of the way, inside the window's own loop where there is one.
+void drag(POINT from, POINT to, const std::function<void()>& halfway = {});
 void typeText(std::u16string_view text);
 // The cursor that the last move of the mouse has set, by its number; null for the window's own.
 HCURSOR shownCursor();

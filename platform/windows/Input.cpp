@@ -19,6 +19,7 @@ struct Pointer {
     POINT grip = {};
     RECT start = {};
     HWND pressed = nullptr;
+    std::function<void()> rest;  // of a drag: what the hand does after the press
 };
 
 Pointer& pointer() {
@@ -119,7 +120,8 @@ void press(UINT clientMessage) {
 
 }  // namespace
 
-// Begun by the default procedure for a press on a caption or an edge.
+// Begun by the default procedure for a press on a caption or an edge. Of a whole drag it returns at the end, and the
+// window may be gone by then.
 void beginSizeMove(const std::shared_ptr<Window>& window, LRESULT zone) {
     Pointer& mouse = pointer();
     mouse.moving = window->handle;
@@ -127,6 +129,7 @@ void beginSizeMove(const std::shared_ptr<Window>& window, LRESULT zone) {
     mouse.grip = mouse.at;
     mouse.start = window->rect;
     callWindow(*window, WM_ENTERSIZEMOVE);
+    if (const auto rest = std::exchange(mouse.rest, nullptr)) rest();
 }
 
 void desktop::moveMouse(POINT point) {
@@ -171,13 +174,18 @@ void desktop::doubleClick(POINT point) {
     releaseMouse();
 }
 
-void desktop::drag(POINT from, POINT to) {
+void desktop::drag(POINT from, POINT to, const std::function<void()>& halfway) {
     constexpr LONG kSteps = 4;
     moveMouse(from);
+    pointer().rest = [=] {
+        for (LONG step = 1; step <= kSteps; ++step) {
+            moveMouse({from.x + (to.x - from.x) * step / kSteps, from.y + (to.y - from.y) * step / kSteps});
+            if (step == kSteps / 2 && halfway) halfway();
+        }
+        releaseMouse();
+    };
     pressMouse();
-    for (LONG step = 1; step <= kSteps; ++step)
-        moveMouse({from.x + (to.x - from.x) * step / kSteps, from.y + (to.y - from.y) * step / kSteps});
-    releaseMouse();
+    if (const auto rest = std::exchange(pointer().rest, nullptr)) rest();  // no window took it up
 }
 
 void desktop::typeText(std::u16string_view text) {
