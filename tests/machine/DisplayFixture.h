@@ -18,11 +18,19 @@ class DisplayMachine : public MachineTest {
         platform::desktop::setMonitors(platform::machine().monitors);
         std::filesystem::create_directories(notes());
     }
-    // What an App leaves to the system.
+    // Takes what an App leaves to the system; it leaves windows, and nothing else.
     ~DisplayMachine() override {
         platform::clock::useRealTime();
+        platform::faults::clear();
         while (HWND window = firstNote())
             DestroyWindow(window);
+        EXPECT_EQ(leftOpen(), atStart_);
+    }
+    // How much memory, and how many things to draw with, are in use.
+    static std::string leftOpen() {
+        using namespace platform::faults;
+        return std::to_string(openAllocations() + openMemory()) + " blocks, " + std::to_string(openDrawing()) +
+               " of GDI+, " + std::to_string(openDrawingObjects()) + " of GDI";
     }
 
     static HWND firstNote() { return FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr); }
@@ -57,6 +65,18 @@ class DisplayMachine : public MachineTest {
     void tellRemoved(const App& app, const std::string& name) const { sendText(app, WM_APP_FILE_REMOVED, path(name)); }
     void save(const App& app, const std::string& id) const { sendText(app, WM_APP_NOTE_CHANGED, wide(id)); }
 
+    // Such as "0,0-260,260".
+    static std::string sides(const RECT& rect) {
+        return std::to_string(rect.left) + "," + std::to_string(rect.top) + "-" + std::to_string(rect.right) + "," +
+               std::to_string(rect.bottom);
+    }
+    // The places of all notes, the uppermost first, separated by blanks.
+    static std::string places() {
+        std::string all;
+        for (const RECT& rect : noteRects())
+            all += (all.empty() ? "" : " ") + sides(rect);
+        return all;
+    }
     // The rectangle of each note window, the uppermost first.
     static std::vector<RECT> noteRects() {
         std::vector<RECT> rects;
@@ -68,4 +88,7 @@ class DisplayMachine : public MachineTest {
         }
         return rects;
     }
+
+  private:
+    const std::string atStart_ = leftOpen();
 };

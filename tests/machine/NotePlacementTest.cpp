@@ -88,6 +88,10 @@ TEST_F(NotePlaces, monitorsAndStoredPlacesDecide) {
         EXPECT_TRUE(note.hasPosition);
         EXPECT_EQ((std::vector<LONG>{note.x, note.y, note.width, note.height}), row.place);
         EXPECT_TRUE(equalsIgnoreCase(note.monitorDevice, row.device)) << utf8(note.monitorDevice);
+        for (const Monitor& monitor : row.monitors)
+            if (equalsIgnoreCase(monitor.device, row.device)) {
+                EXPECT_EQ(sides(note.monitorBounds), sides(monitor.bounds));
+            }
         window.close();
         EXPECT_EQ(window.hwnd(), nullptr);
     }
@@ -113,6 +117,14 @@ TEST_F(NotePlaces, whoeverPutsAWindowElsewhereInTheOrderItStaysOnTop) {
         WINDOWPOS wanted = {window.hwnd(), HWND_TOP, 5, 6, 0, 0, flags};
         SendMessageW(window.hwnd(), WM_WINDOWPOSCHANGING, 0, reinterpret_cast<LPARAM>(&wanted));
         EXPECT_EQ(wanted.hwndInsertAfter, flags == SWP_NOSIZE ? HWND_TOPMOST : HWND_TOP) << flags;
+    }
+}
+
+TEST_F(NotePlaces, anActivatedNoteComesToTheTop) {
+    NoteWindow &low = open(stored(0, 0, 140, 120)), &high = open(stored(500, 0, 140, 120));
+    for (const auto& [how, top] : {std::pair{WA_INACTIVE, &high}, {WA_ACTIVE, &low}}) {
+        SendMessageW(low.hwnd(), WM_ACTIVATE, how, 0);
+        EXPECT_EQ(firstNote(), top->hwnd()) << how;
     }
 }
 
@@ -142,6 +154,16 @@ TEST_F(NotePlaces, withoutTheCallsTheScreenAnswers) {
     EXPECT_EQ(enumerateMonitors().size(), 2U);
     platform::faults::arm({"GetMonitorInfoW", 1, platform::faults::Action::Fail, 5});
     EXPECT_EQ(enumerateMonitors().size(), 1U) << "one that cannot be read is left out";
+}
+
+TEST_F(NotePlaces, theMonitorOfANoteGivesItsStepAndItsWorkArea) {
+    platform::desktop::setMonitors({kMain, kRight4K});
+    App app;
+    for (const char* id : {"1", "2"})
+        putNote(id, R"(,"monitor":{"device":"\\\\.\\DISPLAY3"})");
+    ASSERT_EQ(start(app), kEnterMessageLoop);
+    EXPECT_EQ(places(), "5500,312-5760,572 5476,24-5736,284") << "six steps of 48 pixels";
+    app.shutdown();
 }
 
 TEST_F(NotePlaces, openNotesDoNotCoverEachOther) {
