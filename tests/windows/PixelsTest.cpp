@@ -34,7 +34,7 @@ int darkest(LONG left, LONG top, LONG right, LONG bottom) {
 
 }  // namespace
 
-TEST(Pixels, liesEachColourAtItsPlace) {
+TEST(Pixels, paintsEachBandInItsColour) {
     const WideString instance = newGuidText();
     const TempFolder parent;
     std::filesystem::create_directories(hostPath(parent / instance));
@@ -75,6 +75,13 @@ TEST(Pixels, liesEachColourAtItsPlace) {
     EXPECT_LT(darkest(212, 4, 230, 22), 100) << "the plus";
     EXPECT_LT(darkest(10, 242, 60, 260), 160) << "the author, in grey";
     EXPECT_GE(darkest(10, 242, 60, 260), 0x50) << "and no darker";
+
+    const auto windowAt = [](LONG x, LONG y) { return WindowFromPoint({kLeft + x, kTop + y}); };
+    const auto styleAt = [&](LONG x, LONG y) { return static_cast<DWORD>(GetWindowLongW(windowAt(x, y), GWL_STYLE)); };
+    EXPECT_EQ(GetClassLongW(windowAt(3, 20), GCL_STYLE), 0x2000BU);
+    EXPECT_EQ(styleAt(100, 13), 0x50000080U);
+    EXPECT_EQ(styleAt(100, 100) | WS_VSCROLL, 0x50209144U) << "the bar hides while all of the text is in view";
+    EXPECT_EQ(SendMessageW(windowAt(100, 13), EM_GETMARGINS, 0, 0), 0) << "the title begins at its edge";
 
     const auto hovered = [](BYTE channel) { return static_cast<BYTE>((channel * (255 - 0x3C) + 127) / 255); };
     const COLORREF square = RGB(hovered(236), hovered(217), hovered(59));
