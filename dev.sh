@@ -19,6 +19,9 @@ usage: ./dev.sh COMMAND
   bench desktop           Vellumd.exe under Wine beside a bare program with the same windows: starts, memory, arrivals,
                           saves, idling; on one core and then on all
   fuzz [SECONDS]          feeds damaged input to the parsers for that long each (30); stops at the first finding
+  soak [MINUTES] [SEED]   writers, users, logons and kills at random over one machine of the stand-in (3 minutes); ends with
+                          the accounts of every note. A seed repeats the plan; --plan prints it
+  soak wine [MINUTES] [SEED]  the same over the plain display under Wine
   format                  formats the sources
 TEXT
 }
@@ -157,6 +160,21 @@ command_fuzz() {
     say "no findings"
 }
 
+command_soak() {
+    need_native
+    if [ "${1:-}" = wine ]; then
+        shift
+        need_windows
+        need_wine
+        cmake_options=(-DVELLUM_SOAK=ON)
+        build windows Vellumd vellum-soak-user
+        tools/wine-session.sh /usr/bin/python3 -B tools/soak --wine --build build/windows "$@"
+        return
+    fi
+    build native-release Vellumd vellum-fire-task vellum-applet-writer
+    /usr/bin/python3 -B tools/soak "$@"
+}
+
 command_format() {
     need clang-format
     git ls-files '*.h' '*.cpp' | xargs clang-format -i
@@ -173,6 +191,7 @@ case "${1:-}" in
         esac ;;
     bench) shift; command_bench "$@" ;;
     fuzz) command_fuzz "${2:-30}" ;;
+    soak) shift; command_soak "$@" ;;
     format) command_format ;;
     -h | --help | help) usage ;;
     *) usage >&2; exit 2 ;;

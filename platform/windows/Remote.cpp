@@ -5,6 +5,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <charconv>
 #include <cstdlib>
@@ -14,6 +15,7 @@
 #include <thread>
 
 #include "Desktop.h"
+#include "Faults.h"
 #include "Machine.h"
 #include "files/FileObject.h"
 #include "process/Surroundings.h"
@@ -69,8 +71,12 @@ void broadcast(UINT message) {
         post(*window->queue, {window->handle, message, 0, 0, 0, {}});
 }
 
+std::shared_ptr<Window> windowNamed(const std::string& handle) {
+    return findWindow(reinterpret_cast<HWND>(std::strtoull(handle.c_str(), nullptr, 16)));
+}
+
 std::string closeWindow(const std::string& handle) {
-    const auto window = findWindow(reinterpret_cast<HWND>(std::strtoull(handle.c_str(), nullptr, 16)));
+    const auto window = windowNamed(handle);
     if (window == nullptr) return "no such window\n";
     post(*window->queue, {window->handle, WM_CLOSE, 0, 0, 0, {}});
     return "posted\n";
@@ -97,16 +103,85 @@ bool act(const std::string& command, std::istringstream& rest) {
     return true;
 }
 
+bool isUppermostAt(const Window& window, POINT point) {
+    for (const auto& other : topLevelWindows())
+        if (other->visible && containsPoint(screenRect(*other), point)) return other->handle == window.handle;
+    return false;
+}
+
+bool hasKeyboard(const Window& window) {
+    const HWND focus = window.queue->focus;
+    return focus != nullptr &&
+           (focus == window.handle || std::ranges::find(window.children, focus) != window.children.end());
+}
+
+// What a user does who aims at one window: the points are counted from its corner. Nothing is done when another window
+// covers the point, or has the keyboard.
+std::string actIn(std::istringstream& rest) {
+    std::string handle, command;
+    rest >> handle >> command;
+    const auto window = windowNamed(handle);
+    if (window == nullptr) return "no such window\n";
+    const RECT place = screenRect(*window);
+    POINT from = {}, to = {};
+    if (command == "type") {
+        if (!hasKeyboard(*window)) return "another window has the keyboard\n";
+        return act(command, rest) ? "done\n" : "";
+    }
+    if (command != "click" && command != "drag") return "unknown command: " + command + "\n";
+    rest >> from.x >> from.y >> to.x >> to.y;
+    from = {from.x + place.left, from.y + place.top};
+    to = {to.x + place.left, to.y + place.top};
+    if (!isUppermostAt(*window, from)) return "covered\n";
+    command == "click" ? desktop::click(from) : desktop::drag(from, to);
+    return "done\n";
+}
+
+// What the process has open, one kind a line.
+std::string counts() {
+    const std::pair<const char*, std::size_t> kinds[] = {
+        {"handles", faults::openHandles()},    {"allocations", faults::openAllocations()},
+        {"gdi", faults::openDrawingObjects()}, {"gdiplus", faults::openDrawing()},
+        {"memory", faults::openMemory()},      {"strings", faults::openStrings()},
+        {"windows", topLevelWindows().size()},
+    };
+    std::string text;
+    for (const auto& [kind, count] : kinds)
+        text += std::string(kind) + " " + std::to_string(count) + "\n";
+    return text;
+}
+
+// "fault call:use=action;..." as in VELLUM_FAULTS, "faults clear"
+std::string setFaults(const std::string& command, const std::string& text) {
+    if (command == "faults") {
+        if (text != "clear") return "unknown command: faults " + text + "\n";
+        faults::clear();
+        return "done\n";
+    }
+    std::vector<faults::Fault> parsed;
+    if (!faults::parse(text, parsed)) return "malformed\n";
+    for (faults::Fault& fault : parsed)
+        faults::arm(std::move(fault));
+    return "done\n";
+}
+
 // Runs on the thread of the windows.
 std::string carryOut(const std::string& line) {
     std::istringstream deed(line);
-    if (std::string command; deed >> command && act(command, deed)) return "done\n";
-    std::istringstream words(line);
     std::string command, argument;
+    if (deed >> command; command == "in") return actIn(deed);
+    if (act(command, deed)) return "done\n";
+    std::istringstream words(line);
     words >> command >> argument;
     if (command == "list") return desktop::describeWindows();
     if (command == "close") return closeWindow(argument);
     if (command == "picture") return desktop::picture();
+    if (command == "counts") return counts();
+    if (command == "fault" || command == "faults") return setFaults(command, argument);
+    if (command == "end") {
+        desktop::endSession();
+        return "done\n";
+    }
     if (command == "broadcast") {
         broadcast(static_cast<UINT>(std::strtoul(argument.c_str(), nullptr, 10)));
         return "posted\n";

@@ -1,0 +1,88 @@
+"""The accounts in the end: every note, and every file of the machine."""
+import re
+from collections import Counter
+
+from ledger import as_note, read, written_text
+
+GUID = r"[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}"
+NOTES = r"drive_c/Users/\w+/AppData/Local/Quorvane/Ombrel/Notes/"
+STORE = r"drive_c/Users/ann/AppData/Local/OmbrelAppletNotes/"
+KNOWN_FILES = re.compile("|".join((
+    r"machine\.txt", r"messages\.txt", r"tasks/.*\.txt", r"mutexes/\d+/.*", r"desktops/\d+/\d+", r"registry/.*",
+    r"drive_c/ProgramData/OmbrelService_Common/Logs/Vellumd_\d_\w+_\d{8}\.log(\.1)?",
+    NOTES + r"([WUS]\d+|" + GUID + r")\.json",
+    STORE + r"(\.lifecycle\.lock|\.recovery\.lock|runtime/A{64}/Vellumd\.exe)",
+    STORE + r"applet-[-0-9A-Fr]+/(\.writer\.lock|\.display\.lock|note_q\d+\.json)",
+    r".*victim\.(json|txt)",
+)))
+OF_KILLED = re.compile(NOTES + r"([WUS]\d+|" + GUID + r")\.json\.tmp|" + STORE + r"applet-[^/]+/\{[-0-9A-F]+\}\.tmp")
+MAY_BE_LOCKED = re.compile(r"mutexes/.*|.*/\.display\.lock|.*\.log|.*/Vellumd\.exe")
+
+
+def check_notes(ledger, place_of):
+    """`place_of` finds the file of a note in a queue."""
+    for note in ledger.all():
+        if note.kind == "W":
+            ledger.check_written(note)
+        elif note.kind == "S":
+            ledger.check_shared(note)
+        elif note.path:
+            ledger.check_users(note, place_of(note) if note.kind == "Q" else note.path)
+
+
+def check_unfollowed(ledger, folders, authors):
+    """New notes that nobody could follow are whole as well, and there are not more than were asked for."""
+    known = {note.path for note in ledger.all("N")}
+    unfollowed = [path for folder in folders for path in folder.glob("????????-*.json") if path not in known]
+    asked = ledger.counts["new notes asked for"] - len(known - {None})
+    if len(unfollowed) > asked:
+        ledger.problem(f"{len(unfollowed)} new notes that nobody knows, where {asked} were asked for")
+    for path in unfollowed:
+        content = as_note(read(path))
+        if content is None or content["id"] != path.stem or content["author"] not in authors:
+            ledger.problem(f"a new note is not whole: {path}")
+
+
+def check_files(ledger, folder, killed):
+    """No file where none belongs, and no temporary one but those of processes that were killed."""
+    left = 0
+    for path in sorted(folder.rglob("*")):
+        name = str(path.relative_to(folder))
+        if path.is_dir() or KNOWN_FILES.fullmatch(name):
+            continue
+        if OF_KILLED.fullmatch(name):
+            left += 1
+        else:
+            ledger.problem(f"a file that should not be: {name}")
+    ledger.count("temporary files of killed displays", left)
+    if left > killed:
+        ledger.problem(f"{left} temporary files, but only {killed} processes were killed")
+
+
+def check_locks(ledger, machine):
+    for path in machine.locked_files(machine.folder):
+        if not MAY_BE_LOCKED.fullmatch(str(path.relative_to(machine.folder))):
+            ledger.problem(f"a lock is held on {path}")
+
+
+def check_shown(ledger, folder, display, extra=()):
+    """A display that has just started shows each note of its folder once, and nothing else."""
+    wanted = Counter(note["title"] for note in map(as_note, map(read, folder.glob("*.json"))) if note)
+    shown = Counter(window.title for window in display.notes())
+    if wanted != shown:
+        ledger.problem(f"process {display.pid} shows {dict(shown - wanted)} too many and lacks {dict(wanted - shown)}")
+
+
+def fates(ledger):
+    """How the notes of each kind ended."""
+    rows = []
+    names = {"W": "one writer's", "U": "a user's", "S": "shared", "N": "made by users", "Q": "in queues"}
+    for kind, name in names.items():
+        notes = [note for note in ledger.all(kind)]
+        there = [note for note in notes if note.path and (note.path.exists() or (kind == "Q" and not note.removed))]
+        texts = Counter(typed.state for note in notes for typed in note.typed)
+        by_users = sum(note not in there and note.removed_by.startswith(("user", "queue")) for note in notes)
+        by_writers = sum(note not in there and note.removed_by.startswith("writer") for note in notes)
+        rows.append(f"  {name:14} notes {len(notes):5}   there {len(there):5}   closed by users {by_users:5}   "
+                    f"deleted by writers {by_writers:5}   texts saved {texts['saved']:5}   lost with a process {texts['lost']:4}")
+    return rows

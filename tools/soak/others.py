@@ -1,0 +1,105 @@
+"""What else happens on the machine: displays are killed, the disk is full for a while, logons end and begin, the
+dispatcher fires."""
+import datetime
+import re
+import time
+
+from desktop import Gone
+from machine import TASK
+
+DISK_FULL = "WriteFile:every=fail(112)"
+DIES_AT = "FlushFileBuffers:1=kill", "MoveFileExW:1=kill", "WriteFile:1=kill"
+
+
+class Site:
+    """What users ask about the machine."""
+
+    def __init__(self, machine):
+        self.machine = machine
+        self.full = {}  # user -> when the disk was last full
+
+    def displays(self, user):
+        return self.machine.displays(session_of(user))
+
+    def is_alive(self, pid):
+        return self.machine.is_alive(pid)
+
+    def is_hindered(self, user, since, path):
+        """Whether the disk was full, or the log tells of a failed save of the note."""
+        if self.full.get(user, 0) >= since:
+            return True
+        lines = re.findall(rf"^(\S+) .*saveNote failed: id={re.escape(path.stem)} ", self.machine.log_text(), re.M)
+        return any(timestamp(text) >= since - 1.5 for text in lines)
+
+
+def timestamp(text):
+    return datetime.datetime.fromisoformat(text.replace("Z", "+00:00")).timestamp()
+
+
+def session_of(user):
+    return user.split()[-1]
+
+
+class Others:
+    def __init__(self, machine, site, ledger, writers, stopping):
+        self.machine, self.site, self.ledger, self.writers, self.stopping = machine, site, ledger, writers, stopping
+
+    def do(self, step):
+        getattr(self, step.verb)(step)
+
+    def kill(self, step):
+        victim = self.writers.get(step.note)
+        if victim:
+            return victim.kill()
+        for display in self.site.displays(step.note):
+            if step.how == "at once":
+                self.machine.kill(display.pid)
+                self.ledger.count("displays killed")
+            else:
+                self.kill_in_save(display, DIES_AT[int(step.at * 100) % len(DIES_AT)])
+
+    def kill_in_save(self, display, fault):
+        try:
+            display.ask(f"fault {fault}")
+            for _ in range(100):
+                if not self.machine.is_alive(display.pid):
+                    break
+                time.sleep(0.1)
+            else:
+                display.ask("faults clear")
+        except Gone:
+            pass
+        if not self.machine.is_alive(display.pid):
+            self.machine.lost.add(display.pid)
+            self.ledger.count("displays killed in a save")
+
+    def fill(self, step):
+        def each(request):
+            for display in self.site.displays(step.note):
+                try:
+                    display.ask(request)
+                except Gone:
+                    pass
+
+        self.site.full[step.note] = time.time() + 3600
+        each(f"fault {DISK_FULL}")
+        self.stopping.wait(step.number)
+        each("faults clear")
+        self.site.full[step.note] = time.time()
+        self.ledger.count("times the disk was full")
+
+    def end(self, step):
+        self.machine.end(step.note)
+        self.stopping.wait(step.number)
+        self.machine.begin(step.note)
+        self.ledger.count("logons ended and begun")
+
+    def launch(self, _):
+        status, said = self.machine.run("Vellumd", "--launch-user-sessions", token="SYSTEM@0")
+        self.ledger.exits[f"--launch-user-sessions: {status}"] += 1
+
+    def fire(self, _):
+        status, said = self.machine.run("vellum-fire-task", TASK, token="SYSTEM@0")
+        self.ledger.exits[f"fired task: {status}"] += 1
+        if status != 0:
+            self.ledger.problem(f"the task cannot be fired: {said}")

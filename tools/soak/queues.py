@@ -1,0 +1,126 @@
+"""Private queues: a writer fills them, recovery passes see to them, users work in the displays that come of it."""
+import subprocess
+import time
+
+from desktop import Gone
+from ledger import read
+from users import User
+
+TRIES = 100
+EXPECTED_EXITS = 0, 15, 16, 17, -9
+
+
+class QueueSite:
+    def __init__(self, machine):
+        self.machine = machine
+
+    def displays(self, _):
+        return [display for session in ("1", "2") for display in self.machine.displays(session, of_queues=True)]
+
+    def is_alive(self, pid):
+        return self.machine.is_alive(pid)
+
+    def is_hindered(self, *_):
+        return True  # a pass in the store hinders a save, and no log tells of it
+
+
+class QueueActor(User):
+    """`kept` is a display that is never killed."""
+
+    def __init__(self, name, machine, ledger, kept):
+        super().__init__(name, machine.store(), QueueSite(machine), ledger)
+        self.machine, self.kept, self.session = machine, kept, name.split()[-1]
+        self.staged = ""
+
+    @property
+    def token(self):
+        return f"ann@{self.session}"
+
+    def do(self, step):
+        if step.verb in ("write", "pass", "kill"):
+            return getattr(self, step.verb.replace("pass", "recover"))(step)
+        super().do(step)
+
+    def path(self, note):
+        """Where the note lies by now: its queue may have another name."""
+        for _ in range(5):
+            found = list(self.folder.glob(f"applet-*/{note.name}.json"))
+            if len(found) > 1:
+                self.ledger.problem(f"{note.name} is in two queues: {found}")
+            if found and found[0].exists():
+                return found[0]
+            time.sleep(0.01)  # it may have been renamed meanwhile
+        return note.path
+
+    def program(self, *arguments, faults=""):
+        return self.machine.run("vellum-applet-writer", *arguments, token=self.token, faults=faults)
+
+    def stage(self):
+        self.program("queue")
+        self.program("stage", str(self.machine.build / "Vellumd"))
+        staged = next(self.folder.glob("runtime/*/Vellumd.exe"))
+        staged.chmod(0o700)
+        return str(staged)
+
+    def until_done(self, *arguments):
+        """The writer waits for no lock, so it tries again."""
+        for _ in range(TRIES):
+            if self.session not in self.machine.logons:
+                return None
+            status, said = self.program(*arguments)
+            if status == 0:
+                return said.strip()
+            time.sleep(0.05)
+        self.ledger.problem(f"the writer of queues cannot do its work: {' '.join(arguments)}: {said}")
+        return None
+
+    def write(self, step):
+        queue = self.until_done("queue")
+        if not queue:
+            return self.ledger.count("steps in a session without a logon")
+        body = f"QUEUED {step.number}"
+        if step.how == "dying":
+            self.program("note", queue, step.note, body, faults="WriteFile:1=kill")
+        note = self.ledger.note(step.note, self.folder, self.folder / queue / f"{step.note}.json")
+        with self.ledger.lock:
+            note.made, note.versions[step.number] = time.time(), (step.note, body)
+        if self.until_done("note", queue, step.note, body) is None:
+            with self.ledger.lock:  # the logon ended first
+                note.removed, note.removed_by = time.time(), "nobody: it was never whole"
+            if self.path(note).exists():
+                self.path(note).unlink()
+        self.ledger.count("notes written to queues")
+
+    def recover(self, step):
+        if self.session not in self.machine.logons:
+            return self.ledger.count("steps in a session without a logon")
+        holder = None
+        if step.how == "held":
+            queue = self.until_done("queue")
+            holder = queue and self.machine.start("vellum-applet-writer", "hold", queue, "5", token=self.token,
+                                                  output=subprocess.DEVNULL)
+        status, said = self.machine.run(self.staged, "--applet-recover", token=self.token,
+                                        faults=f"*:{step.number}=kill" if step.how == "dying" else "")
+        if holder:
+            holder.kill()
+            holder.wait()
+        self.ledger.exits[f"--applet-recover: {status}"] += 1
+        if status not in EXPECTED_EXITS and self.session in self.machine.logons:
+            self.ledger.problem(f"a recovery pass ended with {status}: {said[-300:]}")
+
+    def kill(self, _):
+        for display in self.machine.displays(self.session, of_queues=True):
+            if display.pid != self.kept:
+                self.machine.kill(display.pid)
+                self.ledger.count("queue displays killed")
+
+    def close(self, step, note, display, window):
+        """A removal waits for no lock either: the user closes the note again."""
+        for _ in range(5):
+            answer = display.click(window, window.width - 15, 13)
+            if answer != "done":
+                break
+            if self.wait(display, lambda: read(self.path(note)) is None, 1):
+                break
+        self.removed(note)
+        return answer

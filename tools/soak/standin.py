@@ -1,0 +1,207 @@
+"""A soak of the whole machine on the stand-in."""
+import threading
+import time
+
+import accounts
+import counts
+import texts
+from desktop import Gone
+from machine import USERS, Machine
+from others import Others, Site, session_of
+from plan import Cast, Step
+from queues import QueueActor
+from stage import Stage, watch_written
+from users import User
+from writers import Writer
+
+CAST = Cast(writers={"writer 1": "ann", "writer 2": "ann", "writer 3": "bob"},
+            users={"user 1": "ann", "user 2": "ann", "user 3": "bob"},
+            logons=("2", "3"), killed=("user 2", "user 3"), filled=("user 1", "user 2", "user 3"), queues=("1", "2"),
+            dispatcher=True)
+LONG_LIVED = "1"  # the session whose displays are never killed
+VICTIM = b'{"id": "victim", "title": "VICTIM"}'
+
+
+class StandIn:
+    def __init__(self, folder, build, ledger):
+        self.machine, self.ledger = Machine(folder, build), ledger
+        self.stopping = threading.Event()
+        self.site = Site(self.machine)
+        self.folders = {user: self.machine.notes(user) for user in ("ann", "bob")}
+        self.writers = {name: Writer(name, self.folders[place], ledger) for name, place in CAST.writers.items()}
+        self.users = {name: User(name, self.folders[place], self.site, ledger) for name, place in CAST.users.items()}
+        self.fates = []
+        self.samples = {"display": [], "queue display": []}
+        self.victims = [path for folder in self.folders.values() for path in
+                        (folder.parent / "victim.json", folder.parent.parent / "victim.json")]
+
+    # Steps of the soak
+
+    def run(self, steps, seconds):
+        try:
+            self.prepare()
+            others = Others(self.machine, self.site, self.ledger, self.writers, self.stopping)
+            actors = {**self.writers, **self.users, **self.queues,
+                      **{name: others for name in ("killer", "disk", "logons", "dispatcher")}}
+            Stage(steps, seconds, self.ledger, self.stopping).play(actors, self.watch, lambda: self.sample("minute 1"))
+            self.settle()
+            self.account()
+            self.drain()
+        finally:
+            self.stopping.set()
+            for writer in self.writers.values():
+                writer.stop()
+            self.machine.stop()
+
+    def prepare(self):
+        for path in self.victims:
+            path.write_bytes(VICTIM)
+        status, said = self.machine.run("Vellumd", "--register", token="eve@9 high")
+        self.expect(status == 0, f"--register ended with {status}: {said}")
+        self.expect(self.until(lambda: self.is_served()), "there are not as many displays as sessions")
+        self.long_lived = {"display": self.machine.displays(LONG_LIVED)[0]}
+        staged = QueueActor("queue 1", self.machine, self.ledger, 0).stage()
+        first = QueueActor("queue 1", self.machine, self.ledger, 0)
+        first.staged = staged
+        for name in ("note_q0",):
+            first.write(Step(0, "queue 1", "write", name, "whole", 0))
+        first.recover(Step(0, "queue 1", "pass"))
+        self.expect(self.until(lambda: self.machine.displays("1", of_queues=True)), "no queue is displayed")
+        self.long_lived["queue display"] = self.machine.displays("1", of_queues=True)[0]
+        kept = self.long_lived["queue display"].pid
+        self.queues = {f"queue {session}": QueueActor(f"queue {session}", self.machine, self.ledger, kept)
+                       for session in CAST.queues}
+        for actor in self.queues.values():
+            actor.staged = staged
+        self.warm_up()
+        self.sample("at rest")
+
+    def warm_up(self):
+        """Each kind of thing is done once, so that what is made once and kept is there."""
+        writer, user, queue = self.writers["writer 1"], self.users["user 1"], self.queues["queue 1"]
+        writer.do(Step(0, writer.name, "write", "U0", "rename", 1))
+        self.expect(self.until(lambda: self.shows("display", 1)), "a note is not shown")
+        self.expect(self.until(lambda: self.shows("queue display", 1)), "a note of a queue is not shown")
+        for actor, note in ((user, "U0"), (queue, "note_q0")):
+            for number, verb in enumerate(("type", "title", "drag", "size", "close")):
+                actor.do(Step(0, actor.name, verb, note, "", number))
+        self.expect(self.until(lambda: self.shows("display", 0) and self.shows("queue display", 0)),
+                    "notes do not close")
+
+    def sample(self, when):
+        for name, display in self.long_lived.items():
+            try:
+                self.samples[name].append(counts.take(when, display.pid, display.counts()))
+            except (Gone, OSError):
+                self.ledger.problem(f"the {name} that nobody killed is gone")
+
+    def watch(self):
+        for session, user in USERS.items():
+            for display in self.machine.displays(session):
+                watch_written(self.ledger, self.folders[user], display)
+        for display in self.long_lived.values():
+            if not self.machine.is_alive(display.pid):
+                self.ledger.problem(f"process {display.pid}, which nobody killed, is gone")
+                self.stopping.set()
+
+    # The end
+
+    def settle(self):
+        """Everything that was broken is mended, and what waits is brought out."""
+        for session in set(USERS) - set(self.machine.logons):
+            self.machine.begin(session)
+        self.expect(self.until(self.serve), "not every session has a display in the end")
+        for session in CAST.queues:
+            actor = self.queues[f"queue {session}"]
+            self.expect(self.until(lambda: self.machine.run(actor.staged, "--applet-recover", token=actor.token)[0] == 0),
+                        f"the passes of session {session} do not end with 0")
+        for note in self.ledger.all("UNQ"):
+            actor = self.queues["queue 1"] if note.kind == "Q" else self.users["user 1"]
+            if any(typed.state == "waiting" for typed in note.typed):
+                self.expect(self.until(lambda: self.bring_out(note)), f"what was typed into {note.name} never comes out")
+
+    def bring_out(self, note):
+        """A move of a note saves it, and with it what waits."""
+        actors = list(self.queues.values())[:1] if note.kind == "Q" else self.users.values()
+        for actor in actors:
+            for pid in {typed.pid for typed in note.typed if not self.machine.is_alive(typed.pid)}:
+                actor.forget(note, pid)
+            waiting = {typed.pid for typed in note.typed if typed.state == "waiting"}
+            if any(display.pid in waiting for display in actor.site.displays(actor.name)):
+                actor.do(Step(0, actor.name, "drag", note.name, "", len(note.typed) + int(time.time()) % 50))
+        return note.removed or not any(typed.state == "waiting" for typed in note.typed)
+
+    def account(self):
+        for path in self.victims:
+            self.expect(path.read_bytes() == VICTIM, f"{path} was changed")
+        accounts.check_notes(self.ledger, self.queues["queue 1"].path)
+        accounts.check_unfollowed(self.ledger, self.folders.values(), ("ann", "bob"))
+        accounts.check_files(self.ledger, self.machine.folder, len(self.machine.lost))
+        accounts.check_locks(self.ledger, self.machine)
+        self.fates = accounts.fates(self.ledger)
+        self.sample("end")
+        for session in set(USERS) - {LONG_LIVED}:  # a new display shows what is there
+            for display in self.machine.displays(session):
+                self.machine.kill(display.pid)
+        self.expect(self.until(self.serve), "a killed display does not come back")
+        time.sleep(1)
+        for session in set(USERS) - {LONG_LIVED}:
+            accounts.check_shown(self.ledger, self.folders[USERS[session]], self.machine.displays(session)[0])
+        shown = [window.title for session in CAST.queues for display in
+                 self.machine.displays(session, of_queues=True) for window in display.notes()]
+        for note in self.ledger.all("Q"):
+            if self.queues["queue 1"].path(note).exists() and sum(note.name in title for title in shown) != 1:
+                self.ledger.problem(f"{note.name} is shown {sum(note.name in title for title in shown)} times")
+
+    def drain(self):
+        """Without any note, the displays that were never killed have open what they had at rest."""
+        for path in list(self.folders["ann"].glob("*.json")):
+            path.unlink()
+        self.expect(self.until(lambda: self.closes_all("display")), "the display does not let go of its notes")
+        self.expect(self.until(lambda: self.closes_all("queue display")), "the queue display does not let go of its notes")
+        self.sample("drained")
+        for name, samples in self.samples.items():
+            if len(samples) == 4:
+                counts.compare(name, *samples, self.ledger.problem)
+        display = self.long_lived["display"]
+        display.ask("close " + next(line.split()[0] for line in display.ask("list").splitlines() if "MsgWindow" in line))
+        self.expect(self.until(lambda: not self.machine.is_alive(display.pid)), "the display does not end")
+        self.expect(self.until(lambda: not display.path.exists()), "its socket stays")
+
+    def closes_all(self, name):
+        for window in self.long_lived[name].notes():
+            self.long_lived[name].ask(f"close {window.handle}")
+        return self.shows(name, 0)
+
+    # Conditions
+
+    def expect(self, holds, otherwise):
+        if not holds:
+            self.ledger.problem(otherwise)
+
+    def until(self, condition, patience=60):
+        end = time.time() + patience
+        while time.time() < end:
+            try:
+                if condition():
+                    return True
+            except (Gone, IndexError):
+                pass
+            time.sleep(0.2)
+        return False
+
+    def shows(self, name, number):
+        return len(self.long_lived[name].notes()) == number
+
+    def is_served(self):
+        return all(len(self.machine.displays(session)) == 1 for session in USERS)
+
+    def serve(self):
+        if not self.is_served():
+            self.machine.run("Vellumd", "--launch-user-sessions", token="SYSTEM@0")
+        return self.is_served()
+
+    def summary(self):
+        for name, samples in self.samples.items():
+            if samples:
+                yield from counts.table(name, samples)

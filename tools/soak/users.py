@@ -1,0 +1,200 @@
+"""Those who work on the desktop. A user does a thing, waits for what comes of it and writes it down."""
+import time
+
+import plan
+import texts
+from desktop import Gone
+from ledger import Typed, as_note, read, written_text
+
+PATIENCE = 20
+BODY, TITLE, CAPTION = (30, 80), (20, 12), (60, 24)  # points of a note, at 96 DPI
+
+
+def is_of(window, note):
+    """Whether a window shows a note: by the name in its title, which of a user's new note is the first text typed."""
+    if note.kind == "N":
+        return note.typed[0].text in window.title
+    if note.kind == "Q":
+        return note.name in window.title
+    return written_text(window.title).split(" ")[0] == note.name
+
+
+class User:
+    """`site` tells the displays of this user and whether a process lives; `is_hindered` whether a save may fail now."""
+
+    def __init__(self, name, folder, site, ledger):
+        self.name, self.folder, self.site, self.ledger = name, folder, site, ledger
+
+    def do(self, step):
+        if step.verb == "new":
+            return self.make(step)
+        note = self.ledger.known(step.note)
+        if note is None or note.path is None:
+            return self.ledger.count("steps without their note")
+        try:
+            self.on_window(step, note)
+        except Gone:
+            self.ledger.count("steps cut off by the end of a display")
+            if step.verb == "close":
+                self.removed(note)
+
+    def on_window(self, step, note):
+        display, window = self.find(note)
+        if display is None:
+            return self.ledger.count("steps with nobody there" if window is None else "steps without a window")
+        answer = getattr(self, step.verb)(step, note, display, window)
+        self.ledger.count(f"user: {step.verb}" if answer == "done" else f"steps answered: {answer}")
+
+    def find(self, note):
+        """The display and the window that show a note; the second tells whether there was any display."""
+        displays = self.site.displays(self.name)
+        for display in displays:
+            for window in display.notes():
+                if is_of(window, note):
+                    return display, window
+        return None, displays or None
+
+    # What a user does
+
+    def type(self, step, note, display, window, point=BODY):
+        answer = display.click(window, *point)
+        if answer != "done":
+            return answer
+        typed = Typed(plan.letters(step.number), display.pid)
+        with self.ledger.lock:
+            note.typed.append(typed)
+        answer = display.type(window, typed.text)
+        if answer != "done":
+            note.typed.remove(typed)
+            return answer
+        if note.kind == "S":
+            note.typed.remove(typed)  # any other hand may undo it
+        else:
+            self.settle(note, display, typed)
+        return answer
+
+    def title(self, step, note, display, window):
+        return self.type(step, note, display, window, TITLE)
+
+    def drag(self, step, note, display, window):
+        x, y = texts.cell(step.number * 7)
+        answer = display.drag(window, *CAPTION, CAPTION[0] + x - window.left, CAPTION[1] + y - window.top)
+        return answer if answer != "done" else self.placed(note, display, answer)
+
+    def size(self, step, note, display, window):
+        corner = window.width - 3, window.height - 3
+        to = 240 + step.number % 40, 200 + step.number % 60
+        answer = display.drag(window, *corner, *to)
+        return answer if answer != "done" else self.placed(note, display, answer)
+
+    def close(self, step, note, display, window):
+        answer = display.click(window, window.width - 15, 13)
+        if answer != "done":
+            return answer
+        self.wait(display, lambda: read(self.path(note)) is None, 3 if note.kind == "S" else PATIENCE)
+        self.removed(note)
+        return answer
+
+    def make(self, step):
+        """A new note from the button of another: it has no title, so the user gives it one."""
+        source = self.ledger.known(step.how)
+        try:
+            display, window = self.find(source) if source and source.path else (None, None)
+            if display is None:
+                return self.ledger.count("steps without a window")
+            before = {other.handle for other in display.notes()}
+            if display.click(window, window.width - 39, 13) != "done":
+                return self.ledger.count("steps answered: covered")
+            self.ledger.count("new notes asked for")
+            made = [other for other in display.notes() if other.handle not in before and not other.title]
+            if len(made) != 1:
+                return self.ledger.count("new notes not followed")
+            note = self.ledger.note(step.note, self.folder)
+            typed = Typed(plan.letters(step.number), display.pid)
+            note.path, note.typed = None, [typed]
+            answers = display.click(made[0], *TITLE), display.type(made[0], typed.text)
+            if answers != ("done", "done"):
+                return self.ledger.count("new notes not followed")
+            self.wait(display, lambda: self.look_for(note, typed.text), PATIENCE)
+            if note.path:
+                typed.state = "saved"
+            self.ledger.count("user: new" if note.path else "new notes not followed")
+        except Gone:
+            self.ledger.count("new notes not followed")
+
+    def look_for(self, note, tag):
+        for path in self.folder.glob("????????-*.json"):
+            content = as_note(read(path))
+            if content and tag in content.get("title", ""):
+                note.path, note.made = path, time.time()
+        return note.path
+
+    # What comes of it
+
+    def path(self, note):
+        return note.path
+
+    def wait(self, display, condition, patience):
+        """Whether it came true in time, as long as the display lives."""
+        end = time.time() + patience
+        while time.time() < end:
+            if condition():
+                return True
+            if not self.site.is_alive(display.pid):
+                return condition()
+            time.sleep(0.05)
+        return False
+
+    def settle(self, note, display, typed):
+        def is_saved():
+            content = as_note(read(self.path(note)))
+            return content and typed.text in content["title"] + "\n" + content["content"]
+
+        begun = time.time()
+        if self.wait(display, is_saved, PATIENCE):
+            typed.state = "saved"
+            for other in note.typed:
+                other.state = "saved" if other.state == "waiting" and other.pid == display.pid else other.state
+        elif not self.site.is_alive(display.pid):
+            self.forget(note, display.pid)
+        else:
+            typed.state = "waiting"
+            self.explain(note, display, begun, f"{typed.text!r} was not saved in {note.name}")
+
+    def placed(self, note, display, answer):
+        if note.kind == "S":
+            return answer
+        window = next((each for each in display.notes() if is_of(each, note)), None)
+        if window is None:
+            return answer
+
+        def is_saved():
+            content = as_note(read(self.path(note)))
+            return content and content.get("position") == window.place
+
+        begun = time.time()
+        if self.wait(display, is_saved, PATIENCE):
+            for typed in note.typed:
+                typed.state = "saved" if typed.state == "waiting" and typed.pid == display.pid else typed.state
+        elif self.site.is_alive(display.pid):
+            self.explain(note, display, begun, f"the new place of {note.name} was not saved")
+        return answer
+
+    def explain(self, note, display, begun, what):
+        """A save may fail, but not without a word."""
+        if self.site.is_hindered(self.name, begun, note.path):
+            self.ledger.count("saves that failed and said so")
+        else:
+            self.ledger.problem(f"{what} by process {display.pid} in {PATIENCE} s")
+
+    def forget(self, note, pid):
+        """What waited in a process is lost with it."""
+        for typed in note.typed:
+            if typed.pid == pid and typed.state in ("typed", "waiting"):
+                typed.state = "lost"
+                self.ledger.count("texts lost with a killed display")
+
+    def removed(self, note):
+        with self.ledger.lock:
+            note.removed, note.removed_by = time.time(), self.name
+        self.ledger.count("notes closed by users")
