@@ -178,10 +178,6 @@ std::string carryOut(const std::string& line) {
     if (command == "picture") return desktop::picture();
     if (command == "counts") return counts();
     if (command == "fault" || command == "faults") return setFaults(command, argument);
-    if (command == "end") {
-        desktop::endSession();
-        return "done\n";
-    }
     if (command == "broadcast") {
         broadcast(static_cast<UINT>(std::strtoul(argument.c_str(), nullptr, 10)));
         return "posted\n";

@@ -7,15 +7,17 @@ from ledger import as_note, read, written_text
 GUID = r"[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}"
 NOTES = r"drive_c/Users/\w+/AppData/Local/Quorvane/Ombrel/Notes/"
 STORE = r"drive_c/Users/ann/AppData/Local/OmbrelAppletNotes/"
-KNOWN_FILES = re.compile("|".join((
+NOTE = r"([WUS]\d+|" + GUID + r")\.json"
+# The files of a machine: those that may be there, and those that killed processes leave.
+ON_MACHINE = "|".join((
     r"machine\.txt", r"messages\.txt", r"tasks/.*\.txt", r"mutexes/\d+/.*", r"desktops/\d+/\d+", r"registry/.*",
     r"drive_c/ProgramData/OmbrelService_Common/Logs/Vellumd_\d_\w+_\d{8}\.log(\.1)?",
-    NOTES + r"([WUS]\d+|" + GUID + r")\.json",
+    NOTES + NOTE,
     STORE + r"(\.lifecycle\.lock|\.recovery\.lock|runtime/A{64}/Vellumd\.exe)",
     STORE + r"applet-[-0-9A-Fr]+/(\.writer\.lock|\.display\.lock|note_q\d+\.json)",
     r".*victim\.(json|txt)",
-)))
-OF_KILLED = re.compile(NOTES + r"([WUS]\d+|" + GUID + r")\.json\.tmp|" + STORE + r"applet-[^/]+/\{[-0-9A-F]+\}\.tmp")
+)), NOTES + NOTE + r"\.tmp|" + STORE + r"applet-[^/]+/\{[-0-9A-F]+\}\.tmp"
+UNDER_WINE = r"notes/(kept|killed)/" + NOTE + r"|notes/victim\.json", r"notes/killed/" + NOTE + r"\.tmp"
 MAY_BE_LOCKED = re.compile(r"mutexes/.*|.*/\.display\.lock|.*\.log|.*/Vellumd\.exe")
 
 
@@ -43,14 +45,15 @@ def check_unfollowed(ledger, folders, authors):
             ledger.problem(f"a new note is not whole: {path}")
 
 
-def check_files(ledger, folder, killed):
+def check_files(ledger, folder, kinds, killed):
     """No file where none belongs, and no temporary one but those of processes that were killed."""
+    known, of_killed = kinds
     left = 0
     for path in sorted(folder.rglob("*")):
         name = str(path.relative_to(folder))
-        if path.is_dir() or KNOWN_FILES.fullmatch(name):
+        if path.is_dir() or re.fullmatch(known, name):
             continue
-        if OF_KILLED.fullmatch(name):
+        if re.fullmatch(of_killed, name):
             left += 1
         else:
             ledger.problem(f"a file that should not be: {name}")

@@ -35,6 +35,7 @@ def as_note(content):
 class Typed:
     text: str
     pid: int            # the display it was typed into
+    at: float = 0       # when the display had it all
     state: str = "typed"  # then saved, waiting (the save failed, the display holds it) or lost (with its process)
 
 

@@ -23,6 +23,7 @@ class Machine:
         self.logons = {}  # session -> number of the logon
         self.last_logon = 0x1000
         self.lost = set()  # processes that were killed
+        self.left = {}     # processes that were told of the end of their session, and when
         for session in USERS:
             self.begin(session)
         for user in set(USERS.values()):
@@ -63,8 +64,15 @@ class Machine:
             self.logons[session] = self.last_logon
             self.describe()
 
-    def end(self, session):
-        """Ends the logon, and with it, as Windows does, whatever runs in it."""
+    def end(self, session, politely=False):
+        """Ends the logon, and with it, as Windows does, whatever runs in it; politely, what has windows hears of it
+        first."""
+        for display in self.displays(session) + self.displays(session, of_queues=True) if politely else ():
+            self.left[display.pid] = time.time()
+            try:
+                display.ask("end-session")
+            except Gone:
+                pass
         with self.lock:
             self.logons.pop(session, None)
             self.describe()

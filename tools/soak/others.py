@@ -24,16 +24,25 @@ class Site:
     def is_alive(self, pid):
         return self.machine.is_alive(pid)
 
+    def told_of_end(self, pid):
+        """When a process was told that its session ends, 0 if it was not."""
+        return self.machine.left.get(pid, 0)
+
+    def leave(self, user):
+        """The user logs off and on again."""
+        self.machine.end(session_of(user), politely=True)
+        time.sleep(1)
+        self.machine.begin(session_of(user))
+
     def is_hindered(self, user, since, path):
         """Whether the disk was full, or the log tells of a failed save of the note."""
-        if self.full.get(user, 0) >= since:
-            return True
-        lines = re.findall(rf"^(\S+) .*saveNote failed: id={re.escape(path.stem)} ", self.machine.log_text(), re.M)
-        return any(timestamp(text) >= since - 1.5 for text in lines)
+        return self.full.get(user, 0) >= since or tells_of_failed_save(self.machine.log_text(), since, path)
 
 
-def timestamp(text):
-    return datetime.datetime.fromisoformat(text.replace("Z", "+00:00")).timestamp()
+def tells_of_failed_save(log, since, path):
+    lines = re.findall(rf"^(\S+)Z .*saveNote failed: id={re.escape(path.stem)} ", log, re.M)
+    times = (datetime.datetime.fromisoformat(text + "+00:00").timestamp() for text in lines)
+    return any(time >= since - 1.5 for time in times)
 
 
 def session_of(user):
@@ -88,11 +97,11 @@ class Others:
         self.site.full[step.note] = time.time()
         self.ledger.count("times the disk was full")
 
-    def end(self, step):
+    def reset(self, step):
         self.machine.end(step.note)
         self.stopping.wait(step.number)
         self.machine.begin(step.note)
-        self.ledger.count("logons ended and begun")
+        self.ledger.count("sessions reset")
 
     def launch(self, _):
         status, said = self.machine.run("Vellumd", "--launch-user-sessions", token="SYSTEM@0")

@@ -34,7 +34,8 @@ class Cast:
     """Who takes part: the writers and users with the folder of each, and what else may happen."""
     writers: dict  # name -> folder
     users: dict    # name -> folder
-    logons: tuple = ()   # sessions that end and begin
+    logons: tuple = ()   # sessions that are reset and begin again
+    leaving: tuple = ()  # users who log off in order
     killed: tuple = ()   # users whose displays are killed
     filled: tuple = ()   # users for whom the disk is full for a while
     queues: tuple = ()   # sessions with private queues
@@ -91,7 +92,7 @@ class Planner:
                 self.add(at, "disk", "fill", actor, "", self.random.randint(2, 7))
         for session in self.cast.logons:
             for at in self.times(40, 15):
-                self.add(at, "logons", "end", session, "", self.random.randint(2, 8))
+                self.add(at, "logons", "reset", session, "", self.random.randint(2, 8))
         if self.cast.dispatcher:
             for at in self.times(6):
                 self.add(at, "dispatcher", self.random.choice(("fire", "launch")))
@@ -151,7 +152,8 @@ class Planner:
                 verb = self.random.choice(("type", "type", "type", "title", "drag", "size"))
                 if note in shared and self.random.random() < 0.1:
                     verb = "close"
-                self.add(at, actor, verb, note, "", self.next())
+                leaves = verb == "type" and actor in self.cast.leaving and self.random.random() < 0.15
+                self.add(at, actor, verb, note, "then leaves" if leaves else "", self.next())
 
     def queue(self, session):
         actor, own = f"queue {session}", []

@@ -1,37 +1,32 @@
 """A soak of the whole machine on the stand-in."""
-import threading
 import time
 
 import accounts
-import counts
-import texts
-from desktop import Gone
 from machine import USERS, Machine
-from others import Others, Site, session_of
+from others import Others, Site
 from plan import Cast, Step
 from queues import QueueActor
 from stage import Stage, watch_written
+from theatre import Theatre
 from users import User
 from writers import Writer
 
 CAST = Cast(writers={"writer 1": "ann", "writer 2": "ann", "writer 3": "bob"},
             users={"user 1": "ann", "user 2": "ann", "user 3": "bob"},
-            logons=("2", "3"), killed=("user 2", "user 3"), filled=("user 1", "user 2", "user 3"), queues=("1", "2"),
+            logons=("2", "3"), leaving=("user 2", "user 3"), killed=("user 2", "user 3"), filled=("user 1", "user 2", "user 3"), queues=("1", "2"),
             dispatcher=True)
 LONG_LIVED = "1"  # the session whose displays are never killed
 VICTIM = b'{"id": "victim", "title": "VICTIM"}'
 
 
-class StandIn:
+class StandIn(Theatre):
     def __init__(self, folder, build, ledger):
-        self.machine, self.ledger = Machine(folder, build), ledger
-        self.stopping = threading.Event()
+        super().__init__(ledger)
+        self.machine = Machine(folder, build)
         self.site = Site(self.machine)
         self.folders = {user: self.machine.notes(user) for user in ("ann", "bob")}
         self.writers = {name: Writer(name, self.folders[place], ledger) for name, place in CAST.writers.items()}
         self.users = {name: User(name, self.folders[place], self.site, ledger) for name, place in CAST.users.items()}
-        self.fates = []
-        self.samples = {"display": [], "queue display": []}
         self.victims = [path for folder in self.folders.values() for path in
                         (folder.parent / "victim.json", folder.parent.parent / "victim.json")]
 
@@ -60,11 +55,9 @@ class StandIn:
         self.expect(status == 0, f"--register ended with {status}: {said}")
         self.expect(self.until(lambda: self.is_served()), "there are not as many displays as sessions")
         self.long_lived = {"display": self.machine.displays(LONG_LIVED)[0]}
-        staged = QueueActor("queue 1", self.machine, self.ledger, 0).stage()
         first = QueueActor("queue 1", self.machine, self.ledger, 0)
-        first.staged = staged
-        for name in ("note_q0",):
-            first.write(Step(0, "queue 1", "write", name, "whole", 0))
+        first.staged = first.stage()
+        first.write(Step(0, "queue 1", "write", "note_q0", "whole", 0))
         first.recover(Step(0, "queue 1", "pass"))
         self.expect(self.until(lambda: self.machine.displays("1", of_queues=True)), "no queue is displayed")
         self.long_lived["queue display"] = self.machine.displays("1", of_queues=True)[0]
@@ -72,28 +65,19 @@ class StandIn:
         self.queues = {f"queue {session}": QueueActor(f"queue {session}", self.machine, self.ledger, kept)
                        for session in CAST.queues}
         for actor in self.queues.values():
-            actor.staged = staged
+            actor.staged = first.staged
         self.warm_up()
         self.sample("at rest")
 
     def warm_up(self):
-        """Each kind of thing is done once, so that what is made once and kept is there."""
-        writer, user, queue = self.writers["writer 1"], self.users["user 1"], self.queues["queue 1"]
+        writer = self.writers["writer 1"]
         writer.do(Step(0, writer.name, "write", "U0", "rename", 1))
         self.expect(self.until(lambda: self.shows("display", 1)), "a note is not shown")
         self.expect(self.until(lambda: self.shows("queue display", 1)), "a note of a queue is not shown")
-        for actor, note in ((user, "U0"), (queue, "note_q0")):
-            for number, verb in enumerate(("type", "title", "drag", "size", "close")):
-                actor.do(Step(0, actor.name, verb, note, "", number))
+        self.do_everything_once(self.users["user 1"], "U0")
+        self.do_everything_once(self.queues["queue 1"], "note_q0")
         self.expect(self.until(lambda: self.shows("display", 0) and self.shows("queue display", 0)),
                     "notes do not close")
-
-    def sample(self, when):
-        for name, display in self.long_lived.items():
-            try:
-                self.samples[name].append(counts.take(when, display.pid, display.counts()))
-            except (Gone, OSError):
-                self.ledger.problem(f"the {name} that nobody killed is gone")
 
     def watch(self):
         for session, user in USERS.items():
@@ -115,28 +99,14 @@ class StandIn:
             actor = self.queues[f"queue {session}"]
             self.expect(self.until(lambda: self.machine.run(actor.staged, "--applet-recover", token=actor.token)[0] == 0),
                         f"the passes of session {session} do not end with 0")
-        for note in self.ledger.all("UNQ"):
-            actor = self.queues["queue 1"] if note.kind == "Q" else self.users["user 1"]
-            if any(typed.state == "waiting" for typed in note.typed):
-                self.expect(self.until(lambda: self.bring_out(note)), f"what was typed into {note.name} never comes out")
-
-    def bring_out(self, note):
-        """A move of a note saves it, and with it what waits."""
-        actors = list(self.queues.values())[:1] if note.kind == "Q" else self.users.values()
-        for actor in actors:
-            for pid in {typed.pid for typed in note.typed if not self.machine.is_alive(typed.pid)}:
-                actor.forget(note, pid)
-            waiting = {typed.pid for typed in note.typed if typed.state == "waiting"}
-            if any(display.pid in waiting for display in actor.site.displays(actor.name)):
-                actor.do(Step(0, actor.name, "drag", note.name, "", len(note.typed) + int(time.time()) % 50))
-        return note.removed or not any(typed.state == "waiting" for typed in note.typed)
+        self.bring_out_all(lambda note: [self.queues["queue 1"]] if note.kind == "Q" else self.users.values())
 
     def account(self):
         for path in self.victims:
             self.expect(path.read_bytes() == VICTIM, f"{path} was changed")
         accounts.check_notes(self.ledger, self.queues["queue 1"].path)
         accounts.check_unfollowed(self.ledger, self.folders.values(), ("ann", "bob"))
-        accounts.check_files(self.ledger, self.machine.folder, len(self.machine.lost))
+        accounts.check_files(self.ledger, self.machine.folder, accounts.ON_MACHINE, len(self.machine.lost))
         accounts.check_locks(self.ledger, self.machine)
         self.fates = accounts.fates(self.ledger)
         self.sample("end")
@@ -160,9 +130,7 @@ class StandIn:
         self.expect(self.until(lambda: self.closes_all("display")), "the display does not let go of its notes")
         self.expect(self.until(lambda: self.closes_all("queue display")), "the queue display does not let go of its notes")
         self.sample("drained")
-        for name, samples in self.samples.items():
-            if len(samples) == 4:
-                counts.compare(name, *samples, self.ledger.problem)
+        self.compare()
         display = self.long_lived["display"]
         display.ask("close " + next(line.split()[0] for line in display.ask("list").splitlines() if "MsgWindow" in line))
         self.expect(self.until(lambda: not self.machine.is_alive(display.pid)), "the display does not end")
@@ -175,24 +143,6 @@ class StandIn:
 
     # Conditions
 
-    def expect(self, holds, otherwise):
-        if not holds:
-            self.ledger.problem(otherwise)
-
-    def until(self, condition, patience=60):
-        end = time.time() + patience
-        while time.time() < end:
-            try:
-                if condition():
-                    return True
-            except (Gone, IndexError):
-                pass
-            time.sleep(0.2)
-        return False
-
-    def shows(self, name, number):
-        return len(self.long_lived[name].notes()) == number
-
     def is_served(self):
         return all(len(self.machine.displays(session)) == 1 for session in USERS)
 
@@ -200,8 +150,3 @@ class StandIn:
         if not self.is_served():
             self.machine.run("Vellumd", "--launch-user-sessions", token="SYSTEM@0")
         return self.is_served()
-
-    def summary(self):
-        for name, samples in self.samples.items():
-            if samples:
-                yield from counts.table(name, samples)

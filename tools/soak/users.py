@@ -64,9 +64,12 @@ class User:
         with self.ledger.lock:
             note.typed.append(typed)
         answer = display.type(window, typed.text)
+        typed.at = time.time()
         if answer != "done":
             note.typed.remove(typed)
             return answer
+        if step.how == "then leaves":
+            self.site.leave(self.name)
         if note.kind == "S":
             note.typed.remove(typed)  # any other hand may undo it
         else:
@@ -106,7 +109,9 @@ class User:
             if display.click(window, window.width - 39, 13) != "done":
                 return self.ledger.count("steps answered: covered")
             self.ledger.count("new notes asked for")
-            made = [other for other in display.notes() if other.handle not in before and not other.title]
+            made = []
+            self.wait(display, lambda: made.extend(other for other in display.notes() if not other.title and
+                                                   other.handle not in before) or made, PATIENCE)
             if len(made) != 1:
                 return self.ledger.count("new notes not followed")
             note = self.ledger.note(step.note, self.folder)
@@ -188,11 +193,12 @@ class User:
             self.ledger.problem(f"{what} by process {display.pid} in {PATIENCE} s")
 
     def forget(self, note, pid):
-        """What waited in a process is lost with it."""
+        """What waited in a process is lost with it, but not when the process was told of its end."""
         for typed in note.typed:
             if typed.pid == pid and typed.state in ("typed", "waiting"):
-                typed.state = "lost"
-                self.ledger.count("texts lost with a killed display")
+                told = typed.at < self.site.told_of_end(pid) and not self.site.is_hindered(self.name, typed.at, note.path)
+                typed.state = "saved" if told else "lost"
+                self.ledger.count("texts that the end of a session saved" if told else "texts lost with a killed display")
 
     def removed(self, note):
         with self.ledger.lock:

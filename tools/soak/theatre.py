@@ -1,0 +1,79 @@
+"""What a soak of the stand-in and one under Wine have in common."""
+import threading
+import time
+
+import counts
+from desktop import Gone
+from plan import Step
+
+
+class Theatre:
+    """Subclasses have `users` (and other actors by name) and `long_lived`: the displays by name that nobody kills."""
+
+    def __init__(self, ledger):
+        self.ledger = ledger
+        self.stopping = threading.Event()
+        self.long_lived = {}
+        self.samples = {}
+        self.fates = []
+
+    def expect(self, holds, otherwise):
+        if not holds:
+            self.ledger.problem(otherwise)
+
+    def until(self, condition, patience=60):
+        end = time.time() + patience
+        while time.time() < end:
+            try:
+                if condition():
+                    return True
+            except (Gone, IndexError):
+                pass
+            time.sleep(0.2)
+        return False
+
+    def shows(self, name, number):
+        return len(self.long_lived[name].notes()) == number
+
+    def closes_all(self, name):
+        for window in self.long_lived[name].notes():
+            self.long_lived[name].ask(f"close {window.handle}")
+        return self.shows(name, 0)
+
+    def do_everything_once(self, user, note):
+        """What is made once and kept is there from then on."""
+        for number, verb in enumerate(("type", "title", "drag", "size", "close")):
+            user.do(Step(0, user.name, verb, note, "", number))
+
+    def sample(self, when):
+        for name, display in self.long_lived.items():
+            try:
+                self.samples.setdefault(name, []).append(counts.take(when, display.pid, display.counts()))
+            except (Gone, OSError):
+                self.ledger.problem(f"the {name} that nobody killed is gone")
+
+    def compare(self):
+        for name, samples in self.samples.items():
+            if len(samples) == 4:
+                counts.compare(name, *samples, self.ledger.problem)
+
+    def bring_out_all(self, users_of):
+        """What waits for a save gets one. `users_of` gives those who may be at a note."""
+        for note in self.ledger.all("UNQ"):
+            if any(typed.state == "waiting" for typed in note.typed):
+                self.expect(self.until(lambda: self.bring_out(note, users_of(note))),
+                            f"what was typed into {note.name} never comes out")
+
+    def bring_out(self, note, users):
+        """A move of a note saves it, and with it what waits."""
+        for user in users:
+            for pid in {typed.pid for typed in note.typed if not user.site.is_alive(typed.pid)}:
+                user.forget(note, pid)
+            waiting = {typed.pid for typed in note.typed if typed.state == "waiting"}
+            if any(display.pid in waiting for display in user.site.displays(user.name)):
+                user.do(Step(0, user.name, "drag", note.name, "", len(note.typed) + int(time.time()) % 50))
+        return note.removed or not any(typed.state == "waiting" for typed in note.typed)
+
+    def summary(self):
+        for name, samples in self.samples.items():
+            yield from counts.table(name, samples)
