@@ -43,13 +43,8 @@ class Cast:
 
 
 def letters(number):
-    """A number as small letters, for texts that a user types; the dot ends it."""
-    text = ""
-    while True:
-        text = chr(ord("a") + number % 26) + text
-        number //= 26
-        if number == 0:
-            return text + "."
+    """A number as four small letters and a dot, for texts that a user types: none is a part of another."""
+    return "".join(chr(ord("a") + number // 26 ** place % 26) for place in (3, 2, 1, 0)) + "."
 
 
 class Planner:
