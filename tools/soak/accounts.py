@@ -45,21 +45,23 @@ def check_unfollowed(ledger, folders, authors):
             ledger.problem(f"a new note is not whole: {path}")
 
 
-def check_files(ledger, folder, kinds, killed):
-    """No file where none belongs, and no temporary one but those of processes that were killed."""
+def check_files(ledger, folder, kinds, lost):
+    """No file where none belongs, and no temporary one but that of a process that was killed (`lost`): of a note it is
+    one in which a user worked on that note, in a queue it has no name."""
     known, of_killed = kinds
-    left = 0
+    hands = {note.path.name + ".tmp": note.hands for note in ledger.all("USN") if note.path}
+    nameless = 0
     for path in sorted(folder.rglob("*")):
         name = str(path.relative_to(folder))
         if path.is_dir() or re.fullmatch(known, name):
             continue
-        if re.fullmatch(of_killed, name):
-            left += 1
+        if re.fullmatch(of_killed, name) and (hands.get(path.name, lost) & lost):
+            ledger.count("temporary files of killed displays")
+            nameless += path.name not in hands
         else:
             ledger.problem(f"a file that should not be: {name}")
-    ledger.count("temporary files of killed displays", left)
-    if left > killed:
-        ledger.problem(f"{left} temporary files, but only {killed} processes were killed")
+    if nameless > len(lost):
+        ledger.problem(f"{nameless} temporary files in queues, but only {len(lost)} processes were killed")
 
 
 def check_locks(ledger, machine):

@@ -49,6 +49,7 @@ class Note:
     versions: dict = field(default_factory=dict)   # the title and body of each version that was written
     rubbish: set = field(default_factory=set)
     typed: list = field(default_factory=list)
+    hands: set = field(default_factory=set)  # the displays in which a user has worked on it
     shown: bool = False
     made: float = 0             # when it was last made by somebody
     removed: float = 0          # when somebody's last attempt to remove it ended

@@ -8,8 +8,8 @@ from desktop import Gone
 from ledger import as_note, written_text
 
 PROGRESS_SECONDS = 10
-SHOWN_AFTER = 10  # seconds that a display has for what a writer does
-START_SLACK = 3   # what is written while a display starts may wait for the next change
+SHOWN_AFTER = 15  # seconds that a display has for what a writer does
+START_SLACK = 10   # what is written while a display starts may wait for the next change
 
 
 class Stage:

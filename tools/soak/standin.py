@@ -106,7 +106,7 @@ class StandIn(Theatre):
             self.expect(path.read_bytes() == VICTIM, f"{path} was changed")
         accounts.check_notes(self.ledger, self.queues["queue 1"].path)
         accounts.check_unfollowed(self.ledger, self.folders.values(), ("ann", "bob"))
-        accounts.check_files(self.ledger, self.machine.folder, accounts.ON_MACHINE, len(self.machine.lost))
+        accounts.check_files(self.ledger, self.machine.folder, accounts.ON_MACHINE, self.machine.lost)
         accounts.check_locks(self.ledger, self.machine)
         self.fates = accounts.fates(self.ledger)
         self.sample("end")

@@ -24,26 +24,39 @@ class User:
 
     def __init__(self, name, folder, site, ledger):
         self.name, self.folder, self.site, self.ledger = name, folder, site, ledger
+        self.to_close = []  # steps whose note could not be closed yet
 
     def do(self, step):
         if step.verb == "new":
             return self.make(step)
+        if step.verb == "close":
+            self.to_close = [late for late in self.to_close if not self.tried(late)]
+        if not self.tried(step) and step.verb == "close":
+            self.to_close.append(step)
+
+    def tried(self, step):
         note = self.ledger.known(step.note)
         if note is None or note.path is None:
-            return self.ledger.count("steps without their note")
+            self.ledger.count("steps without their note")
+            return True
         try:
-            self.on_window(step, note)
+            return self.on_window(step, note)
         except Gone:
             self.ledger.count("steps cut off by the end of a display")
             if step.verb == "close":
                 self.removed(note)
+            return True
 
     def on_window(self, step, note):
+        """Whether the note was on a desktop."""
         display, window = self.find(note)
         if display is None:
-            return self.ledger.count("steps with nobody there" if window is None else "steps without a window")
+            self.ledger.count("steps with nobody there" if window is None else "steps without a window")
+            return False
+        note.hands.add(display.pid)
         answer = getattr(self, step.verb)(step, note, display, window)
         self.ledger.count(f"user: {step.verb}" if answer == "done" else f"steps answered: {answer}")
+        return True
 
     def find(self, note):
         """The display and the window that show a note; the second tells whether there was any display."""
@@ -116,7 +129,7 @@ class User:
                 return self.ledger.count("new notes not followed")
             note = self.ledger.note(step.note, self.folder)
             typed = Typed(plan.letters(step.number), display.pid)
-            note.path, note.typed = None, [typed]
+            note.path, note.typed, note.hands = None, [typed], {display.pid}
             answers = display.click(made[0], *TITLE), display.type(made[0], typed.text)
             if answers != ("done", "done"):
                 return self.ledger.count("new notes not followed")

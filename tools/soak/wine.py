@@ -104,7 +104,7 @@ class WineSite:
 
 class Others:
     def __init__(self, site, writers, ledger):
-        self.site, self.writers, self.ledger, self.killed = site, writers, ledger, 0
+        self.site, self.writers, self.ledger, self.lost = site, writers, ledger, set()
 
     def do(self, step):
         if step.verb != "kill":
@@ -118,7 +118,7 @@ class Others:
             for display in self.site.displays(step.note):
                 display.process.kill()
                 display.process.wait()
-                self.killed += 1
+                self.lost.add(display.pid)
                 self.ledger.count("displays killed")
 
 
@@ -141,7 +141,7 @@ class Wine(Theatre):
             Stage(steps, seconds, self.ledger, self.stopping).play(actors, self.watch, lambda: self.sample("minute 1"))
             self.site.start("killed")
             self.bring_out_all(lambda _: self.users.values())
-            self.account(others.killed)
+            self.account(others.lost)
             self.drain()
         finally:
             self.stopping.set()
@@ -173,11 +173,11 @@ class Wine(Theatre):
             self.ledger.problem("the display that nobody killed is gone")
             self.stopping.set()
 
-    def account(self, killed):
+    def account(self, lost):
         self.expect(self.victim.read_bytes() == VICTIM, "a file outside of the folders was changed")
         accounts.check_notes(self.ledger, None)
         accounts.check_unfollowed(self.ledger, self.folders.values(), (getpass.getuser(),))
-        accounts.check_files(self.ledger, self.folder, accounts.UNDER_WINE, killed)
+        accounts.check_files(self.ledger, self.folder, accounts.UNDER_WINE, lost)
         self.fates = accounts.fates(self.ledger)
         self.sample("end")
         self.site.shown["killed"].process.kill()
