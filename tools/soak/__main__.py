@@ -1,6 +1,22 @@
-"""A soak: random writers, users, logons and kills over one machine, and the accounts of every note in the end.
+"""A soak: writers, users, logons and kills at random over one machine, and the accounts of every note in the end.
 
-    python3 tools/soak [--wine] [--plan] [--build FOLDER] [MINUTES] [SEED]
+    ./dev.sh soak [MINUTES] [SEED] [--plan]            the machine of the stand-in, all roles
+    ./dev.sh soak wine [MINUTES] [SEED] [--plan]       the plain display under Wine
+    python3 -B tools/soak --build build/native 10 7    another build: here with the sanitizers (./dev.sh build native)
+
+The plan is made of the seed and the length alone (plan.py); what comes of it depends on who is first. All processes are
+real. Users act through the socket of the display (docs/platform.md), under Wine by messages to its windows. The disk
+is full by a fault in the display: its writes fail with error 112, those of others do not.
+
+Watched all the time: what a writer alone has written is shown as it stands, and the file stays as it was left; what a
+user does is in the file soon, unless the display is killed, or its log tells of a failed save. In the end: each
+note is whole and where it belongs, or somebody removed it; what a display still held comes out with its next save; a
+new display shows just the notes of its folder; no file and no lock is where none should be; a temporary file is there
+only of a display that was killed; a display that nobody killed, without its notes, has as many handles, objects,
+threads and descriptors as before its first note, and its memory is near that of the first minute (counts.py).
+
+Wine tells neither handles nor GDI objects of a process, has no faults, one session, and no private queues: there the
+descriptors stand for the handles, and the rest is left out. What is wrong gives exit status 1, the seed, and the folder.
 """
 import argparse
 import os
