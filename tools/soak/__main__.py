@@ -22,6 +22,7 @@ import argparse
 import os
 import pathlib
 import shutil
+import signal
 import sys
 import tempfile
 import time
@@ -53,6 +54,7 @@ def main():
             print(step)
         return 0
 
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))  # whatever was started ends first
     folder = pathlib.Path(tempfile.mkdtemp(prefix="soak-"))
     say(f"== {len(steps)} steps in {options.minutes:g} minutes, seed {options.seed}, in {folder}")
     ledger = Ledger(say)

@@ -68,11 +68,12 @@ class Machine:
         """Ends the logon, and with it, as Windows does, whatever runs in it; politely, what has windows hears of it
         first."""
         for display in self.displays(session) + self.displays(session, of_queues=True) if politely else ():
-            self.left[display.pid] = time.time()
+            told = time.time()
             try:
                 display.ask("end-session")
+                self.left[display.pid] = told
             except Gone:
-                pass
+                pass  # it was killed meanwhile
         with self.lock:
             self.logons.pop(session, None)
             self.describe()
