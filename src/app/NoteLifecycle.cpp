@@ -14,18 +14,22 @@ constexpr DWORD kPauseMs = 15;              // a writer is given this long to fi
 constexpr ULONGLONG kOwnWriteMs = 3000;     // so long after a save, what comes from its file is our own doing
 constexpr std::size_t kExtensionUnits = 5;  // ".json"
 
-// The file's name without its extension; the id in the file where the name has none.
-WideString idForFile(const WideString& path, const WideString& jsonId) {
+// The file's name without its extension; empty where the name has none, as in ".json".
+WideString stemOf(const WideString& path) {
     const WideString name = leafName(path);
     const WideString extension = lowerExtension(name);
-    if (extension.empty() || name.size() <= extension.size() + 1) return jsonId;
-    return name.substr(0, name.size() - extension.size() - 1);
+    return extension.empty() ? WideString() : name.substr(0, name.size() - extension.size() - 1);
+}
+
+// The note's file is named after its id. An id that only the file's content gives must not lead out of the folder.
+bool hasUsableId(const WideString& path, const NoteRecord& record) {
+    return !stemOf(path).empty() || isPlainStem(record.id);
 }
 
 // What is only spelled in another case keeps the spelling of the file's content.
 void repairId(const WideString& path, NoteRecord& record) {
-    WideString stem = idForFile(path, record.id);
-    if (equalsIgnoreCase(stem, record.id)) return;
+    WideString stem = stemOf(path);
+    if (stem.empty() || equalsIgnoreCase(stem, record.id)) return;
     logWrite(LogLevel::Warn, kComponent,
              TEXT("Filename/id mismatch: file=%ls jsonId=%ls; using filename and rewriting on next save"),
              leafName(path).c_str(), record.id.c_str());
@@ -76,7 +80,10 @@ void App::loadNote(const WideString& path) {
 }
 
 bool App::readNote(const WideString& path, NoteRecord& record, WideString& error) const {
-    return lease_.active() ? readPrivateNote(path, record, error) : loadNoteFile(path, record, &error);
+    if (!(lease_.active() ? readPrivateNote(path, record, error) : loadNoteFile(path, record, &error))) return false;
+    if (hasUsableId(path, record)) return true;
+    error = TEXT("invalid note structure");
+    return false;
 }
 
 // Content that is no note leaves the error as it was.

@@ -1,6 +1,7 @@
 #include "common/Paths.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -13,6 +14,22 @@ bool isSeparator(WCHAR unit) {
 // The lower-case mapping of the C library in the locale that the program starts in and never leaves.
 WCHAR toLower(WCHAR unit) {
     return unit >= TEXT('A') && unit <= TEXT('Z') ? static_cast<WCHAR>(unit - TEXT('A') + TEXT('a')) : unit;
+}
+
+// The system takes such a name for the device whatever stands behind its first dot, and the blanks before that dot.
+bool isDeviceName(WideView name) {
+    constexpr WideView kDevices[] = {TEXT("AUX"),     TEXT("CON"), TEXT("CONIN$"),
+                                     TEXT("CONOUT$"), TEXT("NUL"), TEXT("PRN")};
+    constexpr WideView kPorts[] = {TEXT("COM"), TEXT("LPT")};  // with a digit, which may be a superscript
+    name = name.substr(0, name.find(TEXT('.')));
+    name = name.substr(0, name.find_last_not_of(TEXT(' ')) + 1);
+    const auto isPort = [name](WideView port) {
+        return name.size() == 4 && equalsIgnoreCase(name.substr(0, 3), port) &&
+               WideView(TEXT("123456789\u00B9\u00B2\u00B3")).find(name[3]) != WideView::npos;
+    };
+    return std::any_of(std::begin(kDevices), std::end(kDevices),
+                       [name](WideView device) { return equalsIgnoreCase(name, device); }) ||
+           std::any_of(std::begin(kPorts), std::end(kPorts), isPort);
 }
 
 }  // namespace
@@ -44,4 +61,10 @@ WideString lowerExtension(WideView path) {
     WideString extension = leaf.substr(dot + 1);
     std::transform(extension.begin(), extension.end(), extension.begin(), toLower);
     return extension;
+}
+
+bool isPlainStem(WideView stem) {
+    const auto cannotBeNamed = [](WCHAR unit) { return unit < 0x20 || kNotInNames.find(unit) != WideView::npos; };
+    if (stem == TEXT(".") || stem == TEXT("..") || isDeviceName(stem)) return false;
+    return std::none_of(stem.begin(), stem.end(), cannotBeNamed);
 }

@@ -17,3 +17,11 @@ WideString leafName(WideView path);
 // The text behind the last dot of the leaf name, A to Z lower-cased, without the dot. Empty when there is no dot,
 // or only one at the head of the name (".json" has no extension).
 WideString lowerExtension(WideView path);
+
+// What no file name can hold, besides the control characters (below U+0020).
+inline constexpr WideView kNotInNames = TEXT("\\/:*?\"<>|");
+
+// Whether a file of this name, with an extension behind it, lies in the folder that it is looked for in: the name can
+// be one, it is no step to another folder, and no device answers to it. Blanks and dots at its end are allowed, since
+// the extension follows.
+bool isPlainStem(WideView stem);

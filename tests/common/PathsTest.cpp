@@ -49,3 +49,19 @@ TEST(Paths, splitsAtTheLastSeparatorOfEitherKind) {
         EXPECT_EQ(utf8(lowerExtension(row.path)), utf8(row.extension));
     }
 }
+
+TEST(Paths, aPlainStemNamesAFileOfTheFolderItself) {
+    const WCHAR* const plain[] = {TEXT("a"),    TEXT("hidden"),     TEXT("..."),   TEXT("a."),   TEXT(" a "),
+                                  TEXT("a..b"), TEXT("\x7F\u00E9"), TEXT("COM"),   TEXT("com0"), TEXT("com10"),
+                                  TEXT("nul1"), TEXT("xnul"),       TEXT("a.nul"), TEXT("lpta")};
+    for (const WCHAR* stem : plain)
+        EXPECT_TRUE(isPlainStem(stem)) << utf8(stem);
+    const WCHAR* const others[] = {TEXT("."),     TEXT(".."),       TEXT("..\\a"),    TEXT("../a"),   TEXT("\\a"),
+                                   TEXT("a:b"),   TEXT("a*"),       TEXT("a?"),       TEXT("\"a"),    TEXT("<a"),
+                                   TEXT("a>"),    TEXT("a|b"),      TEXT("\x01"),     TEXT("a\x1F"),  TEXT("nul"),
+                                   TEXT("AUX.x"), TEXT("con .x"),   TEXT("Prn "),     TEXT("CONIN$"), TEXT("conout$"),
+                                   TEXT("com1"),  TEXT("LPT9.a.b"), TEXT("Com\u00B2")};
+    for (const WCHAR* stem : others)
+        EXPECT_FALSE(isPlainStem(stem)) << utf8(stem);
+    EXPECT_FALSE(isPlainStem(WideView(TEXT("a\0"), 2)));
+}

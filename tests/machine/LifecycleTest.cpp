@@ -120,9 +120,24 @@ TEST_F(Lifecycle, theFileNameIsTheId) {
         EXPECT_EQ(noteRects().size(), before + 1);
         EXPECT_EQ(get(row.file), "{\"id\":\"" + std::string(row.jsonId) + "\"}") << "not rewritten yet";
     }
-    save(app, "other");
-    EXPECT_TRUE(has(get("other.json"), "\"id\": \"other\"")) << get("other.json");
+    for (const std::string id : {"other", "hidden"}) {
+        save(app, id);
+        EXPECT_TRUE(has(get(id + ".json"), "\"id\": \"" + id + "\"")) << get(id + ".json");
+    }
     EXPECT_FALSE(std::filesystem::exists(notes() / "mine.json"));
+}
+
+TEST_F(Lifecycle, anIdThatLeadsOutOfTheFolderOpensNothing) {
+    std::ofstream(folder() / "victim.json") << "precious";
+    put(".json", R"({"id":"..\\victim","editable":true})");
+    restart();
+    EXPECT_TRUE(has(log(), "[WARN ] App: Failed to load note after 3 retries: " + utf8(path(".json")) +
+                               " (invalid note structure)\r\n"));
+    EXPECT_EQ(noteRects().size(), 0U);
+    for (const UINT message : {WM_APP_NOTE_CHANGED, WM_APP_NOTE_DISMISS}) {  // a key, the cross
+        sendText(app, message, TEXT("..\\victim"));
+        EXPECT_EQ(contentOf(folder() / "victim.json"), "precious");
+    }
 }
 
 TEST_F(Lifecycle, aRemovalIsLookedUpUnderTheNameOnDisk) {
@@ -144,7 +159,6 @@ TEST_F(Lifecycle, aRemovalIsLookedUpUnderTheNameOnDisk) {
 TEST_F(Lifecycle, anUnreadableFileIsTriedThreeTimes) {
     putNote("a", ",\"title\":\"before\"");
     restart();
-    platform::clock::useRealTime();
     struct Row {
         const char* name;
         const char* content;
@@ -153,16 +167,17 @@ TEST_F(Lifecycle, anUnreadableFileIsTriedThreeTimes) {
     const Row rows[] = {{"bad.json", "{", "JSON parse error at line 1 col 2: expected string"},
                         {"array.json", "[]", "invalid note structure"},
                         {"gone.json", nullptr, "cannot read file"},
+                        {".json", "{\"id\":\"a:b\"}", "invalid note structure"},
                         {"a.json", "{\"id\":\"\"}", "invalid note structure"}};
     for (const Row& row : rows) {
         if (row.content != nullptr) put(row.name, row.content);
         log();
-        const unsigned sleeps = platform::faults::uses("Sleep");
+        const std::int64_t start = platform::clock::now();
         tellChanged(app, row.name);
         EXPECT_EQ(log(), "[DEBUG] App: File added: " + utf8(path(row.name)) +
                              "\r\n[WARN ] App: Failed to load note after 3 retries: " + utf8(path(row.name)) + " (" +
                              row.why + ")\r\n");
-        EXPECT_EQ(platform::faults::uses("Sleep") - sleeps, 2U);
+        EXPECT_EQ(platform::clock::now() - start, 15 + 15) << "a pause behind the first try and behind the second";
     }
     EXPECT_EQ(noteRects().size(), 1U) << "an open note stays as it is";
     save(app, "a");
@@ -171,7 +186,6 @@ TEST_F(Lifecycle, anUnreadableFileIsTriedThreeTimes) {
 
 TEST_F(Lifecycle, aFileThatIsReadableAtTheSecondTryIsLoaded) {
     restart();
-    platform::clock::useRealTime();
     putNote("late");
     platform::faults::arm({"ReadFile", 1, platform::faults::Action::Fail, 33});
     tellChanged(app, "late.json");
@@ -233,22 +247,24 @@ TEST_F(Lifecycle, aNoteThatHearsOfTheEndOfTheSessionSavesEveryWaitingEdit) {
 TEST_F(Lifecycle, notesThatLieOnNoMonitorAreMovedToThePrimary) {
     platform::desktop::setMonitors({{u"\\\\.\\DISPLAY1", {0, 0, 1920, 1080}, {0, 0, 1920, 1040}, 96, true},
                                     {u"\\\\.\\DISPLAY2", {1920, 0, 3840, 1080}, {1920, 0, 3840, 1080}, 96, false}});
-    putNote("far", ",\"position\":{\"x\":2000,\"y\":100,\"width\":300,\"height\":200}");
-    putNote("near", ",\"position\":{\"x\":1900,\"y\":600,\"width\":300,\"height\":200}");
+    putNote("far", R"(,"position":{"x":2000,"y":100,"width":300,"height":200})");
+    putNote("near", R"(,"position":{"x":1900,"y":600,"width":300,"height":200})");
     restart();
     platform::desktop::setMonitors({{u"\\\\.\\DISPLAY1", {0, 0, 1920, 1080}, {0, 0, 1921, 1041}, 96, true}});
-    log();
-    send(app, WM_SETTINGCHANGE);
-    EXPECT_EQ(log(), "[DEBUG] App: Saved note id=far\r\n");
-    bool centred = false, left = false;
-    for (const RECT& rect : noteRects()) {
-        centred = centred || (rect.left == 810 && rect.top == 420 && rect.right == 1110);
-        left = left || rect.left == 1900;
+    const HWND far = FindWindowExW(nullptr, firstNote(), TEXT("Vellumd.NoteWindow"), nullptr);
+    for (const UINT message : {WM_SETTINGCHANGE, WM_DISPLAYCHANGE}) {
+        SetWindowPos(far, nullptr, 2000, 100, 0, 0, SWP_NOSIZE | SWP_NOACTIVATE);
+        log();
+        send(app, message);
+        EXPECT_EQ(log(), "[DEBUG] App: Saved note id=far\r\n");
+        const RECT centred = noteRects()[0];
+        EXPECT_TRUE(centred.left == 810 && centred.top == 420 && centred.right == 1110);
+        EXPECT_EQ(noteRects()[1].left, 1900);
+        EXPECT_EQ(platform::desktop::activeWindow(), nullptr) << "the user's own window stays the active one";
+        EXPECT_TRUE(has(get("far.json"), "\"x\": 2000")) << "the stored place follows with the window's own saves only";
+        send(app, message);
+        EXPECT_EQ(log(), "") << "nothing is left to rescue";
     }
-    EXPECT_TRUE(centred && left);
-    EXPECT_TRUE(has(get("far.json"), "\"x\": 2000")) << "the stored place follows with the window's own saves only";
-    send(app, WM_DISPLAYCHANGE);
-    EXPECT_EQ(log(), "") << "nothing is left to rescue";
 }
 
 TEST_F(Lifecycle, messagesForNotesThatAreGoneDoNothing) {
@@ -290,6 +306,8 @@ TEST_F(Lifecycle, dismissedAndNewNotes) {
     platform::faults::arm({"CoCreateGuid", 1, platform::faults::Action::Fail, 5});
     send(app, WM_APP_NOTE_NEW);
     EXPECT_EQ(log(), "[INFO ] App: New note created: id=\r\n") << "without an id there is no file";
+    tellRemoved(app, ".json");
+    EXPECT_EQ(noteRects().size(), 2U) << "and none that could go";
     platform::faults::clear();
     platform::faults::arm({"CreateWindowExW", 1, platform::faults::Action::Fail, 8});
     send(app, WM_APP_NOTE_NEW);
