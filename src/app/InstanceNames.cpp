@@ -1,5 +1,7 @@
 #include "app/InstanceNames.h"
 
+#include "common/Paths.h"
+
 namespace {
 
 WideString replaced(WideView text, WideView forbidden) {
@@ -12,7 +14,7 @@ WideString replaced(WideView text, WideView forbidden) {
 }  // namespace
 
 WideString instanceFolder(WideView instanceName) {
-    return replaced(instanceName, TEXT("\\/:*?\"<>|"));
+    return replaced(instanceName, kNotInNames);
 }
 
 WideString instanceSuffix(WideView instanceName) {
