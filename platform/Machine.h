@@ -139,6 +139,7 @@ struct MessageBox {
     std::u16string caption;
     std::u16string text;
     UINT type = 0;
+    HWND owner = nullptr;
 };
 namespace notices {
 std::vector<std::u16string> takeDebugOutput();

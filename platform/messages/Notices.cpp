@@ -56,11 +56,11 @@ void OutputDebugStringW(LPCWSTR text) {
 }
 
 // There is nobody to press the button: the box counts as read.
-int MessageBoxW(HWND, LPCWSTR text, LPCWSTR caption, UINT type) {
+int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT type) {
     static constinit CallSite site{__func__};
     if (site.fails()) return 0;
     std::lock_guard hold(lock);
-    if (keep) boxes.push_back({caption, text, type});
+    if (keep) boxes.push_back({caption, text, type, owner});
     toStandardError("[" + toUtf8(caption) + "]\n" + toUtf8(text) + "\n");
     return IDOK;
 }

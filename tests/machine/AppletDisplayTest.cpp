@@ -1,8 +1,12 @@
 // The display of a private queue, as processes.
 #include <windows.h>
 
+#include "Desktop.h"
 #include "RoleProcess.h"
 #include "StoreFixture.h"
+#include "app/App.h"
+#include "app/ExitCode.h"
+#include "common/Messages.h"
 
 using namespace AppletNotes;
 using namespace platform;
@@ -15,9 +19,7 @@ class AppletDisplayMachine : public StoreMachine {
         StoreMachine::putNote(queue_, id + ".json",
                               "{\"id\":\"" + id + "\",\"editable\":true,\"content\":\"text\"" + more + "}");
     }
-    std::vector<std::string> arguments() const {
-        return {"--applet-queue", "-i", name_, "--no-autostart", "--log-level", "debug"};
-    }
+    std::vector<std::string> arguments() const { return {"--applet-queue", "-i", name_, "--log-level", "debug"}; }
     bool isThere(const std::string& id) const { return fs::exists(queue_ / (id + ".json")); }
     // The program where the writer stages it, and the value that it sets.
     fs::path stage() const {
@@ -26,9 +28,9 @@ class AppletDisplayMachine : public StoreMachine {
         fs::copy_file(RoleProcess::builtProgram(), folder / "Vellumd.exe");
         return folder / "Vellumd.exe";
     }
-    fs::path runValue() const {
-        return folder() /
-               "registry/HKEY_USERS/operator/Software/Microsoft/Windows/CurrentVersion/Run/OmbrelAppletNotes.REG_SZ";
+    fs::path runValue(const std::string& name = "OmbrelAppletNotes") const {
+        return folder() / "registry/HKEY_USERS/operator/Software/Microsoft/Windows/CurrentVersion/Run" /
+               (name + ".REG_SZ");
     }
     void setRunValue(const fs::path& image) const {
         fs::create_directories(runValue().parent_path());
@@ -44,14 +46,15 @@ class AppletDisplayMachine : public StoreMachine {
 TEST_F(AppletDisplayMachine, showsItsQueueAndWritesEditsBack) {
     putNote("note_a");
     putNote("note_b", ",\"allowNewNote\":true");
-    putPrivateFile(queue_ / "note_c.json", "no note at all");
+    putPrivateFile(queue_ / "note_c.json", "{");
     putNote("note_d");
     chmod((queue_ / "note_d.json").c_str(), 0640);
     RoleProcess display(arguments());
     ASSERT_TRUE(display.shows(2)) << display.said();
-    EXPECT_TRUE(display.says("Failed to load note after 3 retries"));
+    EXPECT_TRUE(display.says("note_c.json (JSON parse error at line 1 col 2: expected string)"));
     EXPECT_TRUE(display.says("note_d.json (private note read failed; Windows error 5)"));
     EXPECT_FALSE(fs::exists(folder() / "drive_c/ProgramData/OmbrelService_Common")) << "the role writes no log file";
+    EXPECT_FALSE(fs::exists(runValue("Vellumd"))) << "nor an auto-start value";
 
     // A second one disturbs nothing.
     RoleProcess second(arguments());
@@ -86,23 +89,31 @@ TEST_F(AppletDisplayMachine, showsItsQueueAndWritesEditsBack) {
 
 TEST_F(AppletDisplayMachine, dismissalThatFailsKeepsTheNoteOpen) {
     putNote("note_a");
-    RoleProcess display(arguments());
-    ASSERT_TRUE(display.shows(1)) << display.said();
+    desktop::setMonitors(machine().monitors);
+    setCommandLine({"Vellumd", "--applet-queue", "-i", name_});
+    App app;
+    ASSERT_EQ(app.initialize(nullptr, WideString()), kEnterMessageLoop) << log();
+    EXPECT_EQ(faults::uses("CreateMutexW"), 0U) << "the lease keeps a second one away";
+    const HWND note = FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr);
+    const auto tell = [&](UINT message) {
+        log();
+        EXPECT_TRUE(postText(app.messageWindow(), message, TEXT("note_a")));
+        desktop::pump();
+        return log();
+    };
     const HANDLE held = hold(".lifecycle.lock");
-    display.pressClose();
-    EXPECT_TRUE(display.says("Applet note dismissal failed; note kept open (err=32)"));
-    EXPECT_TRUE(
-        display.says("[Ombrel Notes]\nThe note could not be dismissed and has been kept open.\n"
-                     "Windows error: 32"));
-    EXPECT_TRUE(display.shows(1));
-    EXPECT_TRUE(isThere("note_a"));
-    display.type("unsaved");
-    EXPECT_TRUE(display.says("(private note update failed; Windows error 32)"));
-    EXPECT_EQ(contentOf(queue_ / "note_a.json").find("unsaved"), std::string::npos);
+    EXPECT_EQ(tell(WM_APP_NOTE_DISMISS), "[ERROR] App: Applet note dismissal failed; note kept open (err=32)\r\n");
+    const std::vector<MessageBox> boxes = notices::takeMessageBoxes();
+    ASSERT_EQ(boxes.size(), 1U);
+    EXPECT_EQ(utf8(boxes[0].caption + u": " + boxes[0].text),
+              "Ombrel Notes: The note could not be dismissed and has been kept open.\nWindows error: 32");
+    EXPECT_TRUE(boxes[0].owner == note && boxes[0].type == MB_ICONWARNING);
+    EXPECT_TRUE(has(tell(WM_APP_NOTE_CHANGED), "(private note update failed; Windows error 32)"));
+    EXPECT_TRUE(IsWindow(note) && isThere("note_a"));
     CloseHandle(held);
-    display.pressClose();
-    EXPECT_TRUE(display.shows(0));
-    EXPECT_FALSE(isThere("note_a"));
+    EXPECT_TRUE(has(tell(WM_APP_NOTE_DISMISS), "cleanup deferred (err=5)")) << "not the staged program";
+    EXPECT_FALSE(IsWindow(note) || isThere("note_a"));
+    app.shutdown();
 }
 
 TEST_F(AppletDisplayMachine, lastDismissalOfTheStagedProgramRemovesTheAutoStartValue) {
@@ -163,6 +174,27 @@ TEST_F(AppletDisplayMachine, onlyAStagedProgramRemovesTheAutoStartValue) {
     EXPECT_TRUE(hasRunValue());
     pass(runtime / digits / "Vellumd.exe", "");
     EXPECT_FALSE(hasRunValue());
+}
+
+TEST_F(AppletDisplayMachine, aPassCleansUpWhateverItMet) {
+    const fs::path image = stage();
+    const auto pass = [&](const char* counts, const char* faults = "") {
+        setRunValue(image);
+        RoleProcess recovery({"--applet-recover"}, {{"VELLUM_FAULTS", faults}}, image);
+        EXPECT_TRUE(recovery.says(counts)) << recovery.said();
+        const int exitCode = recovery.exitCode();
+        EXPECT_EQ(recovery.said().find("cleanup deferred"), std::string::npos) << recovery.said();
+        return exitCode;
+    };
+    EXPECT_EQ(pass("live=0 unknown=0 deferred=0 failed=1", "FindFirstFileW:1=fail(1117)"), 16);
+    EXPECT_FALSE(hasRunValue()) << "the queues could not be listed, and there are none";
+    const LogonIdentity live = {4, {0x4B2E0, 0}, 0x1DC30127C5E6F20}, over = {2, {1, 0}, 1};
+    StoreMachine::putNote(makeQueue(utf8(formatQueueName(live))), "note_a.json", "{}");
+    EXPECT_EQ(pass("live=1 unknown=0 deferred=0 failed=0"), 0);
+    EXPECT_TRUE(hasRunValue()) << "a note is left";
+    StoreMachine::putNote(makeQueue(utf8(formatQueueName(over))), "note_a.json", "{}");
+    fs::create_directory(queue_ / "note_a.json");  // the own queue fails, which puts off that of another logon
+    EXPECT_EQ(pass("live=0 unknown=0 deferred=2 failed=1"), 16);
 }
 
 TEST_F(AppletDisplayMachine, refusesWhoeverIsNotItsUser) {
