@@ -5,6 +5,8 @@
 #include <gdiplus.h>
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
@@ -78,10 +80,13 @@ GpStatus Gdiplus::GdiplusStartup(ULONG_PTR* token, const GdiplusStartupInput* in
     return Ok;
 }
 
+// What is left behind would be released into a library that has ended: an undefined act, which ends the process here.
 void Gdiplus::GdiplusShutdown(ULONG_PTR) {
     static constinit CallSite site{__func__};
     site.pass();
-    --started;
+    if (--started > 0 || living == 0) return;
+    std::fprintf(stderr, "GdiplusShutdown: %zu objects are left\n", living.load());
+    std::abort();
 }
 
 namespace Gdiplus::DllExports {
