@@ -9,6 +9,7 @@
 #include <cerrno>
 
 #include <algorithm>
+#include <fstream>
 #include <vector>
 
 #include "Machine.h"
@@ -74,6 +75,14 @@ std::string assemble(const std::string& root, const std::vector<std::string>& pa
     return resolved;
 }
 
+// The program's manifest asks for long paths; the machine's registry has the last word.
+bool allowsLongPaths() {
+    std::ifstream value(machineFolder() / "registry/HKEY_LOCAL_MACHINE/SYSTEM/CurrentControlSet/Control/FileSystem" /
+                        "LongPathsEnabled.REG_DWORD");
+    std::string text;
+    return value >> text && text == "01000000";
+}
+
 }  // namespace
 
 bool nativePath(LPCWSTR path, std::string& native) {
@@ -82,7 +91,7 @@ bool nativePath(LPCWSTR path, std::string& native) {
         SetLastError(ERROR_PATH_NOT_FOUND);
         return false;
     }
-    if (rest.size() >= MAX_PATH) {
+    if (rest.size() >= MAX_PATH && !allowsLongPaths()) {
         SetLastError(ERROR_PATH_NOT_FOUND);
         return false;
     }

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <map>
+#include <utility>
 
 #include "StoreFixture.h"
 #include "applet/Recovery.h"
@@ -35,6 +36,20 @@ class QueueLeaseMachine : public StoreMachine {
         std::sort(found.begin(), found.end());
         return found;
     }
+    std::string content() const { return contentOf(queue_ / "note_a.json"); }
+
+    DWORD open(QueueLease& lease, const WideString& queue, const LogonIdentity& identity) const {
+        return errorOf([&](DWORD& err) { return QueueLease::open(store_, queue, identity, lease, err); });
+    }
+    static DWORD read(const QueueLease& held, std::string& bytes, const WideString& name = kNote) {
+        return errorOf([&](DWORD& err) { return held.readNote(name, bytes, err); });
+    }
+    static DWORD update(const QueueLease& held, const std::string& bytes, const WideString& name = kNote) {
+        return errorOf([&](DWORD& err) { return held.updateNote(name, bytes, err); });
+    }
+    static DWORD remove(const QueueLease& held, const WideString& name = kNote) {
+        return errorOf([&](DWORD& err) { return held.removeNote(name, err); });
+    }
 
     QueueStore store_;
     std::string name_;
@@ -42,38 +57,30 @@ class QueueLeaseMachine : public StoreMachine {
 };
 
 TEST_F(QueueLeaseMachine, isForOneOfThisLogonsQueuesOnly) {
-    DWORD err = 0;
-    QueueLease first = lease();
-    EXPECT_TRUE(first.active());
-    QueueLease second;
-    EXPECT_FALSE(QueueLease::open(store_, wide(name_), context().identity, second, err));
-    EXPECT_EQ(err, 32U) << "displayed already";
-    EXPECT_FALSE(QueueLease::open(store_, wide(name_), context().identity, first, err));
-    EXPECT_EQ(err, 5U) << "one lease at a time";
-    EXPECT_FALSE(QueueLease::open(QueueStore(), wide(name_), context().identity, second, err));
-    EXPECT_EQ(err, 5U);
-
+    const LogonIdentity own = context().identity;
+    QueueLease first = lease(), second;
+    EXPECT_EQ(open(second, wide(name_), own), 32U) << "displayed already";
+    EXPECT_EQ(open(first, wide(name_), own), 5U) << "one lease at a time";
+    EXPECT_TRUE(first.active() && !second.active());
+    EXPECT_EQ(errorOf([&](DWORD& err) { return QueueLease::open(QueueStore(), wide(name_), own, second, err); }), 5U);
     const HANDLE lifecycle = hold(".lifecycle.lock");
-    EXPECT_FALSE(QueueLease::open(store_, wide(name_), context().identity, second, err));
-    EXPECT_EQ(err, 32U);
+    EXPECT_EQ(open(second, wide(name_), own), 32U);
     CloseHandle(lifecycle);
 
     first = QueueLease();
     fs::remove(root() / ".lifecycle.lock");
-    LogonIdentity other = context().identity;
+    LogonIdentity other = own;
     ++other.logonTime;
     for (const auto& [queue, identity] : {std::pair{wide(name_), other},
-                                          {formatQueueName(other), context().identity},
-                                          {wide("applet-x"), context().identity},
-                                          {wide(name_), LogonIdentity()}}) {
-        EXPECT_FALSE(QueueLease::open(store_, queue, identity, second, err)) << utf8(queue);
-        EXPECT_EQ(err, 5U);
-    }
+                                          {formatQueueName(other), own},
+                                          {wide("applet-x"), own},
+                                          {wide(name_), LogonIdentity()}})
+        EXPECT_EQ(open(second, queue, identity), 5U) << utf8(queue);
     EXPECT_FALSE(fs::exists(root() / ".lifecycle.lock")) << "no lock is even touched";
 
     const std::string claimed = name_ + "-r-6F9619FF8B86D011B42D00C04FC964FF";
     makeQueue(claimed);
-    EXPECT_TRUE(QueueLease::open(store_, wide(claimed), context().identity, second, err)) << err;
+    EXPECT_EQ(open(second, wide(claimed), own), 0U);
 }
 
 TEST_F(QueueLeaseMachine, keepsTheFolderAndOutlivesTheStoresOtherOwners) {
@@ -81,161 +88,161 @@ TEST_F(QueueLeaseMachine, keepsTheFolderAndOutlivesTheStoresOtherOwners) {
     store_ = QueueStore();
     const WideString path = pathOf(name_), moved = pathOf("moved");
     EXPECT_FALSE(MoveFileExW(path.c_str(), moved.c_str(), 0));
+    EXPECT_EQ(GetLastError(), 32U) << "that of the folder itself, and not of the lock in it";
     putNote("note_a.json", "x");
     std::string bytes;
-    DWORD err = 0;
-    EXPECT_TRUE(held.readNote(kNote, bytes, err)) << err;
+    EXPECT_EQ(read(held, bytes), 0U);
     held = QueueLease();
     EXPECT_TRUE(MoveFileExW(path.c_str(), moved.c_str(), 0)) << GetLastError();
     EXPECT_EQ(faults::openHandles(), 0U);
 }
 
 TEST_F(QueueLeaseMachine, withoutALeaseNothingIsDone) {
-    QueueLease none;
+    const QueueLease none;
     std::string bytes = "x";
-    DWORD err = 0;
-    EXPECT_FALSE(none.readNote(kNote, bytes, err));
-    EXPECT_EQ(err, 87U);
+    EXPECT_EQ(read(none, bytes), 87U);
     EXPECT_TRUE(bytes.empty());
-    EXPECT_FALSE(none.updateNote(kNote, "x", err));
-    EXPECT_EQ(err, 87U);
-    EXPECT_FALSE(none.removeNote(kNote, err));
-    EXPECT_EQ(err, 87U);
-    EXPECT_FALSE(none.cleanupStartup(err));
-    EXPECT_EQ(err, 6U);
+    EXPECT_EQ(update(none, "x"), 87U);
+    EXPECT_EQ(remove(none), 87U);
+    EXPECT_EQ(errorOf([&](DWORD& err) { return none.cleanupStartup(err); }), 6U);
 }
 
 TEST_F(QueueLeaseMachine, readsWholeNotesWithinTheirLimits) {
     const QueueLease held = lease();
+    std::string bytes;
     const std::pair<std::size_t, DWORD> sizes[] = {{0, 223}, {1, 0}, {2 * kMiB, 0}, {2 * kMiB + 1, 223}};
     for (const auto& [size, wanted] : sizes) {
         putNote("note_a.json", std::string(size, 'x'));
-        std::string bytes = "before";
-        DWORD err = 99;
-        EXPECT_EQ(held.readNote(kNote, bytes, err), wanted == 0) << size;
-        EXPECT_EQ(err, wanted) << size;
+        bytes = "before";
+        EXPECT_EQ(read(held, bytes), wanted) << size;
         EXPECT_EQ(bytes.size(), wanted == 0 ? size : 0) << size;
     }
-    std::string bytes;
-    DWORD err = 0;
-    for (const char* name : {"note_x.json", "..\\note_a.json", "note_a-b.json", "note_a.json:x"}) {
-        EXPECT_FALSE(held.readNote(wide(name), bytes, err)) << name;
-        EXPECT_EQ(err, std::string(name) == "note_x.json" ? 2U : 87U) << name;
+    EXPECT_EQ(read(held, bytes, TEXT("note_x.json")), 2U);
+    for (const char* name : {"..\\note_a.json", "note_a-b.json", "note_a.json:x"}) {
+        EXPECT_EQ(read(held, bytes, wide(name)), 87U) << name;
+        EXPECT_EQ(update(held, "x", wide(name)), 87U) << name;
+        EXPECT_EQ(remove(held, wide(name)), 87U) << name;
     }
     // A short read goes on; one that brings nothing ends it.
     putNote("note_a.json", "0123456789");
     faults::arm({"ReadFile", 0, faults::Action::Short, 3});
-    EXPECT_TRUE(held.readNote(kNote, bytes, err));
+    EXPECT_EQ(read(held, bytes), 0U);
     EXPECT_EQ(bytes, "0123456789");
     faults::clear();
     faults::arm({"ReadFile", 2, faults::Action::Short, 0});
     faults::arm({"ReadFile", 1, faults::Action::Short, 3});
-    EXPECT_FALSE(held.readNote(kNote, bytes, err));
-    EXPECT_EQ(err, 38U);
+    EXPECT_EQ(read(held, bytes), 38U);
     faults::clear();
     // A reader does not mind the writer's lock, nor the store's.
     const HANDLE writer = hold(name_ + "\\.writer.lock"), lifecycle = hold(".lifecycle.lock");
-    EXPECT_TRUE(held.readNote(kNote, bytes, err));
-    EXPECT_FALSE(held.updateNote(kNote, "x", err));
-    EXPECT_EQ(err, 32U);
+    EXPECT_EQ(read(held, bytes), 0U);
+    EXPECT_EQ(update(held, "x"), 32U);
     CloseHandle(lifecycle);
-    EXPECT_FALSE(held.removeNote(kNote, err));
-    EXPECT_EQ(err, 32U);
-    EXPECT_FALSE(held.removeNote(TEXT("note_gone.json"), err)) << "the locks come first";
-    EXPECT_EQ(err, 32U);
+    EXPECT_EQ(remove(held), 32U);
+    EXPECT_EQ(remove(held, TEXT("note_gone.json")), 32U) << "the locks come first";
     CloseHandle(writer);
-    EXPECT_TRUE(held.removeNote(TEXT("note_gone.json"), err));
-    EXPECT_EQ(err, 0U);
-    EXPECT_TRUE(held.removeNote(kNote, err));
+    EXPECT_EQ(remove(held, TEXT("note_gone.json")), 0U);
+    EXPECT_EQ(remove(held), 0U);
     EXPECT_FALSE(fs::exists(queue_ / "note_a.json"));
 }
 
 TEST_F(QueueLeaseMachine, replacesANoteByAPrivateOne) {
     const QueueLease held = lease();
     putNote("note_a.json", "old");
-    DWORD err = 0;
     const std::string bytes = "head" + std::string(5000, 'x') + "tail";
     faults::arm({"WriteFile", 0, faults::Action::Short, 1000});
-    ASSERT_TRUE(held.updateNote(kNote, bytes, err)) << err;
+    EXPECT_EQ(update(held, bytes), 0U);
+    EXPECT_EQ(faults::uses("FlushFileBuffers"), 1U);
     faults::clear();
-    EXPECT_EQ(contentOf(queue_ / "note_a.json"), bytes);
+    EXPECT_EQ(content(), bytes);
     EXPECT_EQ(fs::status(queue_ / "note_a.json").permissions(), kPrivateFile);
     EXPECT_EQ(names(), (std::vector<std::string>{".display.lock", ".writer.lock", "note_a.json"}));
 
-    EXPECT_FALSE(held.updateNote(TEXT("note_b.json"), "new", err)) << "it makes no new note";
-    EXPECT_EQ(err, 2U);
-    EXPECT_FALSE(held.updateNote(kNote, "", err));
-    EXPECT_EQ(err, 87U);
-    EXPECT_FALSE(held.updateNote(kNote, std::string(2 * kMiB + 1, 'x'), err));
-    EXPECT_EQ(err, 87U);
+    EXPECT_EQ(update(held, "new", TEXT("note_b.json")), 2U) << "it makes no new note";
+    EXPECT_EQ(update(held, ""), 87U);
+    EXPECT_EQ(update(held, std::string(2 * kMiB + 1, 'x')), 87U);
     faults::arm({"WriteFile", 1, faults::Action::Short, 0});
-    EXPECT_FALSE(held.updateNote(kNote, "new", err));
-    EXPECT_EQ(err, 29U);
+    EXPECT_EQ(update(held, "new"), 29U);
     faults::clear();
-    EXPECT_EQ(contentOf(queue_ / "note_a.json"), bytes);
+    EXPECT_EQ(content(), bytes);
     EXPECT_EQ(names().size(), 3U);
+}
+
+// The note is closed when its successor is on the disk. The close of the successor tells how the update went.
+TEST_F(QueueLeaseMachine, closesOfAnUpdateCount) {
+    const QueueLease held = lease();
+    putNote("note_a.json", "old");
+    faults::arm({"CloseHandle", 1, faults::Action::Fail, 1234});
+    EXPECT_EQ(update(held, "new"), 1234U);
+    EXPECT_EQ(faults::uses("FlushFileBuffers"), 1U);
+    EXPECT_EQ(content(), "old");
+    faults::clear();
+    faults::arm({"CloseHandle", 2, faults::Action::Fail, 1235});
+    EXPECT_EQ(update(held, "new"), 1235U);
+    EXPECT_EQ(content(), "new") << "it is in its place by then";
+    faults::clear();
+    faults::arm({"CloseHandle", 1, faults::Action::Fail, 1236});
+    EXPECT_EQ(remove(held), 1236U);
 }
 
 TEST_F(QueueLeaseMachine, limitsOfTheQueueHoldAtTheirEdges) {
     const QueueLease held = lease();
-    DWORD err = 0;
+    const auto put = [&](int from, int to, std::size_t size) {
+        for (int i = from; i < to; ++i)
+            putNote("note_" + std::to_string(i) + ".json", std::string(size, 'x'));
+    };
+    const auto empty = [&] {
+        for (const auto& entry : fs::directory_iterator(queue_))
+            if (entry.path().extension() == ".json") fs::remove(entry);
+    };
     // Fifteen notes of 2 MiB beside the one that is replaced: 30 MiB, and 2 MiB to come.
-    for (int i = 0; i < 15; ++i)
-        putNote("note_" + std::to_string(i) + ".json", std::string(2 * kMiB, 'x'));
+    put(0, 15, 2 * kMiB);
     putNote("note_a.json", "old");
-    EXPECT_TRUE(held.updateNote(kNote, std::string(2 * kMiB, 'y'), err)) << err;
+    EXPECT_EQ(update(held, std::string(2 * kMiB, 'y')), 0U);
     putNote("note_b.json", "1");
-    EXPECT_FALSE(held.updateNote(kNote, std::string(2 * kMiB, 'z'), err));
-    EXPECT_EQ(err, 112U);
-    EXPECT_TRUE(held.updateNote(kNote, std::string(2 * kMiB - 1, 'z'), err)) << err;
-    for (const auto& entry : fs::directory_iterator(queue_))
-        if (entry.path().extension() == ".json") fs::remove(entry);
+    EXPECT_EQ(update(held, std::string(2 * kMiB, 'z')), 112U);
+    EXPECT_EQ(update(held, std::string(2 * kMiB - 1, 'z')), 0U);
+    empty();
 
     putNote("note_a.json", "old");
-    for (int i = 1; i < 128; ++i)
-        putNote("note_" + std::to_string(i) + ".json", "x");
+    put(1, 128, 1);
     putPrivateFile(queue_ / "{stale}.tmp", "x");
-    EXPECT_TRUE(held.updateNote(kNote, "new", err)) << "128 with itself";
+    EXPECT_EQ(update(held, "new"), 0U) << "128 with itself";
     putPrivateFile(queue_ / "X.json", "x");
-    EXPECT_FALSE(held.updateNote(kNote, "newer", err));
-    EXPECT_EQ(err, 112U);
+    EXPECT_EQ(update(held, "newer"), 112U);
     fs::remove(queue_ / "note_1.json");
-    EXPECT_TRUE(held.updateNote(kNote, "newer", err)) << "whatever the names of the others";
+    EXPECT_EQ(update(held, "newer"), 0U) << "whatever the names of the others";
     fs::remove(queue_ / "note_2.json");
     fs::create_directory(queue_ / "folder.json");
-    EXPECT_FALSE(held.updateNote(kNote, "newest", err));
-    EXPECT_EQ(err, 112U);
+    EXPECT_EQ(update(held, "newest"), 112U);
     fs::remove(queue_ / "folder.json");
     fs::create_symlink(queue_ / "note_3.json", queue_ / "link.json");
-    EXPECT_FALSE(held.updateNote(kNote, "newest", err));
-    EXPECT_EQ(err, 112U);
-    EXPECT_EQ(contentOf(queue_ / "note_a.json"), "newer");
-    for (const auto& entry : fs::directory_iterator(queue_))
-        if (entry.path().extension() == ".json") fs::remove(entry);
+    EXPECT_EQ(update(held, "newest"), 112U);
+    EXPECT_EQ(content(), "newer");
+    empty();
 
     // The note that is replaced is not counted, however its name is written.
-    for (int i = 0; i < 15; ++i)
-        putNote("note_" + std::to_string(i) + ".json", std::string(2 * kMiB, 'x'));
+    put(0, 15, 2 * kMiB);
     putNote("note_a.json", std::string(2 * kMiB, 'x'));
-    EXPECT_TRUE(held.updateNote(TEXT("note_A.json"), std::string(2 * kMiB, 'y'), err)) << err;
+    EXPECT_EQ(update(held, std::string(2 * kMiB, 'y'), TEXT("note_A.json")), 0U);
 }
 
-TEST_F(QueueLeaseMachine, temporaryPathOf260CharactersIsTooLong) {
-    // The root, the queue's name of 49, the temporary name of 42, and what separates them.
-    for (const std::size_t length : {259, 260}) {
-        const WideString storeRoot = TEXT("C:\\") + WideString(length - 49 - 42 - 5, TEXT('x'));
-        QueueStore store;
-        DWORD err = 0;
-        ASSERT_TRUE(store.open(storeRoot, owner(), true, err)) << err;
-        const fs::path queue = fs::path(hostPath(storeRoot)) / name_;
-        fs::create_directory(queue);
-        chmod(queue.c_str(), 0700);
-        const QueueLease held = StoreMachine::lease(store, name_);
-        putPrivateFile(queue / "note_a.json", "old");
-        const bool fits = length < 260;
-        EXPECT_EQ(held.updateNote(kNote, "new", err), fits);
-        EXPECT_EQ(err, fits ? 0U : 206U);
-        EXPECT_EQ(contentOf(queue / "note_a.json"), fits ? "new" : "old");
+// The temporary path, with a name of 42 characters, and the note's own, where the machine opens longer ones.
+TEST_F(QueueLeaseMachine, pathOf260CharactersIsTooLong) {
+    allowLongPaths();
+    for (const std::string& note : {std::string("note_a.json"), "note_" + std::string(86, 'x') + ".json"}) {
+        for (const std::size_t length : {259U, 260U}) {
+            const std::size_t rootLength = length - std::max<std::size_t>(note.size(), 42) - name_.size() - 2;
+            const WideString storeRoot = TEXT("C:\\") + WideString(rootLength - 3, TEXT('x'));
+            QueueStore store;
+            EXPECT_EQ(errorOf([&](DWORD& err) { return store.open(storeRoot, owner(), true, err); }), 0U);
+            const fs::path queue = fs::path(hostPath(storeRoot)) / name_;
+            fs::create_directory(queue);
+            chmod(queue.c_str(), 0700);
+            putPrivateFile(queue / note, "old");
+            EXPECT_EQ(update(StoreMachine::lease(store, name_), "new", wide(note)), length < 260 ? 0U : 206U) << note;
+            EXPECT_EQ(contentOf(queue / note), length < 260 ? "new" : "old");
+        }
     }
 }
 
@@ -307,9 +314,8 @@ TEST_F(QueueLeaseMachine, everyFailingCallLeavesTheNoteWhole) {
         putNote("note_a.json", "old");
     };
     putNote("note_a.json", "old");
-    EXPECT_GT(forEachFailingCall([&] { done = held.updateNote(kNote, "new", err); },
-                                 [&](bool fired) { check(fired, "new", true); }, 1234),
-              25U);
+    forEachFailingCall([&] { done = held.updateNote(kNote, "new", err); },
+                       [&](bool fired) { check(fired, "new", true); }, 1234);
     forEachFailingCall([&] { done = held.removeNote(kNote, err); }, [&](bool fired) { check(fired, "", false); }, 1234);
     std::string bytes;
     forEachFailingCall([&] { done = held.readNote(kNote, bytes, err); },
@@ -355,68 +361,56 @@ TEST_F(QueueLeaseMachine, killedAtAnyCallItLeavesWhatTheNextOneCanUse) {
             ASSERT_LT(use, 500U);
         }
     }
-    EXPECT_GT(seen["old"], 10U);
-    EXPECT_GT(seen["old and a stray"], 0U);
-    EXPECT_GT(seen["new"], 0U);
-    EXPECT_GT(seen["gone"], 0U);
+    for (const char* state : {"old", "old and a stray", "new", "gone"})
+        EXPECT_GT(seen[state], 0U) << state;
 }
 
 TEST_F(QueueLeaseMachine, cleanupRemovesTheEntryOfAnEmptyStoreOnly) {
     unsigned removals = 0;
     DWORD result = 0;
-    const auto clean = [&](DWORD& err) {
-        return store_.cleanupEmptyStore(
-            [&] {
-                ++removals;
-                return result;
-            },
-            err);
+    const auto clean = [&] {
+        return errorOf([&](DWORD& err) { return store_.cleanupEmptyStore([&] { return ++removals, result; }, err); });
     };
-    const auto refused = [&](DWORD wanted) {
-        DWORD err = 99;
+    const auto refused = [&](DWORD wanted, const char* what) {
         const unsigned before = removals;
-        EXPECT_FALSE(clean(err));
-        EXPECT_EQ(err, wanted);
-        EXPECT_EQ(removals, before);
+        DWORD err = 99;
+        EXPECT_FALSE(store_.cleanupEmptyStore([&] { return ++removals, DWORD{0}; }, err)) << what;
+        EXPECT_EQ(err, wanted) << what;
+        EXPECT_EQ(removals, before) << what;
     };
-    DWORD err = 0;
-    EXPECT_TRUE(clean(err)) << err;
+    EXPECT_EQ(clean(), 0U);
     EXPECT_EQ(removals, 1U);
     const QueueLease held = lease();
-    EXPECT_TRUE(clean(err)) << "a display lock is no obstacle: " << err;
+    EXPECT_EQ(clean(), 0U) << "a display lock is no obstacle";
     result = 77;
-    EXPECT_FALSE(clean(err));
-    EXPECT_EQ(err, 77U);
+    EXPECT_EQ(clean(), 77U);
     result = 0;
 
     for (const char* name : {"note_a.json", "{stale}.tmp", "anything"}) {
         putNote(name, "x");
-        refused(0);
+        refused(0, name);
         fs::remove(queue_ / name);
     }
-    const HANDLE writer = hold(name_ + "\\.writer.lock");
-    refused(32);
-    CloseHandle(writer);
-    const HANDLE lifecycle = hold(".lifecycle.lock");
-    refused(32);
-    CloseHandle(lifecycle);
+    for (const std::string& lock : {name_ + "\\.writer.lock", std::string(".lifecycle.lock")}) {
+        const HANDLE locked = hold(lock);
+        refused(32, lock.c_str());
+        CloseHandle(locked);
+    }
     putPrivateFile(root() / "applet-x", "");
-    refused(5);
+    refused(5, "a file");
     fs::remove(root() / "applet-x");
     makeQueue("applet-x");
-    refused(13);
+    refused(13, "a folder that is no queue");
     fs::remove(root() / "applet-x");
     fs::rename(root() / "runtime", root() / "Runtime");
-    refused(13);
+    refused(13, "other capitals");
     fs::rename(root() / "Runtime", root() / "runtime");
     std::ofstream(root() / "runtime/whatever") << "x";
     putPrivateFile(root() / ".recovery.lock", "");
     makeQueue("applet-00000002-0000000000000999-0000000000000001");
-    EXPECT_TRUE(clean(err)) << "an empty queue of whomever: " << err;
-    EXPECT_FALSE(store_.cleanupEmptyStore(nullptr, err));
-    EXPECT_EQ(err, 87U);
-    EXPECT_FALSE(QueueStore().cleanupEmptyStore([] { return DWORD{0}; }, err));
-    EXPECT_EQ(err, 87U);
+    EXPECT_EQ(clean(), 0U) << "an empty queue of whomever";
+    EXPECT_EQ(errorOf([&](DWORD& err) { return store_.cleanupEmptyStore(nullptr, err); }), 87U);
+    EXPECT_EQ(errorOf([](DWORD& err) { return QueueStore().cleanupEmptyStore([] { return DWORD{0}; }, err); }), 87U);
 }
 
 // A search that fails never makes a store look empty, and an opening that fails leaves no lease.
@@ -425,56 +419,40 @@ TEST_F(QueueLeaseMachine, everyFailingCallOfCleanupAndOpeningIsToldFromSuccess) 
     bool done = false;
     DWORD err = 0;
     const auto clean = [&] { done = store_.cleanupEmptyStore([&] { return ++removals, DWORD{0}; }, err); };
+    const auto open = [&] {
+        QueueLease lease;
+        done = QueueLease::open(store_, wide(name_), context().identity, lease, err);
+        EXPECT_EQ(done, lease.active());
+    };
+    const auto check = [&](bool fired, bool isEmpty) {
+        notices::takeDebugOutput();
+        EXPECT_EQ(done, isEmpty && err == 0);
+        EXPECT_TRUE(fired || err == 0);
+        EXPECT_EQ(std::exchange(removals, 0U), done ? 1U : 0U);
+    };
     makeQueue("applet-00000002-0000000000000999-0000000000000001");
     putNote("note_a.json", "x");
-    const auto nothingRemoved = [&](bool fired) {
-        notices::takeDebugOutput();
-        EXPECT_FALSE(done);
-        EXPECT_TRUE(fired || err == 0);
-        EXPECT_EQ(removals, 0U);
-    };
-    EXPECT_GT(forEachFailingCall(clean, nothingRemoved, 1234), 20U);
+    forEachFailingCall(
+        clean, [&](bool fired) { check(fired, false); }, 1234);
     fs::remove(queue_ / "note_a.json");
-    EXPECT_GT(forEachFailingCall(
-                  clean,
-                  [&](bool fired) {
-                      EXPECT_EQ(done, err == 0);
-                      EXPECT_EQ(removals, done ? 1U : 0U);
-                      EXPECT_TRUE(fired || done);
-                      notices::takeDebugOutput();
-                      removals = 0;
-                  },
-                  1234),
-              20U);
-    EXPECT_GT(forEachFailingCall(
-                  [&] {
-                      QueueLease lease;
-                      done = QueueLease::open(store_, wide(name_), context().identity, lease, err);
-                      EXPECT_EQ(done, lease.active());
-                  },
-                  [&](bool fired) {
-                      EXPECT_TRUE(fired || done);
-                      EXPECT_EQ(done, err == 0);
-                      notices::takeDebugOutput();
-                      EXPECT_TRUE(lease().active()) << "nothing stays held";
-                  },
-                  1234),
-              10U);
+    forEachFailingCall(
+        clean, [&](bool fired) { check(fired, true); }, 1234);
+    forEachFailingCall(
+        open,
+        [&](bool fired) {
+            notices::takeDebugOutput();
+            EXPECT_EQ(done, err == 0);
+            EXPECT_TRUE(fired || done);
+            EXPECT_TRUE(lease().active()) << "nothing stays held";
+        },
+        1234);
 }
 
 TEST_F(QueueLeaseMachine, cleanupLooksAt4096Entries) {
-    QueueStore store = store_;
-    for (unsigned i = 0; i < 4094; ++i) {
-        char name[64];
-        std::snprintf(name, sizeof name, "applet-00000002-%016X-0000000000000001", i + 1);
-        makeQueue(name);
-    }
-    unsigned removals = 0;
-    DWORD err = 99;
-    const auto remove = [&] { return ++removals, DWORD{0}; };
-    EXPECT_TRUE(store.cleanupEmptyStore(remove, err)) << err;  // with "runtime" and the own queue: 4096
+    for (unsigned i = 1; i <= 4094; ++i)
+        makeQueue("applet-00000002-" + hex(i, 16) + "-0000000000000001");
+    const auto clean = [&](DWORD& err) { return store_.cleanupEmptyStore([] { return DWORD{0}; }, err); };
+    EXPECT_EQ(errorOf(clean), 0U);  // with "runtime" and the own queue: 4096
     makeQueue("applet-00000003-0000000000000001-0000000000000001");
-    EXPECT_FALSE(store.cleanupEmptyStore(remove, err));
-    EXPECT_EQ(err, 234U);
-    EXPECT_EQ(removals, 1U);
+    EXPECT_EQ(errorOf(clean), 234U);
 }

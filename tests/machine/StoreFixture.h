@@ -51,6 +51,15 @@ logon = 0x5C3D1
 logon time = 0x1DC30127C5E6F21
 )";
 
+    // The error of an operation, 0 for success: what it returns and what it tells agree.
+    template <typename Operation>
+    static DWORD errorOf(Operation operation) {
+        DWORD err = 99;
+        const bool done = operation(err);
+        EXPECT_EQ(done, err == 0) << err;
+        return err;
+    }
+
     const AppletNotes::AppletContext& context() const { return context_; }
     PSID owner() const { return AppletNotes::sidOf(context_.userSid); }
     const fs::path& root() const { return root_; }  // of the store
@@ -84,13 +93,12 @@ logon time = 0x1DC30127C5E6F21
         EXPECT_NE(handle, INVALID_HANDLE_VALUE) << GetLastError();
         return handle;
     }
-    // EnableLUA as the registry's files hold it.
+    // Values of the machine's as the registry's files hold them.
     void setUac(const std::string& type, const std::string& value) const {
-        const fs::path key =
-            folder() / "registry/HKEY_LOCAL_MACHINE/SOFTWARE/Microsoft/Windows/CurrentVersion/Policies/System";
-        fs::remove_all(key);
-        fs::create_directories(key);
-        std::ofstream(key / ("EnableLUA." + type)) << value;
+        setMachineValue("SOFTWARE/Microsoft/Windows/CurrentVersion/Policies/System", "EnableLUA." + type, value);
+    }
+    void allowLongPaths() const {
+        setMachineValue("SYSTEM/CurrentControlSet/Control/FileSystem", "LongPathsEnabled.REG_DWORD", "01000000");
     }
     std::string ownQueue() const { return utf8(AppletNotes::formatQueueName(context_.identity)); }
 
@@ -102,6 +110,13 @@ logon time = 0x1DC30127C5E6F21
     }
 
   private:
+    void setMachineValue(const std::string& keyName, const std::string& valueName, const std::string& text) const {
+        const fs::path key = folder() / "registry/HKEY_LOCAL_MACHINE" / keyName;
+        fs::remove_all(key);
+        fs::create_directories(key);
+        std::ofstream(key / valueName) << text;
+    }
+
     AppletNotes::AppletContext context_;
     fs::path root_;
 };
