@@ -170,11 +170,9 @@ bool isUnfilteredAdmin(HANDLE token, DWORD& err) {
 
 bool readAppletContext(AppletContext& context, DWORD& err, bool allowElevated) {
     context = AppletContext();
-    err = ERROR_SUCCESS;
-    if (!fillContext(context, err, allowElevated)) {
-        context = AppletContext();
-        return false;
-    }
+    AppletContext found;
+    if (!fillContext(found, err, allowElevated)) return false;
+    context = std::move(found);
     err = ERROR_SUCCESS;
     return true;
 }
