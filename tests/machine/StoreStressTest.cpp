@@ -155,8 +155,9 @@ TEST_F(StoreStressMachine, nothingOutsideTheQueueIsTouchedAndNoNoteIsHalf) {
     const QueueLease next = lease(store, ownQueue());
     for (const auto& entry : fs::directory_iterator(queue)) {
         EXPECT_NE(entry.path().extension(), ".tmp");
-        const bool isNote = fs::is_regular_file(fs::symlink_status(entry)) && entry.hard_link_count() == 1;
-        if (isNote && entry.path().extension() == ".json") EXPECT_TRUE(isWhole(contentOf(entry))) << entry.path();
+        const bool isNote = fs::is_regular_file(fs::symlink_status(entry)) && entry.hard_link_count() == 1 &&
+                            entry.path().extension() == ".json";
+        EXPECT_TRUE(!isNote || isWhole(contentOf(entry))) << entry.path();
     }
     DWORD err = 0;
     EXPECT_TRUE(next.removeNote(TEXT("note_none.json"), err)) << "a lock stays held: " << err;
