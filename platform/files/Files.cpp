@@ -87,9 +87,11 @@ int openDescriptor(const std::string& native, const Opening& opening, bool& made
 }
 
 // Whether the name still leads to what was opened: it may have been deleted, moved or replaced meanwhile.
-bool isStillNamed(const std::string& native, const struct stat& opened) {
+bool isStillNamed(const std::string& native, const struct stat& opened, const Opening& opening) {
     struct stat named;
-    return stat(native.c_str(), &named) == 0 && named.st_ino == opened.st_ino && named.st_dev == opened.st_dev;
+    const int flags = opening.linkFlag() == 0 ? 0 : AT_SYMLINK_NOFOLLOW;
+    return fstatat(AT_FDCWD, native.c_str(), &named, flags) == 0 && named.st_ino == opened.st_ino &&
+           named.st_dev == opened.st_dev;
 }
 
 bool refuse(DWORD error) {
@@ -119,7 +121,7 @@ std::shared_ptr<OpenItem> openFile(const std::string& native, const Opening& ope
             SetLastError(ERROR_SHARING_VIOLATION);
             return nullptr;
         }
-        if (!isStillNamed(native, status)) continue;
+        if (!isStillNamed(native, status, opening)) continue;
         if (opening.disposition == CREATE_ALWAYS && ftruncate(descriptor.get(), 0) != 0) {
             setFileError(errno, native);
             return nullptr;
@@ -148,7 +150,7 @@ std::shared_ptr<OpenItem> openFolder(const std::string& native, const Opening& o
             SetLastError(ERROR_SHARING_VIOLATION);
             return nullptr;
         }
-        if (!isStillNamed(native, status)) continue;
+        if (!isStillNamed(native, status, opening)) continue;
         SetLastError(ERROR_SUCCESS);
         return std::make_shared<Directory>(std::move(descriptor), opening.access, native);
     }
