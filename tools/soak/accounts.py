@@ -2,7 +2,7 @@
 import re
 from collections import Counter
 
-from ledger import as_note, read, written_text
+from ledger import as_note, read
 
 GUID = r"[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}"
 NOTES = r"drive_c/Users/\w+/AppData/Local/Quorvane/Ombrel/Notes/"
@@ -89,5 +89,6 @@ def fates(ledger):
         by_users = sum(note not in there and note.removed_by.startswith(("user", "queue")) for note in notes)
         by_writers = sum(note not in there and note.removed_by.startswith("writer") for note in notes)
         rows.append(f"  {name:14} notes {len(notes):5}   there {len(there):5}   closed by users {by_users:5}   "
-                    f"deleted by writers {by_writers:5}   texts saved {texts['saved']:5}   lost with a process {texts['lost']:4}")
+                    f"deleted by writers {by_writers:5}   texts saved {texts['saved']:5}   "
+                    f"lost with a process {texts['lost']:4}")
     return rows

@@ -38,6 +38,6 @@ def compare(name, at_rest, after_minute, end, drained, problem):
 
 
 def table(name, samples):
-    kinds = list(samples[0].row())
-    lines = [f"{name:22}" + "".join(f"{sample.when:>18}" for sample in samples)]
-    return lines + [f"  {kind:20}" + "".join(f"{sample.row().get(kind, 0):>18}" for sample in samples) for kind in kinds]
+    yield f"{name:22}" + "".join(f"{sample.when:>18}" for sample in samples)
+    for kind in samples[0].row():
+        yield f"  {kind:20}" + "".join(f"{sample.row().get(kind, 0):>18}" for sample in samples)

@@ -47,7 +47,8 @@ class Machine:
     # Logons
 
     def describe(self):
-        text = "[environment]\nPROGRAMDATA = C:\\ProgramData\n[monitor DISPLAY1]\nbounds = 0 0 7680 4320\nprimary = yes\n"
+        text = ("[environment]\nPROGRAMDATA = C:\\ProgramData\n"
+                "[monitor DISPLAY1]\nbounds = 0 0 7680 4320\nprimary = yes\n")
         for user in ("ann", "bob", "eve"):
             text += f"[user {user}]\nprofile = C:\\Users\\{user}\n"
         text += "administrator = yes\n"

@@ -158,7 +158,8 @@ class Planner:
                 own.append(f"note_q{self.next()}")
                 self.add(at, actor, "write", own[-1], "dying" if self.random.random() < 0.15 else "whole", self.next())
             elif dice < 0.5:
-                self.add(at, actor, "pass", "", self.random.choice(("alone", "alone", "held", "dying")), self.random.randint(1, 400))
+                how = self.random.choice(("alone", "alone", "held", "dying"))
+                self.add(at, actor, "pass", "", how, self.random.randint(1, 400))
             elif dice < 0.6:
                 self.add(at, actor, "close", own.pop(self.random.randrange(len(own))))
             elif dice < 0.65:

@@ -2,7 +2,6 @@
 import subprocess
 import time
 
-from desktop import Gone
 from ledger import read
 from users import User
 
@@ -110,6 +109,9 @@ class QueueActor(User):
         self.ledger.exits[f"--applet-recover: {status}"] += 1
         if status not in EXPECTED_EXITS and self.session in self.machine.logons:
             self.ledger.problem(f"a recovery pass ended with {status}: {said[-300:]}")
+
+    def all_is_seen_to(self):
+        return self.machine.run(self.staged, "--applet-recover", token=self.token)[0] == 0
 
     def kill(self, _):
         for display in self.machine.displays(self.session, of_queues=True):

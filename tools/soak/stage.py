@@ -65,8 +65,9 @@ class Stage:
         with ledger.lock:
             there = sum(note.removed < note.made for note in ledger.notes.values())
             shown = sum(note.shown for note in ledger.notes.values())
-            self.ledger.say(f"{time.time() - self.begun:6.0f} s  steps left {self.left:5}  notes ever {len(ledger.notes):5}  "
-                            f"seen {shown:5}  there now {there:4}  problems {len(ledger.problems)}")
+            ledger.say(f"{time.time() - self.begun:6.0f} s  steps left {self.left:5}  "
+                       f"notes ever {len(ledger.notes):5}  seen {shown:5}  there now {there:4}  "
+                       f"problems {len(ledger.problems)}")
 
 
 def watch_written(ledger, folder, display):

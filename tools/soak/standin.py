@@ -13,8 +13,8 @@ from writers import Writer
 
 CAST = Cast(writers={"writer 1": "ann", "writer 2": "ann", "writer 3": "bob"},
             users={"user 1": "ann", "user 2": "ann", "user 3": "bob"},
-            logons=("2", "3"), leaving=("user 2", "user 3"), killed=("user 2", "user 3"), filled=("user 1", "user 2", "user 3"), queues=("1", "2"),
-            dispatcher=True)
+            logons=("2", "3"), leaving=("user 2", "user 3"), killed=("user 2", "user 3"),
+            filled=("user 1", "user 2", "user 3"), queues=("1", "2"), dispatcher=True)
 LONG_LIVED = "1"  # the session whose displays are never killed
 VICTIM = b'{"id": "victim", "title": "VICTIM"}'
 
@@ -96,8 +96,7 @@ class StandIn(Theatre):
             self.machine.begin(session)
         self.expect(self.until(self.serve), "not every session has a display in the end")
         for session in CAST.queues:
-            actor = self.queues[f"queue {session}"]
-            self.expect(self.until(lambda: self.machine.run(actor.staged, "--applet-recover", token=actor.token)[0] == 0),
+            self.expect(self.until(self.queues[f"queue {session}"].all_is_seen_to),
                         f"the passes of session {session} do not end with 0")
         self.bring_out_all(lambda note: [self.queues["queue 1"]] if note.kind == "Q" else self.users.values())
 
@@ -127,12 +126,12 @@ class StandIn(Theatre):
         """Without any note, the displays that were never killed have open what they had at rest."""
         for path in list(self.folders["ann"].glob("*.json")):
             path.unlink()
-        self.expect(self.until(lambda: self.closes_all("display")), "the display does not let go of its notes")
-        self.expect(self.until(lambda: self.closes_all("queue display")), "the queue display does not let go of its notes")
+        for name in self.long_lived:
+            self.expect(self.until(lambda: self.closes_all(name)), f"the {name} does not let go of its notes")
         self.sample("drained")
         self.compare()
         display = self.long_lived["display"]
-        display.ask("close " + next(line.split()[0] for line in display.ask("list").splitlines() if "MsgWindow" in line))
+        self.end(display)
         self.expect(self.until(lambda: not self.machine.is_alive(display.pid)), "the display does not end")
         self.expect(self.until(lambda: not display.path.exists()), "its socket stays")
 

@@ -40,6 +40,11 @@ class Theatre:
             self.long_lived[name].ask(f"close {window.handle}")
         return self.shows(name, 0)
 
+    @staticmethod
+    def end(display):
+        line = next(line for line in display.ask("list").splitlines() if "MsgWindow" in line)
+        display.ask(f"close {line.split()[0]}")
+
     def do_everything_once(self, user, note):
         """What is made once and kept is there from then on."""
         for number, verb in enumerate(("type", "title", "drag", "size", "close")):

@@ -126,19 +126,19 @@ class User:
             self.wait(display, lambda: made.extend(other for other in display.notes() if not other.title and
                                                    other.handle not in before) or made, PATIENCE)
             if len(made) != 1:
-                return self.ledger.count("new notes not followed")
+                return self.ledger.count(f"new notes not followed: {len(made)} windows")
             note = self.ledger.note(step.note, self.folder)
             typed = Typed(plan.letters(step.number), display.pid)
             note.path, note.typed, note.hands = None, [typed], {display.pid}
             answers = display.click(made[0], *TITLE), display.type(made[0], typed.text)
             if answers != ("done", "done"):
-                return self.ledger.count("new notes not followed")
+                return self.ledger.count(f"new notes not followed: {', '.join(answers)}")
             self.wait(display, lambda: self.look_for(note, typed.text), PATIENCE)
             if note.path:
                 typed.state = "saved"
-            self.ledger.count("user: new" if note.path else "new notes not followed")
+            self.ledger.count("user: new" if note.path else "new notes not followed: not saved")
         except Gone:
-            self.ledger.count("new notes not followed")
+            self.ledger.count("new notes not followed: the display ended")
 
     def look_for(self, note, tag):
         for path in self.folder.glob("????????-*.json"):
@@ -209,9 +209,10 @@ class User:
         """What waited in a process is lost with it, but not when the process was told of its end."""
         for typed in note.typed:
             if typed.pid == pid and typed.state in ("typed", "waiting"):
-                told = typed.at < self.site.told_of_end(pid) and not self.site.is_hindered(self.name, typed.at, note.path)
-                typed.state = "saved" if told else "lost"
-                self.ledger.count("texts that the end of a session saved" if told else "texts lost with a killed display")
+                told = typed.at < self.site.told_of_end(pid)
+                kept = told and not self.site.is_hindered(self.name, typed.at, note.path)
+                typed.state = "saved" if kept else "lost"
+                self.ledger.count("texts saved by the end of a session" if kept else "texts lost with a killed display")
 
     def removed(self, note):
         with self.ledger.lock:

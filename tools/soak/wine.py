@@ -193,6 +193,5 @@ class Wine(Theatre):
         self.sample("drained")
         self.compare()
         display = self.long_lived["display"]
-        line = next(line for line in display.ask("list").splitlines() if "MsgWindow" in line)
-        display.ask(f"close {line.split()[0]}")
+        self.end(display)
         self.expect(display.process.wait(30) == 0, "the display does not end with 0")
