@@ -169,6 +169,8 @@ TEST_F(AppletDisplayMachine, onlyAStagedProgramRemovesTheAutoStartValue) {
     pass(runtime / digits.substr(1) / "Vellumd.exe", "5");
     pass(runtime / (digits + "b") / "Vellumd.exe", "5");
     pass(runtime / digits / "vellumd.exe", "5");
+    pass(root().parent_path() / "OmbrelAppletNotex/runtime" / digits / "Vellumd.exe",
+         "5");  // as long, in another place
     pass(runtime / digits / "more" / "Vellumd.exe", "5");
     pass(runtime / std::string(64, 'c') / "Vellumd.exe", "13");  // the value names another
     EXPECT_TRUE(hasRunValue());

@@ -1,15 +1,9 @@
 // What a display process does in its queue: it holds it, reads, replaces and removes its notes, and cleans up.
 #include <windows.h>
 
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <map>
-#include <utility>
 
 #include "StoreFixture.h"
-#include "applet/Recovery.h"
 
 using namespace AppletNotes;
 using namespace platform;
@@ -246,120 +240,23 @@ TEST_F(QueueLeaseMachine, pathOf260CharactersIsTooLong) {
     }
 }
 
-// Whoever takes several locks takes them in one order: recovery, lifecycle, then writer or display.
-TEST_F(QueueLeaseMachine, locksAreTakenInOneOrder) {
-    putNote("note_a.json", "old");
-    std::vector<WideString> names;
-    bool truncated = false;
-    DWORD err = 0, count = 0;
-    ULONGLONG bytes = 0;
-    QueueLease held;
-    std::string content, heldInCallback;
-    WideString newName;
-    const auto gone = [&](const LogonIdentity&) {
-        heldInCallback = takeExclusiveOpenings();
-        return OwnerState::Gone;
-    };
-    const std::string lifecycle = "+.lifecycle.lock", end = " -.lifecycle.lock",
-                      both = lifecycle + " +.writer.lock -.writer.lock" + end;
-    takeExclusiveOpenings();
-    EXPECT_TRUE(store_.enumerateQueues(10, names, truncated, err));
-    EXPECT_EQ(takeExclusiveOpenings(), lifecycle + end);
-    EXPECT_TRUE(store_.measureQueue(wide(name_), count, bytes, err));
-    EXPECT_EQ(takeExclusiveOpenings(), both);
-    held = lease();
-    EXPECT_EQ(takeExclusiveOpenings(), lifecycle + " +.display.lock" + end);
-    EXPECT_TRUE(held.readNote(kNote, content, err));
-    EXPECT_EQ(takeExclusiveOpenings(), "");
-    setNextGuid({1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}});
-    EXPECT_TRUE(held.updateNote(kNote, "new", err));
-    const std::string temporary = "{00000001-0002-0003-0405-060708090A0B}.tmp";
-    EXPECT_EQ(takeExclusiveOpenings(),
-              lifecycle + " +.writer.lock +" + temporary + " -" + temporary + " -.writer.lock" + end);
-    EXPECT_TRUE(held.removeNote(kNote, err));
-    EXPECT_EQ(takeExclusiveOpenings(), both);
-    EXPECT_TRUE(store_.cleanupEmptyStore([&] { return heldInCallback = takeExclusiveOpenings(), DWORD{0}; }, err));
-    EXPECT_EQ(heldInCallback + " " + takeExclusiveOpenings(), both) << "the lifecycle lock over the whole scan";
-    held = QueueLease();
-    EXPECT_EQ(takeExclusiveOpenings(), "-.display.lock");
-    EXPECT_EQ(store_.claimQueue(wide(name_), context().identity, gone, newName, err), ClaimResult::Claimed);
-    EXPECT_EQ(heldInCallback, lifecycle + " +.writer.lock") << "the owner is looked up under both";
-    EXPECT_EQ(takeExclusiveOpenings(), "-.writer.lock" + end);
-    recoverQueues(store_, context().identity, gone, [&](const WideString&) { return DWORD{0}; });
-    const std::string pass = takeExclusiveOpenings();
-    EXPECT_TRUE(pass.starts_with("+.recovery.lock " + lifecycle)) << pass;
-    EXPECT_TRUE(pass.ends_with(end + " -.recovery.lock")) << pass;
-}
-
-// Whatever call fails, the note is whole, old or new, the locks are free and no handle is left.
-TEST_F(QueueLeaseMachine, everyFailingCallLeavesTheNoteWhole) {
-    const QueueLease held = lease();
-    bool done = false;
-    DWORD err = 0;
-    const auto check = [&](bool fired, const std::string& content, bool updates) {
-        const auto told = notices::takeDebugOutput();
-        EXPECT_EQ(done, err == 0);
-        EXPECT_TRUE(done || err == 1234 || err == static_cast<DWORD>(HRESULT_FROM_WIN32(1234)) || err == 13 || err == 5)
-            << err;
-        EXPECT_TRUE(done || fired);
-        const std::string now = contentOf(queue_ / "note_a.json");
-        EXPECT_TRUE(!updates || now == "old" || now == content) << now;
-        EXPECT_TRUE(!updates || !done || now == content) << now;
-        for (const auto& entry : fs::directory_iterator(queue_)) {
-            if (entry.path().extension() != ".tmp") continue;
-            ADD_FAILURE() << "left behind: " << entry.path();
-            fs::remove(entry);
-        }
-        ASSERT_TRUE(held.removeNote(kNote, err)) << "a lock stays held: " << err;
-        putNote("note_a.json", "old");
-    };
-    putNote("note_a.json", "old");
-    forEachFailingCall([&] { done = held.updateNote(kNote, "new", err); },
-                       [&](bool fired) { check(fired, "new", true); }, 1234);
-    forEachFailingCall([&] { done = held.removeNote(kNote, err); }, [&](bool fired) { check(fired, "", false); }, 1234);
-    std::string bytes;
-    forEachFailingCall([&] { done = held.readNote(kNote, bytes, err); },
-                       [&](bool fired) {
-                           EXPECT_EQ(done, bytes == "old");
-                           check(fired, "old", true);
-                       },
-                       1234);
-}
-
 // The process is killed at each call of an update and of a removal.
 TEST_F(QueueLeaseMachine, killedAtAnyCallItLeavesWhatTheNextOneCanUse) {
     std::map<std::string, unsigned> seen;
     for (const bool updates : {true, false}) {
-        for (unsigned use = 1;; ++use) {
-            SCOPED_TRACE((updates ? "update, call " : "removal, call ") + std::to_string(use));
-            putNote("note_a.json", "old");
-            const pid_t child = fork();
-            if (child == 0) {
-                DWORD err = 0;
-                const QueueLease held = lease();
-                faults::clear();
-                faults::arm({"*", use, faults::Action::Kill, 0});
-                updates ? held.updateNote(kNote, "new", err) : held.removeNote(kNote, err);
-                _exit(7);
-            }
-            int status = 0;
-            ASSERT_EQ(waitpid(child, &status, 0), child);
-            const bool finished = WIFEXITED(status) && WEXITSTATUS(status) == 7;
-
-            const bool there = fs::exists(queue_ / "note_a.json");
-            const std::string content = there ? contentOf(queue_ / "note_a.json") : "gone";
-            EXPECT_TRUE(content == "old" || content == (updates ? "new" : "gone")) << content;
-            unsigned strays = 0;
-            for (const auto& entry : fs::directory_iterator(queue_))
-                if (entry.path().extension() == ".tmp") ++strays, fs::remove(entry);
-            EXPECT_LE(strays, content == "old" ? 1U : 0U) << "once the new note is there, no other file is";
-            ++seen[content + (strays != 0 ? " and a stray" : "")];
-            DWORD err = 0;
-            const QueueLease next = lease();
-            EXPECT_TRUE(next.removeNote(kNote, err)) << "a lock stays held: " << err;
-            if (finished) break;
-            ASSERT_LT(use, 500U);
-        }
+        forEachKilledCall([&] { putNote("note_a.json", "old"); }, [&] { return lease(); },
+                          [&](const QueueLease& held) { updates ? update(held, "new") : remove(held); },
+                          [&] {
+                              const std::string now = fs::exists(queue_ / "note_a.json") ? content() : "gone";
+                              EXPECT_TRUE(now == "old" || now == (updates ? "new" : "gone")) << now;
+                              unsigned strays = 0;
+                              for (const auto& entry : fs::directory_iterator(queue_))
+                                  if (entry.path().extension() == ".tmp") ++strays, fs::remove(entry);
+                              EXPECT_LE(strays, now == "old" ? 1U : 0U)
+                                  << "once the new note is there, no other file is";
+                              ++seen[now + (strays != 0 ? " and a stray" : "")];
+                              EXPECT_EQ(remove(lease()), 0U) << "a lock stays held";
+                          });
     }
     for (const char* state : {"old", "old and a stray", "new", "gone"})
         EXPECT_GT(seen[state], 0U) << state;
@@ -411,41 +308,6 @@ TEST_F(QueueLeaseMachine, cleanupRemovesTheEntryOfAnEmptyStoreOnly) {
     EXPECT_EQ(clean(), 0U) << "an empty queue of whomever";
     EXPECT_EQ(errorOf([&](DWORD& err) { return store_.cleanupEmptyStore(nullptr, err); }), 87U);
     EXPECT_EQ(errorOf([](DWORD& err) { return QueueStore().cleanupEmptyStore([] { return DWORD{0}; }, err); }), 87U);
-}
-
-// A search that fails never makes a store look empty, and an opening that fails leaves no lease.
-TEST_F(QueueLeaseMachine, everyFailingCallOfCleanupAndOpeningIsToldFromSuccess) {
-    unsigned removals = 0;
-    bool done = false;
-    DWORD err = 0;
-    const auto clean = [&] { done = store_.cleanupEmptyStore([&] { return ++removals, DWORD{0}; }, err); };
-    const auto open = [&] {
-        QueueLease lease;
-        done = QueueLease::open(store_, wide(name_), context().identity, lease, err);
-        EXPECT_EQ(done, lease.active());
-    };
-    const auto check = [&](bool fired, bool isEmpty) {
-        notices::takeDebugOutput();
-        EXPECT_EQ(done, isEmpty && err == 0);
-        EXPECT_TRUE(fired || err == 0);
-        EXPECT_EQ(std::exchange(removals, 0U), done ? 1U : 0U);
-    };
-    makeQueue("applet-00000002-0000000000000999-0000000000000001");
-    putNote("note_a.json", "x");
-    forEachFailingCall(
-        clean, [&](bool fired) { check(fired, false); }, 1234);
-    fs::remove(queue_ / "note_a.json");
-    forEachFailingCall(
-        clean, [&](bool fired) { check(fired, true); }, 1234);
-    forEachFailingCall(
-        open,
-        [&](bool fired) {
-            notices::takeDebugOutput();
-            EXPECT_EQ(done, err == 0);
-            EXPECT_TRUE(fired || done);
-            EXPECT_TRUE(lease().active()) << "nothing stays held";
-        },
-        1234);
 }
 
 TEST_F(QueueLeaseMachine, cleanupLooksAt4096Entries) {

@@ -1,9 +1,6 @@
 // Queues that logons left behind: listed, measured, claimed, and walked through by a recovery pass.
 #include <windows.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <map>
 
 #include "StoreFixture.h"
@@ -251,49 +248,22 @@ TEST_F(RecoveryMachine, claimedPathKeepsBelow260Characters) {
     }
 }
 
-// Whatever call fails, the queue has its old name or the new one, with its notes.
-TEST_F(RecoveryMachine, everyFailingCallOfAClaimLeavesOneQueue) {
-    std::string name;
-    DWORD err = 0;
-    ClaimResult result = ClaimResult::Failed;
-    makeQueue(foreign(0));
-    EXPECT_GT(forEachFailingCall([&] { result = claim(foreign(0), name, err); },
-                                 [&](bool fired) {
-                                     notices::takeDebugOutput();
-                                     EXPECT_TRUE(fired || result == ClaimResult::Claimed);
-                                     ASSERT_EQ(queues().size(), 1U);
-                                     EXPECT_EQ(queues()[0], result == ClaimResult::Claimed ? name : foreign(0));
-                                     EXPECT_TRUE(fs::exists(root() / queues()[0] / "note_0.json"));
-                                     fs::rename(root() / queues()[0], root() / foreign(0));
-                                 },
-                                 1234),
-              0U);
-}
-
 // A pass that is killed at any call leaves the queue whole under the one name or the other, for the next pass to show.
 TEST_F(RecoveryMachine, killedAtAnyCallItLeavesTheQueueForTheNextPass) {
     std::map<std::string, unsigned> seen;
-    for (unsigned use = 1;; ++use) {
-        SCOPED_TRACE("call " + std::to_string(use));
-        removeQueues();
-        makeQueue(foreign(0));
-        const pid_t child = fork();
-        if (child == 0) {
-            faults::clear();
-            faults::arm({"*", use, faults::Action::Kill, 0});
-            recover();
-            _exit(7);
-        }
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        ASSERT_EQ(queues().size(), 1U);
-        EXPECT_EQ(contentOf(root() / queues()[0] / "note_0.json"), std::string(10, 'x'));
-        const bool isClaimed = queues()[0] != foreign(0);
-        EXPECT_EQ(recovered(), isClaimed ? "dispatched=1 " : "claimed=1 dispatched=1 ");
-        ++seen[isClaimed ? "claimed" : "as it was"];
-        if (WIFEXITED(status) && WEXITSTATUS(status) == 7) break;
-        ASSERT_LT(use, 500U);
-    }
+    forEachKilledCall(
+        [&] {
+            removeQueues();
+            makeQueue(foreign(0));
+        },
+        [] { return 0; }, [&](int) { recover(); },
+        [&] {
+            ASSERT_EQ(queues().size(), 1U);
+            EXPECT_EQ(contentOf(root() / queues()[0] / "note_0.json"), std::string(10, 'x'));
+            const bool isClaimed = queues()[0] != foreign(0);
+            EXPECT_EQ(recovered(), isClaimed ? "dispatched=1 " : "claimed=1 dispatched=1 ");
+            ++seen[isClaimed ? "claimed" : "as it was"];
+        });
     EXPECT_TRUE(seen["as it was"] > 0 && seen["claimed"] > 0);
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <fstream>
 
@@ -20,6 +21,30 @@ inline std::string hex(unsigned value, int digits) {
     char text[64];
     std::snprintf(text, sizeof text, "%0*X", digits, value);
     return text;
+}
+
+// Runs `body` in a process that is killed at its 1st, 2nd, 3rd ... use of any call, until one ends by itself: `prepare`
+// before each, then in the process `begin`, whose calls do not count and whose result `body` gets, and `check` after
+// it.
+template <typename Prepare, typename Begin, typename Body, typename Check>
+void forEachKilledCall(Prepare prepare, Begin begin, Body body, Check check) {
+    for (unsigned use = 1; use < 500; ++use) {
+        SCOPED_TRACE("killed at call " + std::to_string(use));
+        prepare();
+        const pid_t child = fork();
+        if (child == 0) {
+            const auto begun = begin();
+            platform::faults::clear();
+            platform::faults::arm({"*", use, platform::faults::Action::Kill, 0});
+            body(begun);
+            _exit(7);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        check();
+        if (WIFEXITED(status) && WEXITSTATUS(status) == 7) return;
+    }
+    ADD_FAILURE() << "the process does not end by itself";
 }
 
 class StoreMachine : public MachineTest {
