@@ -1,7 +1,7 @@
 // The program as a process: exit codes, standard output, what the debugger hears, the log it leaves.
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <regex>
 
 #include "support/Files.h"
 #include "support/Process.h"
@@ -56,9 +56,9 @@ TEST_F(Roles, contractGoesToStandardOutput) {
 }
 
 TEST_F(Roles, contractStandsAloneOnTheCommandLine) {
-    for (const WCHAR* arguments : {TEXT("--applet-contract-version x"), TEXT("x --applet-contract-version"),
-                                   TEXT("--help --applet-contract-version"), TEXT("-i --applet-contract-version"),
-                                   TEXT("--applet-contract-version --applet-contract-version")}) {
+    const WideString query = TEXT("--applet-contract-version");
+    for (const WideString& arguments : {query + TEXT(" x"), TEXT("x ") + query, TEXT("--help ") + query,
+                                        TEXT("-i ") + query, query + TEXT(" ") + query}) {
         const ProcessResult result = run(arguments);
         EXPECT_EQ(result.exitCode, 87U) << utf8(arguments);
         EXPECT_EQ(result.output, "") << utf8(arguments);
@@ -117,24 +117,18 @@ TEST_F(Roles, taskRolesThatFailTellTheStepAndItsHresult) {
     const struct {
         const WCHAR* arguments;
         DWORD exitCode;
-        std::string failed;
-        std::vector<std::string> steps;
+        std::string failed, steps;
     } rows[] = {
-        {TEXT("--register -i x"),
-         11,
-         "[ERROR] App: /register failed: ",
-         {"Connect to Task Scheduler", "Create logon trigger"}},
-        {TEXT("/delete -i x"), 10, "[ERROR] App: /delete failed: ", {"ITaskService::Connect failed"}},
+        {TEXT("--register -i x"), 11, "/register failed: ", "Connect to Task Scheduler|Create logon trigger"},
+        {TEXT("/delete -i x"), 10, "/delete failed: ", "ITaskService::Connect failed"},
     };
-    for (auto row : rows) {
-        row.steps.push_back("Task management requires an elevated administrator or LocalSystem");
+    const std::string refused = "Task management requires an elevated administrator or LocalSystem";
+    for (const auto& row : rows) {
+        const std::regex line(R"(\[ERROR\] App: )" + row.failed + "(" + row.steps + "|" + refused + R"() \(hr=0x80)");
         const ProcessResult result = run(row.arguments);
         EXPECT_EQ(result.exitCode, row.exitCode);
-        const bool isDocumented = std::ranges::any_of(row.steps, [&](const std::string& step) {
-            return contains(result.debugOutput, row.failed + step + " (hr=0x80");
-        });
-        EXPECT_TRUE(isDocumented) << result.debugOutput;
-        EXPECT_TRUE(contains(log(), row.failed));
+        EXPECT_TRUE(std::regex_search(result.debugOutput, line)) << result.debugOutput;
+        EXPECT_TRUE(std::regex_search(log(), line));
     }
 }
 

@@ -9,22 +9,15 @@ namespace {
 
 constexpr const WCHAR* kRun = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run");
 
-struct StoredValue {
-    LSTATUS status = ERROR_SUCCESS;
-    DWORD type = 0;
-    WideString units;  // terminator included
-};
-
-StoredValue stored() {
+// Its type and its text, the terminator included, or the error.
+std::string stored() {
     RegistryKey key;
-    StoredValue value;
-    value.status = RegOpenKeyExW(HKEY_CURRENT_USER, kRun, 0, KEY_QUERY_VALUE, key.put());
-    if (value.status != ERROR_SUCCESS) return value;
     BYTE bytes[1024];
-    DWORD size = sizeof bytes;
-    value.status = RegQueryValueExW(key.get(), TEXT("vellumd"), nullptr, &value.type, bytes, &size);
-    if (value.status == ERROR_SUCCESS) value.units.assign(reinterpret_cast<const WCHAR*>(bytes), size / sizeof(WCHAR));
-    return value;
+    DWORD type = 0, size = sizeof bytes;
+    LSTATUS status = RegOpenKeyExW(HKEY_CURRENT_USER, kRun, 0, KEY_QUERY_VALUE, key.put());
+    if (status == ERROR_SUCCESS) status = RegQueryValueExW(key.get(), TEXT("vellumd"), nullptr, &type, bytes, &size);
+    if (status != ERROR_SUCCESS) return "error " + std::to_string(status);
+    return std::to_string(type) + utf8(WideString(reinterpret_cast<const WCHAR*>(bytes), size / sizeof(WCHAR)));
 }
 
 void store(DWORD type, const WideString& text) {
@@ -46,12 +39,11 @@ TEST(AutoStart, writesFindsAndRemovesTheValueAndCountsTextOnly) {
     EXPECT_TRUE(setAutoStart(TEXT("an older and longer text, which is replaced as a whole by the next")));
     EXPECT_TRUE(setAutoStart(command));
     EXPECT_TRUE(isAutoStartSet());
-    EXPECT_EQ(stored().type, static_cast<DWORD>(REG_SZ));
-    EXPECT_EQ(utf8(stored().units), utf8(command + WCHAR(0)));
+    EXPECT_EQ(stored(), "1" + utf8(command + WCHAR(0)));
 
     EXPECT_TRUE(clearAutoStart());
     EXPECT_FALSE(isAutoStartSet());
-    EXPECT_EQ(stored().status, ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(stored(), "error 2");
 
     store(REG_EXPAND_SZ, TEXT("%ProgramFiles%\\Vellumd.exe"));
     EXPECT_TRUE(isAutoStartSet());

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <regex>
+#include <sstream>
 #include <thread>
 
 #include "common/Handles.h"
@@ -16,15 +17,9 @@ namespace {
 
 std::vector<std::string> linesOf(const std::string& bytes) {
     std::vector<std::string> lines;
-    for (std::size_t at = 0; at < bytes.size();) {
-        const std::size_t end = bytes.find("\r\n", at);
-        if (end == std::string::npos) {
-            lines.push_back(bytes.substr(at) + "<no line end>");
-            break;
-        }
-        lines.push_back(bytes.substr(at, end - at));
-        at = end + 2;
-    }
+    std::istringstream all(bytes);
+    for (std::string line; std::getline(all, line);)
+        lines.push_back(line.ends_with('\r') && !all.eof() ? line.substr(0, line.size() - 1) : line + "<no line end>");
     return lines;
 }
 

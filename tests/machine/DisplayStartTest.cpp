@@ -144,36 +144,33 @@ TEST_F(DisplayStart, anyCallMayFail) {
     platform::clock::useRealTime();
     putNote("a");
     putNote("b", ",\"position\":{\"x\":1,\"y\":2}");
-    int exitCode = 0;
     bool fired = true;
-    const auto startAndEnd = [&] {
-        App app;
-        exitCode = start(app, {"watched"});
-        EXPECT_EQ(exitCode == kEnterMessageLoop || exitCode == kNoteClassFailed, app.messageWindow() != nullptr);
-        if (exitCode == kEnterMessageLoop) platform::desktop::pump();
-        app.shutdown();
-        EXPECT_EQ(app.messageWindow(), nullptr);
+    for (unsigned use = 1; fired && !HasFailure(); ++use) {
+        const std::size_t handles = platform::faults::openHandles(), memory = platform::faults::openAllocations();
+        platform::faults::clear();
+        platform::faults::arm({"*", use, platform::faults::Action::Fail, 1450});
+        SCOPED_TRACE("failing call " + std::to_string(use));
+        {
+            App app;
+            const int exitCode = start(app, {"watched"});
+            EXPECT_TRUE(exitCode >= kEnterMessageLoop && exitCode <= kNoteClassFailed) << exitCode;
+            EXPECT_EQ(exitCode == kEnterMessageLoop || exitCode == kNoteClassFailed, app.messageWindow() != nullptr);
+            if (exitCode == kEnterMessageLoop) platform::desktop::pump();
+            app.shutdown();
+            EXPECT_EQ(app.messageWindow(), nullptr);
+        }
         for (HWND window = firstNote(); window != nullptr && DestroyWindow(window);)
             window = firstNote();
         fired = platform::faults::fired();
         platform::faults::clear();
         while (HWND window = firstNote())
             DestroyWindow(window);
-    };
-    for (unsigned use = 1; fired; ++use) {
-        const std::size_t handles = platform::faults::openHandles(), memory = platform::faults::openAllocations();
-        platform::faults::clear();
-        platform::faults::arm({"*", use, platform::faults::Action::Fail, 1450});
-        SCOPED_TRACE("failing call " + std::to_string(use));
-        startAndEnd();
-        const std::string text = log();
-        EXPECT_TRUE(exitCode >= kEnterMessageLoop && exitCode <= kNoteClassFailed) << exitCode;
         EXPECT_EQ(get("a.json"), "{\"id\":\"a\"}");
-        EXPECT_TRUE(memory == platform::faults::openAllocations());
+        EXPECT_EQ(platform::faults::openAllocations(), memory);
         EXPECT_EQ(platform::faults::openDrawing(), 0U);
         // A worker that was not told to stop, or not waited for, has its handles a moment longer.
         EXPECT_TRUE(eventually([&] { return platform::faults::openHandles() <= handles + 5; }));
-        EXPECT_TRUE(fired || has(text, "Started; 2 note(s) loaded"));
-        if (HasFailure()) FAIL() << text;
+        const std::string text = log();
+        EXPECT_TRUE((fired || has(text, "Started; 2 note(s) loaded")) && !HasFailure()) << text;
     }
 }

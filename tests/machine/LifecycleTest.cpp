@@ -7,7 +7,9 @@ namespace {
 
 class Lifecycle : public DisplayMachine {
   protected:
-    void restart(const std::vector<std::string>& more = {}) { EXPECT_EQ(start(app, more), kEnterMessageLoop); }
+    void restart() { EXPECT_EQ(start(app), kEnterMessageLoop); }
+    // A line of the log that ends with the path of a file.
+    std::string line(const std::string& text, const std::string& file) { return text + utf8(path(file)) + "\r\n"; }
     ~Lifecycle() override {
         platform::clock::useRealTime();
         app.shutdown();
@@ -25,21 +27,21 @@ TEST_F(Lifecycle, ownWritesAreIgnoredForThreeSeconds) {
     log();
     tellChanged(app, "a.json");
     tellChanged(app, "a.json");
-    EXPECT_EQ(log(), "[DEBUG] App: Ignoring own change notification: " + utf8(path("a.json")) +
-                         "\r\n[DEBUG] App: Ignoring own change notification: " + utf8(path("a.json")) + "\r\n");
+    const std::string ignored = line("[DEBUG] App: Ignoring own change notification: ", "a.json");
+    EXPECT_EQ(log(), ignored + ignored);
     tellRemoved(app, "a.json");
-    EXPECT_EQ(log(), "[DEBUG] App: Ignoring own remove notification: " + utf8(path("a.json")) + "\r\n");
+    EXPECT_EQ(log(), line("[DEBUG] App: Ignoring own remove notification: ", "a.json"));
 
     platform::clock::advance(1);
     tellChanged(app, "a.json");
-    EXPECT_EQ(log(), "[DEBUG] App: File added: " + utf8(path("a.json")) +
-                         "\r\n[DEBUG] App: Note already open, updating: id=a\r\n");
+    EXPECT_EQ(log(),
+              line("[DEBUG] App: File added: ", "a.json") + "[DEBUG] App: Note already open, updating: id=a\r\n");
     save(app, "a");
     platform::clock::advance(3000);
     log();
     tellRemoved(app, "a.json");
-    EXPECT_EQ(log(), "[DEBUG] App: File removed: " + utf8(path("a.json")) +
-                         "\r\n[INFO ] App: Note closed (file deleted externally): id=a\r\n");
+    EXPECT_EQ(log(), line("[DEBUG] App: File removed: ", "a.json") +
+                         "[INFO ] App: Note closed (file deleted externally): id=a\r\n");
     EXPECT_EQ(noteRects().size(), 0U);
 }
 
@@ -150,9 +152,9 @@ TEST_F(Lifecycle, aRemovalIsLookedUpUnderTheNameOnDisk) {
     tellRemoved(app, "case.json");
     EXPECT_TRUE(has(log(), "Note closed (file deleted externally): id=case\r\n"));
     tellRemoved(app, ".json");
-    EXPECT_EQ(log(), "[DEBUG] App: File removed: " + utf8(path(".json")) + "\r\n");
     tellRemoved(app, "unknown.json");
-    EXPECT_EQ(log(), "[DEBUG] App: File removed: " + utf8(path("unknown.json")) + "\r\n");
+    EXPECT_EQ(log(),
+              line("[DEBUG] App: File removed: ", ".json") + line("[DEBUG] App: File removed: ", "unknown.json"));
     EXPECT_EQ(noteRects().size(), 1U);
 }
 
