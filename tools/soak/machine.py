@@ -23,6 +23,7 @@ class Machine:
         self.logons = {}  # session -> number of the logon
         self.last_logon = 0x1000
         self.lost = set()  # processes that were killed
+        self.seen = set()  # displays that live as long as nobody kills them
         self.left = {}     # processes that were told of the end of their session, and when
         for session in USERS:
             self.begin(session)
@@ -147,6 +148,19 @@ class Machine:
             except (OSError, Gone):
                 continue
         return found
+
+    def died_alone(self):
+        """The displays that are gone though nobody killed them."""
+        for session in USERS:
+            for display in self.displays(session) + self.displays(session, of_queues=True):
+                try:
+                    if b"VELLUM_FAULTS" not in pathlib.Path(f"/proc/{display.pid}/environ").read_bytes():
+                        self.seen.add(display.pid)
+                except OSError:
+                    continue
+        gone = {pid for pid in self.seen if not self.is_alive(pid)}
+        self.seen -= gone
+        return gone - self.lost
 
     def stop(self):
         for _ in range(3):

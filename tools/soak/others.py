@@ -68,6 +68,7 @@ class Others:
                 self.kill_in_save(display, DIES_AT[int(step.at * 100) % len(DIES_AT)])
 
     def kill_in_save(self, display, fault):
+        self.machine.lost.add(display.pid)
         try:
             display.ask(f"fault {fault}")
             for _ in range(100):
@@ -76,10 +77,10 @@ class Others:
                 time.sleep(0.1)
             else:
                 display.ask("faults clear")
+                self.machine.lost.discard(display.pid)
         except Gone:
             pass
         if not self.machine.is_alive(display.pid):
-            self.machine.lost.add(display.pid)
             self.ledger.count("displays killed in a save")
 
     def fill(self, step):
@@ -106,6 +107,8 @@ class Others:
     def launch(self, _):
         status, said = self.machine.run("Vellumd", "--launch-user-sessions", token="SYSTEM@0")
         self.ledger.exits[f"--launch-user-sessions: {status}"] += 1
+        if status != 0:
+            self.ledger.problem(f"the dispatcher ended with {status}: {said[-300:]}")
 
     def fire(self, _):
         status, said = self.machine.run("vellum-fire-task", TASK, token="SYSTEM@0")

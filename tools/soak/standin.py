@@ -83,10 +83,8 @@ class StandIn(Theatre):
         for session, user in USERS.items():
             for display in self.machine.displays(session):
                 watch_written(self.ledger, self.folders[user], display)
-        for display in self.long_lived.values():
-            if not self.machine.is_alive(display.pid):
-                self.ledger.problem(f"process {display.pid}, which nobody killed, is gone")
-                self.stopping.set()
+        for pid in self.machine.died_alone():
+            self.ledger.problem(f"process {pid}, which nobody killed, is gone")
 
     # The end
 
