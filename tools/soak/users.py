@@ -15,7 +15,7 @@ def is_of(window, note):
     if note.kind == "N":
         return note.typed[0].text in window.title
     if note.kind == "Q":
-        return note.name in window.title
+        return window.title.endswith(note.name)  # users type at the front
     return written_text(window.title).split(" ")[0] == note.name
 
 
