@@ -133,9 +133,10 @@ class Planner:
         for at in self.times(2.5, 2):
             dice = self.random.random()
             if len(own) < 3 or (dice < 0.15 and len(own) < 8):
-                if own and self.random.random() < 0.5:
+                offering = [other for other in own if other[0] == "U"]  # a user's own notes have no such button
+                if offering and self.random.random() < 0.5:
                     note = f"N{self.next()}"
-                    self.add(at, actor, "new", note, self.random.choice(own), self.next())
+                    self.add(at, actor, "new", note, self.random.choice(offering), self.next())
                 else:
                     note = f"U{self.next()}"
                     self.add(at, writer, "write", note, "rename", self.next())
