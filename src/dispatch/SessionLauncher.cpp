@@ -36,9 +36,8 @@ bool enablePrivilege(HANDLE token, const WCHAR* name) {
     wanted.Privileges[0].Attributes = SE_PRIVILEGE_ENABLED;
     if (!LookupPrivilegeValueW(nullptr, name, &wanted.Privileges[0].Luid))
         return fail(LogLevel::Error, TEXT("LookupPrivilegeValue(%ls) failed (err=%lu)"), name, GetLastError());
-    SetLastError(ERROR_SUCCESS);
     const BOOL done = AdjustTokenPrivileges(token, FALSE, &wanted, 0, nullptr, nullptr);
-    const DWORD err = GetLastError();  // also where the token lacks the privilege
+    const DWORD err = GetLastError();  // set by a success as well: not 0 where the token lacks the privilege
     if (done && err == ERROR_SUCCESS) return true;
     return fail(LogLevel::Error, TEXT("Cannot enable %ls (err=%lu)"), name, err);
 }
