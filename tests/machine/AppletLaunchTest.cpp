@@ -21,7 +21,7 @@ class AppletLaunchMachine : public PassMachine {
     // A child that finds the store locked by its pass, which cleans up, ends; the next pass shows the note.
     bool isShownAfter(const RoleProcess& first, const Environment& environment = {}) const {
         std::unique_ptr<RoleProcess> next;
-        for (int passes = 1; passes < 10; ++passes) {
+        for (int passes = 1; passes < 50; ++passes) {
             const RoleProcess& pass = next ? *next : first;
             const auto isRefused = [&] { return has(pass.said(), "Applet queue context/lease rejected (err=32)"); };
             if (!eventually([&] { return isShown() || isRefused(); })) return false;
@@ -120,6 +120,7 @@ TEST_F(AppletLaunchMachine, anyCallOfAPassMayFail) {
 }
 
 TEST_F(AppletLaunchMachine, imageAndItsFoldersStayInPlaceDuringALaunch) {
+    faults::clear();
     faults::arm({"CreateProcessW", 1, faults::Action::Hold});
     faults::arm({"CreateProcessW", 1, faults::Action::Fail, 1234});
     DWORD result = 0;
@@ -134,9 +135,15 @@ TEST_F(AppletLaunchMachine, imageAndItsFoldersStayInPlaceDuringALaunch) {
     faults::disarm("CreateProcessW");
     launch.join();
     EXPECT_EQ(result, 1234U);
+    // The last thing that is looked at is the image: whatever is wrong with it gives 5.
+    const unsigned uses = faults::uses("GetFileInformationByHandle");
+    faults::clear();
+    faults::arm({"GetFileInformationByHandle", uses, faults::Action::Fail, 1234});
+    EXPECT_EQ(dispatchQueue(wide(ownQueue())), 5U);
+    EXPECT_EQ(faults::uses("CreateProcessW"), 0U);
 }
 
-TEST_F(AppletLaunchMachine, imageWithASecondLinkOrBehindALinkIsNotStarted) {
+TEST_F(AppletLaunchMachine, imageWithASecondLinkBehindALinkOrTooFarDownIsNotStarted) {
     const fs::path image = folder() / "drive_c/my programs/Vellumd.exe", way = folder() / "drive_c/way";
     fs::create_directory(image.parent_path());
     fs::copy_file(RoleProcess::builtProgram(), image);
@@ -150,18 +157,30 @@ TEST_F(AppletLaunchMachine, imageWithASecondLinkOrBehindALinkIsNotStarted) {
     fs::create_hard_link(image, folder() / "drive_c/other.exe");
     RoleProcess linked(recover(), {}, image);
     expectEnd(linked, 16, refused(5));
+    const fs::path distant = folder() / "drive_c" / std::string(200, 'd') / std::string(60, 'd') / "Vellumd.exe";
+    fs::create_directories(distant.parent_path());
+    fs::copy_file(image, distant);
+    RoleProcess beyond(recover(), {}, distant);
+    expectEnd(beyond, 16, refused(206));
 }
 
 TEST_F(AppletLaunchMachine, onlyAQueueOfThisLogonIsLaunched) {
     const WideString foreign = TEXT("applet-00000002-0000000000000999-0000000000000001");
     AppletContext nobody;
     nobody.userSid = context().userSid;
+    bool relaunched = true;
+    DWORD err = 0;
+    EXPECT_TRUE(startAtMediumIntegrity(foreign, relaunched, err) && !relaunched) << err;
     faults::clear();
+    faults::arm({"CreateProcessW", 0, faults::Action::Fail, 1234});
     EXPECT_EQ(launchApplet(context(), foreign, nullptr), 5U);
     EXPECT_EQ(launchApplet(context(), TEXT("applet-x"), nullptr), 87U);
     EXPECT_EQ(launchApplet(nobody, wide(ownQueue()), nullptr), 5U);
     EXPECT_EQ(dispatchQueue(foreign), 5U);
     EXPECT_EQ(dispatchQueue(TEXT("applet-x")), 87U);
+    describeUnfiltered("00000000");
+    useToken("operator@1 high");
+    EXPECT_EQ(dispatchQueue(wide(ownQueue())), 5U);
     EXPECT_EQ(faults::uses("CreateProcessW"), 0U);
 }
 
@@ -208,7 +227,8 @@ TEST_F(AppletLaunchMachine, elevatedStartHandsOverToAChildAtMediumIntegrity) {
     }
     for (const char* call :
          {"SaferCreateLevel", "SaferComputeTokenFromLevel", "SaferCloseLevel", "CreateRestrictedToken",
-          "DuplicateTokenEx", "SetTokenInformation", "CreateEnvironmentBlock", "CreateProcessAsUserW"}) {
+          "DuplicateTokenEx", "SetTokenInformation", "CreateEnvironmentBlock", "CreateProcessAsUserW",
+          "TerminateProcess:1=fail(5);ResumeThread", "SaferCloseLevel:1=fail(5);SaferComputeTokenFromLevel"}) {
         SCOPED_TRACE(call);
         RoleProcess start(recover(), {high[0], {"VELLUM_FAULTS", call + std::string(":1=fail(1234)")}});
         expectEnd(start, 15, "Applet medium-integrity startup failed (err=1234)");

@@ -24,22 +24,12 @@ const char* const kWholeTask =
     "author = Quorvane Ombrel\n"
     "description = Starts and recovers Vellumd independently in every logged-on user session.\n"
     "security descriptor = D:P(A;;GA;;;SY)(A;;GA;;;BA)\n"
-    "\n[principal]\n"
-    "user = S-1-5-18\n"
-    "logon type = 5 (service account)\n"
-    "run level = 1 (highest)\n"
-    "\n[settings]\n"
-    "enabled = yes\n"
-    "start when available = yes\n"
-    "disallow start on batteries = no\n"
-    "stop when going on batteries = no\n"
-    "run only if idle = no\n"
-    "run only if network available = no\n"
-    "allow demand start = yes\n"
-    "execution time limit = PT2M\n"
-    "multiple instances = 2 (ignore new)\n"
-    "restart interval = PT1M\n"
-    "restart count = 3\n"
+    "\n[principal]\nuser = S-1-5-18\nlogon type = 5 (service account)\nrun level = 1 (highest)\n"
+    "\n[settings]\nenabled = yes\nstart when available = yes\n"
+    "disallow start on batteries = no\nstop when going on batteries = no\n"
+    "run only if idle = no\nrun only if network available = no\nallow demand start = yes\n"
+    "execution time limit = PT2M\nmultiple instances = 2 (ignore new)\n"
+    "restart interval = PT1M\nrestart count = 3\n"
     "\n[trigger LogonTrigger]\ntype = 9 (logon)\ndelay = PT10S\n"
     "\n[trigger BootTrigger]\ntype = 8 (boot)\ndelay = PT30S\n"
     "\n[trigger UnlockTrigger]\ntype = 11 (session state change)\nstate change = 8 (unlock)\ndelay = PT5S\n"
@@ -104,18 +94,13 @@ struct Step {
     std::vector<unsigned> uses = {1};
 };
 const Step kSteps[] = {
-    {"Create Task Scheduler service", "CoCreateInstance"},
-    {"Connect to Task Scheduler", "ITaskService::Connect"},
-    {"Get task folder", "ITaskService::GetFolder"},
-    {"Create task definition", "ITaskService::NewTask"},
-    {"Get registration info", "ITaskDefinition::get_RegistrationInfo"},
-    {"Set author", "IRegistrationInfo::put_Author"},
-    {"Set description", "IRegistrationInfo::put_Description"},
-    {"Get principal", "ITaskDefinition::get_Principal"},
-    {"Set SYSTEM principal", "IPrincipal::put_UserId"},
-    {"Set service-account logon", "IPrincipal::put_LogonType"},
-    {"Set dispatcher run level", "IPrincipal::put_RunLevel"},
-    {"Get settings", "ITaskDefinition::get_Settings"},
+    // clang-format off
+    {"Create Task Scheduler service", "CoCreateInstance"}, {"Connect to Task Scheduler", "ITaskService::Connect"},
+    {"Get task folder", "ITaskService::GetFolder"}, {"Create task definition", "ITaskService::NewTask"},
+    {"Get registration info", "ITaskDefinition::get_RegistrationInfo"}, {"Set author", "IRegistrationInfo::put_Author"},
+    {"Set description", "IRegistrationInfo::put_Description"}, {"Get principal", "ITaskDefinition::get_Principal"},
+    {"Set SYSTEM principal", "IPrincipal::put_UserId"}, {"Set service-account logon", "IPrincipal::put_LogonType"},
+    {"Set dispatcher run level", "IPrincipal::put_RunLevel"}, {"Get settings", "ITaskDefinition::get_Settings"},
     {"Enable task", "ITaskSettings::put_Enabled"},
     {"Enable missed-start recovery", "ITaskSettings::put_StartWhenAvailable"},
     {"Allow battery start", "ITaskSettings::put_DisallowStartIfOnBatteries"},
@@ -126,34 +111,26 @@ const Step kSteps[] = {
     {"Limit dispatcher duration", "ITaskSettings::put_ExecutionTimeLimit"},
     {"Suppress overlapping dispatchers", "ITaskSettings::put_MultipleInstances"},
     {"Set failure retry interval", "ITaskSettings::put_RestartInterval"},
-    {"Set failure retry count", "ITaskSettings::put_RestartCount"},
-    {"Get triggers", "ITaskDefinition::get_Triggers"},
-    {"Create logon trigger", "ITriggerCollection::Create", {1}},
-    {"Get logon trigger", "ITrigger::QueryInterface", {1}},
-    {"Name logon trigger", "ITrigger::put_Id", {1}},
-    {"Set logon delay", "ILogonTrigger::put_Delay"},
-    {"Create boot trigger", "ITriggerCollection::Create", {2}},
-    {"Get boot trigger", "ITrigger::QueryInterface", {2}},
-    {"Name boot trigger", "ITrigger::put_Id", {2}},
-    {"Set boot delay", "IBootTrigger::put_Delay"},
+    {"Set failure retry count", "ITaskSettings::put_RestartCount"}, {"Get triggers", "ITaskDefinition::get_Triggers"},
+    {"Create logon trigger", "ITriggerCollection::Create"}, {"Get logon trigger", "ITrigger::QueryInterface"},
+    {"Name logon trigger", "ITrigger::put_Id"}, {"Set logon delay", "ILogonTrigger::put_Delay"},
+    {"Create boot trigger", "ITriggerCollection::Create", {2}}, {"Get boot trigger", "ITrigger::QueryInterface", {2}},
+    {"Name boot trigger", "ITrigger::put_Id", {2}}, {"Set boot delay", "IBootTrigger::put_Delay"},
     {"Create session trigger", "ITriggerCollection::Create", {3, 4, 5}},
     {"Get session trigger", "ITrigger::QueryInterface", {3, 4, 5}},
     {"Name session trigger", "ITrigger::put_Id", {3, 4, 5}},
     {"Set session event", "ISessionStateChangeTrigger::put_StateChange", {1, 2, 3}},
     {"Set session delay", "ISessionStateChangeTrigger::put_Delay", {1, 2, 3}},
-    {"Create recovery trigger", "ITriggerCollection::Create", {6}},
-    {"Name recovery trigger", "ITrigger::put_Id", {6}},
-    {"Set recovery start", "ITrigger::put_StartBoundary"},
-    {"Get repetition pattern", "ITrigger::get_Repetition"},
+    {"Create recovery trigger", "ITriggerCollection::Create", {6}}, {"Name recovery trigger", "ITrigger::put_Id", {6}},
+    {"Set recovery start", "ITrigger::put_StartBoundary"}, {"Get repetition pattern", "ITrigger::get_Repetition"},
     {"Set recovery interval", "IRepetitionPattern::put_Interval"},
     {"Keep recovery independent of UI lifetime", "IRepetitionPattern::put_StopAtDurationEnd"},
-    {"Get actions", "ITaskDefinition::get_Actions"},
-    {"Create executable action", "IActionCollection::Create"},
-    {"Get executable action", "IAction::QueryInterface"},
-    {"Set executable path", "IExecAction::put_Path"},
+    {"Get actions", "ITaskDefinition::get_Actions"}, {"Create executable action", "IActionCollection::Create"},
+    {"Get executable action", "IAction::QueryInterface"}, {"Set executable path", "IExecAction::put_Path"},
     {"Set dispatcher arguments", "IExecAction::put_Arguments"},
     {"Set working directory", "IExecAction::put_WorkingDirectory"},
     {"Register recovery task", "ITaskFolder::RegisterTaskDefinition"},
+    // clang-format on
 };
 
 }  // namespace
