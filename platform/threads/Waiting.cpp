@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <set>
 
 #include "Machine.h"
 #include "threads/Clock.h"
@@ -16,6 +17,12 @@ constexpr std::uint32_t kInfinite = 0xffffffff;
 
 std::condition_variable& changed() {
     static std::condition_variable& instance = *new std::condition_variable;  // threads may outlive main()
+    return instance;
+}
+
+// Of those who sleep while a test has the clock, under lock().
+std::multiset<std::uint64_t>& deadlines() {
+    static std::multiset<std::uint64_t>& instance = *new std::multiset<std::uint64_t>;
     return instance;
 }
 
@@ -37,11 +44,19 @@ void waiting::wake() {
 
 void waiting::sleep(std::unique_lock<std::mutex>& held, std::uint64_t deadline) {
     if (deadline == kNever || clock::standsStill()) {
+        const auto mine = deadlines().insert(deadline);
         changed().wait(held);
+        deadlines().erase(mine);
         return;
     }
     const std::uint64_t now = ticks();
     if (now < deadline) changed().wait_for(held, milliseconds(std::min<std::uint64_t>(deadline - now, 86'400'000)));
+}
+
+bool waiting::isTimeAwaited() {
+    std::lock_guard hold(lock());
+    const auto next = deadlines().upper_bound(ticks());
+    return next != deadlines().end() && *next != kNever;
 }
 
 std::uint64_t waiting::deadlineAfter(std::uint32_t milliseconds) {

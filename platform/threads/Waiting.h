@@ -31,6 +31,9 @@ bool sleepUntil(std::unique_lock<std::mutex>& held, std::uint64_t deadline, Read
     return true;
 }
 
+// While a test has the clock: whether anybody sleeps whose time has not come yet.
+bool isTimeAwaited();
+
 // The tick that lies a Windows time limit away from now; INFINITE gives kNever.
 std::uint64_t deadlineAfter(std::uint32_t milliseconds);
 

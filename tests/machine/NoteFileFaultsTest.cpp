@@ -98,12 +98,11 @@ TEST_F(MachineTest, writesAreOf64KiBByOneAloneAndOnDiskInTheEnd) {
     EXPECT_EQ(faults::uses("FlushFileBuffers"), 1U);
     EXPECT_EQ(faults::uses("MoveFileExW: write through"), 1U);
     EXPECT_EQ(takeExclusiveOpenings(), "+note.json.tmp -note.json.tmp");
-    faults::clear();
-    EXPECT_TRUE(writeFileAtomic(kPath, std::string(131072, 'x')));
-    EXPECT_EQ(faults::uses("WriteFile"), 2U);
-    faults::clear();
-    EXPECT_TRUE(writeFileAtomic(kPath, ""));
-    EXPECT_EQ(faults::uses("WriteFile"), 0U);
+    for (const std::size_t pieces : {2U, 1U, 0U}) {
+        faults::clear();
+        EXPECT_TRUE(writeFileAtomic(kPath, std::string(pieces * 65536, 'x')));
+        EXPECT_EQ(faults::uses("WriteFile"), pieces);
+    }
 }
 
 TEST_F(MachineTest, flushThatFailsIsNoFailedSaveAndACleanUpThatFailsIsOne) {

@@ -71,17 +71,15 @@ TEST_F(MachineTest, openFilesKeepTheirNames) {
     const auto moveOver = [] {
         return MoveFileExW(TEXT("C:\\a"), TEXT("C:\\b"), MOVEFILE_REPLACE_EXISTING) ? 0 : GetLastError();
     };
-    {
-        const FileHandle source = openFile(TEXT("C:\\a"), GENERIC_READ, FILE_SHARE_READ);
-        EXPECT_EQ(moveOver(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
-    }
-    {
-        const FileHandle target = openFile(TEXT("C:\\b"), GENERIC_READ, kAll);
-        EXPECT_EQ(moveOver(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
-    }
-    {
-        const FileHandle watcher = openFile(TEXT("C:\\b"), 0, kAll);
-        EXPECT_EQ(moveOver(), static_cast<DWORD>(ERROR_ACCESS_DENIED)) << "also by one who has no right to it";
+    const struct {
+        const WCHAR* path;
+        DWORD access, share, error;
+    } holders[] = {{TEXT("C:\\a"), GENERIC_READ, FILE_SHARE_READ, ERROR_SHARING_VIOLATION},
+                   {TEXT("C:\\b"), GENERIC_READ, kAll, ERROR_ACCESS_DENIED},
+                   {TEXT("C:\\b"), 0, kAll, ERROR_ACCESS_DENIED}};  // who has no right to it counts as well
+    for (const auto& holder : holders) {
+        const FileHandle held = openFile(holder.path, holder.access, holder.share);
+        EXPECT_EQ(moveOver(), holder.error) << utf8(holder.path) << " " << holder.access;
     }
     EXPECT_FALSE(MoveFileExW(TEXT("C:\\a"), TEXT("C:\\b"), 0));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ALREADY_EXISTS));

@@ -49,7 +49,7 @@ WideString repeated(const WCHAR* text, std::size_t count) {
 
 TEST(Json, acceptsAndWritesBack) {
     const std::vector<Case> cases = readCases(TEXT("accepted.txt"));
-    ASSERT_GT(cases.size(), 50U);
+    ASSERT_GT(cases.size(), 45U);
     for (const Case& row : cases) {
         const Outcome outcome = parseBytes(row.left);
         EXPECT_TRUE(outcome.ok) << row.left << "\n" << outcome.text;

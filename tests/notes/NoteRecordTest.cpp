@@ -31,6 +31,17 @@ std::string saved(const std::string& members, const std::string& key) {
     return value.contains(name) ? serializeJsonUtf8(value.find(name), false) : "";
 }
 
+// The text of a note that has nothing but defaults.
+std::string shortForm(const NoteRecord& record, const std::string& author, const std::string& editable) {
+    return "{\n  \"id\": \"" + utf8(record.id) + "\",\n  \"title\": \"\",\n  \"content\": \"\",\n  \"author\": \"" +
+           author + "\",\n  \"created\": \"" + utf8(formatUtcTime(record.created)) + "\",\n  \"modified\": \"" +
+           utf8(formatUtcTime(record.created)) +
+           "\",\n  \"position\": {\n    \"x\": 0,\n    \"y\": 0,\n    \"width\": 260,\n    \"height\": 260\n"
+           "  },\n  \"monitor\": {\n    \"device\": \"\",\n    \"bounds\": {\n      \"left\": 0,\n      \"top\": 0,\n"
+           "      \"right\": 0,\n      \"bottom\": 0\n    }\n  },\n  \"editable\": " +
+           editable + "\n}";
+}
+
 std::string now() {
     return utf8(nowUtcText());
 }
@@ -102,18 +113,11 @@ TEST(NoteRecord, missingTimesBecomeTheTimeOfTheLoad) {
 
 TEST(NoteRecord, smallestNoteTakesEveryDefault) {
     const NoteRecord record = noteWith("");
-    EXPECT_EQ(record.bgColor, 0x004DEBFEU);
+    EXPECT_EQ(serializeNote(record), shortForm(record, "", "false"));
     EXPECT_EQ(record.titleBarBGColor, 0x004DEBFEU);
-    EXPECT_FALSE(record.titleBarBGColorSet);
-    EXPECT_EQ(record.noteTitleColor, 0x001E1E1EU);
-    EXPECT_EQ(record.noteBodyColor, 0x001E1E1EU);
-    EXPECT_EQ(record.width, 260);
-    EXPECT_EQ(record.height, 260);
     EXPECT_FALSE(record.hasPosition);
     EXPECT_TRUE(noteWith("\"position\":{}").hasPosition);
     EXPECT_FALSE(noteWith("\"position\":[1,2]").hasPosition);
-    EXPECT_FALSE(record.editable);
-    EXPECT_FALSE(record.allowNewNote);
 }
 
 TEST(NoteRecord, valueThatIsNoNoteLeavesTheRecordAlone) {
@@ -181,15 +185,7 @@ TEST(NoteRecord, samplesAreWhatTheDocumentationSays) {
 TEST(NoteRecord, newNoteIsWrittenInItsShortForm) {
     const NoteRecord record = newNoteRecord(TEXT("ann"));
     EXPECT_EQ(record.id.size(), 36U);
-    const std::string time = utf8(formatUtcTime(record.created));
-    EXPECT_EQ(
-        serializeNote(record),
-        "{\n  \"id\": \"" + utf8(record.id) +
-            "\",\n  \"title\": \"\",\n  \"content\": \"\",\n  \"author\": \"ann\",\n  \"created\": \"" + time +
-            "\",\n  \"modified\": \"" + time +
-            "\",\n  \"position\": {\n    \"x\": 0,\n    \"y\": 0,\n    \"width\": 260,\n    \"height\": 260\n"
-            "  },\n  \"monitor\": {\n    \"device\": \"\",\n    \"bounds\": {\n      \"left\": 0,\n      \"top\": 0,\n"
-            "      \"right\": 0,\n      \"bottom\": 0\n    }\n  },\n  \"editable\": true\n}");
+    EXPECT_EQ(serializeNote(record), shortForm(record, "ann", "true"));
 }
 
 TEST(NoteRecord, colorsHaveTwoForms) {

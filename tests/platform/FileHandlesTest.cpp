@@ -110,25 +110,27 @@ TEST(FileHandles, foldersWithoutShareDeleteKeepTheirNames) {
     const WideString path = folder / TEXT("queue"), moved = folder / TEXT("moved");
     std::filesystem::create_directory(hostPath(path));
     const DWORD flags = FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT;
-    const DWORD pin = FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES | READ_CONTROL,
-                sharing = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    const auto pin = [&](DWORD right = 0) {
+        return open(path, FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES | READ_CONTROL | right,
+                    FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, flags);
+    };
     {
-        const FileHandle pinned = open(path, pin, sharing, OPEN_EXISTING, flags);
+        const FileHandle pinned = pin();
         ASSERT_TRUE(pinned);
-        EXPECT_TRUE(open(path, pin, sharing, OPEN_EXISTING, flags)) << "as often as wanted";
-        EXPECT_FALSE(open(path, pin | DELETE, sharing, OPEN_EXISTING, flags));
+        EXPECT_TRUE(pin()) << "as often as wanted";
+        EXPECT_FALSE(pin(DELETE));
         EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
         EXPECT_FALSE(MoveFileExW(path.c_str(), moved.c_str(), 0));
         EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
     }
-    FileHandle claimed = open(path, pin | DELETE, sharing, OPEN_EXISTING, flags);
+    FileHandle claimed = pin(DELETE);
     ASSERT_TRUE(claimed);
-    EXPECT_FALSE(open(path, pin | DELETE, sharing, OPEN_EXISTING, flags)) << "one claims at a time";
+    EXPECT_FALSE(pin(DELETE)) << "one claims at a time";
     EXPECT_EQ(renameTo(claimed, moved, false), 0U);
     EXPECT_TRUE(std::filesystem::is_directory(hostPath(moved)));
     claimed.reset();
     EXPECT_TRUE(MoveFileExW(moved.c_str(), path.c_str(), 0));
     std::filesystem::create_directory(hostPath(moved));
-    claimed = open(path, pin | DELETE, sharing, OPEN_EXISTING, flags);
+    claimed = pin(DELETE);
     EXPECT_EQ(renameTo(claimed, moved, false), DWORD{ERROR_ALREADY_EXISTS});
 }

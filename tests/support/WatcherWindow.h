@@ -47,11 +47,12 @@ class WatcherWindow {
             messages_.push_back(sign + utf8(text.get()));
         }
     }
+    bool has(const std::string& message) {
+        fetch();
+        return std::find(messages_.begin(), messages_.end(), message) != messages_.end();
+    }
     bool awaits(const std::string& message) {
-        return eventually([&] {
-            fetch();
-            return std::find(messages_.begin(), messages_.end(), message) != messages_.end();
-        });
+        return eventually([&] { return has(message); });
     }
     // What came since the last call.
     std::vector<std::string> take() {
