@@ -55,6 +55,15 @@ HWND activeWindow();
 // The window tree of the process as text, the uppermost window first: one line each, "class" rectangle flags text.
 std::string describeWindows();
 
+// Such as "0,0-260,260".
+std::string describeRect(const RECT& rect);
+// What the window has painted last, a line for each operation: kind, rectangle, ARGB, and the pen's width or the text's
+// format, font and words.
+std::string describePainting(HWND window);
+// The text controls of the window, a line each: class, place in the window, font, margins, the colours that the window
+// answers when they ask; then, of rich text, the control's own: of new text, of its first character, its background.
+std::string describeControls(HWND window);
+
 // Lets other processes of the machine reach the windows of this one, from the first call on. See docs/platform.md.
 void serveFromOutside();
 

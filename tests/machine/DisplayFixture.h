@@ -65,16 +65,11 @@ class DisplayMachine : public MachineTest {
     void tellRemoved(const App& app, const std::string& name) const { sendText(app, WM_APP_FILE_REMOVED, path(name)); }
     void save(const App& app, const std::string& id) const { sendText(app, WM_APP_NOTE_CHANGED, wide(id)); }
 
-    // Such as "0,0-260,260".
-    static std::string sides(const RECT& rect) {
-        return std::to_string(rect.left) + "," + std::to_string(rect.top) + "-" + std::to_string(rect.right) + "," +
-               std::to_string(rect.bottom);
-    }
     // The places of all notes, the uppermost first, separated by blanks.
     static std::string places() {
         std::string all;
         for (const RECT& rect : noteRects())
-            all += (all.empty() ? "" : " ") + sides(rect);
+            all += (all.empty() ? "" : " ") + platform::desktop::describeRect(rect);
         return all;
     }
     // The rectangle of each note window, the uppermost first.

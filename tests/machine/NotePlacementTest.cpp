@@ -59,25 +59,25 @@ TEST_F(NotePlaces, monitorsAndStoredPlacesDecide) {
         std::vector<Monitor> monitors;
         NoteRecord note;
         std::vector<LONG> place;
-        const WCHAR* device;
+        const Monitor& monitor;
     };
     const WCHAR* const one = TEXT("\\\\.\\DISPLAY1");
     const WCHAR* const two = TEXT("\\\\.\\display2");
     const std::vector<Monitor> all = {kLeft, kMain, kRight4K};
     const Row rows[] = {
-        {"new", all, fresh(), {1648, 12, 260, 260}, kMain.device.c_str()},
-        {"new on a named monitor", all, fresh(two), {-278, -142, 260, 260}, kLeft.device.c_str()},
-        {"new at 192 DPI", all, fresh(TEXT("\\\\.\\DISPLAY3")), {5476, 24, 260, 260}, kRight4K.device.c_str()},
-        {"new on a monitor that is gone", {kMain}, fresh(two), {1648, 12, 260, 260}, kMain.device.c_str()},
-        {"new on a monitor by half its name", all, fresh(TEXT("\\\\.\\DISPLAY")), {1648, 12, 260, 260}, one},
-        {"stored", all, stored(-300, 50, 200, 150, one), {-300, 50, 200, 150}, kLeft.device.c_str()},
-        {"one pixel on a monitor", {kMain}, stored(1919, 1079, 200, 150), {1919, 1079, 200, 150}, one},
-        {"beside every monitor", {kMain}, stored(1920, 0, 200, 150), {860, 445, 200, 150}, one},
-        {"on the monitor that is gone", {kMain}, stored(-300, 50, 200, 151, two), {860, 444, 200, 151}, one},
-        {"nowhere, anchor there", all, stored(9000, 9000, 200, 150, two), {-1380, 465, 200, 150}, two},
-        {"larger than the screen", {kMain}, stored(5000, 0, 8000, 8000), {-3040, -3480, 8000, 8000}, one},
-        {"no primary: the first", {kLeft}, fresh(), {-278, -142, 260, 260}, two},
-        {"at the end of the numbers", {kMain}, stored(2147483647, 2147483647, 300, 300), {810, 370, 300, 300}, one},
+        {"new", all, fresh(), {1648, 12, 260, 260}, kMain},
+        {"new on a named monitor", all, fresh(two), {-278, -142, 260, 260}, kLeft},
+        {"new at 192 DPI", all, fresh(TEXT("\\\\.\\DISPLAY3")), {5476, 24, 260, 260}, kRight4K},
+        {"new on a monitor that is gone", {kMain}, fresh(two), {1648, 12, 260, 260}, kMain},
+        {"new on a monitor by half its name", all, fresh(TEXT("\\\\.\\DISPLAY")), {1648, 12, 260, 260}, kMain},
+        {"stored", all, stored(-300, 50, 200, 150, one), {-300, 50, 200, 150}, kLeft},
+        {"one pixel on a monitor", {kMain}, stored(1919, 1079, 200, 150), {1919, 1079, 200, 150}, kMain},
+        {"beside every monitor", {kMain}, stored(1920, 0, 200, 150), {860, 445, 200, 150}, kMain},
+        {"on the monitor that is gone", {kMain}, stored(-300, 50, 200, 151, two), {860, 444, 200, 151}, kMain},
+        {"nowhere, anchor there", all, stored(9000, 9000, 200, 150, two), {-1380, 465, 200, 150}, kLeft},
+        {"larger than the screen", {kMain}, stored(5000, 0, 8000, 8000), {-3040, -3480, 8000, 8000}, kMain},
+        {"no primary: the first", {kLeft}, fresh(), {-278, -142, 260, 260}, kLeft},
+        {"at the end of the numbers", {kMain}, stored(2147483647, 2147483647, 300, 300), {810, 370, 300, 300}, kMain},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
@@ -87,11 +87,9 @@ TEST_F(NotePlaces, monitorsAndStoredPlacesDecide) {
         const NoteRecord& note = window.note();
         EXPECT_TRUE(note.hasPosition);
         EXPECT_EQ((std::vector<LONG>{note.x, note.y, note.width, note.height}), row.place);
-        EXPECT_TRUE(equalsIgnoreCase(note.monitorDevice, row.device)) << utf8(note.monitorDevice);
-        for (const Monitor& monitor : row.monitors)
-            if (equalsIgnoreCase(monitor.device, row.device)) {
-                EXPECT_EQ(sides(note.monitorBounds), sides(monitor.bounds));
-            }
+        EXPECT_EQ(utf8(note.monitorDevice), utf8(row.monitor.device));
+        EXPECT_EQ(platform::desktop::describeRect(note.monitorBounds),
+                  platform::desktop::describeRect(row.monitor.bounds));
         window.close();
         EXPECT_EQ(window.hwnd(), nullptr);
     }
@@ -171,21 +169,17 @@ TEST_F(NotePlaces, openNotesDoNotCoverEachOther) {
     for (int i = 0; i < 60; ++i)
         putNote(std::to_string(1000 + i));
     ASSERT_EQ(start(app), kEnterMessageLoop);
-    const std::vector<RECT> rects = noteRects();
-    ASSERT_EQ(rects.size(), 60U);
     // What a look at every rectangle gives, in the order of opening.
-    const RECT workArea = {0, 0, 1920, 1040};
+    const RECT workArea = {0, 0, 1920, 1040}, wanted = topRightCorner(workArea, 96, 260, 260);
     std::vector<RECT> taken;
+    std::string expected;
+    const auto isFree = [&](const RECT& place) {
+        return std::none_of(taken.begin(), taken.end(), [&](const RECT& other) { return intersect(place, other); });
+    };
     for (int i = 0; i < 60; ++i) {
-        const auto isFree = [&](const RECT& place) {
-            return std::none_of(taken.begin(), taken.end(), [&](const RECT& other) { return intersect(place, other); });
-        };
-        const RECT wanted = topRightCorner(workArea, 96, 260, 260);
         taken.push_back(isFree(wanted) ? wanted : findFreePlace(wanted, workArea, 96, isFree));
+        expected = platform::desktop::describeRect(taken.back()) + (i == 0 ? "" : " ") + expected;
     }
-    for (std::size_t i = 0; i < taken.size(); ++i) {
-        EXPECT_EQ(rects[rects.size() - 1 - i].left, taken[i].left) << i;
-        EXPECT_EQ(rects[rects.size() - 1 - i].top, taken[i].top) << i;
-    }
+    EXPECT_EQ(places(), expected);
     app.shutdown();
 }
