@@ -33,13 +33,6 @@ std::string described(const RichText& text) {
     return all;
 }
 
-std::string repeated(const std::string& text, int count) {
-    std::string all;
-    for (int i = 0; i < count; ++i)
-        all += text;
-    return all;
-}
-
 }  // namespace
 
 TEST(Rtf, formatsReachAsFarAsTheirGroup) {
@@ -69,13 +62,13 @@ TEST(Rtf, formatsReachAsFarAsTheirGroup) {
 
 TEST(Rtf, depthAndLengthHaveBounds) {
     RichText text;
-    EXPECT_EQ(read("{\\rtf1 a" + repeated("{", 100000) + "b", text), kRtfIsDamaged);
+    EXPECT_EQ(read("{\\rtf1 a" + std::string(100000, '{') + "b", text), kRtfIsDamaged);
     EXPECT_EQ(utf8(text.text()), "a");
     text = {};
-    EXPECT_EQ(read("{\\rtf1 " + repeated("{", 500) + "b" + repeated("}", 501), text), kRtfOk);
+    EXPECT_EQ(read("{\\rtf1 " + std::string(500, '{') + "b" + std::string(501, '}'), text), kRtfOk);
     EXPECT_EQ(utf8(text.text()), "b");
     text = {};
-    EXPECT_EQ(read("{\\rtf1 \\" + repeated("w", 1000000) + repeated("9", 1000000) + " a}", text), kRtfOk);
+    EXPECT_EQ(read("{\\rtf1 \\" + std::string(1000000, 'w') + std::string(1000000, '9') + " a}", text), kRtfOk);
     EXPECT_EQ(utf8(text.text()), "a");
 }
 

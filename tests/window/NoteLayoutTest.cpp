@@ -76,50 +76,31 @@ TEST(NoteLayout, theLogoKeepsItsShapeAndLeavesTheTitleTheRest) {
     }
 }
 
-TEST(NoteLayout, buttonsLieAtTheRight) {
-    EXPECT_EQ(sides(closeButton(NoteMetrics::at(96), 260)), (std::vector<LONG>{235, 3, 255, 23}));
-    EXPECT_EQ(sides(newNoteButton(NoteMetrics::at(96), 260)), (std::vector<LONG>{211, 3, 231, 23}));
-    EXPECT_EQ(sides(closeButton(NoteMetrics::at(192), 520)), (std::vector<LONG>{470, 6, 510, 46}));
-    EXPECT_EQ(sides(closeButton(NoteMetrics::at(120), 325)), (std::vector<LONG>{294, 4, 319, 29}));
-    EXPECT_FLOAT_EQ(NoteMetrics::at(96).strokeWidth(), 1.5F);
-    EXPECT_FLOAT_EQ(NoteMetrics::at(192).strokeWidth(), 2.5F);
-}
-
 TEST(NoteLayout, everyPointHasItsMeaning) {
-    struct Row {
-        LONG x, y;
-        LRESULT zone, zoneWithNewNote;
+    const struct {
+        LRESULT zone;
+        std::vector<POINT> points;
+    } rows[] = {
+        {HTTOPLEFT, {{0, 0}, {7, 7}, {-5, -5}}},
+        {HTTOPRIGHT, {{252, 7}}},
+        {HTBOTTOMLEFT, {{7, 252}}},
+        {HTBOTTOMRIGHT, {{252, 252}, {259, 259}}},
+        {HTLEFT, {{7, 100}, {7, 8}}},
+        {HTRIGHT, {{252, 100}, {252, 15}}},  // the resize zones win over the button
+        {HTTOP, {{100, 7}, {8, 7}, {240, 7}}},
+        {HTBOTTOM, {{100, 252}, {251, 252}}},
+        {HTCLOSE, {{240, 8}, {251, 22}, {235, 22}}},
+        {HT_NEW_NOTE, {{230, 15}, {211, 8}, {211, 22}}},
+        {HTCAPTION, {{234, 15}, {240, 23}, {231, 15}, {210, 15}, {220, 23}, {8, 8}, {100, 25}}},
+        {HTCLIENT, {{100, 26}, {251, 251}}},
     };
-    const Row rows[] = {
-        {0, 0, HTTOPLEFT, HTTOPLEFT},
-        {7, 7, HTTOPLEFT, HTTOPLEFT},
-        {252, 7, HTTOPRIGHT, HTTOPRIGHT},
-        {7, 252, HTBOTTOMLEFT, HTBOTTOMLEFT},
-        {259, 259, HTBOTTOMRIGHT, HTBOTTOMRIGHT},
-        {7, 100, HTLEFT, HTLEFT},
-        {252, 100, HTRIGHT, HTRIGHT},
-        {100, 7, HTTOP, HTTOP},
-        {100, 252, HTBOTTOM, HTBOTTOM},
-        {240, 7, HTTOP, HTTOP},  // the resize zones win over the button
-        {240, 8, HTCLOSE, HTCLOSE},
-        {251, 22, HTCLOSE, HTCLOSE},
-        {252, 15, HTRIGHT, HTRIGHT},
-        {235, 22, HTCLOSE, HTCLOSE},
-        {234, 15, HTCAPTION, HTCAPTION},
-        {240, 23, HTCAPTION, HTCAPTION},
-        {230, 15, HTCAPTION, HT_NEW_NOTE},
-        {211, 8, HTCAPTION, HT_NEW_NOTE},
-        {231, 15, HTCAPTION, HTCAPTION},
-        {210, 15, HTCAPTION, HTCAPTION},
-        {100, 25, HTCAPTION, HTCAPTION},
-        {100, 26, HTCLIENT, HTCLIENT},
-        {-5, -5, HTTOPLEFT, HTTOPLEFT},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(hitTest(NoteMetrics::at(96), kNote, {row.x, row.y}, false), row.zone) << row.x << "," << row.y;
-        EXPECT_EQ(hitTest(NoteMetrics::at(96), kNote, {row.x, row.y}, true), row.zoneWithNewNote)
-            << row.x << "," << row.y;
-    }
+    for (const auto& [zone, points] : rows)
+        for (const POINT& point : points) {
+            SCOPED_TRACE(std::to_string(point.x) + "," + std::to_string(point.y));
+            EXPECT_EQ(hitTest(NoteMetrics::at(96), kNote, point, true), zone);
+            EXPECT_EQ(hitTest(NoteMetrics::at(96), kNote, point, false), zone == HT_NEW_NOTE ? HTCAPTION : zone);
+        }
+    EXPECT_EQ(sides(closeButton(NoteMetrics::at(120), 325)), (std::vector<LONG>{294, 4, 319, 29}));
     EXPECT_EQ(hitTest(NoteMetrics::at(192), {520, 520}, {15, 100}, false), HTLEFT);
     EXPECT_EQ(hitTest(NoteMetrics::at(192), {520, 520}, {16, 100}, false), HTCLIENT);
 }

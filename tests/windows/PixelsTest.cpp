@@ -48,29 +48,21 @@ TEST(Pixels, paintsEachBandInItsColour) {
     const COLORREF body = RGB(254, 235, 77), bar = RGB(236, 217, 59);
     ASSERT_TRUE(becomes(130, 130, body));
     EXPECT_TRUE(becomes(3, 20, bar));
-    struct Row {
+    const COLORREF line = RGB(219, 200, 42);
+    const struct {
         const char* what;
-        LONG x, y;
         COLORREF color;
+        std::vector<POINT> points;
+    } rows[] = {
+        {"bar, also in the squares of the buttons", bar, {{0, 0}, {130, 24}, {245, 5}, {214, 6}}},
+        {"line under the bar, up to its ends", line, {{0, 25}, {130, 25}, {258, 25}}},
+        {"body and its margins", body, {{130, 26}, {5, 130}, {130, 239}}},
+        {"line above the footer", line, {{130, 240}}},
+        {"footer, to the last pixel", body, {{3, 241}, {250, 250}, {259, 259}}},
     };
-    const Row rows[] = {
-        {"first pixel", 0, 0, bar},
-        {"last row of the bar", 130, 24, bar},
-        {"line under the bar", 130, 25, RGB(219, 200, 42)},
-        {"line's left end", 0, 25, RGB(219, 200, 42)},
-        {"line's right end", 258, 25, RGB(219, 200, 42)},
-        {"first row of the body", 130, 26, body},
-        {"margin of the body", 5, 130, body},
-        {"last row above the footer", 130, 239, body},
-        {"line above the footer", 130, 240, RGB(219, 200, 42)},
-        {"first row below it", 3, 241, body},
-        {"footer", 250, 250, body},
-        {"last pixel", 259, 259, body},
-        {"close button beside its cross", 245, 5, bar},
-        {"new-note button beside its plus", 214, 6, bar},
-    };
-    for (const Row& row : rows)
-        EXPECT_EQ(pixel(row.x, row.y), row.color) << row.what << std::hex << " 0x" << pixel(row.x, row.y);
+    for (const auto& [what, color, points] : rows)
+        for (const POINT& at : points)
+            EXPECT_EQ(pixel(at.x, at.y), color) << what << " " << at.x << "," << at.y;
     EXPECT_LT(darkest(236, 4, 254, 22), 100) << "the cross";
     EXPECT_LT(darkest(212, 4, 230, 22), 100) << "the plus";
     EXPECT_LT(darkest(10, 242, 60, 260), 160) << "the author, in grey";
