@@ -28,6 +28,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -144,6 +145,8 @@ struct MessageBox {
 namespace notices {
 std::vector<std::u16string> takeDebugOutput();
 std::vector<MessageBox> takeMessageBoxes();
+// What happens while the next box is open.
+void duringNextBox(std::function<void()> act);
 void silence(bool on);
 }  // namespace notices
 

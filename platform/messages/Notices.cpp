@@ -2,6 +2,7 @@
 #include <unistd.h>
 #include <windows.h>
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -19,6 +20,7 @@ bool keep = false;
 // Never destroyed: a thread may speak while the process ends.
 std::vector<std::u16string>& debugOutput = *new std::vector<std::u16string>;
 std::vector<MessageBox>& boxes = *new std::vector<MessageBox>;
+std::function<void()>& duringBox = *new std::function<void()>;
 
 // One write, so that what several threads or processes say does not mix.
 void toStandardError(const std::string& text) {
@@ -36,6 +38,11 @@ std::vector<std::u16string> notices::takeDebugOutput() {
 std::vector<MessageBox> notices::takeMessageBoxes() {
     std::lock_guard hold(lock);
     return std::exchange(boxes, {});
+}
+
+void notices::duringNextBox(std::function<void()> act) {
+    std::lock_guard hold(lock);
+    duringBox = std::move(act);
 }
 
 void notices::silence(bool on) {
@@ -59,8 +66,13 @@ void OutputDebugStringW(LPCWSTR text) {
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT type) {
     static constinit CallSite site{__func__};
     if (site.fails()) return 0;
-    std::lock_guard hold(lock);
-    if (keep) boxes.push_back({caption, text, type, owner});
-    toStandardError("[" + toUtf8(caption) + "]\n" + toUtf8(text) + "\n");
+    std::function<void()> act;
+    {
+        std::lock_guard hold(lock);
+        if (keep) boxes.push_back({caption, text, type, owner});
+        toStandardError("[" + toUtf8(caption) + "]\n" + toUtf8(text) + "\n");
+        act.swap(duringBox);
+    }
+    if (act) act();
     return IDOK;
 }

@@ -116,6 +116,24 @@ TEST_F(AppletDisplayMachine, dismissalThatFailsKeepsTheNoteOpen) {
     app.shutdown();
 }
 
+TEST_F(AppletDisplayMachine, noteMayGoWhileItsBoxIsOpen) {
+    putNote("note_a");
+    setCommandLine({"Vellumd", "--applet-queue", "-i", name_, "--no-autostart"});
+    App app;
+    ASSERT_EQ(app.initialize(nullptr, TEXT("")), kEnterMessageLoop);
+    const HANDLE held = hold(".lifecycle.lock");
+    const auto tell = [&](UINT message, const WCHAR* text) {
+        EXPECT_TRUE(postText(app.messageWindow(), message, text));
+        desktop::pump();
+    };
+    notices::duringNextBox([&] { tell(WM_APP_FILE_REMOVED, TEXT("note_a.json")); });
+    tell(WM_APP_NOTE_DISMISS, TEXT("note_a"));
+    EXPECT_EQ(notices::takeMessageBoxes().size(), 1U);
+    EXPECT_EQ(FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr), nullptr);
+    CloseHandle(held);
+    app.shutdown();
+}
+
 TEST_F(AppletDisplayMachine, lastDismissalOfTheStagedProgramRemovesTheAutoStartValue) {
     const fs::path image = stage();
     setRunValue(image);
