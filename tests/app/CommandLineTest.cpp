@@ -34,11 +34,7 @@ std::string shown(const CommandLineOptions& options) {
 }  // namespace
 
 TEST(CommandLine, scansTheOptionsInTheirOrder) {
-    struct Row {
-        const char* options;
-        std::vector<const char*> arguments;
-    };
-    const Row rows[] = {
+    const std::pair<const char*, std::vector<const char*>> rows[] = {
         {"", {"", "-i \"\"", "-f a --folder=", "--log-level -h", "--log-level info"}},
         {"unknown",
          {"-i", "-iblue", "-I blue", "-f", "--folder", "/folder", "/folder=x", "--Folder=x", "/REGISTER",
@@ -61,9 +57,9 @@ TEST(CommandLine, scansTheOptionsInTheirOrder) {
         {"help", {"--help --register", "/?", "-h"}},
         {"f=x help", {"-f x -h --delete"}},
     };
-    for (const Row& row : rows)
-        for (const char* arguments : row.arguments)
-            EXPECT_EQ(shown(scan(arguments)), row.options) << arguments;
+    for (const auto& [options, lines] : rows)
+        for (const char* line : lines)
+            EXPECT_EQ(shown(scan(line)), options) << line;
     EXPECT_EQ(shown(scanOptions({})), "") << "a command line that could not be split";
     EXPECT_EQ(shown(scanOptions({TEXT("--register")})), "") << "the program's name is no option";
 }
@@ -82,17 +78,14 @@ TEST(CommandLine, checksTheArgumentsOfTheAppletRoles) {
 }
 
 TEST(CommandLine, forwardsInstanceAndFolderQuoted) {
-    struct Row {
-        const char *arguments, *forwarded;
-    };
-    const Row rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"--log-level debug", "--no-autostart"},
         {"-i blue --no-autostart", "-i \"blue\" --no-autostart"},
         {"-f \"C:\\a b\\\\\" -i \"a \\\" b\"", "-i \"a \\\" b\" --folder \"C:\\a b\\\\\" --no-autostart"},
     };
-    for (const Row& row : rows) {
-        const CommandLineOptions options = scan(row.arguments);
-        EXPECT_EQ(utf8(forwardedArguments(options)), row.forwarded);
+    for (const auto& [arguments, forwarded] : rows) {
+        const CommandLineOptions options = scan(arguments);
+        EXPECT_EQ(utf8(forwardedArguments(options)), forwarded);
         const CommandLineOptions arrived = scan(utf8(forwardedArguments(options)));
         EXPECT_EQ(utf8(arrived.instanceName), utf8(options.instanceName));
         EXPECT_EQ(utf8(arrived.folderOption), utf8(options.folderOption));

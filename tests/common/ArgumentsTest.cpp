@@ -19,10 +19,7 @@ std::string shown(const std::vector<WideString>& arguments) {
 }  // namespace
 
 TEST(Arguments, quotesSoThatTheSplitGivesItBack) {
-    struct Row {
-        const WCHAR *text, *quoted;
-    };
-    const Row rows[] = {
+    const std::pair<const WCHAR*, const WCHAR*> rows[] = {
         {TEXT(""), TEXT("\"\"")},
         {TEXT("plain"), TEXT("\"plain\"")},
         {TEXT("C:\\a b\\"), TEXT("\"C:\\a b\\\\\"")},
@@ -32,16 +29,12 @@ TEST(Arguments, quotesSoThatTheSplitGivesItBack) {
         {TEXT("\\\\"), TEXT("\"\\\\\\\\\"")},
         {TEXT("\"\""), TEXT("\"\\\"\\\"\"")},
     };
-    for (const Row& row : rows)
-        EXPECT_EQ(utf8(quoteArgument(row.text)), utf8(row.quoted));
+    for (const auto& [text, quoted] : rows)
+        EXPECT_EQ(utf8(quoteArgument(text)), utf8(quoted));
 }
 
 TEST(Arguments, splitsAsTheSystemDoes) {
-    struct Row {
-        const WCHAR* line;
-        const char* arguments;
-    };
-    const Row rows[] = {
+    const std::pair<const WCHAR*, const char*> rows[] = {
         {TEXT("p"), "<p>"},
         {TEXT("p   "), "<p>"},
         {TEXT("p\tq"), "<p><q>"},
@@ -61,8 +54,8 @@ TEST(Arguments, splitsAsTheSystemDoes) {
         {TEXT("\"a b\"c d"), "<a b><c><d>"},
         {TEXT("p\"q r\"s t"), "<p\"q><rs t>"},
     };
-    for (const Row& row : rows)
-        EXPECT_EQ(shown(splitCommandLine(row.line)), row.arguments) << utf8(row.line);
+    for (const auto& [line, arguments] : rows)
+        EXPECT_EQ(shown(splitCommandLine(line)), arguments) << utf8(line);
     EXPECT_EQ(shown(splitCommandLine(TEXT(""))), "<" + utf8(executablePath()) + ">");
 }
 

@@ -135,17 +135,11 @@ TEST_F(Logger, rotatesBehindTheLineThatFillsTheFile) {
 }
 
 TEST_F(Logger, worksWithoutAFile) {
-    const struct {
-        const char* name;
-        WideString programData;
-    } rows[] = {{"unset", WideString()},
-                {"too long", TEXT("C:\\") + WideString(257, TEXT('x'))},
-                {"far too long", TEXT("C:\\") + WideString(260, TEXT('x'))}};
-    for (const auto& row : rows) {
-        const EnvironmentScope changed(TEXT("PROGRAMDATA"),
-                                       row.programData.empty() ? nullptr : row.programData.c_str());
-        EXPECT_FALSE(logOpen(LogLevel::Debug, nullptr)) << row.name;
-        EXPECT_EQ(utf8(logPath()), "") << row.name;
+    for (const std::size_t tooLong : {0U, 257U, 260U}) {  // 0: unset
+        const WideString value = TEXT("C:\\") + WideString(tooLong, TEXT('x'));
+        const EnvironmentScope changed(TEXT("PROGRAMDATA"), tooLong == 0 ? nullptr : value.c_str());
+        EXPECT_FALSE(logOpen(LogLevel::Debug, nullptr)) << tooLong;
+        EXPECT_EQ(utf8(logPath()), "") << tooLong;
         logWrite(LogLevel::Info, TEXT("App"), TEXT("nobody reads this"));
         logClose();
     }

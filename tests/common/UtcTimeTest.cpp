@@ -18,11 +18,7 @@ std::string fields(const SYSTEMTIME& time) {
 }  // namespace
 
 TEST(UtcTime, readsSixNumbersAndForgivesTheRest) {
-    struct Row {
-        const WCHAR* text;
-        const char* fields;
-    };
-    const Row rows[] = {
+    const std::pair<const WCHAR*, const char*> rows[] = {
         {TEXT("2026-03-14T09:26:53Z"), "2026 3 14 9 26 53"},
         {TEXT("2026-03-14T09:26:53"), "2026 3 14 9 26 53"},
         {TEXT("2026-03-14T09:26:53.5+02:00"), "2026 3 14 9 26 53"},
@@ -35,12 +31,12 @@ TEST(UtcTime, readsSixNumbersAndForgivesTheRest) {
         {TEXT("65537-65536-1T2:3:4Z"), "1 0 1 2 3 4"},
         {TEXT("4294967297-1-1T1:1:99999999999999999999"), "1 1 1 1 1 65535"},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(utf8(row.text));
+    for (const auto& [text, read] : rows) {
+        SCOPED_TRACE(utf8(text));
         SYSTEMTIME time;
         std::memset(&time, 0xAB, sizeof time);
-        ASSERT_TRUE(parseUtcTime(row.text, time));
-        EXPECT_EQ(fields(time), row.fields);
+        ASSERT_TRUE(parseUtcTime(text, time));
+        EXPECT_EQ(fields(time), read);
         EXPECT_EQ(time.wDayOfWeek, 0);
         EXPECT_EQ(time.wMilliseconds, 0);
     }

@@ -305,11 +305,14 @@ TEST_F(Lifecycle, dismissedAndNewNotes) {
     EXPECT_TRUE(has(log(), "Ignoring own change notification"));
 
     platform::faults::clear();
-    platform::faults::arm({"CoCreateGuid", 1, platform::faults::Action::Fail, 5});
-    send(app, WM_APP_NOTE_NEW);
-    EXPECT_EQ(log(), "[INFO ] App: New note created: id=\r\n") << "without an id there is no file";
-    tellRemoved(app, ".json");
-    EXPECT_EQ(noteRects().size(), 2U) << "and none that could go";
+    platform::faults::arm({"CoCreateGuid", 0, platform::faults::Action::Fail, 5});
+    for (const char* what : {"one note without an id", "the next takes its place"}) {
+        send(app, WM_APP_NOTE_NEW);
+        EXPECT_EQ(log(), "[INFO ] App: New note created: id=\r\n") << "without an id there is no file";
+        tellRemoved(app, ".json");
+        EXPECT_EQ(noteRects().size(), 2U) << what;
+        log();
+    }
     platform::faults::clear();
     platform::faults::arm({"CreateWindowExW", 1, platform::faults::Action::Fail, 8});
     send(app, WM_APP_NOTE_NEW);
