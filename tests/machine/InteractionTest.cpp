@@ -89,10 +89,11 @@ TEST_F(Interaction, aReadOnlyNoteReportsNothingAndIsDraggedByItsTitle) {
     open(",\"title\":\"T\",\"content\":\"c\"");
     type(kInBody, u"abc");
     EXPECT_EQ(textOf(body()), "c");
-    platform::desktop::click(kOnNew);
     SetWindowTextW(title(), TEXT("other"));
     after(5000);
     EXPECT_EQ(log(), "");
+    platform::desktop::click(kOnNew);
+    EXPECT_EQ(log(), saved()) << "without a button this is a part of the bar";
     platform::desktop::moveMouse(kInTitle);
     EXPECT_EQ(platform::desktop::shownCursor(), LoadCursorW(nullptr, IDC_ARROW));
     drag(kInTitle, {kInTitle.x + 300, kInTitle.y + 50});
