@@ -20,8 +20,9 @@
 class MachineTest : public testing::Test {
   protected:
     MachineTest() {
-        folder_ = std::filesystem::temp_directory_path() / ("vellum-machine-" + std::to_string(getpid()));
-        std::filesystem::remove_all(folder_);
+        std::string name = std::filesystem::temp_directory_path() / "vellum-machine-XXXXXX";
+        EXPECT_NE(mkdtemp(name.data()), nullptr) << name;
+        folder_ = name;
         platform::useMachine(folder_);
         platform::notices::silence(true);
     }
