@@ -20,8 +20,16 @@ dispatches() { cat "$VELLUM_MACHINE"/drive_c/ProgramData/*/Logs/Vellumd_0_*.log 
 has_dispatched() { [ "$(dispatches)" -ge "$1" ]; }
 # Waits until the dispatcher has ended for the N-th time.
 wait_for_dispatch() { wait_until has_dispatched "$1" || fail "run $1 of the dispatcher has not ended"; }
-# Whether exactly the sessions with a user have one display each.
+# The processes of the program on this machine.
+running() {
+    local place
+    for place in $(grep -lsaFz "VELLUM_MACHINE=$VELLUM_MACHINE" /proc/[0-9]*/environ); do
+        [ "$(readlink "${place%environ}exe")" = "$build/Vellumd" ] && echo "$place"
+    done
+}
+# Whether exactly the sessions with a user have one display each, and those that found one there have ended.
 are_served() {
+    [ "$(running | wc -l)" = 3 ] || return
     counts="$(for session in 0 1 2 3 4; do displays $session | wc -l; done | xargs)"
     [ "$counts" = '0 1 1 1 0' ]
 }
@@ -77,7 +85,7 @@ wait_for_displays
 
 victim=$(displays 2)
 say "Killed in session 2: $victim. Fired again: it is back"
-kill -9 "$victim"
+kill_and_wait "$victim"
 fire
 wait_for_dispatch 3
 wait_for_displays

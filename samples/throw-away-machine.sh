@@ -8,6 +8,9 @@ export VELLUM_MACHINE
 unset VELLUM_TOKEN VELLUM_FAULTS VELLUM_CHILD_TOKEN VELLUM_DESKTOP VELLUM_JOB
 
 is_alive() { grep -qs '^State:[[:space:]]*[^ZX[:space:]]' "/proc/$1/status"; }
+# A killed process holds its locks until its last thread has ended.
+is_over() { ! is_alive "$1" && [ "$(ls "/proc/$1/task" 2>/dev/null | wc -l)" -le 1 ]; }
+kill_and_wait() { kill -9 "$1" && wait_until is_over "$1"; }
 
 # The processes that show notes in a session: each has a socket there that bears its number.
 displays() {

@@ -14,6 +14,7 @@
 
 #include "Faults.h"
 #include "Machine.h"
+#include "support/Eventually.h"
 #include "support/Files.h"
 #include "support/Text.h"
 
@@ -55,7 +56,15 @@ class MachineTest : public testing::Test {
         std::replace(text.begin(), text.end(), '\0', '\n');
         return text;
     }
-    // Kills the processes of this machine, or those of them whose VELLUM_TOKEN begins so, and what they are starting.
+    // Kills a process and waits until it holds no lock any more.
+    static void end(pid_t id) {
+        kill(id, SIGKILL);
+        EXPECT_TRUE(eventually([id] {
+            const std::string status = contentOf("/proc/" + std::to_string(id) + "/status");
+            return status.empty() || (has(status, "State:\tZ") && has(status, "Threads:\t1\n"));
+        })) << id;
+    }
+    // Ends the processes of this machine, or those of them whose VELLUM_TOKEN begins so, and what they are starting.
     void endProcesses(const std::string& token = "") const {
         // One that is just being started shows no environment for a moment.
         for (unsigned quiet = 0; quiet < 3; ++quiet) {
@@ -72,7 +81,7 @@ class MachineTest : public testing::Test {
             if (id <= 0 || id == getpid()) continue;
             const std::string variables = environmentOf(id);
             if (variables.find(machine) == std::string::npos || variables.find(token) == std::string::npos) continue;
-            kill(id, SIGKILL);
+            end(id);
             found = true;
         }
         return found;

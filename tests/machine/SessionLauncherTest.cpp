@@ -63,7 +63,7 @@ TEST_F(SessionLauncherMachine, everySessionOfAUserIsServedAndServedAgain) {
     EXPECT_TRUE(fs::exists(folder() / "drive_c/Users/visitor/AppData/Local/Quorvane/Ombrel/Notes"));
 
     const pid_t untouched = displays(1)[0];
-    kill(displays(2)[0], SIGKILL);
+    end(displays(2)[0]);
     fs::remove_all(sockets(2));
     RoleProcess second(arguments, system());
     EXPECT_EQ(second.exitCode(), 0);
