@@ -11,5 +11,5 @@ WideString productPath(const std::filesystem::path& path) {
 }
 
 bool isWine() {
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+    return GetProcAddress(GetModuleHandleW(TEXT("ntdll.dll")), "wine_get_version") != nullptr;
 }
