@@ -61,7 +61,7 @@ class Writer:
             texts.rubbish(note.name, step.number, step.how)
         way = step.how if step.verb == "write" else "in place"
         with self.ledger.lock:
-            note.made = time.time()
+            note.made = note.since = time.time()  # from now on a look at the desktop may be too early
             if is_note:
                 versions = texts.title_and_body(note.name, step.number)
                 note.versions[step.number] = (versions[0], "CLIMBS") if climbs else versions
@@ -86,6 +86,8 @@ class Writer:
         self.ledger.count(f"notes written {way}" if is_note else "rubbish written")
 
     def delete(self, note):
+        with self.ledger.lock:
+            note.since = time.time()
         answer = self.order("delete", note.path, b"")
         if answer is None:
             if note.kind == "W":
