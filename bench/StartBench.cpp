@@ -5,12 +5,12 @@
 #include <chrono>
 #include <cstdlib>
 
-#include "Machine.h"
 #include "app/App.h"
 #include "app/ExitCode.h"
 #include "bench/Documents.h"
 #include "common/Folders.h"
 #include "notes/FileIo.h"
+#include "testing/Machine.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <atomic>
 #include <string_view>
 
-#include "Faults.h"
-#include "Gate.h"
+#include "core/Gate.h"
+#include "testing/Faults.h"
 
 using platform::CallSite;
 

@@ -11,13 +11,13 @@
 #include <mutex>
 #include <optional>
 
-#include "Faults.h"
-#include "Gate.h"
-#include "Machine.h"
-#include "objects/Allocations.h"
+#include "core/Allocations.h"
+#include "core/Encoding.h"
+#include "core/Gate.h"
+#include "machine/Machine.h"
 #include "security/Token.h"
 #include "tasks/TaskService.h"
-#include "text/Encoding.h"
+#include "testing/Faults.h"
 
 using platform::CallSite;
 

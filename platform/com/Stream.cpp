@@ -8,8 +8,8 @@
 #include <mutex>
 #include <unordered_map>
 
-#include "Faults.h"
-#include "Gate.h"
+#include "core/Gate.h"
+#include "testing/Faults.h"
 
 namespace platform {
 namespace {

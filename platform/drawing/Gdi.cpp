@@ -4,9 +4,9 @@
 #include <utility>
 #include <variant>
 
-#include "Faults.h"
-#include "Gate.h"
+#include "core/Gate.h"
 #include "drawing/Surface.h"
+#include "testing/Faults.h"
 #include "windows/Monitors.h"
 #include "windows/Window.h"
 

@@ -10,11 +10,11 @@
 #include <fstream>
 #include <iterator>
 
-#include "Faults.h"
-#include "Gate.h"
 #include "com/Stream.h"
+#include "core/Gate.h"
 #include "drawing/Surface.h"
-#include "files/NativePath.h"
+#include "machine/NativePath.h"
+#include "testing/Faults.h"
 
 namespace Gdiplus {
 

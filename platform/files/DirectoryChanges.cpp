@@ -16,13 +16,13 @@
 #include <unordered_set>
 #include <vector>
 
-#include "Gate.h"
+#include "core/Encoding.h"
+#include "core/Gate.h"
+#include "core/Waitable.h"
+#include "core/Waiting.h"
 #include "files/Directory.h"
 #include "files/FileObject.h"
-#include "files/NativePath.h"
-#include "text/Encoding.h"
-#include "threads/Waitable.h"
-#include "threads/Waiting.h"
+#include "machine/NativePath.h"
 
 namespace platform {
 

@@ -5,10 +5,10 @@
 #include <cerrno>
 #include <cstring>
 
-#include "Gate.h"
+#include "core/Gate.h"
 #include "files/FileObject.h"
 #include "files/Moves.h"
-#include "files/NativePath.h"
+#include "machine/NativePath.h"
 
 namespace platform {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "objects/HandleTable.h"
+#include "core/HandleTable.h"
 
 namespace platform {
 

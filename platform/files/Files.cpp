@@ -9,13 +9,13 @@
 #include <optional>
 #include <thread>
 
-#include "Gate.h"
-#include "Machine.h"
+#include "core/Gate.h"
 #include "files/Directory.h"
 #include "files/FileLocks.h"
 #include "files/FileObject.h"
-#include "files/NativePath.h"
-#include "security/FileSecurity.h"
+#include "files/FileSecurity.h"
+#include "machine/Machine.h"
+#include "machine/NativePath.h"
 
 namespace platform {
 namespace {

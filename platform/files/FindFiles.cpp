@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "Gate.h"
-#include "files/NativePath.h"
-#include "objects/HandleTable.h"
-#include "text/Encoding.h"
-#include "text/Ordinal.h"
+#include "core/Encoding.h"
+#include "core/Gate.h"
+#include "core/HandleTable.h"
+#include "core/Ordinal.h"
+#include "machine/NativePath.h"
 
 namespace platform {
 namespace {

@@ -9,10 +9,10 @@
 #include <climits>
 #include <filesystem>
 
-#include "Gate.h"
+#include "core/Gate.h"
 #include "files/FileLocks.h"
 #include "files/FileObject.h"
-#include "files/NativePath.h"
+#include "machine/NativePath.h"
 
 namespace platform {
 namespace {

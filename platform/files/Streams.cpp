@@ -7,7 +7,7 @@
 #include <array>
 #include <mutex>
 
-#include "Gate.h"
+#include "core/Gate.h"
 #include "files/FileObject.h"
 
 namespace platform {

@@ -19,16 +19,16 @@
 #include <string_view>
 #include <vector>
 
-#include "Gate.h"
-#include "Machine.h"
+#include "core/Encoding.h"
+#include "core/Gate.h"
 #include "files/FileObject.h"
-#include "files/NativePath.h"
-#include "process/Environment.h"
+#include "machine/Environment.h"
+#include "machine/Machine.h"
+#include "machine/NativePath.h"
+#include "machine/TokenText.h"
+#include "process/CommandLine.h"
 #include "process/Processes.h"
 #include "process/Surroundings.h"
-#include "security/TokenText.h"
-#include "text/CommandLine.h"
-#include "text/Encoding.h"
 
 extern char** environ;
 

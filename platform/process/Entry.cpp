@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Machine.h"
+#include "machine/Machine.h"
 #include "process/Children.h"
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, LPWSTR commandLine, int show);

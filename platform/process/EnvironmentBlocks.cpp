@@ -6,12 +6,12 @@
 #include <cstring>
 #include <map>
 
-#include "Gate.h"
-#include "Machine.h"
-#include "objects/Allocations.h"
-#include "process/Environment.h"
+#include "core/Allocations.h"
+#include "core/Encoding.h"
+#include "core/Gate.h"
+#include "machine/Environment.h"
+#include "machine/Machine.h"
 #include "security/Token.h"
-#include "text/Encoding.h"
 
 using namespace platform;
 

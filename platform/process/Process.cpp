@@ -8,10 +8,10 @@
 #include <climits>
 #include <cstring>
 
-#include "Gate.h"
-#include "Machine.h"
-#include "files/NativePath.h"
-#include "text/Encoding.h"
+#include "core/Encoding.h"
+#include "core/Gate.h"
+#include "machine/Machine.h"
+#include "machine/NativePath.h"
 
 namespace platform {
 namespace {

@@ -3,9 +3,9 @@
 #include <unistd.h>
 #include <windows.h>
 
-#include "Gate.h"
+#include "core/Gate.h"
+#include "machine/TokenText.h"
 #include "process/Surroundings.h"
-#include "security/TokenText.h"
 #include "windows/Queue.h"
 #include "windows/Window.h"
 

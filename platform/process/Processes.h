@@ -6,8 +6,8 @@
 
 #include <memory>
 
+#include "core/Waitable.h"
 #include "security/Token.h"
-#include "threads/Waitable.h"
 
 namespace platform {
 

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "Gate.h"
-#include "text/Ordinal.h"
+#include "core/Gate.h"
+#include "core/Ordinal.h"
 
 namespace platform {
 namespace {

@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "Machine.h"
-#include "text/Encoding.h"
-#include "text/Ordinal.h"
+#include "core/Encoding.h"
+#include "core/Ordinal.h"
+#include "machine/Machine.h"
 
 namespace platform {
 namespace {

@@ -5,8 +5,8 @@
 
 #include <cstring>
 
-#include "Gate.h"
-#include "objects/Allocations.h"
+#include "core/Allocations.h"
+#include "core/Gate.h"
 
 namespace platform {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-#include "Gate.h"
+#include "core/Gate.h"
 #include "security/Sid.h"
 #include "security/Token.h"
 

@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Gate.h"
-#include "Machine.h"
-#include "objects/Allocations.h"
+#include "core/Allocations.h"
+#include "core/Encoding.h"
+#include "core/Gate.h"
+#include "machine/Machine.h"
 #include "security/Sid.h"
-#include "text/Encoding.h"
 
 namespace platform {
 namespace {

@@ -7,8 +7,8 @@
 #include <charconv>
 #include <cstring>
 
-#include "Gate.h"
-#include "objects/Allocations.h"
+#include "core/Allocations.h"
+#include "core/Gate.h"
 
 namespace platform {
 namespace {

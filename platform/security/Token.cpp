@@ -6,12 +6,12 @@
 #include <cstring>
 #include <vector>
 
-#include "Gate.h"
+#include "core/Encoding.h"
+#include "core/Gate.h"
+#include "core/Ordinal.h"
+#include "machine/TokenText.h"
 #include "process/Processes.h"
 #include "security/Sid.h"
-#include "security/TokenText.h"
-#include "text/Encoding.h"
-#include "text/Ordinal.h"
 
 namespace platform {
 namespace {

@@ -7,8 +7,8 @@
 #include <memory>
 #include <mutex>
 
-#include "Machine.h"
-#include "objects/HandleTable.h"
+#include "core/HandleTable.h"
+#include "machine/Machine.h"
 
 namespace platform {
 

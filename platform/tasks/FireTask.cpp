@@ -2,9 +2,9 @@
 #include <cstdio>
 #include <string>
 
-#include "Machine.h"
+#include "core/Encoding.h"
+#include "machine/Machine.h"
 #include "tasks/TaskFile.h"
-#include "text/Encoding.h"
 
 int main(int count, char** arguments) {
     if (count != 2) {

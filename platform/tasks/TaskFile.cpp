@@ -15,11 +15,11 @@
 #include <string_view>
 #include <vector>
 
-#include "Machine.h"
-#include "files/NativePath.h"
-#include "process/Environment.h"
-#include "text/CommandLine.h"
-#include "text/Encoding.h"
+#include "core/Encoding.h"
+#include "machine/Environment.h"
+#include "machine/Machine.h"
+#include "machine/NativePath.h"
+#include "process/CommandLine.h"
 
 extern char** environ;
 

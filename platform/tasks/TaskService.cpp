@@ -8,10 +8,10 @@
 #include <string>
 #include <string_view>
 
-#include "Faults.h"
-#include "Gate.h"
+#include "core/Gate.h"
 #include "security/Token.h"
 #include "tasks/TaskFile.h"
+#include "testing/Faults.h"
 
 namespace platform {
 namespace {

@@ -3,7 +3,7 @@
 #include <winbase.h>
 #include <new>
 
-#include "Gate.h"
+#include "core/Gate.h"
 
 using platform::CallSite;
 

@@ -9,10 +9,10 @@
 #include <string>
 #include <thread>
 
-#include "Gate.h"
-#include "Machine.h"
+#include "core/Encoding.h"
+#include "core/Gate.h"
 #include "files/FileObject.h"
-#include "text/Encoding.h"
+#include "machine/Machine.h"
 
 namespace platform {
 namespace {

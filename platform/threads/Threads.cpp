@@ -5,9 +5,9 @@
 #include <system_error>
 #include <thread>
 
-#include "Gate.h"
-#include "threads/Waitable.h"
-#include "threads/Waiting.h"
+#include "core/Gate.h"
+#include "core/Waitable.h"
+#include "core/Waiting.h"
 
 using namespace platform;
 

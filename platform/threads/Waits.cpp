@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <vector>
 
-#include "Gate.h"
-#include "Machine.h"
-#include "threads/Clock.h"
-#include "threads/Waitable.h"
-#include "threads/Waiting.h"
+#include "core/Clock.h"
+#include "core/Gate.h"
+#include "core/Waitable.h"
+#include "core/Waiting.h"
+#include "machine/Machine.h"
 
 using namespace platform;
 

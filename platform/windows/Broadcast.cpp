@@ -5,11 +5,11 @@
 
 #include <fstream>
 
-#include "Gate.h"
-#include "Machine.h"
+#include "core/Encoding.h"
+#include "core/Gate.h"
+#include "core/Ordinal.h"
 #include "files/FileObject.h"
-#include "text/Encoding.h"
-#include "text/Ordinal.h"
+#include "machine/Machine.h"
 #include "windows/Queue.h"
 #include "windows/Remote.h"
 #include "windows/Window.h"

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Gate.h"
+#include "core/Gate.h"
 #include "windows/Window.h"
 
 namespace platform {

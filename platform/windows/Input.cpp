@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "Desktop.h"
-#include "Gate.h"
+#include "core/Gate.h"
+#include "testing/Desktop.h"
 #include "windows/Queue.h"
 #include "windows/Window.h"
 

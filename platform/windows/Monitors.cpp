@@ -1,6 +1,6 @@
 #include "windows/Monitors.h"
 
-#include "process/Modules.h"
+#include "windows/Modules.h"
 
 #include <algorithm>
 #include <cstring>
@@ -8,9 +8,9 @@
 #include <mutex>
 #include <optional>
 
-#include "Desktop.h"
-#include "Gate.h"
-#include "Machine.h"
+#include "core/Gate.h"
+#include "machine/Machine.h"
+#include "testing/Desktop.h"
 
 namespace platform {
 namespace {

@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "Desktop.h"
-#include "Gate.h"
-#include "threads/Waiting.h"
+#include "core/Gate.h"
+#include "core/Waiting.h"
+#include "testing/Desktop.h"
 #include "windows/Window.h"
 
 namespace platform {

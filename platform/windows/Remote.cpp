@@ -14,13 +14,13 @@
 #include <sstream>
 #include <thread>
 
-#include "Desktop.h"
-#include "Faults.h"
-#include "Machine.h"
+#include "core/Encoding.h"
+#include "core/Waiting.h"
 #include "files/FileObject.h"
+#include "machine/Machine.h"
 #include "process/Surroundings.h"
-#include "text/Encoding.h"
-#include "threads/Waiting.h"
+#include "testing/Desktop.h"
+#include "testing/Faults.h"
 #include "windows/Queue.h"
 #include "windows/Window.h"
 

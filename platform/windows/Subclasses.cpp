@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "Gate.h"
+#include "core/Gate.h"
 #include "windows/Queue.h"
 #include "windows/Window.h"
 

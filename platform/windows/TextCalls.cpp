@@ -1,7 +1,7 @@
 // Calls around a window's text, and the cursor.
 #include <utility>
 
-#include "Gate.h"
+#include "core/Gate.h"
 #include "windows/Window.h"
 
 using namespace platform;

@@ -4,11 +4,11 @@
 #include <unordered_map>
 #include <utility>
 
-#include "Desktop.h"
-#include "Gate.h"
 #include "controls/TextControl.h"
-#include "text/Ordinal.h"
-#include "threads/Waiting.h"
+#include "core/Gate.h"
+#include "core/Ordinal.h"
+#include "core/Waiting.h"
+#include "testing/Desktop.h"
 #include "windows/Monitors.h"
 #include "windows/Queue.h"
 

@@ -1,12 +1,12 @@
 // The display of a private queue, as processes.
 #include <windows.h>
 
-#include "Desktop.h"
 #include "RoleProcess.h"
 #include "StoreFixture.h"
 #include "app/App.h"
 #include "app/ExitCode.h"
 #include "common/Messages.h"
+#include "testing/Desktop.h"
 
 using namespace AppletNotes;
 using namespace platform;

@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <fstream>
 
-#include "Desktop.h"
 #include "MachineFixture.h"
 #include "app/App.h"
 #include "app/ExitCode.h"
 #include "common/Messages.h"
 #include "support/Eventually.h"
+#include "testing/Desktop.h"
 
 class DisplayMachine : public MachineTest {
   protected:

@@ -10,9 +10,9 @@
 #include <set>
 #include <thread>
 
+#include "core/Waiting.h"
 #include "machine/MachineFixture.h"
 #include "support/WatcherWindow.h"
-#include "threads/Waiting.h"
 
 namespace fs = std::filesystem;
 using namespace platform;

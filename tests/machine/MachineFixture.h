@@ -12,11 +12,11 @@
 #include <string>
 #include <thread>
 
-#include "Faults.h"
-#include "Machine.h"
 #include "support/Eventually.h"
 #include "support/Files.h"
 #include "support/Text.h"
+#include "testing/Faults.h"
+#include "testing/Machine.h"
 
 class MachineTest : public testing::Test {
   protected:

@@ -13,13 +13,13 @@
 #include <string>
 #include <vector>
 
-#include "Machine.h"
 #include "common/Folders.h"
 #include "common/Paths.h"
-#include "process/Environment.h"
+#include "machine/Environment.h"
 #include "support/Eventually.h"
 #include "support/Files.h"
 #include "support/Process.h"
+#include "testing/Machine.h"
 #include "windows/Remote.h"
 
 using RoleArguments = std::vector<std::string>;

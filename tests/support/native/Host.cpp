@@ -1,6 +1,6 @@
-#include "Machine.h"
-#include "files/NativePath.h"
+#include "machine/NativePath.h"
 #include "support/Files.h"
+#include "testing/Machine.h"
 
 std::filesystem::path hostPath(const WideString& path) {
     std::string native;

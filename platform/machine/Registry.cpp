@@ -15,12 +15,12 @@
 #include <string>
 #include <vector>
 
-#include "Gate.h"
-#include "Machine.h"
-#include "objects/HandleTable.h"
+#include "core/Encoding.h"
+#include "core/Gate.h"
+#include "core/HandleTable.h"
+#include "core/Ordinal.h"
+#include "machine/Machine.h"
 #include "security/Token.h"
-#include "text/Encoding.h"
-#include "text/Ordinal.h"
 
 namespace platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "objects/Allocations.h"
+#include "core/Allocations.h"
 
 #include <winbase.h>
 
@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <new>
 
-#include "Faults.h"
-#include "Gate.h"
+#include "core/Gate.h"
+#include "testing/Faults.h"
 
 namespace platform {
 namespace {

@@ -1,12 +1,12 @@
-#include "text/CommandLine.h"
+#include "process/CommandLine.h"
 
 #include <shellapi.h>
 #include <winbase.h>
 #include <winerror.h>
 
 #include <cstring>
-#include "Gate.h"
-#include "objects/Allocations.h"
+#include "core/Allocations.h"
+#include "core/Gate.h"
 #include "process/Process.h"
 
 namespace {

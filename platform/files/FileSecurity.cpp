@@ -1,4 +1,4 @@
-#include "security/FileSecurity.h"
+#include "files/FileSecurity.h"
 
 #include <aclapi.h>
 #include <sys/stat.h>
@@ -9,10 +9,10 @@
 #include <cstring>
 #include <vector>
 
-#include "Gate.h"
+#include "core/Allocations.h"
+#include "core/Gate.h"
 #include "files/FileObject.h"
-#include "files/NativePath.h"
-#include "objects/Allocations.h"
+#include "machine/NativePath.h"
 #include "security/AccessList.h"
 #include "security/Sid.h"
 

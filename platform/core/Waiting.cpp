@@ -1,12 +1,12 @@
-#include "threads/Waiting.h"
+#include "core/Waiting.h"
 
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <set>
 
-#include "Machine.h"
-#include "threads/Clock.h"
+#include "core/Clock.h"
+#include "machine/Machine.h"
 
 namespace platform {
 namespace {

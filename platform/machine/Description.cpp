@@ -1,4 +1,4 @@
-#include "Description.h"
+#include "machine/Description.h"
 
 #include <unistd.h>
 
@@ -9,7 +9,7 @@
 #include <sstream>
 #include <utility>
 
-#include "text/Encoding.h"
+#include "core/Encoding.h"
 
 namespace platform {
 namespace {

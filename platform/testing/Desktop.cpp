@@ -1,8 +1,8 @@
-#include "Desktop.h"
+#include "testing/Desktop.h"
 
 #include <cstdio>
 
-#include "text/Encoding.h"
+#include "core/Encoding.h"
 #include "windows/Queue.h"
 #include "windows/Window.h"
 

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Machine.h"
+#include "machine/Machine.h"
 
 namespace platform {
 

@@ -1,4 +1,4 @@
-#include "Gate.h"
+#include "core/Gate.h"
 
 #include <winbase.h>
 #include <winerror.h>
@@ -15,7 +15,7 @@
 #include <algorithm>
 #include <charconv>
 
-#include "Faults.h"
+#include "testing/Faults.h"
 
 namespace platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "Machine.h"
+#include "machine/Machine.h"
 
 #include <unistd.h>
 
@@ -7,11 +7,11 @@
 #include <mutex>
 #include <optional>
 
-#include "Description.h"
-#include "files/NativePath.h"
-#include "process/Environment.h"
+#include "machine/Description.h"
+#include "machine/Environment.h"
+#include "machine/NativePath.h"
+#include "machine/TokenText.h"
 #include "security/Token.h"
-#include "security/TokenText.h"
 
 namespace platform {
 namespace {

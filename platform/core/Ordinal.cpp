@@ -7,8 +7,8 @@
 #include <winerror.h>
 #include <winnls.h>
 
-#include "Gate.h"
-#include "text/Ordinal.h"
+#include "core/Gate.h"
+#include "core/Ordinal.h"
 
 namespace platform {
 

@@ -1,10 +1,10 @@
 // What a window shows, as lines of text: for people, and for tests that compare all of it at once.
 #include <cstdio>
 
-#include "Desktop.h"
 #include "controls/TextControl.h"
+#include "core/Encoding.h"
 #include "drawing/Surface.h"
-#include "text/Encoding.h"
+#include "testing/Desktop.h"
 #include "windows/Window.h"
 
 namespace platform {

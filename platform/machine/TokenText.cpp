@@ -1,4 +1,4 @@
-#include "security/TokenText.h"
+#include "machine/TokenText.h"
 
 #include <winnt.h>
 
@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "Description.h"
+#include "machine/Description.h"
 
 namespace platform {
 namespace {

@@ -7,9 +7,9 @@
 #include <string>
 #include <utility>
 
-#include "Gate.h"
-#include "Machine.h"
-#include "text/Encoding.h"
+#include "core/Encoding.h"
+#include "core/Gate.h"
+#include "machine/Machine.h"
 
 namespace platform {
 namespace {

@@ -6,10 +6,10 @@
 #include <ctime>
 #include <string>
 
-#include "Gate.h"
-#include "Machine.h"
-#include "threads/Clock.h"
-#include "threads/Waiting.h"
+#include "core/Clock.h"
+#include "core/Gate.h"
+#include "core/Waiting.h"
+#include "machine/Machine.h"
 
 namespace platform {
 namespace {

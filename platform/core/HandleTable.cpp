@@ -1,4 +1,4 @@
-#include "objects/HandleTable.h"
+#include "core/HandleTable.h"
 
 #include <winbase.h>
 #include <winerror.h>
@@ -6,8 +6,8 @@
 #include <mutex>
 #include <unordered_map>
 
-#include "Faults.h"
-#include "Gate.h"
+#include "core/Gate.h"
+#include "testing/Faults.h"
 
 namespace platform {
 namespace {

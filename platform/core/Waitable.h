@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "objects/HandleTable.h"
+#include "core/HandleTable.h"
 
 namespace platform {
 

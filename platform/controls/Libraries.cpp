@@ -6,11 +6,11 @@
 #include <cstring>
 #include <string>
 
-#include "Desktop.h"
-#include "Gate.h"
 #include "controls/TextControl.h"
-#include "process/Modules.h"
-#include "text/Ordinal.h"
+#include "core/Gate.h"
+#include "core/Ordinal.h"
+#include "testing/Desktop.h"
+#include "windows/Modules.h"
 
 namespace platform {
 namespace {

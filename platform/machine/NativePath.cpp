@@ -1,4 +1,4 @@
-#include "files/NativePath.h"
+#include "machine/NativePath.h"
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -12,9 +12,9 @@
 #include <fstream>
 #include <vector>
 
-#include "Machine.h"
-#include "text/Encoding.h"
-#include "text/Ordinal.h"
+#include "core/Encoding.h"
+#include "core/Ordinal.h"
+#include "machine/Machine.h"
 
 namespace platform {
 namespace {

@@ -4,12 +4,12 @@
 #include <cstring>
 #include <vector>
 
-#include "Gate.h"
-#include "Machine.h"
-#include "objects/Allocations.h"
+#include "core/Allocations.h"
+#include "core/Encoding.h"
+#include "core/Gate.h"
+#include "machine/Machine.h"
+#include "machine/TokenText.h"
 #include "security/Token.h"
-#include "security/TokenText.h"
-#include "text/Encoding.h"
 
 using platform::CallSite;
 

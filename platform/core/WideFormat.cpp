@@ -7,7 +7,7 @@
 #include <charconv>
 #include <string_view>
 
-#include "Gate.h"
+#include "core/Gate.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "process/Environment.h"
+#include "machine/Environment.h"
 
 #include <unistd.h>
 #include <windows.h>
@@ -9,10 +9,10 @@
 #include <optional>
 #include <string>
 
-#include "Gate.h"
-#include "Machine.h"
-#include "text/Encoding.h"
-#include "text/Ordinal.h"
+#include "core/Encoding.h"
+#include "core/Gate.h"
+#include "core/Ordinal.h"
+#include "machine/Machine.h"
 
 extern char** environ;
 

@@ -1,4 +1,4 @@
-#include "text/Encoding.h"
+#include "core/Encoding.h"
 
 #include <winbase.h>
 #include <windef.h>
@@ -7,7 +7,7 @@
 
 #include <cstring>
 
-#include "Gate.h"
+#include "core/Gate.h"
 
 namespace platform {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "Machine.h"
+#include "machine/Machine.h"
 
 namespace platform {
 

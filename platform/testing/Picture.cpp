@@ -3,10 +3,10 @@
 #include <cstdlib>
 #include <string>
 
-#include "Desktop.h"
 #include "controls/TextControl.h"
+#include "core/Encoding.h"
 #include "drawing/Surface.h"
-#include "text/Encoding.h"
+#include "testing/Desktop.h"
 #include "windows/Window.h"
 
 namespace platform {

@@ -1,0 +1,4 @@
+// The machine in a test's hands.
+#pragma once
+
+#include "machine/Machine.h"
