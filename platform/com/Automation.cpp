@@ -2,32 +2,21 @@
 #include <winerror.h>
 
 #include <algorithm>
-#include <atomic>
 #include <string_view>
 
+#include "core/Counts.h"
 #include "core/Gate.h"
-#include "testing/Faults.h"
 
-using platform::CallSite;
+using namespace platform;
 
 namespace {
-std::atomic<std::size_t> strings{0};
-std::atomic<std::size_t> variants{0};
 
 void freeString(BSTR text) {
     if (text == nullptr) return;
-    --strings;
+    countClosed(Open::Strings);
     delete[] text;
 }
 }  // namespace
-
-std::size_t platform::faults::openStrings() {
-    return strings;
-}
-
-std::size_t platform::faults::openVariants() {
-    return variants;
-}
 
 BSTR SysAllocString(const WCHAR* text) {
     static constinit CallSite site{__func__};
@@ -35,7 +24,7 @@ BSTR SysAllocString(const WCHAR* text) {
     const std::u16string_view view(text);
     const BSTR copy = new WCHAR[view.size() + 1];
     std::copy_n(text, view.size() + 1, copy);
-    ++strings;
+    countOpened(Open::Strings);
     return copy;
 }
 
@@ -49,7 +38,7 @@ void VariantInit(VARIANTARG* value) {
     static constinit CallSite site{__func__};
     site.pass();
     *value = {};
-    ++variants;
+    countOpened(Open::Variants);
 }
 
 // Of an empty variant or a string, which always succeeds.
@@ -58,6 +47,6 @@ HRESULT VariantClear(VARIANTARG* value) {
     site.pass();
     if (value->vt == VT_BSTR) freeString(value->bstrVal);
     *value = {};
-    --variants;
+    countClosed(Open::Variants);
     return S_OK;
 }

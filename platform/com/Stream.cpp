@@ -1,5 +1,4 @@
-#include "com/Stream.h"
-
+// Movable memory, and streams over it.
 #include <objbase.h>
 #include <winbase.h>
 #include <winerror.h>
@@ -8,8 +7,9 @@
 #include <mutex>
 #include <unordered_map>
 
+#include "com/Com.h"
+#include "core/Counts.h"
 #include "core/Gate.h"
-#include "testing/Faults.h"
 
 namespace platform {
 namespace {
@@ -57,11 +57,6 @@ std::vector<unsigned char> bytesOf(IStream* stream) {
     return blocks().blocks.at(static_cast<MemoryStream*>(stream)->memory());
 }
 
-std::size_t faults::openMemory() {
-    std::lock_guard hold(blocks().lock);
-    return blocks().blocks.size();
-}
-
 }  // namespace platform
 
 using namespace platform;
@@ -72,6 +67,7 @@ HGLOBAL GlobalAlloc(UINT, SIZE_T bytes) {
     std::lock_guard hold(blocks().lock);
     const HGLOBAL handle = reinterpret_cast<HGLOBAL>(blocks().next += 4);
     blocks().blocks.emplace(handle, std::vector<unsigned char>(bytes));
+    countOpened(Open::Memory);
     return handle;
 }
 
@@ -93,7 +89,9 @@ HGLOBAL GlobalFree(HGLOBAL memory) {
     static constinit CallSite site{__func__};
     site.pass();
     std::lock_guard hold(blocks().lock);
-    return blocks().blocks.erase(memory) > 0 ? nullptr : memory;
+    if (blocks().blocks.erase(memory) == 0) return memory;
+    countClosed(Open::Memory);
+    return nullptr;
 }
 
 HRESULT CreateStreamOnHGlobal(HGLOBAL memory, BOOL deleteOnRelease, IStream** stream) {

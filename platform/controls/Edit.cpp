@@ -32,11 +32,15 @@ class Edit : public TextControl {
     }
 };
 
-}  // namespace
-
 LRESULT CALLBACK editProcedure(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) {
     return runTextControl([](Window& window) -> std::unique_ptr<TextControl> { return std::make_unique<Edit>(window); },
                           handle, message, wParam, lParam);
+}
+
+}  // namespace
+
+void registerEdit() {
+    registerControlClass(u"EDIT", CS_DBLCLKS, editProcedure);
 }
 
 }  // namespace platform

@@ -1,4 +1,6 @@
-// Libraries that the product loads while it runs. Each is always there; what it offers can be less.
+#include "controls/Libraries.h"
+
+#include <commctrl.h>
 #include <windows.h>
 
 #include <array>
@@ -7,10 +9,10 @@
 #include <string>
 
 #include "controls/TextControl.h"
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "core/Ordinal.h"
-#include "testing/Desktop.h"
-#include "windows/Modules.h"
+#include "windows/Monitors.h"
 
 namespace platform {
 namespace {
@@ -40,8 +42,7 @@ const std::array kLibraries = {
 HMODULE findLibrary(LPCWSTR name) {
     for (std::size_t i = 0; i < kLibraries.size(); ++i)
         if (equalsOrdinal(kLibraries[i].name, name)) return reinterpret_cast<HMODULE>(0x30000 + i);
-    SetLastError(ERROR_MOD_NOT_FOUND);
-    return nullptr;
+    return refuse(ERROR_MOD_NOT_FOUND);
 }
 
 const Library* libraryOf(HMODULE module) {
@@ -80,6 +81,12 @@ FARPROC GetProcAddress(HMODULE module, const char* name) {
     const Library* library = libraryOf(module);
     if (library != nullptr && library->offered != nullptr && *library->offered && std::strcmp(library->call, name) == 0)
         return library->address;
-    SetLastError(ERROR_PROC_NOT_FOUND);
-    return nullptr;
+    return refuse(ERROR_PROC_NOT_FOUND);
+}
+
+BOOL InitCommonControlsEx(const INITCOMMONCONTROLSEX* controls) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    if (controls != nullptr && controls->dwSize == sizeof *controls) return TRUE;
+    return refuse(ERROR_INVALID_PARAMETER);
 }

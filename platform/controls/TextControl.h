@@ -18,10 +18,6 @@ class TextControl : public ControlState {
   public:
     // Paragraphs end in kParagraphEnd, lines inside one in kLineEnd; there is none behind the last paragraph.
     const RichText& content() const { return content_; }
-    // The selected units, from first up to last; the caret stands at last. A rich edit control counts an end behind its
-    // last paragraph: there, last can be one above the size of the content.
-    std::size_t selectionFirst() const { return first_; }
-    std::size_t selectionLast() const { return last_; }
     bool isReadOnly() const { return (window_.style & ES_READONLY) != 0; }
     HFONT font() const { return font_; }  // null until WM_SETFONT: the system's font
     // A rich edit control paints these itself; for EDIT its parent chooses colours when it is painted.
@@ -56,6 +52,8 @@ class TextControl : public ControlState {
 
     Window& window_;
     RichText content_;
+    // The selected units, from first up to last; the caret stands at last. A rich edit control counts an end behind its
+    // last paragraph: there, last can be one above the size of the content.
     std::size_t first_ = 0, last_ = 0;
     COLORREF background_ = 0xFFFFFF;
     COLORREF defaultColor_ = 0;
@@ -79,7 +77,8 @@ const TextControl* textControlOf(const Window& window);
 // A procedure of windows whose control `make` makes.
 LRESULT runTextControl(std::unique_ptr<TextControl> (*make)(Window& window), HWND handle, UINT message, WPARAM wParam,
                        LPARAM lParam);
-LRESULT CALLBACK editProcedure(HWND handle, UINT message, WPARAM wParam, LPARAM lParam);
+// Registers EDIT, which is there from the start.
+void registerEdit();
 // Registers RICHEDIT50W: what loading its library does.
 void registerRichEdit();
 

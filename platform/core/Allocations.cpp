@@ -2,36 +2,24 @@
 
 #include <winbase.h>
 
-#include <atomic>
 #include <cstdlib>
 #include <new>
 
+#include "core/Counts.h"
 #include "core/Gate.h"
-#include "testing/Faults.h"
 
-namespace platform {
-namespace {
-std::atomic<std::size_t> open{0};
-}
-
-void* allocate(std::size_t bytes) {
+void* platform::allocate(std::size_t bytes) {
     void* const memory = std::malloc(bytes);
     if (memory == nullptr) throw std::bad_alloc();
-    ++open;
+    countOpened(Open::Allocations);
     return memory;
 }
 
-void release(void* memory) {
+void platform::release(void* memory) {
     if (memory == nullptr) return;
-    --open;
+    countClosed(Open::Allocations);
     std::free(memory);
 }
-
-std::size_t faults::openAllocations() {
-    return open;
-}
-
-}  // namespace platform
 
 HLOCAL LocalFree(HLOCAL memory) {
     static constinit platform::CallSite site{__func__};

@@ -7,6 +7,7 @@
 
 #include <cstring>
 
+#include "core/Error.h"
 #include "core/Gate.h"
 
 namespace platform {
@@ -107,27 +108,19 @@ bool isUtf8(std::string_view bytes) {
 
 }  // namespace platform
 
-using platform::CallSite;
+using namespace platform;
 
 int MultiByteToWideChar(UINT codePage, DWORD flags, LPCCH bytes, int byteCount, LPWSTR wide, int wideCapacity) {
     static constinit CallSite site{__func__};
     if (site.fails()) return 0;
     if (codePage != CP_UTF8 || (flags & ~DWORD{MB_ERR_INVALID_CHARS}) != 0 || bytes == nullptr || byteCount < 1 ||
-        wideCapacity < 0) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return 0;
-    }
+        wideCapacity < 0)
+        return refuse(ERROR_INVALID_PARAMETER);
     const std::string_view text(bytes, static_cast<std::size_t>(byteCount));
-    if ((flags & MB_ERR_INVALID_CHARS) != 0 && !platform::isUtf8(text)) {
-        SetLastError(ERROR_NO_UNICODE_TRANSLATION);
-        return 0;
-    }
-    const std::u16string converted = platform::toWide(text);
+    if ((flags & MB_ERR_INVALID_CHARS) != 0 && !isUtf8(text)) return refuse(ERROR_NO_UNICODE_TRANSLATION);
+    const std::u16string converted = toWide(text);
     if (wideCapacity == 0) return static_cast<int>(converted.size());
-    if (converted.size() > static_cast<std::size_t>(wideCapacity)) {
-        SetLastError(ERROR_INSUFFICIENT_BUFFER);
-        return 0;
-    }
+    if (converted.size() > static_cast<std::size_t>(wideCapacity)) return refuse(ERROR_INSUFFICIENT_BUFFER);
     std::memcpy(wide, converted.data(), converted.size() * sizeof(WCHAR));
     return static_cast<int>(converted.size());
 }
@@ -137,20 +130,15 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWCH wide, int wideUnits, 
     static constinit CallSite site{__func__};
     if (site.fails()) return 0;
     if (codePage != CP_UTF8 || flags != 0 || defaultChar != nullptr || usedDefaultChar != nullptr || wide == nullptr ||
-        wideUnits == 0 || wideUnits < -1 || byteCapacity < 0) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return 0;
-    }
+        wideUnits == 0 || wideUnits < -1 || byteCapacity < 0)
+        return refuse(ERROR_INVALID_PARAMETER);
     // With a length of -1 the terminator is part of the text.
     const std::u16string_view text = wideUnits == -1
                                          ? std::u16string_view(wide, std::char_traits<char16_t>::length(wide) + 1)
                                          : std::u16string_view(wide, static_cast<std::size_t>(wideUnits));
-    const std::string converted = platform::toUtf8(text);
+    const std::string converted = toUtf8(text);
     if (byteCapacity == 0) return static_cast<int>(converted.size());
-    if (converted.size() > static_cast<std::size_t>(byteCapacity)) {
-        SetLastError(ERROR_INSUFFICIENT_BUFFER);
-        return 0;
-    }
+    if (converted.size() > static_cast<std::size_t>(byteCapacity)) return refuse(ERROR_INSUFFICIENT_BUFFER);
     std::memcpy(bytes, converted.data(), converted.size());
     return static_cast<int>(converted.size());
 }

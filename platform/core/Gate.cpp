@@ -3,19 +3,18 @@
 #include <winbase.h>
 #include <winerror.h>
 
-#include <unistd.h>
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <mutex>
+#include <string_view>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <algorithm>
-#include <charconv>
 
-#include "testing/Faults.h"
+#include "core/Faults.h"
 
 namespace platform {
 namespace {
@@ -62,7 +61,7 @@ bool canHit(faults::Action action, Ability ability) {
     return true;
 }
 
-Verdict judgeLocked(std::string_view call, Ability ability) {
+Verdict verdictOf(std::string_view call, Ability ability) {
     Verdict verdict;
     std::lock_guard hold(gate().lock);
     for (Armed& armed : gate().armed) {
@@ -101,26 +100,11 @@ void waitForDisarming(unsigned number) {
 }
 
 Verdict judge(std::string_view call, Ability ability) {
-    const Verdict verdict = judgeLocked(call, ability);
+    const Verdict verdict = verdictOf(call, ability);
     if (verdict.heldBy != 0) waitForDisarming(verdict.heldBy);
     if (verdict.delayMs != 0) std::this_thread::sleep_for(std::chrono::milliseconds(verdict.delayMs));
     return verdict;
 }
-
-bool armFromEnvironment() {
-    const char* text = std::getenv("VELLUM_FAULTS");
-    if (text == nullptr) return true;
-    std::vector<faults::Fault> parsed;
-    if (!faults::parse(text, parsed)) {
-        std::fprintf(stderr, "VELLUM_FAULTS is malformed; the form is call:use=action;...\n");
-        _exit(2);
-    }
-    for (faults::Fault& fault : parsed)
-        faults::arm(std::move(fault));
-    return true;
-}
-
-const bool environmentRead = armFromEnvironment();
 
 }  // namespace
 
@@ -168,45 +152,6 @@ void CallSite::pass() {
 }
 
 namespace faults {
-namespace {
-
-bool parseNumber(std::string_view text, unsigned& number) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size();
-}
-
-bool parseAction(std::string_view text, Fault& fault) {
-    const std::size_t open = text.find('(');
-    const std::string_view word = text.substr(0, open);
-    if (word == "fail")
-        fault.action = Action::Fail;
-    else if (word == "short")
-        fault.action = Action::Short;
-    else if (word == "delay")
-        fault.action = Action::Delay;
-    else if (word == "kill")
-        fault.action = Action::Kill;
-    else
-        return false;
-    if (open == std::string_view::npos) return fault.action == Action::Fail || fault.action == Action::Kill;
-    const bool isNumber = text.back() == ')' && parseNumber(text.substr(open + 1, text.size() - open - 2), fault.value);
-    return isNumber && !(fault.action == Action::Fail && fault.value == 0);  // an error of 0 is none
-}
-
-bool parseOne(std::string_view text, Fault& fault) {
-    const std::size_t colon = text.find(':');
-    const std::size_t equals = text.find('=');
-    if (colon == std::string_view::npos || equals == std::string_view::npos || equals < colon) return false;
-    fault.call = text.substr(0, colon);
-    const std::string_view use = text.substr(colon + 1, equals - colon - 1);
-    if (use == "every")
-        fault.use = 0;
-    else if (!parseNumber(use, fault.use) || fault.use == 0)
-        return false;
-    return !fault.call.empty() && parseAction(text.substr(equals + 1), fault);
-}
-
-}  // namespace
 
 void arm(Fault fault) {
     std::lock_guard hold(gate().lock);
@@ -241,17 +186,6 @@ unsigned uses(std::string_view call) {
     for (const CallSite* site : gate().sites)
         if (site->name() == call) return site->count();
     return 0;
-}
-
-bool parse(std::string_view text, std::vector<Fault>& parsed) {
-    while (!text.empty()) {
-        const std::size_t end = text.find(';');
-        Fault fault;
-        if (!parseOne(text.substr(0, end), fault)) return false;
-        parsed.push_back(std::move(fault));
-        text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
-    }
-    return true;
 }
 
 }  // namespace faults

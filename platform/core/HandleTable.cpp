@@ -1,13 +1,12 @@
 #include "core/HandleTable.h"
 
 #include <winbase.h>
-#include <winerror.h>
 
 #include <mutex>
 #include <unordered_map>
 
+#include "core/Counts.h"
 #include "core/Gate.h"
-#include "testing/Faults.h"
 
 namespace platform {
 namespace {
@@ -23,8 +22,6 @@ Table& table() {
     return instance;
 }
 
-thread_local DWORD lastError = 0;
-
 }  // namespace
 
 HANDLE openHandle(std::shared_ptr<Object> object) {
@@ -32,6 +29,7 @@ HANDLE openHandle(std::shared_ptr<Object> object) {
     const ULONG_PTR value = table().next;
     table().next += 4;
     table().objects.emplace(value, std::move(object));
+    countOpened(Open::Handles);
     return reinterpret_cast<HANDLE>(value);
 }
 
@@ -48,41 +46,21 @@ bool closeHandle(HANDLE handle) {
     if (found == table().objects.end()) return false;
     dying = std::move(found->second);
     table().objects.erase(found);
+    countClosed(Open::Handles);
     return true;
-}
-
-void setInvalidHandleError() {
-    SetLastError(ERROR_INVALID_HANDLE);
-}
-
-std::size_t faults::openHandles() {
-    std::lock_guard hold(table().lock);
-    return table().objects.size();
 }
 
 }  // namespace platform
 
-using platform::CallSite;
-
-DWORD GetLastError() {
-    return platform::lastError;
-}
-
-void SetLastError(DWORD error) {
-    platform::lastError = error;
-}
+using namespace platform;
 
 BOOL CloseHandle(HANDLE handle) {
     static constinit CallSite site{__func__};
-    if (std::dynamic_pointer_cast<platform::KeyBase>(platform::findObject(handle)) != nullptr) {
-        platform::setInvalidHandleError();
-        return FALSE;
-    }
+    if (std::dynamic_pointer_cast<KeyBase>(findObject(handle)) != nullptr) return refuse(ERROR_INVALID_HANDLE);
     if (site.fails()) {
-        platform::closeHandle(handle);  // whatever the answer, nobody can use it any more
+        closeHandle(handle);  // whatever the answer, nobody can use it any more
         return FALSE;
     }
-    if (platform::closeHandle(handle)) return TRUE;
-    platform::setInvalidHandleError();
-    return FALSE;
+    if (closeHandle(handle)) return TRUE;
+    return refuse(ERROR_INVALID_HANDLE);
 }

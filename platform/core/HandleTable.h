@@ -4,8 +4,9 @@
 
 #include <windef.h>
 
-#include <cstddef>
 #include <memory>
+
+#include "core/Error.h"
 
 namespace platform {
 
@@ -26,14 +27,9 @@ struct KeyBase : Object {};
 
 // Null, with the last error ERROR_INVALID_HANDLE, when the handle is no open one of this kind.
 template <typename Kind>
-std::shared_ptr<Kind> find(HANDLE handle);
-
-void setInvalidHandleError();
-
-template <typename Kind>
 std::shared_ptr<Kind> find(HANDLE handle) {
     std::shared_ptr<Kind> found = std::dynamic_pointer_cast<Kind>(findObject(handle));
-    if (found == nullptr) setInvalidHandleError();
+    if (found == nullptr) refuse(ERROR_INVALID_HANDLE);
     return found;
 }
 

@@ -7,6 +7,7 @@
 #include <winerror.h>
 #include <winnls.h>
 
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "core/Ordinal.h"
 
@@ -37,16 +38,16 @@ int compareOrdinal(std::u16string_view left, std::u16string_view right, bool ign
 
 }  // namespace platform
 
+using namespace platform;
+
 int CompareStringOrdinal(LPCWCH left, int leftUnits, LPCWCH right, int rightUnits, BOOL ignoreCase) {
-    static constinit platform::CallSite site{__func__};
+    static constinit CallSite site{__func__};
     if (site.fails()) return 0;
-    if (left == nullptr || right == nullptr || leftUnits < -1 || rightUnits < -1) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return 0;
-    }
+    if (left == nullptr || right == nullptr || leftUnits < -1 || rightUnits < -1)
+        return refuse(ERROR_INVALID_PARAMETER);
     const auto view = [](LPCWCH text, int units) {
         return units == -1 ? std::u16string_view(text) : std::u16string_view(text, static_cast<std::size_t>(units));
     };
-    const int order = platform::compareOrdinal(view(left, leftUnits), view(right, rightUnits), ignoreCase != FALSE);
+    const int order = compareOrdinal(view(left, leftUnits), view(right, rightUnits), ignoreCase != FALSE);
     return order < 0 ? CSTR_LESS_THAN : order > 0 ? CSTR_GREATER_THAN : CSTR_EQUAL;
 }

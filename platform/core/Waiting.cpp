@@ -6,7 +6,6 @@
 #include <set>
 
 #include "core/Clock.h"
-#include "machine/Machine.h"
 
 namespace platform {
 namespace {

@@ -1,6 +1,6 @@
 // What every wait of the process stands on: one lock and one condition for all that can end a wait (an event, the
 // end of a thread, a message, a timer, a finished read), and the tick clock that time limits are counted by. When a
-// test has taken the clock (Machine.h), a time limit passes only when the test moves it.
+// test has taken the clock (Clock.h), a time limit passes only when the test moves it.
 #pragma once
 
 #include <cstdint>

@@ -4,9 +4,10 @@
 #include <utility>
 #include <variant>
 
+#include "core/Counts.h"
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "drawing/Surface.h"
-#include "testing/Faults.h"
 #include "windows/Monitors.h"
 #include "windows/Window.h"
 
@@ -44,6 +45,7 @@ HGDIOBJ addObject(GdiObject object) {
     std::lock_guard hold(gdi().lock);
     const HGDIOBJ handle = nextHandle<HGDIOBJ>();
     gdi().objects.emplace(handle, std::move(object));
+    countOpened(Open::GdiObjects);
     return handle;
 }
 
@@ -59,20 +61,22 @@ DeviceContext* findContext(HDC context) {
     std::lock_guard hold(gdi().lock);
     const auto found = gdi().contexts.find(context);
     if (found != gdi().contexts.end()) return &found->second;
-    SetLastError(ERROR_INVALID_HANDLE);
-    return nullptr;
+    return refuse(ERROR_INVALID_HANDLE);
 }
 
 HDC openContext(std::shared_ptr<Surface> surface) {
     std::lock_guard hold(gdi().lock);
     const HDC handle = nextHandle<HDC>();
     gdi().contexts[handle].surface = std::move(surface);
+    countOpened(Open::GdiObjects);
     return handle;
 }
 
 bool closeContext(HDC context) {
     std::lock_guard hold(gdi().lock);
-    return gdi().contexts.erase(context) > 0;
+    if (gdi().contexts.erase(context) == 0) return false;
+    countClosed(Open::GdiObjects);
+    return true;
 }
 
 FontFace faceOf(HGDIOBJ font) {
@@ -82,11 +86,6 @@ FontFace faceOf(HGDIOBJ font) {
 
 const COLORREF* colorOfBrush(HBRUSH brush) {
     return findObject<COLORREF>(brush);
-}
-
-std::size_t faults::openDrawingObjects() {
-    std::lock_guard hold(gdi().lock);
-    return gdi().contexts.size() + gdi().objects.size();
 }
 
 }  // namespace platform
@@ -156,7 +155,9 @@ BOOL DeleteObject(HGDIOBJ object) {
     static constinit CallSite site{__func__};
     const bool fails = site.fails();
     std::lock_guard hold(gdi().lock);
-    return gdi().objects.erase(object) > 0 && !fails;
+    if (gdi().objects.erase(object) == 0) return FALSE;
+    countClosed(Open::GdiObjects);
+    return !fails;
 }
 
 HGDIOBJ SelectObject(HDC context, HGDIOBJ object) {
@@ -242,10 +243,8 @@ BOOL BitBlt(HDC to, int x, int y, int width, int height, HDC from, int sourceX, 
     const DeviceContext* const source = site.fails() ? nullptr : findContext(from);
     DeviceContext* const target = source == nullptr ? nullptr : findContext(to);
     if (target == nullptr) return FALSE;
-    if (x != 0 || y != 0 || sourceX != 0 || sourceY != 0 || operation != SRCCOPY || source->surface == nullptr) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
+    if (x != 0 || y != 0 || sourceX != 0 || sourceY != 0 || operation != SRCCOPY || source->surface == nullptr)
+        return refuse(ERROR_INVALID_PARAMETER);
     if (target->surface != nullptr) *target->surface = {width, height, source->surface->ops};
     return TRUE;
 }

@@ -4,17 +4,16 @@
 
 #include <gdiplus.h>
 
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 
-#include "com/Stream.h"
+#include "com/Com.h"
+#include "core/Counts.h"
 #include "core/Gate.h"
 #include "drawing/Surface.h"
 #include "machine/NativePath.h"
-#include "testing/Faults.h"
 
 namespace Gdiplus {
 
@@ -32,18 +31,14 @@ struct GpImage {
 }  // namespace Gdiplus
 
 using namespace Gdiplus;
-using platform::CallSite;
-using platform::DrawOp;
+using namespace platform;
 
 namespace {
-
-std::atomic<std::size_t> started{0};
-std::atomic<std::size_t> living{0};  // graphics, brushes, pens, images, memory
 
 template <typename Thing>
 Status give(Thing** out, Thing thing) {
     *out = new Thing(std::move(thing));
-    ++living;
+    countOpened(Open::GdiPlusObjects);
     return Ok;
 }
 
@@ -51,7 +46,7 @@ template <typename Thing>
 Status take(Thing* thing) {
     if (thing == nullptr) return InvalidParameter;
     delete thing;
-    --living;
+    countClosed(Open::GdiPlusObjects);
     return Ok;
 }
 
@@ -62,21 +57,18 @@ Status draw(GpGraphics* graphics, DrawOp op) {
 }
 
 Status makeImage(std::vector<unsigned char> bytes, GpImage** image) {
-    auto data = platform::decodeImage(std::move(bytes));
+    auto data = decodeImage(std::move(bytes));
     return data == nullptr ? GenericError : give(image, GpImage{std::move(data)});
 }
 
 }  // namespace
 
-std::size_t platform::faults::openDrawing() {
-    return started + living;
-}
-
 GpStatus Gdiplus::GdiplusStartup(ULONG_PTR* token, const GdiplusStartupInput* input, GdiplusStartupOutput*) {
     static constinit CallSite site{__func__};
     if (site.fails()) return GenericError;
     if (input->GdiplusVersion != 1) return UnsupportedGdiplusVersion;
-    *token = 0x1000 + ++started;
+    countOpened(Open::GdiPlus);
+    *token = 0x1000 + countOf(Open::GdiPlus);
     return Ok;
 }
 
@@ -84,8 +76,9 @@ GpStatus Gdiplus::GdiplusStartup(ULONG_PTR* token, const GdiplusStartupInput* in
 void Gdiplus::GdiplusShutdown(ULONG_PTR) {
     static constinit CallSite site{__func__};
     site.pass();
-    if (--started > 0 || living == 0) return;
-    std::fprintf(stderr, "GdiplusShutdown: %zu objects are left\n", living.load());
+    const std::size_t left = countOf(Open::GdiPlusObjects);
+    if (countClosed(Open::GdiPlus) > 0 || left == 0) return;
+    std::fprintf(stderr, "GdiplusShutdown: %zu objects are left\n", left);
     std::abort();
 }
 
@@ -94,7 +87,7 @@ namespace Gdiplus::DllExports {
 void* GdipAlloc(std::size_t bytes) {
     static constinit CallSite site{__func__};
     if (site.fails()) return nullptr;
-    ++living;
+    countOpened(Open::GdiPlusObjects);
     return ::operator new(bytes);
 }
 
@@ -103,12 +96,12 @@ void GdipFree(void* memory) {
     site.pass();
     if (memory == nullptr) return;
     ::operator delete(memory);
-    --living;
+    countClosed(Open::GdiPlusObjects);
 }
 
 GpStatus GdipCreateFromHDC(HDC context, GpGraphics** graphics) {
     static constinit CallSite site{__func__};
-    const platform::DeviceContext* const target = site.fails() ? nullptr : platform::findContext(context);
+    const DeviceContext* const target = site.fails() ? nullptr : findContext(context);
     return target == nullptr ? GenericError : give(graphics, GpGraphics{target->surface});
 }
 
@@ -193,7 +186,7 @@ GpStatus GdipDrawImageRectI(GpGraphics* graphics, GpImage* image, INT x, INT y, 
 GpStatus GdipLoadImageFromFile(const WCHAR* path, GpImage** image) {
     static constinit CallSite site{__func__};
     std::string native;
-    if (site.fails() || !platform::nativePath(path, native)) return GenericError;
+    if (site.fails() || !nativePath(path, native)) return GenericError;
     std::ifstream file(native, std::ios::binary);
     return makeImage(std::vector<unsigned char>(std::istreambuf_iterator<char>(file), {}), image);
 }
@@ -201,7 +194,7 @@ GpStatus GdipLoadImageFromFile(const WCHAR* path, GpImage** image) {
 GpStatus GdipLoadImageFromStream(IStream* stream, GpImage** image) {
     static constinit CallSite site{__func__};
     if (site.fails()) return GenericError;
-    return makeImage(platform::bytesOf(stream), image);
+    return makeImage(bytesOf(stream), image);
 }
 
 GpStatus GdipDisposeImage(GpImage* image) {

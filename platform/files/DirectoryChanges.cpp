@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "core/Encoding.h"
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "core/Waitable.h"
 #include "core/Waiting.h"
@@ -281,28 +282,19 @@ BOOL ReadDirectoryChangesW(HANDLE handle, LPVOID buffer, DWORD bufferBytes, BOOL
     if (site.fails()) return FALSE;
     const auto directory = find<Directory>(handle);
     if (directory == nullptr) return FALSE;
-    if (overlapped == nullptr || subtree || routine != nullptr) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
+    if (overlapped == nullptr || subtree || routine != nullptr) return refuse(ERROR_INVALID_PARAMETER);
     const auto done = find<Event>(overlapped->hEvent);
     if (done == nullptr) return FALSE;
     {
         std::lock_guard hold(waiting::lock());
         if (directory->changes == nullptr) {
             directory->changes = watch(directory->path);
-            if (directory->changes == nullptr) {
-                setFileError(errno, directory->path);
-                return FALSE;
-            }
+            if (directory->changes == nullptr) return setFileError(errno, directory->path);
             directory->changes->capacity = bufferBytes;
             directory->changes->filter = filter;
         }
         ChangeQueue& queue = *directory->changes;
-        if (queue.gone && queue.changes.empty()) {
-            SetLastError(ERROR_ACCESS_DENIED);
-            return FALSE;
-        }
+        if (queue.gone && queue.changes.empty()) return refuse(ERROR_ACCESS_DENIED);
         overlapped->Internal = kPending;
         overlapped->InternalHigh = 0;
         done->signalled = false;
@@ -319,8 +311,7 @@ BOOL GetOverlappedResult(HANDLE, LPOVERLAPPED overlapped, LPDWORD bytes, BOOL) {
     std::lock_guard hold(waiting::lock());
     *bytes = static_cast<DWORD>(overlapped->InternalHigh);
     if (overlapped->Internal == ERROR_SUCCESS) return TRUE;
-    SetLastError(overlapped->Internal == kPending ? ERROR_IO_INCOMPLETE : static_cast<DWORD>(overlapped->Internal));
-    return FALSE;
+    return refuse(overlapped->Internal == kPending ? ERROR_IO_INCOMPLETE : static_cast<DWORD>(overlapped->Internal));
 }
 
 BOOL CancelIoEx(HANDLE handle, LPOVERLAPPED overlapped) {
@@ -330,10 +321,8 @@ BOOL CancelIoEx(HANDLE handle, LPOVERLAPPED overlapped) {
     if (directory == nullptr) return FALSE;
     {
         std::lock_guard hold(waiting::lock());
-        if (directory->changes == nullptr || directory->changes->read.overlapped != overlapped) {
-            SetLastError(ERROR_NOT_FOUND);
-            return FALSE;
-        }
+        if (directory->changes == nullptr || directory->changes->read.overlapped != overlapped)
+            return refuse(ERROR_NOT_FOUND);
         directory->changes->finish(ERROR_OPERATION_ABORTED, 0);
     }
     waiting::wake();

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "files/FileObject.h"
 #include "files/Moves.h"
@@ -12,11 +13,6 @@
 
 namespace platform {
 namespace {
-
-bool refuse(DWORD error) {
-    SetLastError(error);
-    return false;
-}
 
 // A link has the kind of its target, which is looked for under `native`.
 DWORD attributesOf(struct stat status, const std::string& native) {
@@ -97,10 +93,7 @@ BOOL GetFileSizeEx(HANDLE handle, PLARGE_INTEGER size) {
     const auto file = find<FileObject>(handle);
     struct stat status;
     if (file == nullptr) return FALSE;
-    if (fstat(file->descriptor.get(), &status) != 0) {
-        setFileError(errno, "/");
-        return FALSE;
-    }
+    if (fstat(file->descriptor.get(), &status) != 0) return setFileError(errno, "/");
     size->QuadPart = status.st_size;
     return TRUE;
 }

@@ -1,36 +1,13 @@
 // An open file, or one of the standard streams.
 #pragma once
 
-#include <unistd.h>
-
 #include <string>
 #include <utility>
 
+#include "core/Descriptor.h"
 #include "core/HandleTable.h"
 
 namespace platform {
-
-class Descriptor {
-  public:
-    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
-    Descriptor(Descriptor&& other) noexcept : descriptor_(other.release()) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(descriptor_, other.descriptor_);
-        return *this;
-    }
-    ~Descriptor() {
-        if (descriptor_ >= 0) close(descriptor_);
-    }
-    int get() const { return descriptor_; }
-    int release() {
-        const int descriptor = descriptor_;
-        descriptor_ = -1;
-        return descriptor;
-    }
-
-  private:
-    int descriptor_;
-};
 
 // Whatever CreateFileW opened: a file, a folder, a symbolic link.
 struct OpenItem : Object {
@@ -55,7 +32,9 @@ struct LinkObject : OpenItem {
     std::string path;
 };
 
-// For takeExclusiveOpenings.
+// For tests: which files the process opened for itself alone (with a share mode of 0) since the last call, and let go
+// of, in this order: "+name" and "-name", separated by blanks. The first call begins the record.
+std::string takeExclusiveOpenings();
 void noteExclusiveOpening(char sign, const std::string& name);
 
 // Null, with the last error 6 or 5, when it is no handle of an open item or was not opened with that right.

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/Allocations.h"
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "files/FileObject.h"
 #include "machine/NativePath.h"
@@ -32,11 +33,6 @@ ACCESS_MASK maskOf(mode_t bits) {
 mode_t bitsOf(ACCESS_MASK mask, bool isFolder) {
     const mode_t bits = ((mask & kReadBits) ? 4U : 0U) | ((mask & kWriteBits) ? 2U : 0U);
     return isFolder && (bits & 4) != 0 ? bits | 1 : bits;
-}
-
-bool refuse(DWORD error) {
-    SetLastError(error);
-    return false;
 }
 
 std::vector<AccessEntry> entriesOf(const struct stat& status, const Sid& user) {

@@ -9,6 +9,7 @@
 #include <optional>
 #include <thread>
 
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "files/Directory.h"
 #include "files/FileLocks.h"
@@ -82,8 +83,7 @@ int openDescriptor(const std::string& native, const Opening& opening, bool& made
     made = descriptor >= 0;
     if (made || GetLastError() != ERROR_ALREADY_EXISTS) return descriptor;
     if (opening.disposition != CREATE_NEW) return openExisting();  // somebody was faster
-    SetLastError(ERROR_FILE_EXISTS);
-    return -1;
+    return refuse(ERROR_FILE_EXISTS, -1);
 }
 
 // Whether the name still leads to what was opened: it may have been deleted, moved or replaced meanwhile.
@@ -94,11 +94,6 @@ bool isStillNamed(const std::string& native, const struct stat& opened, const Op
            named.st_dev == opened.st_dev;
 }
 
-bool refuse(DWORD error) {
-    SetLastError(error);
-    return false;
-}
-
 // The whole of CreateFileW on a native path of a file. Null with the last error set.
 std::shared_ptr<OpenItem> openFile(const std::string& native, const Opening& opening) {
     for (;;) {
@@ -107,25 +102,18 @@ std::shared_ptr<OpenItem> openFile(const std::string& native, const Opening& ope
         struct stat status;
         if (descriptor.get() < 0) return nullptr;
         if (fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
-            (opening.writes() && !made && isReadOnly(status))) {
-            SetLastError(ERROR_ACCESS_DENIED);
-            return nullptr;
-        }
+            (opening.writes() && !made && isReadOnly(status)))
+            return refuse(ERROR_ACCESS_DENIED);
         bool taken = takeRights(descriptor.get(), rightsOf(opening.access), opening.shareMode);
         // Its maker comes first: who opened it before the rights were taken is waited for.
         for (unsigned tries = 0; made && !taken && tries < kMostWaits; ++tries) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
             taken = takeRights(descriptor.get(), rightsOf(opening.access), opening.shareMode);
         }
-        if (!taken) {
-            SetLastError(ERROR_SHARING_VIOLATION);
-            return nullptr;
-        }
+        if (!taken) return refuse(ERROR_SHARING_VIOLATION);
         if (!isStillNamed(native, status, opening)) continue;
-        if (opening.disposition == CREATE_ALWAYS && ftruncate(descriptor.get(), 0) != 0) {
-            setFileError(errno, native);
-            return nullptr;
-        }
+        if (opening.disposition == CREATE_ALWAYS && ftruncate(descriptor.get(), 0) != 0)
+            return setFileError(errno, native);
         SetLastError(!made && (opening.disposition == CREATE_ALWAYS || opening.disposition == OPEN_ALWAYS)
                          ? ERROR_ALREADY_EXISTS
                          : ERROR_SUCCESS);
@@ -142,14 +130,9 @@ std::shared_ptr<OpenItem> openFolder(const std::string& native, const Opening& o
     for (;;) {
         Descriptor descriptor(open(native.c_str(), O_RDONLY | O_DIRECTORY | opening.linkFlag() | O_CLOEXEC));
         struct stat status;
-        if (descriptor.get() < 0 || fstat(descriptor.get(), &status) != 0) {
-            setFileError(errno, native);
-            return nullptr;
-        }
-        if (!takeRights(descriptor.get(), rightsOf(opening.access), opening.shareMode)) {
-            SetLastError(ERROR_SHARING_VIOLATION);
-            return nullptr;
-        }
+        if (descriptor.get() < 0 || fstat(descriptor.get(), &status) != 0) return setFileError(errno, native);
+        if (!takeRights(descriptor.get(), rightsOf(opening.access), opening.shareMode))
+            return refuse(ERROR_SHARING_VIOLATION);
         if (!isStillNamed(native, status, opening)) continue;
         SetLastError(ERROR_SUCCESS);
         return std::make_shared<Directory>(std::move(descriptor), opening.access, native);
@@ -158,10 +141,7 @@ std::shared_ptr<OpenItem> openFolder(const std::string& native, const Opening& o
 
 std::shared_ptr<OpenItem> openLink(const std::string& native, const Opening& opening) {
     Descriptor descriptor(open(native.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-    if (descriptor.get() < 0) {
-        setFileError(errno, native);
-        return nullptr;
-    }
+    if (descriptor.get() < 0) return setFileError(errno, native);
     SetLastError(ERROR_SUCCESS);
     return std::make_shared<LinkObject>(std::move(descriptor), opening.access, native);
 }
@@ -173,10 +153,7 @@ std::shared_ptr<OpenItem> openItem(const std::string& native, const Opening& ope
     const bool exists = lstat(native.c_str(), &own) == 0;
     const bool isFolder = exists && stat(native.c_str(), &target) == 0 && S_ISDIR(target.st_mode);
     if (!exists || opening.disposition == CREATE_NEW) return openFile(native, opening);
-    if (isFolder && (opening.flags & FILE_FLAG_BACKUP_SEMANTICS) == 0) {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return nullptr;
-    }
+    if (isFolder && (opening.flags & FILE_FLAG_BACKUP_SEMANTICS) == 0) return refuse(ERROR_ACCESS_DENIED);
     if (S_ISLNK(own.st_mode) && opening.linkFlag() != 0) return openLink(native, opening);
     return isFolder ? openFolder(native, opening) : openFile(native, opening);
 }
@@ -203,8 +180,7 @@ std::string takeExclusiveOpenings() {
 std::shared_ptr<OpenItem> findItem(HANDLE handle, DWORD right) {
     auto item = find<OpenItem>(handle);
     if (item == nullptr || (item->access & right) == right) return item;
-    SetLastError(ERROR_ACCESS_DENIED);
-    return nullptr;
+    return refuse(ERROR_ACCESS_DENIED);
 }
 
 }  // namespace platform
@@ -216,10 +192,8 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD shareMode, LPSECURITY_ATTRI
     static constinit CallSite site{__func__};
     std::string native;
     if (site.fails() || !nativePath(path, native)) return INVALID_HANDLE_VALUE;
-    if (disposition < CREATE_NEW || disposition > OPEN_ALWAYS) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return INVALID_HANDLE_VALUE;
-    }
+    if (disposition < CREATE_NEW || disposition > OPEN_ALWAYS)
+        return refuse(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE);
     Opening opening{grantedAccess(access), shareMode, disposition, flags, {}};
     if (!readSecurity(security, native, false, opening.security)) return INVALID_HANDLE_VALUE;
     auto item = openItem(native, opening);
@@ -233,18 +207,12 @@ BOOL ReadFile(HANDLE handle, LPVOID bytes, DWORD byteCount, LPDWORD count, LPOVE
     if (site.failsTransfer(wanted)) return FALSE;
     const auto file = find<FileObject>(handle);
     if (file == nullptr) return FALSE;
-    if ((file->access & FILE_READ_DATA) == 0) {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return FALSE;
-    }
+    if ((file->access & FILE_READ_DATA) == 0) return refuse(ERROR_ACCESS_DENIED);
     ssize_t moved = 0;
     do
         moved = read(file->descriptor.get(), bytes, wanted);
     while (moved < 0 && errno == EINTR);
-    if (moved < 0) {
-        setFileError(errno, "/");
-        return FALSE;
-    }
+    if (moved < 0) return setFileError(errno, "/");
     if (count != nullptr) *count = static_cast<DWORD>(moved);
     return TRUE;
 }
@@ -256,18 +224,12 @@ BOOL WriteFile(HANDLE handle, LPCVOID bytes, DWORD byteCount, LPDWORD written, L
     if (site.failsTransfer(wanted)) return FALSE;
     const auto file = find<FileObject>(handle);
     if (file == nullptr) return FALSE;
-    if ((file->access & (FILE_WRITE_DATA | FILE_APPEND_DATA)) == 0) {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return FALSE;
-    }
+    if ((file->access & (FILE_WRITE_DATA | FILE_APPEND_DATA)) == 0) return refuse(ERROR_ACCESS_DENIED);
     const char* from = static_cast<const char*>(bytes);
     for (DWORD done = 0; done < wanted;) {
         const ssize_t moved = write(file->descriptor.get(), from + done, wanted - done);
         if (moved < 0 && errno == EINTR) continue;
-        if (moved < 0) {
-            setFileError(errno, "/");
-            return FALSE;
-        }
+        if (moved < 0) return setFileError(errno, "/");
         done += static_cast<DWORD>(moved);
         if (written != nullptr) *written = done;
     }
@@ -279,13 +241,9 @@ BOOL FlushFileBuffers(HANDLE handle) {
     if (site.fails()) return FALSE;
     const auto file = find<FileObject>(handle);
     if (file == nullptr) return FALSE;
-    if ((file->access & (FILE_WRITE_DATA | FILE_APPEND_DATA)) == 0) {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return FALSE;
-    }
+    if ((file->access & (FILE_WRITE_DATA | FILE_APPEND_DATA)) == 0) return refuse(ERROR_ACCESS_DENIED);
     if (fsync(file->descriptor.get()) == 0 || errno == EINVAL) return TRUE;
-    setFileError(errno, "/");
-    return FALSE;
+    return setFileError(errno, "/");
 }
 
 BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES wanted) {

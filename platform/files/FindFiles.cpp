@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/Encoding.h"
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "core/HandleTable.h"
 #include "core/Ordinal.h"
@@ -75,8 +76,7 @@ bool list(const std::string& folder, std::u16string_view pattern, std::vector<En
     DIR* const stream = opendir(folder.c_str());
     if (stream == nullptr) {
         setFileError(errno, folder);
-        if (errno == ENOENT || errno == ENOTDIR) SetLastError(ERROR_PATH_NOT_FOUND);
-        return false;
+        if (errno == ENOENT || errno == ENOTDIR) return refuse(ERROR_PATH_NOT_FOUND);
     }
     while (const dirent* entry = readdir(stream))
         if (matches(pattern, toWide(entry->d_name))) entries.push_back(entryOf(dirfd(stream), entry->d_name));
@@ -101,10 +101,7 @@ HANDLE FindFirstFileW(LPCWSTR path, WIN32_FIND_DATAW* data) {
     if (!nativePath(folder.c_str(), native)) return INVALID_HANDLE_VALUE;
     const auto search = std::make_shared<Search>();
     if (!list(native, pattern, search->entries)) return INVALID_HANDLE_VALUE;
-    if (search->entries.empty()) {
-        SetLastError(ERROR_FILE_NOT_FOUND);
-        return INVALID_HANDLE_VALUE;
-    }
+    if (search->entries.empty()) return refuse(ERROR_FILE_NOT_FOUND, INVALID_HANDLE_VALUE);
     fill(*data, search->entries[search->next++]);
     return openHandle(search);
 }
@@ -114,10 +111,7 @@ BOOL FindNextFileW(HANDLE handle, WIN32_FIND_DATAW* data) {
     if (site.fails()) return FALSE;
     const auto search = find<Search>(handle);
     if (search == nullptr) return FALSE;
-    if (search->next == search->entries.size()) {
-        SetLastError(ERROR_NO_MORE_FILES);
-        return FALSE;
-    }
+    if (search->next == search->entries.size()) return refuse(ERROR_NO_MORE_FILES);
     fill(*data, search->entries[search->next++]);
     return TRUE;
 }

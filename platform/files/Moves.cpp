@@ -9,6 +9,7 @@
 #include <climits>
 #include <filesystem>
 
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "files/FileLocks.h"
 #include "files/FileObject.h"
@@ -18,11 +19,6 @@ namespace platform {
 namespace {
 
 namespace fs = std::filesystem;
-
-bool refuse(DWORD error) {
-    SetLastError(error);
-    return false;
-}
 
 // Whether anybody has a file or folder below this one open.
 bool isOpenBelow(const std::string& folder) {
@@ -41,10 +37,7 @@ class DoomedName {
     // False, with the last error set, when there is nothing of that name.
     bool open(const std::string& native) {
         path_ = native;
-        if (lstat(native.c_str(), &status_) != 0) {
-            setFileError(errno, native);
-            return false;
-        }
+        if (lstat(native.c_str(), &status_) != 0) return setFileError(errno, native);
         if (S_ISLNK(status_.st_mode)) return true;
         descriptor_ = Descriptor(::open(native.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
         return descriptor_.get() >= 0 || refuse(ERROR_ACCESS_DENIED);
@@ -93,8 +86,7 @@ bool move(const std::string& source, const std::string& target, bool replaces, b
     if (replaced.isReadOnly() || replaced.isOpenAnywhere() || moved.isHeldFromBelow())
         return refuse(ERROR_ACCESS_DENIED);
     if (rename(source.c_str(), target.c_str()) == 0) return true;
-    setFileError(errno, target);
-    return false;
+    return setFileError(errno, target);
 }
 
 // The name is on disk when this returns.
@@ -130,8 +122,7 @@ bool removeFile(const std::string& native) {
     file.lock();
     if (!file.mayGo()) return false;
     if (unlink(native.c_str()) == 0) return true;
-    setFileError(errno, native);
-    return false;
+    return setFileError(errno, native);
 }
 
 bool moveItem(const std::string& source, const std::string& target, bool replaces) {

@@ -7,6 +7,7 @@
 #include <array>
 #include <mutex>
 
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "files/FileObject.h"
 
@@ -42,10 +43,7 @@ using namespace platform;
 HANDLE GetStdHandle(DWORD which) {
     static constinit CallSite site{__func__};
     if (site.fails()) return INVALID_HANDLE_VALUE;
-    if (which != STD_OUTPUT_HANDLE) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return INVALID_HANDLE_VALUE;
-    }
+    if (which != STD_OUTPUT_HANDLE) return refuse(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE);
     std::lock_guard hold(lock);
     if (output == nullptr && presentAtStart[STDOUT_FILENO])
         output = openHandle(std::make_shared<StreamObject>(STDOUT_FILENO));
@@ -55,16 +53,10 @@ HANDLE GetStdHandle(DWORD which) {
 BOOL AttachConsole(DWORD processId) {
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;
-    if (processId != ATTACH_PARENT_PROCESS) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
+    if (processId != ATTACH_PARENT_PROCESS) return refuse(ERROR_INVALID_PARAMETER);
     // The console of the parent is the terminal that this process was started from.
     Descriptor terminal(open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY));
-    if (terminal.get() < 0) {
-        SetLastError(ERROR_INVALID_HANDLE);
-        return FALSE;
-    }
+    if (terminal.get() < 0) return refuse(ERROR_INVALID_HANDLE);
     std::lock_guard hold(lock);
     output = openHandle(std::make_shared<FileObject>(std::move(terminal), FILE_WRITE_DATA));
     return TRUE;

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "core/Encoding.h"
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "core/Ordinal.h"
 #include "machine/Machine.h"
@@ -77,10 +78,7 @@ DWORD GetEnvironmentVariableW(LPCWSTR name, LPWSTR value, DWORD capacity) {
     if (site.fails()) return 0;
     std::lock_guard hold(lock);
     const auto found = variables().find(name);
-    if (found == variables().end()) {
-        SetLastError(ERROR_ENVVAR_NOT_FOUND);
-        return 0;
-    }
+    if (found == variables().end()) return refuse(ERROR_ENVVAR_NOT_FOUND);
     const std::u16string& text = found->second;
     if (text.size() >= capacity) return static_cast<DWORD>(text.size() + 1);
     std::memcpy(value, text.c_str(), (text.size() + 1) * sizeof(WCHAR));

@@ -11,7 +11,6 @@
 #include "machine/Environment.h"
 #include "machine/NativePath.h"
 #include "machine/TokenText.h"
-#include "security/Token.h"
 
 namespace platform {
 namespace {
@@ -107,22 +106,13 @@ MachineDescription machineNow() {
     return readDescription(machineFolder() / kDescriptionName);
 }
 
-void useMachine(const fs::path& folder) {
+void enterMachine(const fs::path& folder) {
     current() = start(folder);
     resetEnvironment();
-    resetProcessToken();
 }
 
-void useToken(const std::string& description) {
+void takeToken(const std::string& description) {
     running().token = describedToken(description, machine());
-    resetProcessToken();
-}
-
-void rewriteMachine(const std::string& text) {
-    const fs::path file = machineFolder() / kDescriptionName;
-    const fs::path draft = file.string() + "." + std::to_string(getpid());
-    std::ofstream(draft) << text;
-    fs::rename(draft, file);
 }
 
 }  // namespace platform

@@ -1,4 +1,4 @@
-// The machine that this process runs on, and what a test may set on it.
+// The machine that this process runs on.
 //
 // A machine is a folder, named by the environment variable VELLUM_MACHINE (default: "vellum-machine" under the
 // user's data folder). All processes that name the same folder run on the same machine. It holds
@@ -28,7 +28,6 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -104,50 +103,10 @@ const User* findUser(std::string_view name);
 // What machine.txt says at this moment: sessions and logons come and go while processes run.
 MachineDescription machineNow();
 
-// For tests. Moves this process to another machine, with the token that VELLUM_TOKEN or that machine gives it.
-void useMachine(const std::filesystem::path& folder);
-// Gives this process the token of a description in the form of VELLUM_TOKEN. Handles of the old one keep it.
-void useToken(const std::string& description);
-// Replaces machine.txt in one step, as an editor does: what machineNow() tells is another then, for all processes.
-void rewriteMachine(const std::string& text);
-
-// The desktop that a running process was given when it was started, and the job that it is in; empty where it has none.
-std::string desktopOf(int processId);
-std::string jobOf(int processId);
-
-// Makes the text that GetCommandLineW gives from the arguments of main(), the program's name first.
-void setCommandLine(const std::vector<std::string>& arguments);
-
-// The clock: real time until a test sets it, then standing still until the test moves it.
-namespace clock {
-// Milliseconds since 1970 in UTC.
-std::int64_t now();
-void set(std::int64_t milliseconds);
-void advance(std::int64_t milliseconds);
-void useRealTime();
-}  // namespace clock
-
-// The GUID that the next CoCreateGuid makes; those behind it are random again.
-void setNextGuid(const GUID& guid);
-
-// Which files the process opened for itself alone (with a share mode of 0) since the last call, and let go of, in this
-// order: "+name" and "-name", separated by blanks. The first call begins the record.
-std::string takeExclusiveOpenings();
-
-// What the process said: every OutputDebugStringW and every MessageBoxW. Both go to standard error, until a test
-// silences them; from then on they are kept for it instead.
-struct MessageBox {
-    std::u16string caption;
-    std::u16string text;
-    UINT type = 0;
-    HWND owner = nullptr;
-};
-namespace notices {
-std::vector<std::u16string> takeDebugOutput();
-std::vector<MessageBox> takeMessageBoxes();
-// What happens while the next box is open.
-void duringNextBox(std::function<void()> act);
-void silence(bool on);
-}  // namespace notices
+// Moves this process to another machine, with the token that VELLUM_TOKEN or that machine gives it; or gives it the
+// token of a description in the form of VELLUM_TOKEN. testing/Machine.h has the calls for tests, which tell the other
+// floors as well.
+void enterMachine(const std::filesystem::path& folder);
+void takeToken(const std::string& description);
 
 }  // namespace platform

@@ -4,12 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <winbase.h>
-#include <winerror.h>
 #include <cerrno>
 
 #include <algorithm>
 #include <fstream>
+#include <utility>
 #include <vector>
 
 #include "core/Encoding.h"
@@ -87,22 +86,12 @@ bool allowsLongPaths() {
 
 bool nativePath(LPCWSTR path, std::string& native) {
     std::u16string_view rest = path == nullptr ? std::u16string_view() : std::u16string_view(path);
-    if (rest.empty()) {
-        SetLastError(ERROR_PATH_NOT_FOUND);
-        return false;
-    }
-    if (rest.size() >= MAX_PATH && !allowsLongPaths()) {
-        SetLastError(ERROR_PATH_NOT_FOUND);
-        return false;
-    }
+    if (rest.empty() || (rest.size() >= MAX_PATH && !allowsLongPaths())) return refuse(ERROR_PATH_NOT_FOUND);
     std::string root;
     std::vector<std::string> parts;
     if (rest.size() >= 2 && rest[1] == u':') {
         const WCHAR drive = foldOrdinal(rest[0]);
-        if (drive != u'C' && drive != u'Z') {
-            SetLastError(ERROR_PATH_NOT_FOUND);
-            return false;
-        }
+        if (drive != u'C' && drive != u'Z') return refuse(ERROR_PATH_NOT_FOUND);
         if (drive == u'C') root = (machineFolder() / "drive_c").string();
         rest.remove_prefix(2);
     } else if (!isSeparator(rest.front())) {
@@ -112,10 +101,7 @@ bool nativePath(LPCWSTR path, std::string& native) {
     while (!rest.empty()) {
         const auto end = std::find_if(rest.begin(), rest.end(), isSeparator);
         const std::size_t length = static_cast<std::size_t>(end - rest.begin());
-        if (!addPart(parts, rest.substr(0, length))) {
-            SetLastError(ERROR_INVALID_NAME);
-            return false;
-        }
+        if (!addPart(parts, rest.substr(0, length))) return refuse(ERROR_INVALID_NAME);
         rest.remove_prefix(std::min(length + 1, rest.size()));
     }
     native = assemble(root, parts);
@@ -137,57 +123,32 @@ fs::path onDrive(const fs::path& folder, std::string_view path) {
     return folder / "drive_c" / below;
 }
 
-void setFileError(int error, const std::string& native) {
-    switch (error) {
-        case ENOENT: {
-            const std::size_t end = native.rfind('/');
-            SetLastError(end == 0 || exists(native.substr(0, end)) ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND);
-            break;
-        }
-        case ENOTDIR:
-            SetLastError(ERROR_PATH_NOT_FOUND);
-            break;
-        case EACCES:
-        case EPERM:
-        case EISDIR:
-            SetLastError(ERROR_ACCESS_DENIED);
-            break;
-        case EEXIST:
-            SetLastError(ERROR_ALREADY_EXISTS);
-            break;
-        case ENOTEMPTY:
-            SetLastError(ERROR_DIR_NOT_EMPTY);
-            break;
-        case ENOSPC:
-        case EDQUOT:
-            SetLastError(ERROR_DISK_FULL);
-            break;
-        case EROFS:
-            SetLastError(ERROR_WRITE_PROTECT);
-            break;
-        case EMFILE:
-        case ENFILE:
-            SetLastError(ERROR_TOO_MANY_OPEN_FILES);
-            break;
-        case ENAMETOOLONG:
-            SetLastError(ERROR_INVALID_NAME);
-            break;
-        case ELOOP:
-            SetLastError(ERROR_CANT_ACCESS_FILE);
-            break;
-        case EXDEV:
-            SetLastError(ERROR_NOT_SAME_DEVICE);
-            break;
-        case EPIPE:
-            SetLastError(ERROR_NO_DATA);
-            break;
-        case EIO:
-            SetLastError(ERROR_IO_DEVICE);
-            break;
-        default:
-            SetLastError(ERROR_GEN_FAILURE);
-            break;
+Refused setFileError(int error, const std::string& native) {
+    static constexpr std::pair<int, DWORD> kErrors[] = {
+        {ENOTDIR, ERROR_PATH_NOT_FOUND},
+        {EACCES, ERROR_ACCESS_DENIED},
+        {EPERM, ERROR_ACCESS_DENIED},
+        {EISDIR, ERROR_ACCESS_DENIED},
+        {EEXIST, ERROR_ALREADY_EXISTS},
+        {ENOTEMPTY, ERROR_DIR_NOT_EMPTY},
+        {ENOSPC, ERROR_DISK_FULL},
+        {EDQUOT, ERROR_DISK_FULL},
+        {EROFS, ERROR_WRITE_PROTECT},
+        {EMFILE, ERROR_TOO_MANY_OPEN_FILES},
+        {ENFILE, ERROR_TOO_MANY_OPEN_FILES},
+        {ENAMETOOLONG, ERROR_INVALID_NAME},
+        {ELOOP, ERROR_CANT_ACCESS_FILE},
+        {EXDEV, ERROR_NOT_SAME_DEVICE},
+        {EPIPE, ERROR_NO_DATA},
+        {EIO, ERROR_IO_DEVICE},
+    };
+    if (error == ENOENT) {
+        const std::size_t end = native.rfind('/');
+        return refuse(end == 0 || exists(native.substr(0, end)) ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND);
     }
+    for (const auto& [number, meaning] : kErrors)
+        if (number == error) return refuse(meaning);
+    return refuse(ERROR_GEN_FAILURE);
 }
 
 }  // namespace platform

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "core/Error.h"
+
 namespace platform {
 
 // Where a Windows path lies here. Drive C: is drive_c in the machine folder, Z: is the Linux root; a path without
@@ -18,7 +20,7 @@ std::u16string windowsPath(const std::string& native);
 // A Windows path on drive C: of the machine whose folder is given.
 std::filesystem::path onDrive(const std::filesystem::path& machineFolder, std::string_view path);
 
-// Sets the last error for errno, which a call on `native` left.
-void setFileError(int error, const std::string& native);
+// Refuses for errno, which a call on `native` left.
+Refused setFileError(int error, const std::string& native);
 
 }  // namespace platform

@@ -1,31 +1,17 @@
+// Points in time: what the clock says, and its forms.
 #include <windows.h>
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <ctime>
 #include <string>
 
 #include "core/Clock.h"
+#include "core/Error.h"
 #include "core/Gate.h"
-#include "core/Waiting.h"
-#include "machine/Machine.h"
 
-namespace platform {
+using namespace platform;
+
 namespace {
-
-std::atomic<bool> taken{false};
-std::atomic<std::int64_t> testTime{0};
-
-// Under the lock, so that no thread that is about to sleep misses the change.
-void change(bool takes, std::int64_t milliseconds) {
-    {
-        std::lock_guard hold(waiting::lock());
-        testTime = milliseconds;
-        taken = takes;
-    }
-    waiting::wake();
-}
 
 SYSTEMTIME systemTime(bool local) {
     const std::int64_t milliseconds = clock::now();
@@ -42,40 +28,16 @@ SYSTEMTIME systemTime(bool local) {
 
 }  // namespace
 
-std::int64_t clock::now() {
-    using namespace std::chrono;
-    if (taken) return testTime;
-    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
-}
-
-bool clock::standsStill() {
-    return taken;
-}
-
-void clock::set(std::int64_t milliseconds) {
-    change(true, milliseconds);
-}
-
-void clock::advance(std::int64_t milliseconds) {
-    change(taken, testTime + milliseconds);
-}
-
-void clock::useRealTime() {
-    change(false, 0);
-}
-
-}  // namespace platform
-
 void GetSystemTime(LPSYSTEMTIME time) {
-    static constinit platform::CallSite site{__func__};
+    static constinit CallSite site{__func__};
     site.pass();
-    *time = platform::systemTime(false);
+    *time = systemTime(false);
 }
 
 void GetLocalTime(LPSYSTEMTIME time) {
-    static constinit platform::CallSite site{__func__};
+    static constinit CallSite site{__func__};
     site.pass();
-    *time = platform::systemTime(true);
+    *time = systemTime(true);
 }
 
 namespace {
@@ -107,12 +69,9 @@ std::int64_t floorDivide(std::int64_t value, std::int64_t by) {
 }  // namespace
 
 BOOL SystemTimeToFileTime(const SYSTEMTIME* time, FILETIME* fileTime) {
-    static constinit platform::CallSite site{__func__};
+    static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;
-    if (!isTime(*time)) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
+    if (!isTime(*time)) return refuse(ERROR_INVALID_PARAMETER);
     std::tm parts = {};
     parts.tm_year = time->wYear - 1900;
     parts.tm_mon = time->wMonth - 1;
@@ -127,9 +86,9 @@ BOOL SystemTimeToFileTime(const SYSTEMTIME* time, FILETIME* fileTime) {
 
 // With the difference that counts now, whatever time of the year the other time lies in.
 BOOL FileTimeToLocalFileTime(const FILETIME* utc, FILETIME* local) {
-    static constinit platform::CallSite site{__func__};
+    static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;
-    const std::time_t now = static_cast<std::time_t>(platform::clock::now() / 1000);
+    const std::time_t now = static_cast<std::time_t>(clock::now() / 1000);
     std::tm parts = {};
     localtime_r(&now, &parts);
     *local = fileTimeOf(ticksOf(*utc) + std::int64_t{parts.tm_gmtoff} * 1000 * kTicksPerMs);
@@ -137,13 +96,10 @@ BOOL FileTimeToLocalFileTime(const FILETIME* utc, FILETIME* local) {
 }
 
 BOOL FileTimeToSystemTime(const FILETIME* fileTime, LPSYSTEMTIME time) {
-    static constinit platform::CallSite site{__func__};
+    static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;
     const std::int64_t ticks = ticksOf(*fileTime);
-    if (ticks < 0) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
+    if (ticks < 0) return refuse(ERROR_INVALID_PARAMETER);
     const std::int64_t milliseconds = ticks / kTicksPerMs - kMsFrom1601To1970;
     const std::time_t seconds = static_cast<std::time_t>(floorDivide(milliseconds, 1000));
     std::tm parts = {};
@@ -158,14 +114,11 @@ BOOL FileTimeToSystemTime(const FILETIME* fileTime, LPSYSTEMTIME time) {
 
 // As the United States write it, which is what Wine gives in the same place.
 int GetDateFormatEx(LPCWSTR, DWORD, const SYSTEMTIME* date, LPCWSTR, LPWSTR text, int capacity, LPCWSTR) {
-    static constinit platform::CallSite site{__func__};
+    static constinit CallSite site{__func__};
     if (site.fails()) return 0;
     const std::string written =
         std::to_string(date->wMonth) + "/" + std::to_string(date->wDay) + "/" + std::to_string(date->wYear);
-    if (written.size() >= static_cast<std::size_t>(capacity)) {
-        SetLastError(ERROR_INSUFFICIENT_BUFFER);
-        return 0;
-    }
+    if (written.size() >= static_cast<std::size_t>(capacity)) return refuse(ERROR_INSUFFICIENT_BUFFER);
     std::copy(written.begin(), written.end(), text);
     text[written.size()] = 0;
     return static_cast<int>(written.size()) + 1;

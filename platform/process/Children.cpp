@@ -19,9 +19,10 @@
 #include <string_view>
 #include <vector>
 
+#include "core/Descriptor.h"
 #include "core/Encoding.h"
+#include "core/Error.h"
 #include "core/Gate.h"
-#include "files/FileObject.h"
 #include "machine/Environment.h"
 #include "machine/Machine.h"
 #include "machine/NativePath.h"
@@ -35,13 +36,7 @@ extern char** environ;
 namespace platform {
 namespace {
 
-constexpr DWORD kAllRights = 0x1FFFFF;
 constexpr const char* kSuspended = "VELLUM_SUSPENDED";  // the descriptor of the pipe
-
-bool refuse(DWORD error) {
-    SetLastError(error);
-    return false;
-}
 
 std::mutex lock;
 std::list<pid_t> abandoned;  // children whose handles are gone, and whose end nobody has taken note of yet
@@ -53,8 +48,8 @@ void reapAbandoned() {
 }
 
 struct ChildProcess : ProcessObject {
-    ChildProcess(pid_t child, std::shared_ptr<TokenState> itsToken, Descriptor pipe)
-        : ProcessObject(static_cast<DWORD>(child), std::move(itsToken), kAllRights), resume(std::move(pipe)) {}
+    ChildProcess(pid_t child, std::shared_ptr<TokenState> runsUnder, Descriptor pipe)
+        : ProcessObject(static_cast<DWORD>(child), std::move(runsUnder), kAllProcessRights), resume(std::move(pipe)) {}
     ~ChildProcess() override {
         std::lock_guard hold(lock);
         if (!isReaped) abandoned.push_back(static_cast<pid_t>(id));
@@ -64,7 +59,7 @@ struct ChildProcess : ProcessObject {
 };
 
 struct ChildThread : Object {
-    explicit ChildThread(std::shared_ptr<ChildProcess> itsProcess) : process(std::move(itsProcess)) {}
+    explicit ChildThread(std::shared_ptr<ChildProcess> child) : process(std::move(child)) {}
     const std::shared_ptr<ChildProcess> process;
 };
 
@@ -184,8 +179,7 @@ bool start(const Start& wanted, PROCESS_INFORMATION* made) {
     close(report.write.release());
     if (read(report.read.get(), &error, sizeof error) > 0) {
         waitpid(child, nullptr, 0);
-        setFileError(error, image);
-        return false;
+        return setFileError(error, image);
     }
     const auto process = std::make_shared<ChildProcess>(child, token, std::move(resume.write));
     made->hProcess = openHandle(process);

@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include "core/Allocations.h"
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "process/Process.h"
 
@@ -75,20 +76,18 @@ Arguments splitCommandLine(std::u16string_view line) {
 
 }  // namespace platform
 
+using namespace platform;
+
 LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) {
-    static constinit platform::CallSite site{__func__};
+    static constinit CallSite site{__func__};
     if (site.fails()) return nullptr;
-    if (commandLine == nullptr || count == nullptr) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return nullptr;
-    }
-    const Arguments arguments =
-        *commandLine == 0 ? Arguments{platform::executablePath()} : platform::splitCommandLine(commandLine);
+    if (commandLine == nullptr || count == nullptr) return refuse(ERROR_INVALID_PARAMETER);
+    const Arguments arguments = *commandLine == 0 ? Arguments{imagePath()} : splitCommandLine(commandLine);
     // One block, as LocalFree releases it: the pointers, then the texts.
     std::size_t bytes = (arguments.size() + 1) * sizeof(LPWSTR);
     for (const std::u16string& argument : arguments)
         bytes += (argument.size() + 1) * sizeof(WCHAR);
-    auto** const block = static_cast<LPWSTR*>(platform::allocate(bytes));
+    auto** const block = static_cast<LPWSTR*>(allocate(bytes));
     auto* text = reinterpret_cast<LPWSTR>(block + arguments.size() + 1);
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         block[i] = text;

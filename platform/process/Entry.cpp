@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "machine/Machine.h"
 #include "process/Children.h"
+#include "process/Process.h"
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, LPWSTR commandLine, int show);
 

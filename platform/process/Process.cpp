@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "core/Encoding.h"
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "machine/Machine.h"
 #include "machine/NativePath.h"
@@ -35,7 +36,7 @@ std::u16string quoted(const std::string& argument) {
 }  // namespace
 
 // As it was started: a link on the way stays in the path.
-std::u16string executablePath() {
+std::u16string imagePath() {
     const char* const started = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
     if (started != nullptr && started[0] == '/') return windowsPath(started);
     char path[PATH_MAX];
@@ -45,30 +46,28 @@ std::u16string executablePath() {
 
 void setCommandLine(const std::vector<std::string>& arguments) {
     // The program's own name knows no backslash rule: it is quoted as it stands.
-    commandLine = u"\"" + executablePath() + u"\"";
+    commandLine = u"\"" + imagePath() + u"\"";
     for (std::size_t i = 1; i < arguments.size(); ++i)
         commandLine += u" " + quoted(arguments[i]);
 }
 
 }  // namespace platform
 
-using platform::CallSite;
+using namespace platform;
 
 LPWSTR GetCommandLineW() {
     static constinit CallSite site{__func__};
     site.pass();
-    return platform::commandLine.data();
+    return commandLine.data();
 }
 
 DWORD GetModuleFileNameW(HMODULE, LPWSTR path, DWORD capacity) {
     static constinit CallSite site{__func__};
     if (site.fails()) return 0;
-    const std::u16string text = platform::executablePath();
+    const std::u16string text = imagePath();
     if (capacity == 0) return 0;
     const std::size_t copied = std::min<std::size_t>(text.size(), capacity - 1);
     std::memcpy(path, text.data(), copied * sizeof(WCHAR));
     path[copied] = 0;
-    if (copied == text.size()) return static_cast<DWORD>(copied);
-    SetLastError(ERROR_INSUFFICIENT_BUFFER);
-    return capacity;
+    return copied == text.size() ? static_cast<DWORD>(copied) : refuse(ERROR_INSUFFICIENT_BUFFER, capacity);
 }

@@ -3,20 +3,14 @@
 #include <unistd.h>
 #include <windows.h>
 
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "machine/TokenText.h"
-#include "process/Surroundings.h"
-#include "windows/Queue.h"
-#include "windows/Window.h"
 
 namespace platform {
 namespace {
 
 constexpr DWORD kFirstShell = 0x40000000;  // Linux numbers its processes far below
-constexpr DWORD kAllRights = 0x1FFFFF;
-
-// Below the handles of the windows that programs make.
-const HWND kShellWindow = reinterpret_cast<HWND>(static_cast<ULONG_PTR>(0x10002));
 
 template <typename Predicate>
 bool findShellIf(Predicate isWanted, Shell& shell) {
@@ -39,11 +33,10 @@ bool mayOpen(const Token& token) {
 
 std::shared_ptr<ProcessObject> findProcess(HANDLE handle, DWORD right) {
     if (handle == GetCurrentProcess())
-        return std::make_shared<ProcessObject>(static_cast<DWORD>(getpid()), processTokenState(), kAllRights);
+        return std::make_shared<ProcessObject>(static_cast<DWORD>(getpid()), processTokenState(), kAllProcessRights);
     auto process = find<ProcessObject>(handle);
     if (process == nullptr || (process->access & right) == right) return process;
-    SetLastError(ERROR_ACCESS_DENIED);
-    return nullptr;
+    return refuse(ERROR_ACCESS_DENIED);
 }
 
 bool findShell(DWORD processId, Shell& shell) {
@@ -83,14 +76,8 @@ HANDLE OpenProcess(DWORD access, BOOL, DWORD processId) {
     if (processId == static_cast<DWORD>(getpid()))
         return openHandle(std::make_shared<ProcessObject>(processId, processTokenState(), access));
     Shell shell;
-    if (!findShell(processId, shell)) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return nullptr;
-    }
-    if (!mayOpen(shell.token)) {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return nullptr;
-    }
+    if (!findShell(processId, shell)) return refuse(ERROR_INVALID_PARAMETER);
+    if (!mayOpen(shell.token)) return refuse(ERROR_ACCESS_DENIED);
     return openHandle(std::make_shared<ProcessObject>(processId, makeToken(shell.token), access));
 }
 
@@ -102,31 +89,26 @@ BOOL ProcessIdToSessionId(DWORD processId, DWORD* sessionId) {
         *sessionId = processToken().sessionId;
     else if (findShell(processId, shell))
         *sessionId = shell.sessionId;
-    else {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
+    else
+        return refuse(ERROR_INVALID_PARAMETER);
     return TRUE;
 }
 
-// On the user's desktop alone.
-HWND GetShellWindow() {
+BOOL OpenProcessToken(HANDLE process, DWORD access, PHANDLE token) {
     static constinit CallSite site{__func__};
-    Shell shell;
-    return !site.fails() && isUsersDesktop(processDesktop()) && findOwnShell(shell) ? kShellWindow : nullptr;
+    if (site.fails()) return FALSE;
+    const auto opened = findProcess(process, PROCESS_QUERY_LIMITED_INFORMATION);
+    if (opened == nullptr) return FALSE;
+    *token = openTokenHandle(opened->token, access);
+    return TRUE;
 }
 
-// Of the shell's window and of this process's own.
-DWORD GetWindowThreadProcessId(HWND handle, LPDWORD processId) {
+// Of the calling thread only: nobody asks for another's.
+BOOL OpenThreadToken(HANDLE thread, DWORD access, BOOL, PHANDLE token) {
     static constinit CallSite site{__func__};
-    if (site.fails()) return 0;
-    Shell shell;
-    if (handle == kShellWindow && findOwnShell(shell)) {
-        if (processId != nullptr) *processId = shell.processId;
-        return shell.threadId;
-    }
-    const auto window = findWindow(handle);
-    if (window == nullptr) return 0;
-    if (processId != nullptr) *processId = static_cast<DWORD>(getpid());
-    return window->queue->threadId;
+    if (site.fails()) return FALSE;
+    if (thread != GetCurrentThread()) return refuse(ERROR_INVALID_HANDLE);
+    if (!processToken().isImpersonating) return refuse(ERROR_NO_TOKEN);
+    *token = openTokenHandle(makeToken(processToken(), TokenImpersonation), access);
+    return TRUE;
 }

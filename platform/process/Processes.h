@@ -11,10 +11,12 @@
 
 namespace platform {
 
+constexpr DWORD kAllProcessRights = 0x1FFFFF;
+
 // A handle's view of a process. Who starts processes derives from it.
 struct ProcessObject : Waitable {
-    ProcessObject(DWORD processId, std::shared_ptr<TokenState> itsToken, DWORD granted)
-        : id(processId), token(std::move(itsToken)), access(granted) {}
+    ProcessObject(DWORD processId, std::shared_ptr<TokenState> runsUnder, DWORD granted)
+        : id(processId), token(std::move(runsUnder)), access(granted) {}
     const DWORD id;
     const std::shared_ptr<TokenState> token;
     const DWORD access;

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "core/Ordinal.h"
 
@@ -39,8 +40,7 @@ HRSRC FindResourceW(HMODULE, LPCWSTR name, LPCWSTR type) {
         typeFound = true;
         if (equalsOrdinal(resource->name, name)) return reinterpret_cast<HRSRC>(const_cast<NativeResource*>(resource));
     }
-    SetLastError(typeFound ? ERROR_RESOURCE_NAME_NOT_FOUND : ERROR_RESOURCE_TYPE_NOT_FOUND);
-    return nullptr;
+    return refuse(typeFound ? ERROR_RESOURCE_NAME_NOT_FOUND : ERROR_RESOURCE_TYPE_NOT_FOUND);
 }
 
 DWORD SizeofResource(HMODULE, HRSRC resource) {

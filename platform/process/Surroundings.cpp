@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "core/Encoding.h"
+#include "core/Error.h"
 #include "core/Ordinal.h"
 #include "machine/Machine.h"
 
@@ -59,8 +60,7 @@ bool chooseChildJob(bool leavesJob, unsigned sessionId, std::string& job) {
     const bool staysInSession = sessionId == processToken().sessionId;
     const bool may = job.empty() || (leavesJob ? job.ends_with(" breakaway") : staysInSession);
     if (leavesJob) job.clear();
-    if (!may) SetLastError(ERROR_ACCESS_DENIED);
-    return may;
+    return may || refuse(ERROR_ACCESS_DENIED);
 }
 
 std::string desktopOf(int processId) {

@@ -18,4 +18,9 @@ std::string processJob();
 // let it go, and where its session is another: all processes of a job are of one session.
 bool chooseChildJob(bool leavesJob, unsigned sessionId, std::string& job);
 
+// For tests: the desktop that a running process was given when it was started, and the job that it is in; empty where
+// it has none.
+std::string desktopOf(int processId);
+std::string jobOf(int processId);
+
 }  // namespace platform

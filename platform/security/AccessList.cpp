@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "core/Allocations.h"
+#include "core/Error.h"
 #include "core/Gate.h"
 
 namespace platform {
@@ -23,17 +24,11 @@ BYTE* entryAt(PACL list, DWORD index) {
     return at;
 }
 
-bool refuse(DWORD error) {
-    SetLastError(error);
-    return false;
-}
-
 // Null, with the last error set, when it was never initialised.
 SECURITY_DESCRIPTOR* viewed(PSECURITY_DESCRIPTOR raw) {
     auto* const descriptor = static_cast<SECURITY_DESCRIPTOR*>(raw);
     if (descriptor->Revision == SECURITY_DESCRIPTOR_REVISION) return descriptor;
-    SetLastError(ERROR_UNKNOWN_REVISION);
-    return nullptr;
+    return refuse(ERROR_UNKNOWN_REVISION);
 }
 
 }  // namespace

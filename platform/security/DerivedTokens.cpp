@@ -5,6 +5,7 @@
 
 #include <cstring>
 
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "security/Sid.h"
 #include "security/Token.h"
@@ -12,16 +13,10 @@
 namespace platform {
 namespace {
 
-constexpr DWORD kAllRights = 0xF01FF;
 constexpr BYTE kLabelAuthority = 16;
 
 // Of the one level there is; as with a key, CloseHandle does not close it.
 struct LevelObject : KeyBase {};
-
-bool refuse(DWORD error) {
-    SetLastError(error);
-    return false;
-}
 
 std::shared_ptr<TokenState> copyToken(TokenState& token) {
     std::lock_guard hold(token.lock);
@@ -118,7 +113,7 @@ BOOL SaferComputeTokenFromLevel(SAFER_LEVEL_HANDLE level, HANDLE handle, PHANDLE
     auto copy = copyToken(*token);
     dropPrivileges(*copy);
     if (copy->who.administrators == Administrators::Enabled) copy->who.administrators = Administrators::DenyOnly;
-    *made = openTokenHandle(std::move(copy), kAllRights);
+    *made = openTokenHandle(std::move(copy), kAllTokenRights);
     return TRUE;
 }
 

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "core/Allocations.h"
+#include "core/Error.h"
 #include "core/Gate.h"
 
 namespace platform {
@@ -47,10 +48,7 @@ Sid wellKnownSid(WELL_KNOWN_SID_TYPE type) {
 }
 
 bool fill(const Sid& from, DWORD capacity, PSID to) {
-    if (to == nullptr || capacity < from.size()) {
-        SetLastError(ERROR_INSUFFICIENT_BUFFER);
-        return false;
-    }
+    if (to == nullptr || capacity < from.size()) return refuse(ERROR_INSUFFICIENT_BUFFER);
     std::memcpy(to, from.data(), from.size());
     return true;
 }
@@ -170,10 +168,7 @@ BOOL CreateWellKnownSid(WELL_KNOWN_SID_TYPE type, PSID, PSID sid, DWORD* byteCou
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;
     const Sid known = wellKnownSid(type);
-    if (known.empty()) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
+    if (known.empty()) return refuse(ERROR_INVALID_PARAMETER);
     const DWORD capacity = *byteCount;
     *byteCount = static_cast<DWORD>(known.size());
     return fill(known, capacity, sid);
@@ -184,10 +179,7 @@ BOOL AllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authority, BYTE count, D
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;
     const DWORD parts[] = {first, second, third, fourth, fifth, sixth, seventh, eighth};
-    if (count > std::size(parts)) {
-        SetLastError(ERROR_INVALID_SID);
-        return FALSE;
-    }
+    if (count > std::size(parts)) return refuse(ERROR_INVALID_SID);
     Sid made = assemble(0, parts, count);
     std::memcpy(made.data() + 2, authority->Value, sizeof authority->Value);
     *sid = allocate(made.size());

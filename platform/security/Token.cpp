@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "core/Encoding.h"
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "core/Ordinal.h"
 #include "machine/TokenText.h"
-#include "process/Processes.h"
 #include "security/Sid.h"
 
 namespace platform {
@@ -65,11 +65,6 @@ std::vector<Group> groupsOf(const Token& who) {
     if (who.administrators == Administrators::DenyOnly)
         groups.push_back({administratorsSid(), SE_GROUP_USE_FOR_DENY_ONLY});
     return groups;
-}
-
-bool refuse(DWORD error) {
-    SetLastError(error);
-    return false;
 }
 
 struct Target {
@@ -135,8 +130,7 @@ bool giveLinked(const Target& target, const Token& who) {
     const bool isTrusted = mayUse(Tcb);
     auto token = makeToken(linked, isTrusted ? TokenPrimary : TokenImpersonation);
     if (!isTrusted) token->level = SecurityIdentification;
-    constexpr DWORD kAllRights = 0xF01FF;
-    return giveFixed(target, TOKEN_LINKED_TOKEN{openTokenHandle(std::move(token), kAllRights)});
+    return giveFixed(target, TOKEN_LINKED_TOKEN{openTokenHandle(std::move(token), kAllTokenRights)});
 }
 
 bool give(TokenState& token, TOKEN_INFORMATION_CLASS what, const Target& target) {
@@ -186,8 +180,7 @@ std::shared_ptr<TokenState> findToken(HANDLE handle, DWORD right) {
     const auto object = find<TokenObject>(handle);
     if (object == nullptr) return nullptr;
     if ((object->access & right) == right) return object->token;
-    SetLastError(ERROR_ACCESS_DENIED);
-    return nullptr;
+    return refuse(ERROR_ACCESS_DENIED);
 }
 
 std::shared_ptr<TokenState> processTokenState() {
@@ -215,25 +208,6 @@ bool isAdministrator() {
 }  // namespace platform
 
 using namespace platform;
-
-BOOL OpenProcessToken(HANDLE process, DWORD access, PHANDLE token) {
-    static constinit CallSite site{__func__};
-    if (site.fails()) return FALSE;
-    const auto opened = findProcess(process, PROCESS_QUERY_LIMITED_INFORMATION);
-    if (opened == nullptr) return FALSE;
-    *token = openTokenHandle(opened->token, access);
-    return TRUE;
-}
-
-// Of the calling thread only: nobody asks for another's.
-BOOL OpenThreadToken(HANDLE thread, DWORD access, BOOL, PHANDLE token) {
-    static constinit CallSite site{__func__};
-    if (site.fails()) return FALSE;
-    if (thread != GetCurrentThread()) return refuse(ERROR_INVALID_HANDLE);
-    if (!processToken().isImpersonating) return refuse(ERROR_NO_TOKEN);
-    *token = openTokenHandle(makeToken(processToken(), TokenImpersonation), access);
-    return TRUE;
-}
 
 BOOL GetTokenInformation(HANDLE handle, TOKEN_INFORMATION_CLASS what, LPVOID data, DWORD byteCount, PDWORD needed) {
     static constinit CallSite site{__func__};

@@ -12,6 +12,8 @@
 
 namespace platform {
 
+constexpr DWORD kAllTokenRights = 0xF01FF;
+
 // Numbers of the privileges, as every Windows has them.
 enum Privilege : DWORD { AssignPrimaryToken = 3, IncreaseQuota = 5, Tcb = 7, ChangeNotify = 23 };
 

@@ -1,27 +1,38 @@
-#include "tasks/TaskService.h"
-
+// The objects of the Task Scheduler. They are views of one task that is being made, or names of one that is kept.
+#include <objbase.h>
 #include <tasktriggers.h>
 #include <winerror.h>
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
 
+#include "com/Com.h"
+#include "core/Counts.h"
 #include "core/Gate.h"
 #include "security/Token.h"
 #include "tasks/TaskFile.h"
-#include "testing/Faults.h"
 
 namespace platform {
 namespace {
 
-std::atomic<std::size_t> references{0};
+bool isSame(const GUID& left, const GUID& right) {
+    return std::memcmp(&left, &right, sizeof left) == 0;
+}
+
+[[noreturn]] void abortUnbuilt(const char* method) {
+    std::fprintf(stderr, "%s: the stand-in does not have this method\n", method);
+    std::abort();
+}
 
 // A method that nobody calls.
 #define NOT_CALLED(method, ...)            \
     HRESULT method(__VA_ARGS__) override { \
-        return E_NOTIMPL;                  \
+        abortUnbuilt(#method);             \
     }
 
 // A method that keeps a value.
@@ -55,15 +66,15 @@ void keep(std::u16string& member, BSTR value) {
 template <typename Interface, typename Seen>
 class View : public Interface {
   public:
-    explicit View(std::shared_ptr<Seen> seen) : seen_(std::move(seen)) { ++references; }
+    explicit View(std::shared_ptr<Seen> seen) : seen_(std::move(seen)) { countOpened(Open::Interfaces); }
 
     NOT_CALLED(QueryInterface, REFIID, void**)
     ULONG AddRef() override {
-        ++references;
+        countOpened(Open::Interfaces);
         return ++own_;
     }
     ULONG Release() override {
-        --references;
+        countClosed(Open::Interfaces);
         const ULONG left = --own_;
         if (left == 0) delete this;
         return left;
@@ -411,12 +422,19 @@ class ServiceView final : public View<ITaskService, void> {
 
 }  // namespace
 
-std::size_t faults::openInterfaces() {
-    return references;
-}
-
-ITaskService* makeTaskService() {
-    return new ServiceView(nullptr);
-}
-
 }  // namespace platform
+
+using namespace platform;
+
+// Of the task scheduler, the one class there is.
+HRESULT CoCreateInstance(REFCLSID id, IUnknown* outer, DWORD, REFIID interfaceId, LPVOID* object) {
+    static constinit CallSite site{__func__};
+    *object = nullptr;
+    if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
+    if (!isInApartment()) return CO_E_NOTINITIALIZED;
+    if (outer != nullptr) return CLASS_E_NOAGGREGATION;
+    if (!isSame(id, CLSID_TaskScheduler)) return REGDB_E_CLASSNOTREG;
+    if (!isSame(interfaceId, IID_ITaskService)) return E_NOINTERFACE;
+    *object = new ServiceView(nullptr);
+    return S_OK;
+}

@@ -1,8 +1,10 @@
 #include "testing/Desktop.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "core/Encoding.h"
+#include "windows/Mouse.h"
 #include "windows/Queue.h"
 #include "windows/Window.h"
 
@@ -37,6 +39,75 @@ bool desktop::pump() {
         DispatchMessageW(&message);
     }
     return false;
+}
+
+void desktop::moveMouse(POINT point) {
+    mouse::moveTo(point);
+    pump();
+}
+
+void desktop::pressMouse() {
+    mouse::press(WM_LBUTTONDOWN);
+    pump();
+}
+
+void desktop::releaseMouse() {
+    mouse::release();
+    pump();
+}
+
+void desktop::click(POINT point) {
+    moveMouse(point);
+    pressMouse();
+    releaseMouse();
+}
+
+void desktop::doubleClick(POINT point) {
+    click(point);
+    mouse::press(WM_LBUTTONDBLCLK);
+    releaseMouse();
+}
+
+void desktop::drag(POINT from, POINT to, const std::function<void()>& halfway) {
+    constexpr LONG kSteps = 4;
+    moveMouse(from);
+    mouse::whenGripped([=] {
+        for (LONG step = 1; step <= kSteps; ++step) {
+            moveMouse({from.x + (to.x - from.x) * step / kSteps, from.y + (to.y - from.y) * step / kSteps});
+            if (step == kSteps / 2 && halfway) halfway();
+        }
+        releaseMouse();
+    });
+    pressMouse();
+    if (const auto rest = mouse::whenGripped(nullptr)) rest();  // no window took it up
+}
+
+void desktop::typeText(std::u16string_view text) {
+    for (const char16_t unit : text) {
+        const HWND focus = currentQueue()->focus;
+        if (focus != nullptr) PostMessageW(focus, WM_CHAR, unit, 1);
+        pump();
+    }
+}
+
+HCURSOR desktop::shownCursor() {
+    const HCURSOR shown = SetCursor(nullptr);
+    SetCursor(shown);
+    return shown;
+}
+
+void desktop::endSession(LPARAM reason) {
+    const auto windows = topLevelWindows();
+    const bool isEnding = std::ranges::all_of(
+        windows, [&](const auto& window) { return callWindow(*window, WM_QUERYENDSESSION, 0, reason) != 0; });
+    for (const auto& window : windows)
+        callWindow(*window, WM_ENDSESSION, isEnding, reason);
+}
+
+void desktop::closeForInstaller() {
+    endSession(ENDSESSION_CLOSEAPP);
+    for (const auto& window : topLevelWindows())
+        post(*window->queue, {window->handle, WM_CLOSE, 0, 0, 0, {}});
 }
 
 HWND desktop::activeWindow() {

@@ -1,5 +1,5 @@
-// The desktop that this process shows its windows on, and what a test may do to it: monitors, the end of the session,
-// a look at the windows.
+// The desktop that this process shows its windows on, in a test's hands: mouse and keyboard, the end of the session, a
+// look at the windows. Its monitors are set with windows/Monitors.h.
 #pragma once
 
 #include <windef.h>
@@ -7,20 +7,13 @@
 #include <functional>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "machine/Machine.h"
+#include "controls/Libraries.h"
+#include "windows/Monitors.h"
 
 namespace platform {
 
 namespace desktop {
-
-// The monitors of the machine, which machine.txt describes, until a test sets others. A change is told to the
-// top-level windows of the process with WM_DISPLAYCHANGE, and with WM_DPICHANGED to those whose DPI is another now.
-std::vector<Monitor> monitors();
-void setMonitors(std::vector<Monitor> monitors);
-// Whether the libraries have the calls that tell the DPI of a monitor and of a window. Older systems do not.
-void offerDpiCalls(bool ofMonitor, bool ofWindow);
 
 // Dispatches what the calling thread's queue holds, until it is empty. Says whether the quit mark was met.
 bool pump();
@@ -63,9 +56,6 @@ std::string describePainting(HWND window);
 // The text controls of the window, a line each: class, place in the window, font, margins, the colours that the window
 // answers when they ask; then, of rich text, the control's own: of new text, of its first character, its background.
 std::string describeControls(HWND window);
-
-// Lets other processes of the machine reach the windows of this one, from the first call on. See docs/platform.md.
-void serveFromOutside();
 
 }  // namespace desktop
 }  // namespace platform

@@ -5,7 +5,7 @@
 
 #include "core/Gate.h"
 
-using platform::CallSite;
+using namespace platform;
 
 namespace {
 

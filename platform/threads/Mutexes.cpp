@@ -9,9 +9,11 @@
 #include <string>
 #include <thread>
 
+#include "core/Descriptor.h"
 #include "core/Encoding.h"
+#include "core/Error.h"
 #include "core/Gate.h"
-#include "files/FileObject.h"
+#include "core/HandleTable.h"
 #include "machine/Machine.h"
 
 namespace platform {
@@ -92,10 +94,8 @@ HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES, BOOL initialOwner, LPCWSTR name) {
     if (site.fails()) return nullptr;
     const std::string path = fileOf(toUtf8(name));
     auto mutex = std::make_shared<Mutex>(Descriptor(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)));
-    if (mutex->descriptor.get() < 0 || !setLock(mutex->descriptor, F_OFD_SETLKW, F_WRLCK, kMakingByte)) {
-        SetLastError(ERROR_INVALID_NAME);
-        return nullptr;
-    }
+    if (mutex->descriptor.get() < 0 || !setLock(mutex->descriptor, F_OFD_SETLKW, F_WRLCK, kMakingByte))
+        return refuse(ERROR_INVALID_NAME);
     const bool known = hasOtherHandles(mutex->descriptor);
     setLock(mutex->descriptor, F_OFD_SETLK, F_RDLCK, kHandleByte);
     // Only the one who makes it owns it from the start.
@@ -112,10 +112,7 @@ BOOL ReleaseMutex(HANDLE handle) {
     if (site.fails()) return FALSE;
     const auto mutex = find<Mutex>(handle);
     if (mutex == nullptr) return FALSE;
-    if (mutex->owner != std::this_thread::get_id()) {
-        SetLastError(ERROR_NOT_OWNER);
-        return FALSE;
-    }
+    if (mutex->owner != std::this_thread::get_id()) return refuse(ERROR_NOT_OWNER);
     setLock(mutex->descriptor, F_OFD_SETLK, F_UNLCK, kOwnerByte);
     mutex->owner = std::thread::id();
     return TRUE;

@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "core/Clock.h"
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "core/Waitable.h"
 #include "core/Waiting.h"
-#include "machine/Machine.h"
 
 using namespace platform;
 
@@ -41,10 +41,8 @@ DWORD waitForAny(const std::vector<std::shared_ptr<Waitable>>& objects, DWORD mi
 HANDLE CreateEventW(LPSECURITY_ATTRIBUTES, BOOL manualReset, BOOL signalled, LPCWSTR name) {
     static constinit CallSite site{__func__};
     if (site.fails()) return nullptr;
-    if (!manualReset || name != nullptr) {  // nobody makes other events
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return nullptr;
-    }
+    if (!manualReset || name != nullptr)  // nobody makes other events
+        return refuse(ERROR_INVALID_PARAMETER);
     const auto event = std::make_shared<Event>();
     event->signalled = signalled != FALSE;
     return openHandle(event);
@@ -78,10 +76,8 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
 DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL all, DWORD milliseconds) {
     static constinit CallSite site{__func__};
     if (site.fails()) return WAIT_FAILED;
-    if (all) {  // nobody waits for all of them
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return WAIT_FAILED;
-    }
+    if (all)  // nobody waits for all of them
+        return refuse(ERROR_INVALID_PARAMETER, WAIT_FAILED);
     std::vector<std::shared_ptr<Waitable>> objects;
     for (DWORD i = 0; i < count; ++i) {
         objects.push_back(find<Waitable>(handles[i]));

@@ -5,10 +5,11 @@
 
 #include <fstream>
 
+#include "core/Descriptor.h"
 #include "core/Encoding.h"
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "core/Ordinal.h"
-#include "files/FileObject.h"
 #include "machine/Machine.h"
 #include "windows/Queue.h"
 #include "windows/Remote.h"
@@ -22,10 +23,7 @@ UINT RegisterWindowMessageW(LPCWSTR name) {
     if (site.fails()) return 0;
     const std::string path = machineFolder() / "messages.txt";
     const Descriptor held(open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
-    if (held.get() < 0 || flock(held.get(), LOCK_EX) != 0) {
-        SetLastError(ERROR_GEN_FAILURE);
-        return 0;
-    }
+    if (held.get() < 0 || flock(held.get(), LOCK_EX) != 0) return refuse(ERROR_GEN_FAILURE);
     std::ifstream list(path);
     UINT number = 0xC000;
     for (std::string line; std::getline(list, line); ++number)

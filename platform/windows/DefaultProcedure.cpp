@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "core/Gate.h"
+#include "windows/Mouse.h"
 #include "windows/Window.h"
 
 namespace platform {
@@ -16,13 +17,9 @@ LRESULT copyText(const std::u16string& text, std::size_t capacity, WCHAR* out) {
     return static_cast<LRESULT>(units);
 }
 
-LPARAM packed(LONG low, LONG high) {
-    return static_cast<LPARAM>((static_cast<DWORD>(low) & 0xffff) | (static_cast<DWORD>(high) << 16));
-}
-
 void sayMovedAndSized(const Window& window, const WINDOWPOS& done) {
-    if ((done.flags & SWP_NOMOVE) == 0) callWindow(window, WM_MOVE, 0, packed(done.x, done.y));
-    if ((done.flags & SWP_NOSIZE) == 0) callWindow(window, WM_SIZE, SIZE_RESTORED, packed(done.cx, done.cy));
+    if ((done.flags & SWP_NOMOVE) == 0) callWindow(window, WM_MOVE, 0, MAKELPARAM(done.x, done.y));
+    if ((done.flags & SWP_NOSIZE) == 0) callWindow(window, WM_SIZE, SIZE_RESTORED, MAKELPARAM(done.cx, done.cy));
 }
 
 // The parent has the first word; whoever has the last shows the cursor of the window that is pointed at.

@@ -1,16 +1,13 @@
 #include "windows/Monitors.h"
 
-#include "windows/Modules.h"
-
 #include <algorithm>
 #include <cstring>
 #include <limits>
 #include <mutex>
 #include <optional>
 
+#include "core/Error.h"
 #include "core/Gate.h"
-#include "machine/Machine.h"
-#include "testing/Desktop.h"
 
 namespace platform {
 namespace {
@@ -138,14 +135,9 @@ BOOL GetMonitorInfoW(HMONITOR handle, LPMONITORINFO info) {
     if (site.fails()) return FALSE;
     const std::vector<Monitor> monitors = desktop::monitors();
     const auto index = indexOf(handle, monitors.size());
-    if (!index) {
-        SetLastError(ERROR_INVALID_MONITOR_HANDLE);
-        return FALSE;
-    }
-    if (info->cbSize != sizeof(MONITORINFO) && info->cbSize != sizeof(MONITORINFOEXW)) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
+    if (!index) return refuse(ERROR_INVALID_MONITOR_HANDLE);
+    if (info->cbSize != sizeof(MONITORINFO) && info->cbSize != sizeof(MONITORINFOEXW))
+        return refuse(ERROR_INVALID_PARAMETER);
     const Monitor& monitor = monitors[*index];
     info->rcMonitor = monitor.bounds;
     info->rcWork = monitor.workArea;

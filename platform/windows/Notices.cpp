@@ -1,15 +1,13 @@
-// What the process says without a window: debugger output and message boxes.
+#include "windows/Notices.h"
+
 #include <unistd.h>
 #include <windows.h>
 
-#include <functional>
 #include <mutex>
-#include <string>
 #include <utility>
 
 #include "core/Encoding.h"
 #include "core/Gate.h"
-#include "machine/Machine.h"
 
 namespace platform {
 namespace {
@@ -40,9 +38,9 @@ std::vector<MessageBox> notices::takeMessageBoxes() {
     return std::exchange(boxes, {});
 }
 
-void notices::duringNextBox(std::function<void()> act) {
+void notices::duringNextBox(std::function<void()> run) {
     std::lock_guard hold(lock);
-    duringBox = std::move(act);
+    duringBox = std::move(run);
 }
 
 void notices::silence(bool on) {
@@ -66,13 +64,13 @@ void OutputDebugStringW(LPCWSTR text) {
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT type) {
     static constinit CallSite site{__func__};
     if (site.fails()) return 0;
-    std::function<void()> act;
+    std::function<void()> meanwhile;
     {
         std::lock_guard hold(lock);
         if (keep) boxes.push_back({caption, text, type, owner});
         toStandardError("[" + toUtf8(caption) + "]\n" + toUtf8(text) + "\n");
-        act.swap(duringBox);
+        meanwhile.swap(duringBox);
     }
-    if (act) act();
+    if (meanwhile) meanwhile();
     return IDOK;
 }

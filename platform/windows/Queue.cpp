@@ -1,12 +1,10 @@
 #include "windows/Queue.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <fstream>
 
+#include "core/Error.h"
 #include "core/Gate.h"
 #include "core/Waiting.h"
-#include "testing/Desktop.h"
 #include "windows/Window.h"
 
 namespace platform {
@@ -71,14 +69,11 @@ bool take(Queue& queue, MSG& message) {
     return takePosted(queue, message) || takePaint(queue, message) || takeTimer(queue, message);
 }
 
-// VELLUM_PICTURE names a file that always holds a picture of the windows as they were when there was nothing to do.
-void keepPicture() {
-    static const char* const file = std::getenv("VELLUM_PICTURE");
-    if (file != nullptr) std::ofstream(file) << desktop::picture();
-}
+using IdleCall = void (*)();
+constinit IdleCall idleCall = nullptr;
 
 void waitForWork(Queue& queue) {
-    keepPicture();
+    if (idleCall != nullptr) idleCall();
     std::uint64_t deadline = waiting::kNever;
     for (const Timer& timer : queue.timers)
         deadline = std::min(deadline, timer.due);
@@ -111,6 +106,10 @@ void request(Queue& queue, std::function<void()> run) {
     waiting::wake();
 }
 
+void callWhenIdle(IdleCall call) {
+    idleCall = call;
+}
+
 void forgetWindow(Queue& queue, HWND window) {
     std::erase_if(queue.timers, [&](const Timer& timer) { return timer.window == window; });
     std::erase(queue.windows, window);
@@ -135,8 +134,7 @@ BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     const std::shared_ptr<Window> target = findWindow(window);
     if (target == nullptr) return FALSE;
     if (post(*target->queue, makeMessage(window, message, wParam, lParam))) return TRUE;
-    SetLastError(ERROR_NOT_ENOUGH_QUOTA);
-    return FALSE;
+    return refuse(ERROR_NOT_ENOUGH_QUOTA);
 }
 
 void PostQuitMessage(int exitCode) {

@@ -74,8 +74,6 @@ void raiseWindow(const Window& window);
 // Makes the window active, with the messages that go with it.
 void activateWindow(const std::shared_ptr<Window>& window, int how);
 void focusWindow(HWND window);
-// Lets the mouse move or size the window until the button is released; `zone` is the one that was pressed.
-void beginSizeMove(const std::shared_ptr<Window>& window, LRESULT zone);
 // Tells a window whose monitor has another DPI than before.
 void followMonitorDpi(const std::shared_ptr<Window>& window);
 // Registers a class of the system's own.

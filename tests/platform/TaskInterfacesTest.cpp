@@ -57,7 +57,7 @@ TEST(TaskInterfaces, methodsLieWhereTheyArePublished) {
         METHOD(IRepetitionPattern::put_StopAtDurationEnd, 12), METHOD(IActionCollection::Create, 12),
         METHOD(IExecAction::put_Path, 11), METHOD(IExecAction::put_Arguments, 13),
         METHOD(IExecAction::put_WorkingDirectory, 15), METHOD(IRegisteredTask::Run, 12),
-        // clang-format on
+    // clang-format on
 #undef METHOD
     };
     for (const auto& row : rows)

@@ -86,8 +86,7 @@ TEST(Placement, triesGoAlongFourDiagonalsAndStayInTheWorkArea) {
     EXPECT_EQ(sides(placementTry(wanted, kDesktop, 96, 199)), sides({1820, 0, 1920, 100}));
     EXPECT_EQ(sides(placementTry(rectAt(0, 0, 3000, 2000), kDesktop, 96, 7)), sides({0, 0, 3000, 2000}))
         << "larger than the work area: aligned on the left and top";
-    EXPECT_EQ(sides(placementTry(rectAt(-300, -300, 100, 100), kLeftOfPrimary, 96, 49)),
-              sides({-100, 900, 0, 1000}));
+    EXPECT_EQ(sides(placementTry(rectAt(-300, -300, 100, 100), kLeftOfPrimary, 96, 49)), sides({-100, 900, 0, 1000}));
 }
 
 TEST(Placement, withoutAFreePlaceTheWantedOneStands) {

@@ -1,0 +1,29 @@
+#include "core/Counts.h"
+
+#include <array>
+#include <atomic>
+
+namespace platform {
+namespace {
+
+std::array<std::atomic<std::size_t>, static_cast<std::size_t>(Open::Variants) + 1> counts;
+
+std::atomic<std::size_t>& counter(Open kind) {
+    return counts[static_cast<std::size_t>(kind)];
+}
+
+}  // namespace
+
+void countOpened(Open kind) {
+    ++counter(kind);
+}
+
+std::size_t countClosed(Open kind) {
+    return --counter(kind);
+}
+
+std::size_t countOf(Open kind) {
+    return counter(kind);
+}
+
+}  // namespace platform
