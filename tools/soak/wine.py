@@ -70,18 +70,23 @@ class WineSite:
                                 stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
     def start(self, name):
-        """Starts a display if there is none. Else a second process, which ends at once: its exit status."""
+        """Starts a process. It becomes the display, also where the one before is killed at this moment, or ends at
+        once since there is one: then its exit status."""
         with self.lock:
-            if self.displays_of(name):
-                return self.begin(name).wait(60)
+            # A list can lack a display while another one goes: those that are known count as well.
             before, since = self.helper.ask("displays").split(), time.time()
+            before += [display.number for other in self.shown for display in self.displays_of(other)]
             process = self.begin(name)
-            for _ in range(300):
+            for _ in range(600):
                 new = [number for number in self.helper.ask("displays").split() if number not in before]
                 if new:
                     self.shown[name] = WineDesktop(self.helper, process, new[0], since)
                     return None
+                if process.poll() is not None:
+                    return process.returncode
                 time.sleep(0.1)
+            process.kill()
+            process.wait()
             return "no display"
 
     def displays_of(self, name):
