@@ -93,6 +93,7 @@ TEST_F(AppletDisplayMachine, dismissalThatFailsKeepsTheNoteOpen) {
     setCommandLine({"Vellumd", "--applet-queue", "-i", name_});
     App app;
     ASSERT_EQ(app.initialize(nullptr, WideString()), kEnterMessageLoop) << log();
+    EXPECT_TRUE(eventually([] { return has(log(), "Worker started"); }));
     EXPECT_EQ(faults::uses("CreateMutexW"), 0U) << "the lease keeps a second one away";
     const HWND note = FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr);
     const auto tell = [&](UINT message) {
