@@ -38,7 +38,7 @@ class Program {
 
     WideString noteClass_;
     std::map<HWND, bool> known_;  // every top-level window that was seen: whether it is a note of this program
-    WaitHandle process_;
+    KernelHandle process_;
     DWORD id_ = 0;
     double startedAt_ = 0;
     bool hasBeenIdle_ = false;

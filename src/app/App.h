@@ -6,19 +6,23 @@
 //
 // App.cpp has the roles, AppletRoles.cpp those of the private queues, DisplayRole.cpp the way from the options to the
 // first note and back, MessageWindow.cpp the messages, NoteLifecycle.cpp how the open notes follow the files,
-// NoteSaving.cpp how changes go back.
+// NoteSaving.cpp how changes go back, NoteHost.cpp what the note windows ask.
 #pragma once
 
 #include <memory>
 
 #include "app/CommandLine.h"
+#include "app/OwnWrites.h"
 #include "applet/QueueLease.h"
 #include "common/Handles.h"
+#include "common/MessageTable.h"
 #include "common/OrderedMap.h"
 #include "common/WideText.h"
 #include "watch/FolderWatcher.h"
 #include "window/NoteWindow.h"
-#include "window/OccupiedPlaces.h"
+
+// Of GDI+, which runs while the token is held.
+using DrawingToken = Guard<ValueTraits<ULONG_PTR, Gdiplus::GdiplusShutdown>>;
 
 class App {
   public:
@@ -44,8 +48,6 @@ class App {
     // Where a note that wants this rectangle goes without covering an open note: a free place near it, or the
     // rectangle itself. `except`, which may be null, is not in the way.
     RECT resolveOverlap(const RECT& wanted, const NoteWindow* except) const;
-    // To be called when an open note has another place than before.
-    void followPlace(const NoteWindow& window);
     // Saves every open note whose edit still waits for its pause, before it returns.
     void saveWaitingEdits();
 
@@ -58,7 +60,7 @@ class App {
 
     int startDisplay(const CommandLineOptions& options);
     int openNotesFolder(const CommandLineOptions& options);
-    bool isSecondInstance(const WideString& mutexName, int& exitCode);
+    bool claimInstance(const WideString& mutexName, int& exitCode);
     bool startDrawing();
     void registerAutoStart(const WideString& folderOption);
     bool createMessageWindow();
@@ -67,11 +69,7 @@ class App {
     static LRESULT CALLBACK messageWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT handleMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     using Handler = void (App::*)(WPARAM wParam, LPARAM lParam);
-    struct Handled {
-        UINT message;
-        Handler handler;
-    };
-    static const Handled kHandled[];
+    static const MessageRow<Handler> kHandled[];
     void onFileAddedMessage(WPARAM, LPARAM path);
     void onFileRemovedMessage(WPARAM, LPARAM path);
     void onNoteDismissMessage(WPARAM, LPARAM id);
@@ -91,7 +89,6 @@ class App {
     void openNote(NoteRecord record);
     void onFileChanged(const WideString& path);
     void onFileRemoved(const WideString& path);
-    bool isOwnWrite(const WideString& path);
 
     bool saveNote(NoteWindow* window);
     void createNewNote();
@@ -111,9 +108,8 @@ class App {
     bool noAutostart_ = false;
     AppletNotes::QueueLease lease_;  // held in the applet display role, and in no other
     FolderWatcher watcher_;
-    OccupiedPlaces places_;  // of the open notes
     OrderedMap<NoteWindowPtr> notes_;
-    OrderedMap<ULONGLONG> ownWrites_;  // full path of a file to the tick of our last write of it
+    OwnWrites ownWrites_;
 };
 
 // Runs until the quit message, or until messages cannot be had; gives the exit code of the process.

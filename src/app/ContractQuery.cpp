@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "common/Arguments.h"
+#include "common/WriteAll.h"
 
 namespace {
 
@@ -33,17 +34,6 @@ DWORD findOutput(HANDLE& output) {
     return isUsable(output) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }
 
-DWORD writeAll(HANDLE output, const char* bytes, DWORD byteCount) {
-    while (byteCount > 0) {
-        DWORD written = 0;
-        if (!WriteFile(output, bytes, byteCount, &written, nullptr)) return GetLastError();
-        if (written == 0) return ERROR_WRITE_FAULT;
-        bytes += written;
-        byteCount -= written;
-    }
-    return ERROR_SUCCESS;
-}
-
 DWORD printContract() {
     DWORD version = 0;
     if (const DWORD error = readContract(version)) return error;
@@ -53,7 +43,7 @@ DWORD printContract() {
     const int length =
         std::snprintf(line, sizeof line, "OMBREL_APPLET_NOTES_CONTRACT=%lu\r\n", static_cast<unsigned long>(version));
     if (length < 1 || length >= static_cast<int>(sizeof line)) return ERROR_INVALID_DATA;
-    return writeAll(output, line, static_cast<DWORD>(length));
+    return writeAll(output, {line, static_cast<std::size_t>(length)}) ? ERROR_SUCCESS : GetLastError();
 }
 
 }  // namespace

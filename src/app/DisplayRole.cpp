@@ -1,4 +1,6 @@
 // The display role: from the options to the first note on the screen, and down again.
+#include <objbase.h>
+
 #include "app/App.h"
 #include "app/ExitCode.h"
 #include "app/InstanceNames.h"
@@ -36,7 +38,7 @@ int App::startDisplay(const CommandLineOptions& options) {
     wakeUpMessage = RegisterWindowMessageW((TEXT("Vellumd.WakeUp") + suffix).c_str());
     int exitCode = kSuccess;
     // A queue has its lease for that.
-    if (!lease_.active() && isSecondInstance(TEXT("Local\\Vellumd.SingleInstance.v1") + suffix, exitCode))
+    if (!lease_.active() && !claimInstance(TEXT("Local\\Vellumd.SingleInstance.v1") + suffix, exitCode))
         return exitCode;
 
     if (!startDrawing()) return kDrawingFailed;
@@ -69,21 +71,21 @@ int App::openNotesFolder(const CommandLineOptions& options) {
     return kNotesFolderFailed;
 }
 
-// True when this process has to end, with `exitCode`: another one shows the notes, and has been woken.
-bool App::isSecondInstance(const WideString& mutexName, int& exitCode) {
+// False when this process has to end, with `exitCode`: another one shows the notes, and has been woken.
+bool App::claimInstance(const WideString& mutexName, int& exitCode) {
     instanceMutex_.reset(CreateMutexW(nullptr, TRUE, mutexName.c_str()));
     const DWORD err = GetLastError();
     if (!instanceMutex_) {
         logWrite(LogLevel::Error, kComponent, TEXT("CreateMutex failed; err=%lu"), err);
         exitCode = kMutexFailed;
-        return true;
+        return false;
     }
-    if (err != ERROR_ALREADY_EXISTS) return false;
+    if (err != ERROR_ALREADY_EXISTS) return true;
     logWrite(LogLevel::Info, kComponent, TEXT("Another instance is running (mutex=%ls); sending wake-up and exiting"),
              mutexName.c_str());
     wakeFirstInstance();
     exitCode = kSuccess;
-    return true;
+    return false;
 }
 
 bool App::startDrawing() {

@@ -16,7 +16,6 @@ namespace {
 
 constexpr const WCHAR* kComponent = TEXT("App");
 constexpr const WCHAR* kClassName = TEXT("Vellumd.MsgWindow");
-constexpr ULONGLONG kForgetOwnWriteMs = 5000;
 
 bool registerMessageClass(HINSTANCE instance, WNDPROC procedure) {
     WNDCLASSEXW description = {};
@@ -64,7 +63,7 @@ LRESULT CALLBACK App::messageWindowProc(HWND window, UINT message, WPARAM wParam
     return app->handleMessage(window, message, wParam, lParam);
 }
 
-const App::Handled App::kHandled[] = {
+constexpr MessageRow<App::Handler> App::kHandled[] = {
     {WM_APP_FILE_ADDED, &App::onFileAddedMessage},
     {WM_APP_FILE_REMOVED, &App::onFileRemovedMessage},
     {WM_APP_NOTE_DISMISS, &App::onNoteDismissMessage},
@@ -83,12 +82,11 @@ LRESULT App::handleMessage(HWND window, UINT message, WPARAM wParam, LPARAM lPar
         scanFolder();
         return 0;
     }
-    for (const Handled& handled : kHandled) {
-        if (handled.message != message) continue;
-        (this->*handled.handler)(wParam, lParam);
-        return 0;
-    }
-    return DefWindowProcW(window, message, wParam, lParam);
+    static_assert(areDistinct(kHandled));
+    const Handler handler = handlerOf(kHandled, message);
+    if (handler == nullptr) return DefWindowProcW(window, message, wParam, lParam);
+    (this->*handler)(wParam, lParam);
+    return 0;
 }
 
 void App::onFileAddedMessage(WPARAM, LPARAM path) {
@@ -114,8 +112,7 @@ void App::onNoteNewMessage(WPARAM, LPARAM) {
 }
 
 void App::onTimer(WPARAM, LPARAM) {
-    const ULONGLONG now = GetTickCount64();
-    ownWrites_.eraseIf([now](ULONGLONG written) { return now - written > kForgetOwnWriteMs; });
+    ownWrites_.forgetOlder(GetTickCount64());
 }
 
 void App::onDestroy(WPARAM, LPARAM) {

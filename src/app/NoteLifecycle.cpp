@@ -1,5 +1,8 @@
 // How the open notes follow the files: the files are the truth. Everything here is asked for by a message and done
 // before the next message is looked at.
+#include <algorithm>
+#include <vector>
+
 #include "app/App.h"
 #include "common/Logger.h"
 #include "common/Monitors.h"
@@ -11,7 +14,6 @@ namespace {
 constexpr const WCHAR* kComponent = TEXT("App");
 constexpr int kTries = 3;
 constexpr DWORD kPauseMs = 15;              // a writer is given this long to finish
-constexpr ULONGLONG kOwnWriteMs = 3000;     // so long after a save, what comes from its file is our own doing
 constexpr std::size_t kExtensionUnits = 5;  // ".json"
 
 // The file's name without its extension; empty where the name has none, as in ".json".
@@ -114,25 +116,19 @@ void App::openNote(NoteRecord record) {
     insertNote(std::move(window));
 }
 
-// An older mark is left in place; onFileChanged erases it.
-bool App::isOwnWrite(const WideString& path) {
-    const ULONGLONG* const written = ownWrites_.find(path);
-    return written != nullptr && GetTickCount64() - *written < kOwnWriteMs;
-}
-
 void App::onFileChanged(const WideString& path) {
-    if (isOwnWrite(path)) {
+    if (ownWrites_.isOwn(path, GetTickCount64())) {
         logWrite(LogLevel::Debug, kComponent, TEXT("Ignoring own change notification: %ls"), path.c_str());
         return;
     }
-    ownWrites_.erase(path);
+    ownWrites_.forget(path);
     logWrite(LogLevel::Debug, kComponent, TEXT("File added: %ls"), path.c_str());
     loadNote(path);
 }
 
 // A save shows up as a removal too, where the file is replaced by renaming over it.
 void App::onFileRemoved(const WideString& path) {
-    if (isOwnWrite(path)) {
+    if (ownWrites_.isOwn(path, GetTickCount64())) {
         logWrite(LogLevel::Debug, kComponent, TEXT("Ignoring own remove notification: %ls"), path.c_str());
         return;
     }
@@ -158,29 +154,25 @@ void App::cleanupStartup(const WCHAR* occasion) const {
 void App::insertNote(NoteWindowPtr window) {
     const WideString id = window->note().id;
     if (notes_.find(id) != nullptr) eraseNote(id);
-    followPlace(*notes_.set(id, std::move(window)));
+    notes_.set(id, std::move(window));
 }
 
 // Closing comes first, so that the window reports nothing any more.
 void App::eraseNote(const WideString& id) {
-    NoteWindow& window = **notes_.find(id);
-    window.close();
-    places_.remove(&window);
+    (*notes_.find(id))->close();
     notes_.erase(id);
 }
 
-void App::followPlace(const NoteWindow& window) {
-    const NoteWindowPtr* const open = notes_.find(window.note().id);
-    if (open == nullptr || open->get() != &window) return;  // still being made
-    RECT rect = {};
-    if (window.hwnd() != nullptr && GetWindowRect(window.hwnd(), &rect))
-        places_.set(&window, rect);
-    else
-        places_.remove(&window);
-}
-
 RECT App::resolveOverlap(const RECT& wanted, const NoteWindow* except) const {
-    const auto isFree = [&](const RECT& place) { return places_.isFree(place, except); };
+    std::vector<RECT> taken;
+    for (const auto& [id, note] : notes_) {
+        RECT rect = {};
+        if (note.get() != except && note->hwnd() != nullptr && GetWindowRect(note->hwnd(), &rect))
+            taken.push_back(rect);
+    }
+    const auto isFree = [&](const RECT& place) {
+        return std::none_of(taken.begin(), taken.end(), [&](const RECT& rect) { return intersect(rect, place); });
+    };
     if (isFree(wanted)) return wanted;
     const HMONITOR monitor = MonitorFromRect(&wanted, MONITOR_DEFAULTTONEAREST);
     MONITORINFOEXW info = {};

@@ -18,13 +18,13 @@ bool App::saveNote(NoteWindow* window) {
     const NoteRecord& note = window->note();
     if (note.id.empty()) return false;
     const WideString path = notePath(note.id);
-    ownWrites_.set(path, GetTickCount64());  // before the write, so that no notice of it comes too early
+    ownWrites_.mark(path, GetTickCount64());
     WideString error;
     if (writeNote(path, note, error)) {
         logWrite(LogLevel::Debug, kComponent, TEXT("Saved note id=%ls"), note.id.c_str());
         return true;
     }
-    ownWrites_.erase(path);  // the next change from outside counts
+    ownWrites_.forget(path);  // the next change from outside counts
     logWrite(LogLevel::Error, kComponent, TEXT("saveNote failed: id=%ls path=%ls (%ls)"), note.id.c_str(), path.c_str(),
              error.c_str());
     return false;

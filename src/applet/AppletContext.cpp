@@ -5,7 +5,7 @@
 
 #include "applet/Error.h"
 #include "applet/OwnedHandle.h"
-#include "applet/TokenData.h"
+#include "common/TokenData.h"
 
 namespace AppletNotes {
 namespace {
@@ -14,15 +14,10 @@ constexpr const WCHAR* kStoreFolder = TEXT("\\OmbrelAppletNotes");
 constexpr const WCHAR* kPolicyKey = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Policies\\System");
 constexpr DWORD kPathUnits = 260;
 
-struct LogonDataTraits {
-    using Raw = SECURITY_LOGON_SESSION_DATA*;
-    static Raw none() { return nullptr; }
-    static bool isEmpty(Raw raw) { return raw == nullptr; }
-    static void close(Raw raw) {
-        if (LsaFreeReturnBuffer(raw) != 0) OutputDebugStringW(TEXT("AppletNotes: LSA buffer release failed\n"));
-    }
-};
-using LogonData = Guard<LogonDataTraits>;
+void freeLogonData(SECURITY_LOGON_SESSION_DATA* data) {
+    if (LsaFreeReturnBuffer(data) != 0) OutputDebugStringW(TEXT("AppletNotes: LSA buffer release failed\n"));
+}
+using LogonData = Guard<ValueTraits<SECURITY_LOGON_SESSION_DATA*, freeLogonData>>;
 
 // Success without data is possible.
 bool readLogonData(LUID logonId, LogonData& data, DWORD& err) {
@@ -63,13 +58,13 @@ bool hasEnabledGroup(const TokenData<TOKEN_GROUPS>& groups, PSID wanted) {
 
 // Whether the machine runs without UAC.
 bool isUacOff(DWORD& err) {
-    HKEY key = nullptr;
-    err = static_cast<DWORD>(RegOpenKeyExW(HKEY_LOCAL_MACHINE, kPolicyKey, 0, KEY_QUERY_VALUE, &key));
+    RegistryKey key;
+    err = static_cast<DWORD>(RegOpenKeyExW(HKEY_LOCAL_MACHINE, kPolicyKey, 0, KEY_QUERY_VALUE, key.put()));
     if (err != ERROR_SUCCESS) return false;
     DWORD type = REG_NONE, value = 0, bytes = sizeof value;
     err = static_cast<DWORD>(
-        RegQueryValueExW(key, TEXT("EnableLUA"), nullptr, &type, reinterpret_cast<BYTE*>(&value), &bytes));
-    const DWORD closed = static_cast<DWORD>(RegCloseKey(key));
+        RegQueryValueExW(key.get(), TEXT("EnableLUA"), nullptr, &type, reinterpret_cast<BYTE*>(&value), &bytes));
+    const DWORD closed = static_cast<DWORD>(RegCloseKey(key.release()));
     if (err == ERROR_SUCCESS) err = closed;
     if (err != ERROR_SUCCESS) return false;
     return (type == REG_DWORD && bytes == sizeof value && value == 0) || fail(err, ERROR_ACCESS_DENIED);

@@ -38,11 +38,7 @@ struct PinnedImage {
 
   private:
     bool readPath(DWORD& err) {
-        WCHAR buffer[kMaxPathUnits];
-        const DWORD length = GetModuleFileNameW(nullptr, buffer, kMaxPathUnits);
-        if (length == 0) return failWithLastError(err);
-        if (length >= kMaxPathUnits) return fail(err, ERROR_FILENAME_EXCED_RANGE);
-        path.assign(buffer, length);
+        if (!readOwnPath(path, err)) return false;
         const bool hasDrive = path.size() >= kDriveUnits && path[1] == TEXT(':') && path[2] == TEXT('\\');
         return hasDrive || fail(err, ERROR_BAD_PATHNAME);
     }
@@ -132,16 +128,9 @@ bool startChild(const AppletContext& context, const WideString& queueName, HANDL
     return false;
 }
 
-struct SaferLevelTraits {
-    using Raw = SAFER_LEVEL_HANDLE;
-    static Raw none() { return nullptr; }
-    static bool isEmpty(Raw raw) { return raw == nullptr; }
-    static void close(Raw raw) { SaferCloseLevel(raw); }
-};
-
 OwnedHandle computeNormalUser(HANDLE processToken, DWORD& err) {
     OwnedHandle token;
-    Guard<SaferLevelTraits> level;
+    Guard<ValueTraits<SAFER_LEVEL_HANDLE, SaferCloseLevel>> level;
     if (!SaferCreateLevel(SAFER_SCOPEID_USER, SAFER_LEVELID_NORMALUSER, SAFER_LEVEL_OPEN, level.put(), nullptr)) {
         err = GetLastError();
         return token;

@@ -7,7 +7,7 @@ namespace AppletNotes {
 
 // Goes in the reverse order: the lock, the folder, the store.
 struct QueueLease::State {
-    WideString pathOf(const WideString& name) const { return queuePath + TEXT("\\") + name; }
+    WideString pathOf(const WideString& name) const { return joinPath(queuePath, name); }
     QueueStore::Impl& files() const { return *store.impl(); }
 
     QueueStore store;

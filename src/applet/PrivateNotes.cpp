@@ -4,6 +4,7 @@
 #include "applet/Error.h"
 #include "applet/LeaseState.h"
 #include "applet/QueueName.h"
+#include "common/WriteAll.h"
 
 namespace AppletNotes {
 namespace {
@@ -17,7 +18,7 @@ struct NoteLocks {
 
     bool take(QueueStore::Impl& store, const WideString& queuePath, DWORD& err) {
         lifecycle = store.openLockFile(store.pathOf(kLifecycleLock), err);
-        if (lifecycle) writer = store.openLockFile(queuePath + TEXT("\\") + kWriterLock, err);
+        if (lifecycle) writer = store.openLockFile(joinPath(queuePath, kWriterLock), err);
         return static_cast<bool>(writer);
     }
 };
@@ -39,15 +40,8 @@ bool readWhole(HANDLE file, std::string& bytes, DWORD& err) {
     return true;
 }
 
-bool writeWhole(HANDLE file, const std::string& bytes, DWORD& err) {
-    for (std::size_t at = 0; at < bytes.size();) {
-        DWORD moved = 0;
-        if (!WriteFile(file, bytes.data() + at, static_cast<DWORD>(bytes.size() - at), &moved, nullptr))
-            return failWithLastError(err);
-        if (moved == 0) return fail(err, ERROR_WRITE_FAULT);
-        at += moved;
-    }
-    return FlushFileBuffers(file) || failWithLastError(err);
+bool writeFlushed(HANDLE file, const std::string& bytes, DWORD& err) {
+    return (writeAll(file, bytes) && FlushFileBuffers(file)) || failWithLastError(err);
 }
 
 // Whether the queue keeps to its limits with `newSize` bytes in the place of the note's.
@@ -86,7 +80,7 @@ bool replaceNote(QueueStore::Impl& store, const WideString& temporary, const Wid
     OwnedHandle file(CreateFileW(temporary.c_str(), GENERIC_WRITE | DELETE, 0, &store.storeAttributes, CREATE_NEW,
                                  FILE_FLAG_OPEN_REPARSE_POINT | FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) return failWithLastError(err);
-    if (writeWhole(file.get(), bytes, err) && closeChecked(note, err) && rename.apply(file.get(), err))
+    if (writeFlushed(file.get(), bytes, err) && closeChecked(note, err) && rename.apply(file.get(), err))
         return closeChecked(file, err);
     DWORD ignored = ERROR_SUCCESS;
     if (!deleteHandle(file.get(), ignored))

@@ -36,8 +36,8 @@ bool checkNote(const WIN32_FIND_DATAW& entry, const WideString& queuePath, PSID 
     if (!isPrivateNoteName(entry.cFileName) || size == 0 || size > kMaxNoteBytes ||
         (entry.dwFileAttributes & kFolderOrLink) != 0)
         return fail(err, ERROR_INVALID_DATA);
-    const OwnedHandle note = openExistingFile(queuePath + TEXT("\\") + entry.cFileName,
-                                              READ_CONTROL | FILE_READ_ATTRIBUTES, FILE_SHARE_READ, err);
+    const OwnedHandle note = openExistingFile(joinPath(queuePath, entry.cFileName), READ_CONTROL | FILE_READ_ATTRIBUTES,
+                                              FILE_SHARE_READ, err);
     return note && verifyHandle(note.get(), false, owner, err);
 }
 
@@ -94,7 +94,7 @@ bool QueueStore::measureQueue(const WideString& queueName, DWORD& count, ULONGLO
     if (!lifecycle) return false;
     const OwnedHandle folder = openDirectory(path, READ_CONTROL, impl_->owner(), err);
     if (!folder) return false;
-    const OwnedHandle writer = impl_->openLockFile(path + TEXT("\\") + kWriterLock, err);
+    const OwnedHandle writer = impl_->openLockFile(joinPath(path, kWriterLock), err);
     if (!writer) return false;
     DirectorySearch search(path + TEXT("\\*.json"), kQueueSearchCloseFailed);
     if (!search.isOpen()) return search.error() == ERROR_FILE_NOT_FOUND || fail(err, search.error());
@@ -117,7 +117,7 @@ ClaimResult QueueStore::claimQueue(const WideString& queueName, const LogonIdent
     // Fails while a display process has the folder open.
     const OwnedHandle folder = openDirectory(path, READ_CONTROL | DELETE, impl_->owner(), err);
     if (!folder) return busyOrFailed(isBusy(err));
-    OwnedHandle writer = impl_->openLockFile(path + TEXT("\\") + kWriterLock, err);
+    OwnedHandle writer = impl_->openLockFile(joinPath(path, kWriterLock), err);
     if (!writer) return busyOrFailed(isBusy(err));
     if (ownerLookup(parsed.identity) != OwnerState::Gone) return ClaimResult::OwnerNotGone;
 

@@ -25,7 +25,7 @@ bool QueueLease::open(const QueueStore& store, const WideString& queueName, cons
     const WideString path = files.pathOf(queueName);
     OwnedHandle folder = openDirectory(path, READ_CONTROL, files.owner(), err);
     if (!folder) return false;
-    OwnedHandle display = files.openLockFile(path + TEXT("\\") + kDisplayLock, err);
+    OwnedHandle display = files.openLockFile(joinPath(path, kDisplayLock), err);
     if (!display) return false;
     lease.state_.reset(new State{store, path, std::move(folder), std::move(display)});
     return true;

@@ -7,13 +7,6 @@ namespace {
 
 constexpr std::size_t kPlainUnits = 49, kClaimedUnits = 84;
 
-int digitValue(WCHAR unit) {
-    if (unit >= TEXT('0') && unit <= TEXT('9')) return unit - TEXT('0');
-    if (unit >= TEXT('A') && unit <= TEXT('F')) return unit - TEXT('A') + 10;
-    if (unit >= TEXT('a') && unit <= TEXT('f')) return unit - TEXT('a') + 10;
-    return -1;
-}
-
 bool isNameUnit(WCHAR unit) {
     const bool isDigit = unit >= TEXT('0') && unit <= TEXT('9');
     const bool isLetter = (unit >= TEXT('A') && unit <= TEXT('Z')) || (unit >= TEXT('a') && unit <= TEXT('z'));
@@ -64,7 +57,7 @@ WideString formatQueueName(const LogonIdentity& identity) {
 bool parseHexField(WideView digits, ULONGLONG& value) {
     value = 0;
     for (const WCHAR unit : digits) {
-        const int digit = digitValue(unit);
+        const int digit = hexValue(unit);
         if (digit < 0) return false;
         value = (value << 4) | static_cast<ULONGLONG>(digit);
     }

@@ -33,7 +33,7 @@ bool isEntryEmpty(QueueStore::Impl& store, const WideString& name, DWORD& err) {
     if (name == TEXT("runtime")) return true;
     QueueName parsed;
     if (!parseQueueName(name, parsed)) return fail(err, ERROR_INVALID_DATA);
-    const OwnedHandle writer = store.openLockFile(path + TEXT("\\") + kWriterLock, err);
+    const OwnedHandle writer = store.openLockFile(joinPath(path, kWriterLock), err);
     return writer && isQueueEmpty(path, err);
 }
 

@@ -16,10 +16,10 @@ bool isOwn(const WideString& name, const LogonIdentity& identity) {
     return parseQueueName(name, parsed) && isValid(parsed.identity) && parsed.identity == identity;
 }
 
-class Pass {
+class RecoveryPass {
   public:
-    Pass(const QueueStore& store, const LogonIdentity& identity, const OwnerLookup& ownerLookup,
-         const QueueDispatch& dispatch)
+    RecoveryPass(const QueueStore& store, const LogonIdentity& identity, const OwnerLookup& ownerLookup,
+                 const QueueDispatch& dispatch)
         : store_(store), identity_(identity), ownerLookup_(ownerLookup), dispatch_(dispatch) {}
 
     RecoveryResult run() {
@@ -33,7 +33,7 @@ class Pass {
         if (!recovery)
             count(isBusy(err) ? result_.deferred : result_.failed, err, TEXT("lock recovery"));
         else
-            walk();
+            handleQueues();
         return result_;
     }
 
@@ -49,7 +49,7 @@ class Pass {
         report(err, stage, queue);
     }
 
-    void walk() {
+    void handleQueues() {
         DWORD err = ERROR_SUCCESS;
         std::vector<WideString> names;
         if (!store_.enumerateQueues(kMaxQueues, names, result_.incomplete, err)) {
@@ -65,10 +65,10 @@ class Pass {
         std::stable_partition(names.begin(), names.end(),
                               [&](const WideString& name) { return isOwn(name, identity_); });
         for (const WideString& name : names)
-            see(name);
+            handleQueue(name);
     }
 
-    void see(const WideString& name) {
+    void handleQueue(const WideString& name) {
         QueueName parsed;
         if (!parseQueueName(name, parsed)) {
             ++result_.failed;
@@ -76,7 +76,7 @@ class Pass {
             return;
         }
         const bool own = parsed.identity == identity_;
-        if (!own && !mayTake(parsed.identity)) return;
+        if (!own && !mayClaim(parsed.identity)) return;
         DWORD notes = 0;
         ULONGLONG bytes = 0;
         if (!measure(name, own, notes, bytes) || notes == 0) return;
@@ -97,7 +97,7 @@ class Pass {
     }
 
     // Whether a queue of another logon may be claimed.
-    bool mayTake(const LogonIdentity& owner) {
+    bool mayClaim(const LogonIdentity& owner) {
         if (!othersAllowed_) {
             ++result_.deferred;
             return false;
@@ -153,7 +153,7 @@ class Pass {
 
 RecoveryResult recoverQueues(const QueueStore& store, const LogonIdentity& identity, const OwnerLookup& ownerLookup,
                              const QueueDispatch& dispatch) {
-    return Pass(store, identity, ownerLookup, dispatch).run();
+    return RecoveryPass(store, identity, ownerLookup, dispatch).run();
 }
 
 }  // namespace AppletNotes

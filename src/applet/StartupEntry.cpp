@@ -4,11 +4,11 @@
 
 #include "applet/QueueName.h"
 #include "applet/StoreFiles.h"
+#include "common/AutoStart.h"
 
 namespace AppletNotes {
 namespace {
 
-constexpr const WCHAR* kRunKey = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run");
 constexpr const WCHAR* kValueName = TEXT("OmbrelAppletNotes");
 constexpr DWORD kValueBytes = 520;
 
@@ -49,11 +49,9 @@ DWORD removeFromCurrentUser(const WideString& expected) {
 }  // namespace
 
 DWORD removeStartupEntry(const WideString& storeRoot) {
-    WCHAR buffer[kMaxPathUnits];
-    const DWORD length = GetModuleFileNameW(nullptr, buffer, kMaxPathUnits);
-    if (length == 0) return GetLastError();
-    if (length >= kMaxPathUnits) return ERROR_FILENAME_EXCED_RANGE;
-    const WideString module(buffer, length);
+    WideString module;
+    DWORD err = ERROR_SUCCESS;
+    if (!readOwnPath(module, err)) return err;
     const DWORD refused = checkStagedPath(module, storeRoot);
     if (refused != ERROR_SUCCESS) return refused;
     return removeFromCurrentUser(TEXT("\"") + module + TEXT("\" --applet-recover"));

@@ -45,6 +45,15 @@ bool isStoreRoot(WideView path) {
 
 }  // namespace
 
+bool readOwnPath(WideString& path, DWORD& err) {
+    WCHAR buffer[kMaxPathUnits];
+    const DWORD length = GetModuleFileNameW(nullptr, buffer, kMaxPathUnits);
+    if (length == 0) return failWithLastError(err);
+    if (length >= kMaxPathUnits) return fail(err, ERROR_FILENAME_EXCED_RANGE);
+    path.assign(buffer, length);
+    return true;
+}
+
 bool verifyHandle(HANDLE handle, bool expectDirectory, PSID ownerSid, DWORD& err) {
     BY_HANDLE_FILE_INFORMATION info = {};
     if (!GetFileInformationByHandle(handle, &info)) return failWithLastError(err);

@@ -5,6 +5,7 @@
 
 #include "applet/OwnedHandle.h"
 #include "applet/QueueStore.h"
+#include "common/Paths.h"
 
 namespace AppletNotes {
 
@@ -13,6 +14,9 @@ constexpr const WCHAR* kRecoveryLock = TEXT(".recovery.lock");
 constexpr const WCHAR* kWriterLock = TEXT(".writer.lock");
 constexpr const WCHAR* kDisplayLock = TEXT(".display.lock");
 constexpr std::size_t kMaxPathUnits = 260;  // a full path that a call names is shorter
+
+// The full path of this process's image. False with ERROR_FILENAME_EXCED_RANGE when it has 260 units or more.
+bool readOwnPath(WideString& path, DWORD& err);
 
 // Whether the handle is a folder or a plain file with one link, and no reparse point; and with an owner given, whether
 // the object is the owner's and allows nobody else anything.
@@ -46,7 +50,7 @@ struct QueueStore::Impl {
 
     bool open(const WideString& path, PSID sid, bool createRoot, DWORD& err);
     PSID owner() const { return sidOf(userSid); }
-    WideString pathOf(const WideString& name) const { return rootPath + TEXT("\\") + name; }
+    WideString pathOf(const WideString& name) const { return joinPath(rootPath, name); }
 
     // Takes the lock of the store or of a queue, making its file on first use. No handle on failure.
     OwnedHandle openLockFile(const WideString& path, DWORD& err);
@@ -69,7 +73,7 @@ inline ULONGLONG sizeOf(const WIN32_FIND_DATAW& entry) {
     return (ULONGLONG{entry.nFileSizeHigh} << 32) | entry.nFileSizeLow;
 }
 
-// The entries of a folder. Closing is told to the debugger where it fails unasked.
+// The entries of a folder. If FindClose fails in the destructor, a debug line says so.
 class DirectorySearch {
   public:
     explicit DirectorySearch(const WideString& pattern, const WCHAR* closeFailure);

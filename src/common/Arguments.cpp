@@ -10,3 +10,19 @@ std::vector<WideString> splitCommandLine(const WideString& command) {
     if (!array) return {};
     return std::vector<WideString>(array.get(), array.get() + count);
 }
+
+WideString quoteArgument(WideView text) {
+    WideString quoted = TEXT("\"");
+    std::size_t backslashes = 0;  // read and not yet written: they count double before a quote
+    for (const WCHAR unit : text) {
+        if (unit == TEXT('\\')) {
+            ++backslashes;
+            continue;
+        }
+        quoted.append(unit == TEXT('"') ? 2 * backslashes + 1 : backslashes, TEXT('\\'));
+        quoted += unit;
+        backslashes = 0;
+    }
+    quoted.append(2 * backslashes, TEXT('\\'));
+    return quoted += TEXT('"');
+}

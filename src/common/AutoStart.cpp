@@ -4,7 +4,6 @@
 
 namespace {
 
-constexpr const WCHAR* kRunKey = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run");
 constexpr const WCHAR* kValueName = TEXT("Vellumd");
 
 }  // namespace

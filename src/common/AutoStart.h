@@ -3,6 +3,9 @@
 
 #include "common/WideText.h"
 
+// Under HKEY_CURRENT_USER: what Windows starts when the user logs on.
+inline constexpr const WCHAR* kRunKey = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run");
+
 // Writes `command`, as REG_SZ. False, with the reason in GetLastError, when the key or the value
 // cannot be written.
 bool setAutoStart(const WideString& command);

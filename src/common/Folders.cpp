@@ -2,16 +2,8 @@
 
 #include <shlobj.h>
 
-#include "common/Handles.h"
+#include "common/ComHandles.h"
 #include "common/Paths.h"
-
-namespace {
-
-bool isDirectory(DWORD attributes) {
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
-}  // namespace
 
 WideString executablePath() {
     WCHAR buffer[1040];
@@ -27,16 +19,21 @@ WideString defaultNotesFolder() {
     return joinPath(joinPath(joinPath(localData.get(), TEXT("Quorvane")), TEXT("Ombrel")), TEXT("Notes"));
 }
 
+bool isFolder(const WideString& path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
 bool createDirectoryTree(WideView path) {
     if (path.empty()) return false;
     const WideString folder(path);
     const DWORD attributes = GetFileAttributesW(folder.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES) return isDirectory(attributes);
+    if (attributes != INVALID_FILE_ATTRIBUTES) return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 
     const WideString parent = parentPath(folder);
     if (!parent.empty() && parent != folder && !createDirectoryTree(parent)) return false;
 
     if (CreateDirectoryW(folder.c_str(), nullptr)) return true;
     if (GetLastError() != ERROR_ALREADY_EXISTS) return false;
-    return isDirectory(GetFileAttributesW(folder.c_str()));  // another process may have been faster
+    return isFolder(folder);  // another process may have been faster
 }

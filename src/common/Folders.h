@@ -10,6 +10,9 @@ WideString executablePath();
 // data. Empty when the system cannot tell that folder. Makes nothing.
 WideString defaultNotesFolder();
 
+// Whether a folder has this path; false for a file, and for nothing.
+bool isFolder(const WideString& path);
+
 // Makes the folder and every missing one above it, with default security. True when the folder exists on return,
 // also when another process made it meanwhile; false for an empty path, a file in the way, or a folder that cannot
 // be made; GetLastError has the reason only in the last case.

@@ -46,7 +46,7 @@ DWORD currentSession() {
 }
 
 WideString sessionUserName(DWORD session) {
-    SessionText name;
+    Guard<ValueTraits<LPWSTR, WTSFreeMemory>> name;
     DWORD bytes = 0;
     const bool known = WTSQuerySessionInformationW(WTS_CURRENT_SERVER_HANDLE, session, WTSUserName, name.put(), &bytes);
     return known && name && *name.get() != 0 ? WideString(name.get()) : WideString(TEXT("unknown"));

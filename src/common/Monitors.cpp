@@ -2,6 +2,8 @@
 
 #include <shellscalingapi.h>
 
+#include "common/DrawingHandles.h"
+
 namespace {
 
 using DpiForMonitor = HRESULT(WINAPI*)(HMONITOR, MONITOR_DPI_TYPE, UINT*, UINT*);
@@ -9,11 +11,8 @@ using DpiForWindow = UINT(WINAPI*)(HWND);
 
 // Calls that older systems do not have. Filled once, never released.
 struct DpiApi {
-    HMODULE shcore = nullptr;
-    HMODULE user32 = nullptr;
-    DpiForMonitor getDpiForMonitor = nullptr;
-    DpiForWindow getDpiForWindow = nullptr;
-    bool lookedUp = false;
+    DpiForMonitor getDpiForMonitor;
+    DpiForWindow getDpiForWindow;
 };
 
 template <typename Call>
@@ -22,13 +21,10 @@ Call findCall(HMODULE module, LPCSTR name) {
 }
 
 const DpiApi& dpiApi() {
-    static DpiApi api;
-    if (api.lookedUp) return api;
-    api.shcore = LoadLibraryW(TEXT("Shcore.dll"));
-    api.getDpiForMonitor = findCall<DpiForMonitor>(api.shcore, "GetDpiForMonitor");
-    api.user32 = GetModuleHandleW(TEXT("user32.dll"));
-    api.getDpiForWindow = findCall<DpiForWindow>(api.user32, "GetDpiForWindow");
-    api.lookedUp = true;
+    static const DpiApi api = [] {
+        return DpiApi{findCall<DpiForMonitor>(LoadLibraryW(TEXT("Shcore.dll")), "GetDpiForMonitor"),
+                      findCall<DpiForWindow>(GetModuleHandleW(TEXT("user32.dll")), "GetDpiForWindow")};
+    }();
     return api;
 }
 
@@ -37,11 +33,8 @@ LONG orStandard(LONG dpi) {
 }
 
 LONG screenDpi() {
-    const HDC screen = GetDC(nullptr);
-    if (screen == nullptr) return kStandardDpi;
-    const int dpi = GetDeviceCaps(screen, LOGPIXELSX);
-    ReleaseDC(nullptr, screen);
-    return orStandard(dpi);
+    const WindowDc screen(nullptr);
+    return screen.get() == nullptr ? kStandardDpi : orStandard(GetDeviceCaps(screen.get(), LOGPIXELSX));
 }
 
 BOOL CALLBACK collect(HMONITOR handle, HDC, LPRECT, LPARAM list) {

@@ -13,9 +13,12 @@ class OrderedMap {
   public:
     using Element = std::pair<const WideString, Value>;
     using iterator = typename std::list<Element>::iterator;
+    using const_iterator = typename std::list<Element>::const_iterator;
 
     iterator begin() { return elements_.begin(); }
     iterator end() { return elements_.end(); }
+    const_iterator begin() const { return elements_.begin(); }
+    const_iterator end() const { return elements_.end(); }
     std::size_t size() const { return elements_.size(); }
 
     // Null when there is no such key.
@@ -23,6 +26,7 @@ class OrderedMap {
         const auto found = index_.find(key);
         return found == index_.end() ? nullptr : &found->second->second;
     }
+    const Value* find(WideView key) const { return const_cast<OrderedMap*>(this)->find(key); }
     // A new key goes to the end; a key that is there keeps its place and takes the new value.
     Value& set(WideView key, Value value) {
         if (Value* known = find(key)) return *known = std::move(value);

@@ -28,5 +28,13 @@ inline bool sameText(WideView left, WideView right) {
     return left.size() == right.size() && std::memcmp(left.data(), right.data(), left.size() * sizeof(WCHAR)) == 0;
 }
 
+// The value of a hexadecimal digit of either case; -1 for any other unit.
+inline int hexValue(WCHAR unit) {
+    if (unit >= TEXT('0') && unit <= TEXT('9')) return unit - TEXT('0');
+    if (unit >= TEXT('A') && unit <= TEXT('F')) return unit - TEXT('A') + 10;
+    if (unit >= TEXT('a') && unit <= TEXT('f')) return unit - TEXT('a') + 10;
+    return -1;
+}
+
 // Ordinal and culture-free: how ids, file names and option words are matched.
 bool equalsIgnoreCase(WideView left, WideView right);

@@ -7,17 +7,16 @@
 
 #include "common/Handles.h"
 #include "common/Logger.h"
+#include "common/TokenData.h"
 
 namespace SessionLauncher {
 namespace {
 
 constexpr const WCHAR* kComponent = TEXT("SessionLauncher");
-constexpr const WCHAR* kPrivileges[] = {TEXT("SeTcbPrivilege"), TEXT("SeAssignPrimaryTokenPrivilege"),
-                                        TEXT("SeIncreaseQuotaPrivilege")};
+constexpr const WCHAR* kPrivileges[] = {SE_TCB_NAME, SE_ASSIGNPRIMARYTOKEN_NAME, SE_INCREASE_QUOTA_NAME};
 
-using Token = Guard<PointerTraits<HANDLE, CloseHandle>>;
-using EnvironmentBlock = Guard<PointerTraits<void*, DestroyEnvironmentBlock>>;
-using SessionList = Guard<PointerTraits<WTS_SESSION_INFOW*, WTSFreeMemory>>;
+using EnvironmentBlock = Guard<ValueTraits<void*, DestroyEnvironmentBlock>>;
+using SessionList = Guard<ValueTraits<WTS_SESSION_INFOW*, WTSFreeMemory>>;
 
 // Logs a failure, whose reason the caller has read.
 template <typename... Values>
@@ -43,23 +42,21 @@ bool enablePrivilege(HANDLE token, const WCHAR* name) {
 }
 
 // The user's token, or of an elevated administrator the limited one. False, with the reason logged.
-bool chooseToken(DWORD sessionId, const Token& session, Token& linked, HANDLE& chosen) {
-    DWORD bytes = 0;
+bool chooseToken(DWORD sessionId, const KernelHandle& session, KernelHandle& linked, HANDLE& chosen) {
+    DWORD err = ERROR_SUCCESS;
     TOKEN_ELEVATION_TYPE elevation = TokenElevationTypeDefault;
-    if (!GetTokenInformation(session.get(), TokenElevationType, &elevation, sizeof elevation, &bytes))
-        return fail(LogLevel::Warn, TEXT("Cannot query token elevation (session=%lu, err=%lu)"), sessionId,
-                    GetLastError());
+    if (!readTokenValue(session.get(), TokenElevationType, elevation, err))
+        return fail(LogLevel::Warn, TEXT("Cannot query token elevation (session=%lu, err=%lu)"), sessionId, err);
     chosen = session.get();
     if (elevation == TokenElevationTypeFull) {
         TOKEN_LINKED_TOKEN limited = {};
-        if (!GetTokenInformation(session.get(), TokenLinkedToken, &limited, sizeof limited, &bytes))
-            return fail(LogLevel::Warn, TEXT("Cannot obtain limited token (session=%lu, err=%lu)"), sessionId,
-                        GetLastError());
+        if (!readTokenValue(session.get(), TokenLinkedToken, limited, err))
+            return fail(LogLevel::Warn, TEXT("Cannot obtain limited token (session=%lu, err=%lu)"), sessionId, err);
         linked.reset(limited.LinkedToken);
         chosen = linked.get();
     }
     DWORD target = 0;
-    if (!GetTokenInformation(chosen, TokenSessionId, &target, sizeof target, &bytes) || target != sessionId)
+    if (!readTokenValue(chosen, TokenSessionId, target, err) || target != sessionId)
         return fail(LogLevel::Error, TEXT("Token does not target session %lu"), sessionId);
     return true;
 }
@@ -81,7 +78,7 @@ bool startProcess(DWORD sessionId, HANDLE token, const WideString& executable, c
                               folder.empty() ? nullptr : folder.c_str(), &startup, &made))
         return fail(LogLevel::Warn, TEXT("CreateProcessAsUser(session=%lu) failed (err=%lu)"), sessionId,
                     GetLastError());
-    const WaitHandle process(made.hProcess), thread(made.hThread);
+    const KernelHandle process(made.hProcess), thread(made.hThread);
     logWrite(LogLevel::Debug, kComponent, TEXT("Launch attempt in session %lu (pid=%lu)"), sessionId, made.dwProcessId);
     return true;
 }
@@ -89,7 +86,7 @@ bool startProcess(DWORD sessionId, HANDLE token, const WideString& executable, c
 }  // namespace
 
 bool enablePrivileges() {
-    Token token;
+    KernelHandle token;
     if (!OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY, token.put()))
         return fail(LogLevel::Error, TEXT("OpenProcessToken failed (err=%lu)"), GetLastError());
     DWORD bytes = 0;
@@ -105,7 +102,7 @@ bool enablePrivileges() {
 }
 
 bool launchInSession(DWORD sessionId, const WideString& executable, const WideString& arguments) {
-    Token session, linked;
+    KernelHandle session, linked;
     if (!WTSQueryUserToken(sessionId, session.put())) {
         const DWORD err = GetLastError();
         if (err == ERROR_NO_TOKEN) return true;  // nobody is logged on

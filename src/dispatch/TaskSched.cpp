@@ -3,7 +3,7 @@
 #include <objbase.h>
 #include <tasktriggers.h>
 
-#include "common/Handles.h"
+#include "common/ComHandles.h"
 #include "common/Logger.h"
 #include "common/UtcTime.h"
 #include "dispatch/SessionPlan.h"

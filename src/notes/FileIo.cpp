@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "common/Handles.h"
+#include "common/WriteAll.h"
 
 namespace {
 
@@ -20,20 +21,6 @@ bool readAll(HANDLE file, std::string& bytes) {
         done += count;
     }
     bytes.resize(done);
-    return true;
-}
-
-bool writeAll(HANDLE file, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const DWORD wanted = static_cast<DWORD>(std::min(bytes.size(), kWriteBytes));
-        DWORD count = 0;
-        if (!WriteFile(file, bytes.data(), wanted, &count, nullptr)) return false;
-        if (count == 0) {
-            SetLastError(ERROR_WRITE_FAULT);
-            return false;
-        }
-        bytes.remove_prefix(count);
-    }
     return true;
 }
 
@@ -68,7 +55,7 @@ bool writeFileAtomic(const WideString& path, std::string_view bytes) {
     FileHandle file(
         CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) return false;
-    if (!writeAll(file.get(), bytes)) {
+    if (!writeAll(file.get(), bytes, kWriteBytes)) {
         file.reset();
         return discard(temporary);
     }

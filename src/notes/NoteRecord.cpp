@@ -43,13 +43,6 @@ constexpr WideView logo = TEXT("logo");
 
 constexpr LONG kLeastWidth = 120, kLeastHeight = 100, kLargestExtent = 8000;
 
-int hexValue(WCHAR unit) {
-    if (unit >= TEXT('0') && unit <= TEXT('9')) return unit - TEXT('0');
-    if (unit >= TEXT('A') && unit <= TEXT('F')) return unit - TEXT('A') + 10;
-    if (unit >= TEXT('a') && unit <= TEXT('f')) return unit - TEXT('a') + 10;
-    return -1;
-}
-
 // Toward zero; what does not fit becomes the least number, as a conversion by the processor makes it.
 LONG truncated(double number) {
     const double whole = std::trunc(number);

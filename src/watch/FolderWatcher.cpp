@@ -60,7 +60,7 @@ class FolderWatcher::Worker {
         std::vector<DWORD> buffer;  // records are aligned to DWORDs
         OVERLAPPED overlapped = {};
         FileHandle directory;
-        WaitHandle done;
+        KernelHandle done;
     };
 
     // The time in which the folder cannot be opened, or cannot be read. Each of the two is warned of once.
@@ -84,7 +84,7 @@ class FolderWatcher::Worker {
 
     const WideString folder_;
     const HWND target_;
-    WaitHandle stopEvent_;
+    KernelHandle stopEvent_;
 };
 
 bool FolderWatcher::start(const WideString& folder, HWND target) {

@@ -33,5 +33,5 @@ class FolderWatcher {
     static unsigned WINAPI threadMain(void* worker);
 
     std::shared_ptr<Worker> worker_;
-    WaitHandle thread_;
+    KernelHandle thread_;
 };

@@ -3,6 +3,8 @@
 #include <cstring>
 #include <new>
 
+#include "common/ComHandles.h"
+#include "common/Folders.h"
 #include "common/Logger.h"
 #include "notes/FileIo.h"
 #include "window/LogoSource.h"
@@ -13,14 +15,7 @@ namespace {
 
 constexpr const WCHAR* kComponent = TEXT("NoteWindow");
 
-struct StreamTraits {
-    using Raw = IStream*;
-    static Raw none() { return nullptr; }
-    static bool isEmpty(Raw raw) { return raw == nullptr; }
-    static void close(Raw raw) { raw->Release(); }
-};
-using Stream = Guard<StreamTraits>;
-using GlobalMemory = Guard<PointerTraits<HGLOBAL, GlobalFree>>;
+using GlobalMemory = Guard<ValueTraits<HGLOBAL, GlobalFree>>;
 
 // Without an image yet; none when there is no memory.
 Logo makeLogo() {
@@ -35,8 +30,8 @@ Logo logoFromFile(const WideString& path) {
 }
 
 // The stream owns the memory. None when the system has no memory to give.
-Stream streamOver(const std::vector<BYTE>& bytes) {
-    Stream stream;
+ComPointer<IStream> streamOver(const std::vector<BYTE>& bytes) {
+    ComPointer<IStream> stream;
     GlobalMemory memory(GlobalAlloc(GMEM_MOVEABLE, bytes.size()));
     void* const target = memory ? GlobalLock(memory.get()) : nullptr;
     if (target == nullptr) return stream;
@@ -54,23 +49,18 @@ Logo logoFromText(const WideString& logo, const WideString& id) {
         logWrite(LogLevel::Warn, kComponent, TEXT("logo: not a usable filename or base64 image (id=%ls)"), id.c_str());
         return Logo();
     }
-    const Stream stream = streamOver(bytes);
+    const ComPointer<IStream> stream = streamOver(bytes);
     Logo decoded = stream ? makeLogo() : Logo();
     if (!decoded || flat::GdipLoadImageFromStream(stream.get(), &decoded.get()->image) == Gdiplus::Ok) return decoded;
     logWrite(LogLevel::Warn, kComponent, TEXT("logo: GDI+ could not decode base64 image (id=%ls)"), id.c_str());
     return Logo();
 }
 
-bool isFolder(const WideString& path) {
-    const DWORD attributes = GetFileAttributesW(path.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
 }  // namespace
 
-void LogoTraits::close(Raw raw) {
-    if (raw->image != nullptr) flat::GdipDisposeImage(raw->image);
-    flat::GdipFree(raw);
+void disposeLogo(LogoImage* logo) {
+    if (logo->image != nullptr) flat::GdipDisposeImage(logo->image);
+    flat::GdipFree(logo);
 }
 
 Logo loadLogoImage(const WideString& folder, const WideString& logo, const WideString& id) {

@@ -1,6 +1,12 @@
 // The image at the left of a title bar.
 #pragma once
 
+#include <windows.h>
+
+#include <objidl.h>
+
+#include <gdiplus.h>
+
 #include "common/Handles.h"
 #include "window/NoteLayout.h"
 
@@ -9,13 +15,8 @@ struct LogoImage {
     Gdiplus::GpImage* image = nullptr;
 };
 
-struct LogoTraits {
-    using Raw = LogoImage*;
-    static Raw none() { return nullptr; }
-    static bool isEmpty(Raw raw) { return raw == nullptr; }
-    static void close(Raw raw);
-};
-using Logo = Guard<LogoTraits>;
+void disposeLogo(LogoImage* logo);
+using Logo = Guard<ValueTraits<LogoImage*, disposeLogo>>;
 
 // The image that the `logo` of a note stands for: a file of `folder`, which may be empty, or the text itself. None,
 // with a line in the log where it was meant to be one, when there is no such image. `id` is the note's, for the log.

@@ -9,10 +9,10 @@
 #include <cstring>
 #include <utility>
 
-#include "app/App.h"
 #include "common/Messages.h"
 #include "common/Monitors.h"
 #include "notes/Text.h"
+#include "window/NoteHost.h"
 #include "window/NotePaint.h"
 #include "window/NoteText.h"
 
@@ -80,12 +80,12 @@ DWORD CALLBACK takeRtf(DWORD_PTR cookie, LPBYTE buffer, LONG count, LONG* taken)
 }
 
 // Holds the mark for as long as the program itself puts something into the controls.
-class Suppressed {
+class FlagScope {
   public:
-    explicit Suppressed(bool& mark) : mark_(mark) { mark_ = true; }
-    ~Suppressed() { mark_ = false; }
-    Suppressed(const Suppressed&) = delete;
-    Suppressed& operator=(const Suppressed&) = delete;
+    explicit FlagScope(bool& mark) : mark_(mark) { mark_ = true; }
+    ~FlagScope() { mark_ = false; }
+    FlagScope(const FlagScope&) = delete;
+    FlagScope& operator=(const FlagScope&) = delete;
 
   private:
     bool& mark_;
@@ -107,7 +107,7 @@ void NoteWindow::createChildren() {
 
 void NoteWindow::loadLogo() {
     logo_.reset();
-    if (app_ != nullptr) logo_ = loadLogoImage(app_->logoFolder(), note_.logo, note_.id);
+    if (app_ != nullptr) logo_ = loadLogoImage(logoFolderOf(*app_), note_.logo, note_.id);
 }
 
 void NoteWindow::createBrushes() {
@@ -134,7 +134,7 @@ void NoteWindow::createBody() {
     SendMessageW(bodyEdit_, EM_EXLIMITTEXT, 0, kNoLimit);
     SendMessageW(bodyEdit_, EM_SETEVENTMASK, 0, ENM_CHANGE);
     SendMessageW(bodyEdit_, EM_SETBKGNDCOLOR, 0, static_cast<LPARAM>(note_.bgColor));
-    const Suppressed ownDoing(suppressChange_);
+    const FlagScope ownDoing(suppressChange_);
     loadBody();
 }
 
@@ -167,7 +167,7 @@ void NoteWindow::readControls() {
 // Rich text takes a font as a change of its text, and an edit control sets margins that go with the font: the text is
 // to start at the control's edge all the same.
 void NoteWindow::giveFonts() {
-    const Suppressed ownDoing(suppressChange_);
+    const FlagScope ownDoing(suppressChange_);
     for (const auto& [control, font] : {std::pair{titleEdit_, titleFont_.get()}, {bodyEdit_, bodyFont_.get()}}) {
         if (control == nullptr) continue;
         SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
@@ -178,7 +178,7 @@ void NoteWindow::giveFonts() {
 // All text of a note has one colour, whatever its rich text says.
 void NoteWindow::applyBodyTextColor() {
     if (bodyEdit_ == nullptr) return;
-    const Suppressed ownDoing(suppressChange_);
+    const FlagScope ownDoing(suppressChange_);
     CHARFORMAT2W format = {};
     format.cbSize = sizeof format;
     format.dwMask = CFM_COLOR;
@@ -195,7 +195,7 @@ void NoteWindow::applyBodyTextColor() {
 void NoteWindow::applyNote(NoteRecord note) {
     note_ = std::move(note);
     {
-        const Suppressed ownDoing(suppressChange_);
+        const FlagScope ownDoing(suppressChange_);
         if (titleEdit_ != nullptr) SetWindowTextW(titleEdit_, note_.title.c_str());
         loadBody();
         createBrushes();
@@ -238,8 +238,8 @@ void NoteWindow::reportEdit() {
 // Posted, never sent: the App may be in the middle of its own work. When it cannot be posted the change stays in the
 // record and goes out with the next save.
 void NoteWindow::notifyApp(UINT message) {
-    if (app_ == nullptr || app_->messageWindow() == nullptr) return;
-    postText(app_->messageWindow(), message, note_.id);
+    if (app_ == nullptr || messageWindowOf(*app_) == nullptr) return;
+    postText(messageWindowOf(*app_), message, note_.id);
 }
 
 // A read-only title asks for the colours of a static control.

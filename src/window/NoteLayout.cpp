@@ -79,7 +79,7 @@ NoteMetrics NoteMetrics::at(LONG dpi) {
     return metrics;
 }
 
-TitleInk TitleInk::unknown(const NoteMetrics& metrics) {
+TitleMetrics TitleMetrics::unknown(const NoteMetrics& metrics) {
     return {metrics.titleFallbackHeight, 0, metrics.titleFallbackHeight};
 }
 
@@ -103,7 +103,7 @@ Place logoPlace(const NoteMetrics& metrics, LONG clientWidth, bool allowNewNote,
 }
 
 // The capitals of the title stand in the middle of the bar.
-Place titlePlace(const NoteMetrics& metrics, LONG clientWidth, bool allowNewNote, Size image, const TitleInk& ink) {
+Place titlePlace(const NoteMetrics& metrics, LONG clientWidth, bool allowNewNote, Size image, const TitleMetrics& ink) {
     const LONG logo = logoWidth(metrics, clientWidth, allowNewNote, image);
     Place place;
     place.x = metrics.pad + logo + (logo >= 1 ? metrics.buttonGap : 0);

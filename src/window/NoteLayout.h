@@ -35,12 +35,12 @@ struct Place {
 };
 
 // The font of the title: the height of its lines, and where in a line its capitals lie.
-struct TitleInk {
+struct TitleMetrics {
     LONG lineHeight;
     LONG inkTop;
     LONG inkHeight;
 
-    static TitleInk unknown(const NoteMetrics& metrics);
+    static TitleMetrics unknown(const NoteMetrics& metrics);
 };
 
 // Kept free at the right of the title bar.
@@ -48,7 +48,7 @@ LONG rightReserve(const NoteMetrics& metrics, bool allowNewNote);
 
 // An image whose size is not at least 1 by 1 is none.
 Place logoPlace(const NoteMetrics& metrics, LONG clientWidth, bool allowNewNote, Size image);
-Place titlePlace(const NoteMetrics& metrics, LONG clientWidth, bool allowNewNote, Size image, const TitleInk& ink);
+Place titlePlace(const NoteMetrics& metrics, LONG clientWidth, bool allowNewNote, Size image, const TitleMetrics& ink);
 Place bodyPlace(const NoteMetrics& metrics, Size client);
 
 RECT closeButton(const NoteMetrics& metrics, LONG clientWidth);

@@ -1,12 +1,14 @@
 #include "window/NotePaint.h"
 
+#include "common/DrawingHandles.h"
+
 namespace flat = Gdiplus::DllExports;
 
 namespace {
 
-using Graphics = Guard<PointerTraits<Gdiplus::GpGraphics*, flat::GdipDeleteGraphics>>;
-using PaintBrush = Guard<PointerTraits<Gdiplus::GpBrush*, flat::GdipDeleteBrush>>;
-using Pen = Guard<PointerTraits<Gdiplus::GpPen*, flat::GdipDeletePen>>;
+using Graphics = Guard<ValueTraits<Gdiplus::GpGraphics*, flat::GdipDeleteGraphics>>;
+using PaintBrush = Guard<ValueTraits<Gdiplus::GpBrush*, flat::GdipDeleteBrush>>;
+using Pen = Guard<ValueTraits<Gdiplus::GpPen*, flat::GdipDeletePen>>;
 
 // Draws with GDI+ on a memory DC. A step that fails leaves its mark out.
 class Canvas {
@@ -92,7 +94,7 @@ void paintFooter(HDC target, const NoteFrame& frame) {
     if (text.empty() || frame.footerFont == nullptr) return;
     RECT place = {frame.metrics.pad, frame.client.height - frame.metrics.footerHeight,
                   frame.client.width - frame.metrics.pad, frame.client.height};
-    const Selected font(target, frame.footerFont);
+    const SelectScope font(target, frame.footerFont);
     SetBkMode(target, TRANSPARENT);
     SetTextColor(target, kFooterTextColor);
     DrawTextW(target, text.c_str(), static_cast<int>(text.size()), &place,
@@ -108,7 +110,7 @@ COLORREF titleBarColor(const NoteRecord& note) {
 void paintNote(HDC target, const NoteFrame& frame) {
     const MemoryDc memory(CreateCompatibleDC(target));
     const Bitmap bitmap(CreateCompatibleBitmap(target, frame.client.width, frame.client.height));
-    const Selected surface(memory.get(), bitmap.get());
+    const SelectScope surface(memory.get(), bitmap.get());
     {
         Canvas canvas(memory.get());
         paintBands(canvas, frame);

@@ -1,9 +1,9 @@
 #include "window/NoteWindow.h"
 
-#include "app/App.h"
 #include "common/Logger.h"
 #include "common/Messages.h"
 #include "common/Monitors.h"
+#include "window/NoteHost.h"
 #include "window/NotePaint.h"
 #include "window/Placement.h"
 
@@ -52,7 +52,7 @@ bool NoteWindow::create() {
     const HINSTANCE instance = GetModuleHandleW(nullptr);
     if (!registerClass(instance)) return false;
     RECT place = choosePlace();
-    if (app_ != nullptr) place = app_->resolveOverlap(place, nullptr);
+    if (app_ != nullptr) place = freePlaceFor(*app_, place, nullptr);
     CreateWindowExW(WS_EX_TOOLWINDOW | WS_EX_TOPMOST, kClassName, TEXT(""), WS_POPUP | WS_CLIPCHILDREN, place.left,
                     place.top, note_.width, note_.height, nullptr, nullptr, instance, this);
     if (hwnd_ == nullptr) {
@@ -109,7 +109,7 @@ LRESULT CALLBACK NoteWindow::staticWindowProc(HWND window, UINT message, WPARAM 
                            : note->windowProc(message, wParam, lParam);
 }
 
-const NoteWindow::Handled NoteWindow::kHandled[] = {
+constexpr MessageRow<NoteWindow::Handler> NoteWindow::kHandled[] = {
     {WM_CREATE, &NoteWindow::onCreate},
     {WM_DESTROY, &NoteWindow::onDestroy},
     {WM_MOVE, &NoteWindow::onMove},
@@ -137,9 +137,9 @@ const NoteWindow::Handled NoteWindow::kHandled[] = {
 };
 
 LRESULT NoteWindow::windowProc(UINT message, WPARAM wParam, LPARAM lParam) {
-    for (const Handled& handled : kHandled)
-        if (handled.message == message) return (this->*handled.handler)(wParam, lParam);
-    return pass(message, wParam, lParam);
+    static_assert(areDistinct(kHandled));
+    const Handler handler = handlerOf(kHandled, message);
+    return handler == nullptr ? pass(message, wParam, lParam) : (this->*handler)(wParam, lParam);
 }
 
 LRESULT NoteWindow::pass(UINT message, WPARAM wParam, LPARAM lParam) {
@@ -158,14 +158,12 @@ LRESULT NoteWindow::onDestroy(WPARAM, LPARAM) {
 }
 
 LRESULT NoteWindow::onMove(WPARAM, LPARAM) {
-    if (app_ != nullptr) app_->followPlace(*this);
-    return 0;
+    return 0;  // the record takes the place at the end of the drag
 }
 
 LRESULT NoteWindow::onSize(WPARAM, LPARAM size) {
     note_.width = LOWORD(size);
     note_.height = HIWORD(size);
-    if (app_ != nullptr) app_->followPlace(*this);
     layout();
     invalidate();
     return 0;
@@ -216,7 +214,6 @@ LRESULT NoteWindow::onNcDestroy(WPARAM, LPARAM) {
     SetWindowLongPtrW(hwnd_, GWLP_USERDATA, 0);
     hwnd_ = nullptr;
     titleEdit_ = bodyEdit_ = nullptr;
-    if (app_ != nullptr) app_->followPlace(*this);  // it has none any more
     return 0;
 }
 
@@ -254,7 +251,7 @@ LRESULT NoteWindow::onNcButtonDown(WPARAM zone, LPARAM point) {
 LRESULT NoteWindow::onNcButtonUp(WPARAM zone, LPARAM point) {
     if (zone == HTCLOSE) return onClose(0, 0);
     if (zone != HT_NEW_NOTE) return pass(WM_NCLBUTTONUP, zone, point);
-    if (app_ != nullptr) PostMessageW(app_->messageWindow(), WM_APP_NOTE_NEW, 0, 0);
+    if (app_ != nullptr) PostMessageW(messageWindowOf(*app_), WM_APP_NOTE_NEW, 0, 0);
     return 0;
 }
 
@@ -277,7 +274,7 @@ void NoteWindow::slideOffOthers() {
     RECT rect = {};
     if (hwnd_ == nullptr || app_ == nullptr || !GetWindowRect(hwnd_, &rect)) return;
     if (widthOf(rect) != widthOf(sizeMoveStart_) || heightOf(rect) != heightOf(sizeMoveStart_)) return;
-    const RECT place = app_->resolveOverlap(rect, this);
+    const RECT place = freePlaceFor(*app_, rect, this);
     if (place.left == rect.left && place.top == rect.top) return;
     SetWindowPos(hwnd_, nullptr, place.left, place.top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
@@ -298,8 +295,8 @@ LRESULT NoteWindow::onDpiChanged(WPARAM dpi, LPARAM proposed) {
 // which would dismiss every note: the program ends in order before that.
 LRESULT NoteWindow::onEndSession(WPARAM isEnding, LPARAM reason) {
     if (isEnding == 0 || app_ == nullptr) return 0;
-    app_->saveWaitingEdits();
-    if ((reason & ENDSESSION_CLOSEAPP) != 0) PostMessageW(app_->messageWindow(), WM_CLOSE, 0, 0);
+    saveWaitingEdits(*app_);
+    if ((reason & ENDSESSION_CLOSEAPP) != 0) PostMessageW(messageWindowOf(*app_), WM_CLOSE, 0, 0);
     return 0;
 }
 
@@ -317,15 +314,15 @@ void NoteWindow::rebuildFonts() {
     titleFont_ = makeFont(14, 700, dpi_);
     bodyFont_ = makeFont(12, 400, dpi_);
     footerFont_ = makeFont(10, 400, dpi_);
-    titleInk_.reset();
+    titleMetrics_.reset();
     giveFonts();
     applyBodyTextColor();  // the font must not lose it
 }
 
-bool NoteWindow::measureTitle(TitleInk& ink) const {
+bool NoteWindow::measureTitle(TitleMetrics& ink) const {
     if (!titleFont_) return false;
     const WindowDc context(hwnd_);
-    const Selected font(context.get(), titleFont_.get());
+    const SelectScope font(context.get(), titleFont_.get());
     TEXTMETRICW text = {};
     if (!GetTextMetricsW(context.get(), &text)) return false;
     ink = {text.tmHeight, text.tmInternalLeading, text.tmAscent - text.tmInternalLeading};
@@ -343,8 +340,8 @@ void NoteWindow::layout() {
     if (hwnd_ == nullptr) return;
     const NoteMetrics lengths = metrics();
     const Size client = clientSize();
-    TitleInk ink = titleInk_.value_or(TitleInk::unknown(lengths));
-    if (!titleInk_ && measureTitle(ink)) titleInk_ = ink;  // what could not be measured is tried again
+    TitleMetrics ink = titleMetrics_.value_or(TitleMetrics::unknown(lengths));
+    if (!titleMetrics_ && measureTitle(ink)) titleMetrics_ = ink;  // what could not be measured is tried again
     put(titleEdit_, titlePlace_, titlePlace(lengths, client.width, note_.allowNewNote, sizeOf(logo_), ink));
     put(bodyEdit_, bodyPlace_, bodyPlace(lengths, client));
 }

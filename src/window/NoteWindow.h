@@ -10,7 +10,8 @@
 
 #include <optional>
 
-#include "common/Handles.h"
+#include "common/DrawingHandles.h"
+#include "common/MessageTable.h"
 #include "notes/NoteRecord.h"
 #include "window/Logo.h"
 #include "window/NoteLayout.h"
@@ -48,11 +49,7 @@ class NoteWindow {
     LRESULT windowProc(UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT pass(UINT message, WPARAM wParam, LPARAM lParam);  // on to the system
     using Handler = LRESULT (NoteWindow::*)(WPARAM wParam, LPARAM lParam);
-    struct Handled {
-        UINT message;
-        Handler handler;
-    };
-    static const Handled kHandled[];
+    static const MessageRow<Handler> kHandled[];
     LRESULT onCreate(WPARAM, LPARAM);
     LRESULT onDestroy(WPARAM, LPARAM);
     LRESULT onMove(WPARAM, LPARAM);
@@ -83,7 +80,7 @@ class NoteWindow {
     NoteMetrics metrics() const { return NoteMetrics::at(dpi_); }
     void rebuildFonts();
     void layout();
-    bool measureTitle(TitleInk& ink) const;
+    bool measureTitle(TitleMetrics& ink) const;
     static void put(HWND control, Place& current, const Place& place);
     void invalidate();
     void setHover(bool close, bool newNote);
@@ -111,9 +108,9 @@ class NoteWindow {
     Brush titleBrush_;  // made when the title first asks for its colours
     Font titleFont_, bodyFont_, footerFont_;
     Logo logo_;
-    std::optional<TitleInk> titleInk_;  // of the title's font, once it is measured
-    Place titlePlace_, bodyPlace_;      // where the controls are
-    LONG dpi_ = 0;                      // of the window; known from WM_CREATE on
+    std::optional<TitleMetrics> titleMetrics_;  // of the title's font, once it is measured
+    Place titlePlace_, bodyPlace_;              // where the controls are
+    LONG dpi_ = 0;                              // of the window; known from WM_CREATE on
     bool closeHover_ = false;
     bool newHover_ = false;
     bool suppressChange_ = false;  // what the controls report is our own doing

@@ -26,8 +26,8 @@ constexpr const char* kUsers =
     "[session 3]\nuser = ann\n"
     "[session 4]\n";
 
-WaitHandle openToken(DWORD access = TOKEN_QUERY) {
-    WaitHandle token;
+KernelHandle openToken(DWORD access = TOKEN_QUERY) {
+    KernelHandle token;
     EXPECT_TRUE(OpenProcessToken(GetCurrentProcess(), access, token.put()));
     return token;
 }
@@ -151,17 +151,17 @@ TEST_F(MachineTest, administratorHasTwoTokensWhereTheSessionIsElevated) {
     useToken("ann@2");
     const std::string limited = told(openToken().get());
     useToken("ann@2 high");
-    const WaitHandle full = openToken();
-    const WaitHandle linked(fixed<TOKEN_LINKED_TOKEN>(full.get(), TokenLinkedToken).LinkedToken);
+    const KernelHandle full = openToken();
+    const KernelHandle linked(fixed<TOKEN_LINKED_TOKEN>(full.get(), TokenLinkedToken).LinkedToken);
     EXPECT_EQ(told(linked.get()), limited);
     EXPECT_EQ(fixed<TOKEN_STATISTICS>(linked.get(), TokenStatistics).TokenType, TokenImpersonation);
-    WaitHandle primary;
+    KernelHandle primary;
     EXPECT_FALSE(DuplicateTokenEx(linked.get(), 0, nullptr, SecurityImpersonation, TokenPrimary, primary.put()));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_BAD_IMPERSONATION_LEVEL}) << "it is there to be looked at";
-    const WaitHandle back(fixed<TOKEN_LINKED_TOKEN>(linked.get(), TokenLinkedToken).LinkedToken);
+    const KernelHandle back(fixed<TOKEN_LINKED_TOKEN>(linked.get(), TokenLinkedToken).LinkedToken);
     EXPECT_EQ(told(back.get()), told(full.get()));
     useToken("SYSTEM@0");
-    const WaitHandle trusted(fixed<TOKEN_LINKED_TOKEN>(full.get(), TokenLinkedToken).LinkedToken);
+    const KernelHandle trusted(fixed<TOKEN_LINKED_TOKEN>(full.get(), TokenLinkedToken).LinkedToken);
     EXPECT_EQ(fixed<TOKEN_STATISTICS>(trusted.get(), TokenStatistics).TokenType, TokenPrimary);
     useToken("ann@3 high");
     TOKEN_LINKED_TOKEN none = {};
@@ -173,11 +173,11 @@ TEST_F(MachineTest, administratorHasTwoTokensWhereTheSessionIsElevated) {
 TEST_F(MachineTest, mediumTokenIsMadeOfAHighOne) {
     describe(kUsers);
     useToken("ann@3 high");
-    const WaitHandle high = openToken(TOKEN_DUPLICATE | TOKEN_QUERY);
+    const KernelHandle high = openToken(TOKEN_DUPLICATE | TOKEN_QUERY);
     SAFER_LEVEL_HANDLE level = nullptr;
     ASSERT_TRUE(SaferCreateLevel(SAFER_SCOPEID_USER, SAFER_LEVELID_NORMALUSER, SAFER_LEVEL_OPEN, &level, nullptr));
     EXPECT_FALSE(CloseHandle(level));
-    WaitHandle plain, restricted, copy;
+    KernelHandle plain, restricted, copy;
     ASSERT_TRUE(SaferComputeTokenFromLevel(level, high.get(), plain.put(), 0, nullptr));
     EXPECT_FALSE(SaferComputeTokenFromLevel(level, openToken(TOKEN_QUERY).get(), copy.put(), 0, nullptr));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});

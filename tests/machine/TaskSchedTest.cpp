@@ -5,7 +5,7 @@
 
 #include <fstream>
 
-#include "common/Handles.h"
+#include "common/ComHandles.h"
 #include "machine/MachineFixture.h"
 #include "machine/RoleProcess.h"
 #include "support/Text.h"

@@ -1,5 +1,5 @@
 // The line of text that a title is.
-#include "common/Handles.h"
+#include "common/DrawingHandles.h"
 #include "support/ControlParent.h"
 
 namespace {

@@ -12,11 +12,11 @@ TEST(Mutexes, secondHandleIsToldThatTheNameExists) {
                                  TEXT("with %3A percent")}) {
         const WideString name = TEXT("Local\\Vellumd.Test.") + WideString(title);
         SetLastError(77);
-        WaitHandle first(CreateMutexW(nullptr, TRUE, name.c_str()));
+        KernelHandle first(CreateMutexW(nullptr, TRUE, name.c_str()));
         EXPECT_EQ(GetLastError(), 0U);
         ASSERT_TRUE(first);
         {
-            const WaitHandle second(CreateMutexW(nullptr, TRUE, name.c_str()));
+            const KernelHandle second(CreateMutexW(nullptr, TRUE, name.c_str()));
             EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
             EXPECT_TRUE(second);
         }
@@ -24,7 +24,7 @@ TEST(Mutexes, secondHandleIsToldThatTheNameExists) {
         EXPECT_FALSE(ReleaseMutex(first.get())) << "it is nobody's";
         EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_OWNER});
         first.reset();
-        const WaitHandle again(CreateMutexW(nullptr, FALSE, name.c_str()));
+        const KernelHandle again(CreateMutexW(nullptr, FALSE, name.c_str()));
         EXPECT_EQ(GetLastError(), 0U) << "the name went with its last handle";
         EXPECT_FALSE(ReleaseMutex(again.get()));
     }
@@ -34,12 +34,12 @@ TEST(Mutexes, namesAreToldApart) {
     const WideString common(200, TEXT('n'));
     const WideString names[] = {TEXT("Local\\Vellumd.a"), TEXT("Local\\Vellumd.A"), TEXT("Global\\Vellumd.a"),
                                 TEXT("Local\\") + common, TEXT("Local\\") + common + TEXT("x")};
-    WaitHandle held[std::size(names)];
+    KernelHandle held[std::size(names)];
     for (std::size_t i = 0; i < std::size(names); ++i) {
         held[i].reset(CreateMutexW(nullptr, FALSE, names[i].c_str()));
         EXPECT_EQ(GetLastError(), 0U) << i;
         EXPECT_TRUE(held[i]) << i;
     }
-    const WaitHandle local(CreateMutexW(nullptr, FALSE, TEXT("Vellumd.a")));
+    const KernelHandle local(CreateMutexW(nullptr, FALSE, TEXT("Vellumd.a")));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS}) << "a name without a namespace is the session's";
 }

@@ -19,8 +19,8 @@ Bytes wellKnown(WELL_KNOWN_SID_TYPE type) {
     return sid;
 }
 
-WaitHandle ownToken(DWORD access) {
-    WaitHandle token;
+KernelHandle ownToken(DWORD access) {
+    KernelHandle token;
     EXPECT_TRUE(OpenProcessToken(GetCurrentProcess(), access, token.put()));
     return token;
 }
@@ -89,7 +89,7 @@ TEST(Security, sidsAreTheirBytes) {
 }
 
 TEST(Security, tokenAnswersInTwoCalls) {
-    const WaitHandle token = ownToken(TOKEN_QUERY);
+    const KernelHandle token = ownToken(TOKEN_QUERY);
     const Bytes user = tokenData(token.get(), TokenUser);
     TOKEN_USER owner;
     std::memcpy(&owner, user.data(), sizeof owner);
@@ -130,7 +130,7 @@ TEST(Security, tokenRefusesWhatItsHandleMayNotDo) {
     EXPECT_FALSE(OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, &none));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_TOKEN});
 
-    const WaitHandle token = ownToken(TOKEN_DUPLICATE);
+    const KernelHandle token = ownToken(TOKEN_DUPLICATE);
     DWORD session = 0, needed = 0;
     EXPECT_FALSE(GetTokenInformation(token.get(), TokenSessionId, &session, sizeof session, &needed));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});

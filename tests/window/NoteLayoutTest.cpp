@@ -37,8 +37,9 @@ TEST(NoteLayout, controlsHaveTheirPlacesAtEveryDpi) {
     };
     for (const Row& row : rows) {
         const NoteMetrics metrics = NoteMetrics::at(row.dpi);
-        EXPECT_EQ(sides(titlePlace(metrics, row.client.width, row.allowNewNote, kNoLogo, TitleInk::unknown(metrics))),
-                  row.title)
+        EXPECT_EQ(
+            sides(titlePlace(metrics, row.client.width, row.allowNewNote, kNoLogo, TitleMetrics::unknown(metrics))),
+            row.title)
             << row.dpi;
         EXPECT_EQ(sides(bodyPlace(metrics, row.client)), row.body) << row.dpi;
     }
@@ -53,7 +54,7 @@ TEST(NoteLayout, capitalsOfTheTitleStandInTheMiddle) {
 
 TEST(NoteLayout, theLogoKeepsItsShapeAndLeavesTheTitleTheRest) {
     const NoteMetrics metrics = NoteMetrics::at(96);
-    const TitleInk ink = TitleInk::unknown(metrics);
+    const TitleMetrics ink = TitleMetrics::unknown(metrics);
     struct Row {
         Size image;
         std::vector<LONG> logo;

@@ -3,10 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <vector>
-
-#include "window/OccupiedPlaces.h"
 
 namespace {
 
@@ -15,13 +12,6 @@ constexpr RECT kLeftOfPrimary = {-2560, -400, 0, 1040};
 
 std::vector<LONG> sides(const RECT& rect) {
     return {rect.left, rect.top, rect.right, rect.bottom};
-}
-
-// What the index has to answer: a look at every rectangle.
-bool isFreeOf(const RECT& rect, const std::vector<RECT>& taken, std::size_t except) {
-    for (std::size_t i = 0; i < taken.size(); ++i)
-        if (i != except && intersect(rect, taken[i])) return false;
-    return true;
 }
 
 }  // namespace
@@ -105,41 +95,5 @@ TEST(Placement, coordinatesOfAnyKindAreHarmless) {
         const RECT rect = rectAt(x, x, 8000, 8000);
         for (int n = 0; n < kPlacementTries; ++n)
             placementTry(rect, kDesktop, 192, n);
-        OccupiedPlaces places;
-        places.set(&places, rect);
-        places.set(&rect, rectAt(x, x, 100, 100));
-        places.remove(&rect);
-        EXPECT_TRUE(places.isFree({0, 0, 100, 100}));
-    }
-}
-
-TEST(OccupiedPlaces, answersAsALookAtEveryRectangleWould) {
-    std::mt19937 random(20261123);
-    const auto any = [&](LONG least, LONG most) { return std::uniform_int_distribution<LONG>(least, most)(random); };
-    const auto anyRect = [&] {
-        const LONG longest = any(0, 9) == 0 ? 9000 : 400;  // some span so much that they are kept apart
-        const RECT rect = rectAt(any(-3000, 3000), any(-2000, 2000), any(0, longest), any(0, longest));
-        return any(0, 3) == 0 ? rectAt(1648, 12, 260, 260) : rect;  // many share one place
-    };
-    for (int round = 0; round < 40; ++round) {
-        OccupiedPlaces places;
-        std::vector<RECT> taken(static_cast<std::size_t>(any(0, 60)));
-        for (RECT& rect : taken)
-            rect = {};
-        for (int change = 0; change < 200 && !taken.empty(); ++change) {
-            RECT& rect = taken[static_cast<std::size_t>(any(0, static_cast<LONG>(taken.size()) - 1))];
-            rect = any(0, 4) == 0 ? RECT{} : anyRect();
-            if (intersect(rect, rect) || any(0, 1) == 0)
-                places.set(&rect, rect);
-            else
-                places.remove(&rect);
-        }
-        for (int question = 0; question < 200; ++question) {
-            const RECT rect = anyRect();
-            const std::size_t except = static_cast<std::size_t>(any(0, static_cast<LONG>(taken.size())));
-            const void* const owner = except < taken.size() ? &taken[except] : nullptr;
-            ASSERT_EQ(places.isFree(rect, owner), isFreeOf(rect, taken, except))
-                << rect.left << "," << rect.top << "," << rect.right << "," << rect.bottom;
-        }
     }
 }

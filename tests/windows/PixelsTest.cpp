@@ -2,7 +2,7 @@
 // which tests/machine looks at one by one.
 #include <gtest/gtest.h>
 
-#include "common/Handles.h"
+#include "common/DrawingHandles.h"
 #include "common/Identity.h"
 #include "support/Display.h"
 #include "support/Files.h"

@@ -10,7 +10,7 @@
 #include "support/windows/Mouse.h"
 
 struct DisplayProcess::Platform {
-    WaitHandle process;
+    KernelHandle process;
     DWORD id = 0;
 };
 

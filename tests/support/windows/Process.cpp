@@ -16,8 +16,6 @@ namespace {
 
 constexpr DWORD kLimitMs = 60000;
 
-using KernelHandle = Guard<PointerTraits<HANDLE, CloseHandle>>;
-
 struct Pipe {
     KernelHandle reader, writer;
 };

@@ -5,8 +5,6 @@
 
 #include <vector>
 
-namespace AppletNotes {
-
 // Data of a fixed size. False with the reason in `err`.
 template <typename Value>
 bool readTokenValue(HANDLE token, TOKEN_INFORMATION_CLASS what, Value& value, DWORD& err) {
@@ -41,5 +39,3 @@ class TokenData {
     using Unit = ULONGLONG;  // aligned for every header
     std::vector<Unit> buffer_;
 };
-
-}  // namespace AppletNotes

@@ -1,0 +1,20 @@
+// What the note windows ask of the App.
+#include "window/NoteHost.h"
+
+#include "app/App.h"
+
+HWND messageWindowOf(const App& app) {
+    return app.messageWindow();
+}
+
+WideString logoFolderOf(const App& app) {
+    return app.logoFolder();
+}
+
+RECT freePlaceFor(const App& app, const RECT& wanted, const NoteWindow* except) {
+    return app.resolveOverlap(wanted, except);
+}
+
+void saveWaitingEdits(App& app) {
+    app.saveWaitingEdits();
+}
