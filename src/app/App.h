@@ -48,8 +48,9 @@ class App {
     // Where a note that wants this rectangle goes without covering an open note: a free place near it, or the
     // rectangle itself. `except`, which may be null, is not in the way.
     RECT resolveOverlap(const RECT& wanted, const NoteWindow* except) const;
-    // Saves every open note whose edit still waits for its pause, before it returns.
-    void saveWaitingEdits();
+    // Saves every open note with a change that its file lacks, before it returns: an edit that waits for its pause, a
+    // move whose message is still in the queue, what an earlier save could not write.
+    void saveUnsavedNotes();
 
   private:
     using NoteWindowPtr = std::unique_ptr<NoteWindow>;

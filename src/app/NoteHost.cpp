@@ -15,6 +15,6 @@ RECT freePlaceFor(const App& app, const RECT& wanted, const NoteWindow* except) 
     return app.resolveOverlap(wanted, except);
 }
 
-void saveWaitingEdits(App& app) {
-    app.saveWaitingEdits();
+void saveUnsavedNotes(App& app) {
+    app.saveUnsavedNotes();
 }

@@ -12,7 +12,7 @@ constexpr const WCHAR* kComponent = TEXT("App");
 }  // namespace
 
 // Writes the record as the window left it. Nobody tries again after a failure: the edit stays in the window's record
-// and goes out with the next save.
+// and goes out with the next save, or at the end of the session.
 bool App::saveNote(NoteWindow* window) {
     if (window == nullptr) return false;
     const NoteRecord& note = window->note();
@@ -20,7 +20,9 @@ bool App::saveNote(NoteWindow* window) {
     const WideString path = notePath(note.id);
     ownWrites_.mark(path, GetTickCount64());
     WideString error;
-    if (writeNote(path, note, error)) {
+    const bool saved = writeNote(path, note, error);
+    window->setSaved(saved);
+    if (saved) {
         logWrite(LogLevel::Debug, kComponent, TEXT("Saved note id=%ls"), note.id.c_str());
         return true;
     }
@@ -30,9 +32,9 @@ bool App::saveNote(NoteWindow* window) {
     return false;
 }
 
-void App::saveWaitingEdits() {
+void App::saveUnsavedNotes() {
     for (auto& [id, window] : notes_)
-        if (window->takeEdit()) saveNote(window.get());
+        if (window->hasUnsavedChange()) saveNote(window.get());
 }
 
 bool App::writeNote(const WideString& path, const NoteRecord& note, WideString& error) const {

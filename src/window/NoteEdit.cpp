@@ -194,6 +194,7 @@ void NoteWindow::applyBodyTextColor() {
 
 void NoteWindow::applyNote(NoteRecord note) {
     note_ = std::move(note);
+    unsaved_ = false;
     {
         const FlagScope ownDoing(suppressChange_);
         if (titleEdit_ != nullptr) SetWindowTextW(titleEdit_, note_.title.c_str());
@@ -221,6 +222,12 @@ LRESULT NoteWindow::onTimer(WPARAM id, LPARAM lParam) {
     return 0;
 }
 
+bool NoteWindow::hasUnsavedChange() {
+    takeEdit();
+    return unsaved_;
+}
+
+// Reads an edit that waits for its pause into the record. False when none waits.
 bool NoteWindow::takeEdit() {
     if (!dirty_) return false;
     KillTimer(hwnd_, DEBOUNCE_TIMER_ID);
@@ -228,6 +235,7 @@ bool NoteWindow::takeEdit() {
     captureNotePlacement();
     GetSystemTime(&note_.modified);
     dirty_ = false;
+    unsaved_ = true;
     return true;
 }
 

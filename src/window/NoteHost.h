@@ -15,5 +15,5 @@ HWND messageWindowOf(const App& app);
 WideString logoFolderOf(const App& app);
 // See App::resolveOverlap.
 RECT freePlaceFor(const App& app, const RECT& wanted, const NoteWindow* except);
-// See App::saveWaitingEdits.
-void saveWaitingEdits(App& app);
+// See App::saveUnsavedNotes.
+void saveUnsavedNotes(App& app);

@@ -265,6 +265,7 @@ LRESULT NoteWindow::onExitSizeMove(WPARAM, LPARAM) {
     inSizeMove_ = false;
     slideOffOthers();
     captureNotePlacement();
+    unsaved_ = true;
     if (app_ != nullptr) notifyApp(WM_APP_NOTE_MOVED);
     return 0;
 }
@@ -290,12 +291,12 @@ LRESULT NoteWindow::onDpiChanged(WPARAM dpi, LPARAM proposed) {
     return 0;
 }
 
-// The process may be ended as soon as this returns, so edits are saved at once: those of all notes, since the loop may
-// end before the next note hears of it. An installer that wants to replace the program's file sends WM_CLOSE next,
+// The process may be ended as soon as this returns, so changes are saved at once: those of all notes, since the loop
+// may end before the next note hears of it. An installer that wants to replace the program's file sends WM_CLOSE next,
 // which would dismiss every note: the program ends in order before that.
 LRESULT NoteWindow::onEndSession(WPARAM isEnding, LPARAM reason) {
     if (isEnding == 0 || app_ == nullptr) return 0;
-    saveWaitingEdits(*app_);
+    saveUnsavedNotes(*app_);
     if ((reason & ENDSESSION_CLOSEAPP) != 0) PostMessageW(messageWindowOf(*app_), WM_CLOSE, 0, 0);
     return 0;
 }

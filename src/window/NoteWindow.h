@@ -41,8 +41,10 @@ class NoteWindow {
 
     HWND hwnd() const { return hwnd_; }  // null when there is no window
     const NoteRecord& note() const { return note_; }
-    // Reads an edit that still waits for its pause into the record, for the caller to save. False when none waits.
-    bool takeEdit();
+    // Whether the record holds a change that its file lacks. An edit that still waits for its pause is read first.
+    bool hasUnsavedChange();
+    // How the last attempt to save the record ended.
+    void setSaved(bool saved) { unsaved_ = !saved; }
 
   private:
     static LRESULT CALLBACK staticWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
@@ -95,6 +97,7 @@ class NoteWindow {
     void readControls();
     void giveFonts();
     void applyBodyTextColor();
+    bool takeEdit();
     void reportEdit();
     void notifyApp(UINT message);
 
@@ -114,7 +117,8 @@ class NoteWindow {
     bool closeHover_ = false;
     bool newHover_ = false;
     bool suppressChange_ = false;  // what the controls report is our own doing
-    bool dirty_ = false;           // an edit that the App has not been told of
+    bool dirty_ = false;           // an edit that waits for its pause
+    bool unsaved_ = false;         // a change of the record that no save has written
     bool inSizeMove_ = false;
     RECT sizeMoveStart_ = {};
 };

@@ -246,6 +246,25 @@ TEST_F(Lifecycle, aNoteThatHearsOfTheEndOfTheSessionSavesEveryWaitingEdit) {
     EXPECT_TRUE(platform::desktop::pump()) << "the loop ends";
 }
 
+TEST_F(Lifecycle, theEndOfTheSessionSavesWhatFilesStillLack) {
+    for (const char* id : {"failed", "replaced", "saved"})
+        putNote(id);
+    restart();
+    for (const char* id : {"failed", "replaced"}) {
+        platform::faults::arm({"MoveFileExW", 1, platform::faults::Action::Fail, 5});
+        save(app, id);
+    }
+    save(app, "saved");
+    tellChanged(app, "replaced.json");  // the record is the file's again
+    log();
+    SendMessageW(firstNote(), WM_ENDSESSION, TRUE, 0);
+    EXPECT_EQ(log(), "[DEBUG] App: Saved note id=failed\r\n");
+    SendMessageW(firstNote(), WM_ENTERSIZEMOVE, 0, 0);
+    SendMessageW(firstNote(), WM_EXITSIZEMOVE, 0, 0);  // its message waits behind the one that is sent
+    SendMessageW(firstNote(), WM_ENDSESSION, TRUE, 0);
+    EXPECT_TRUE(has(log(), "Saved note id="));
+}
+
 TEST_F(Lifecycle, notesThatLieOnNoMonitorAreMovedToThePrimary) {
     platform::desktop::setMonitors({{u"\\\\.\\DISPLAY1", {0, 0, 1920, 1080}, {0, 0, 1920, 1040}, 96, true},
                                     {u"\\\\.\\DISPLAY2", {1920, 0, 3840, 1080}, {1920, 0, 3840, 1080}, 96, false}});
