@@ -1,0 +1,239 @@
+#!/usr/bin/env python3
+"""Checks the sources for what no compiler refuses. Prints each finding as "file:line: what: cure" and ends with 1 if
+there is any.
+
+A rule is a function that yields findings; RULES at the end lists them."""
+
+import ast
+import collections
+import pathlib
+import re
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+
+# The floors of each tree, the lowest first. A folder includes itself and the folders of lower floors; those of one
+# floor do not include each other.
+FLOORS = {
+    "src": [["common"], ["notes"], ["watch", "dispatch", "applet", "window"], ["app"]],
+    "platform": [["core"], ["machine"], ["security"], ["files", "threads", "process", "com"], ["windows"], ["drawing"],
+                 ["controls", "tasks"], ["testing"]],
+}
+NO_FLOOR = {"src/resources", "platform/include", "platform/supplement"}  # no sources, or headers of Windows alone
+
+MOST_FUNCTION_LINES = 60
+MOST_FILE_LINES = 500
+MEASURED = ["src", "platform", "tests", "tools"]
+
+DECLARATIONS = "platform/include"
+USERS = ["src", "platform", "tests", "bench", "fuzz"]
+
+Finding = collections.namedtuple("Finding", "path line what cure")
+
+
+# --- sources
+
+def files_in(folders, *endings):
+    """The files of these folders with these endings, by their paths from the root."""
+    for folder in folders:
+        for file in sorted((ROOT / folder).rglob("*")):
+            if file.is_file() and file.suffix in endings:
+                yield file.relative_to(ROOT).as_posix()
+
+
+def text_of(path):
+    return (ROOT / path).read_text(encoding="utf-8")
+
+
+def without_comments(text):
+    """C++ whose comments and quoted texts are blank, with every line where it was."""
+    quoted = r'"(?:\\.|[^"\\\n])*"|(?<!\w)\'(?:\\.|[^\'\\\n])+\''
+    token = re.compile(r'//[^\n]*|/\*.*?\*/|R"\(.*?\)"|' + quoted, re.S)
+    return token.sub(lambda match: re.sub(r"[^\n]", " ", match[0]), text)
+
+
+def line_at(text, offset):
+    return text.count("\n", 0, offset) + 1
+
+
+# --- floors
+
+def includes_of(path):
+    """Pairs of line and name for what a file includes with quotes."""
+    for number, line in enumerate(text_of(path).splitlines(), 1):
+        match = re.match(r'#include "([^"]+)"', line)
+        if match:
+            yield number, match[1]
+
+
+def floor_of(tree, folder):
+    return next((level for level, folders in enumerate(FLOORS[tree]) if folder in folders), None)
+
+
+def tree_files(tree):
+    files = files_in([tree], ".h", ".cpp")
+    return [file for file in files if not any(file.startswith(folder + "/") for folder in NO_FLOOR)]
+
+
+def climb(tree, path, line, name):
+    """The finding about one include, or None."""
+    own, other = path.split("/")[1], name.split("/")[0]
+    if "/" not in name or own == other or not (ROOT / tree / other).is_dir():
+        return None
+    low, high = floor_of(tree, own), floor_of(tree, other)
+    if low is None or high is None:
+        folder = own if low is None else other
+        return Finding(path, line, f"{tree}/{folder} is on no floor", "give it its place in FLOORS of tools/check.py")
+    if high < low:
+        return None
+    where = "above" if high > low else "beside"
+    return Finding(path, line, f'"{name}" is {where} {tree}/{own}',
+                   "move what is needed down, or let the other folder register itself through a hook")
+
+
+def circles(tree):
+    """A finding for each include that closes a circle of files."""
+    paths = tree_files(tree)
+    known = {path.removeprefix(tree + "/"): path for path in paths}
+    state = {}
+
+    def visit(path, way):
+        state[path] = "open"
+        for line, name in includes_of(path):
+            target = known.get(name)
+            if target is None or target == path:
+                continue
+            if state.get(target) == "open":
+                circle = " -> ".join(way[way.index(target):] + [target])
+                yield Finding(path, line, f"a circle of includes: {circle}",
+                              "declare in one of them what the other needs")
+            elif target not in state:
+                yield from visit(target, way + [target])
+        state[path] = "done"
+
+    for path in paths:
+        if path not in state:
+            yield from visit(path, [path])
+
+
+def floors():
+    for tree in FLOORS:
+        for path in tree_files(tree):
+            for line, name in includes_of(path):
+                finding = climb(tree, path, line, name)
+                if finding:
+                    yield finding
+        yield from circles(tree)
+
+
+# --- sizes
+
+def without_directives(text):
+    return re.sub(r"^[ \t]*#(?:[^\n]*\\\n)*[^\n]*", lambda match: re.sub(r"[^\n]", " ", match[0]), text, flags=re.M)
+
+
+def kind_of_block(head, inside):
+    """What the brace behind `head` opens."""
+    if inside == "body":
+        return "body"
+    if head.rstrip().endswith(("=", ",", "(", "return")):
+        return "value"
+    before = r"\s*(?:template\s*<.*>\s*)?(?:inline\s+)?"
+    is_scope = re.match(before + r"(?:namespace|class|struct|union|enum|extern)\b", head, re.S)
+    if is_scope and not re.search(r"\)\s*(?:const|noexcept|override|\s)*$", head):
+        return "scope"
+    if re.search(r"\)\s*(?:noexcept\s*)?:", head) and re.search(r"\w\s*$", head):
+        return "value"  # of a member, before a constructor's body
+    return "body" if "(" in head else "value"
+
+
+def cpp_functions(path):
+    """Name, first and last line of each function."""
+    text = without_directives(without_comments(text_of(path)))
+    stack, start = [], 0
+    for match in re.finditer(r"[{};]", text):
+        at, mark = match.start(), match[0]
+        inside = stack[-1][0] if stack else "scope"
+        head = text[start:at]
+        if mark == "{":
+            kind = kind_of_block(head, inside)
+            stack.append((kind, start + len(head) - len(head.lstrip()), head))
+            if kind == "value":
+                continue
+        elif mark == "}" and stack:
+            kind, first, opened = stack.pop()
+            if kind == "body" and (not stack or stack[-1][0] == "scope"):
+                name = re.search(r"([\w~:]+)\s*\(", opened)
+                yield name[1] if name else "a function", line_at(text, first), line_at(text, at)
+            if kind == "value":
+                continue
+        start = at + 1
+
+
+def python_functions(path):
+    for node in ast.walk(ast.parse(text_of(path))):
+        if isinstance(node, (ast.FunctionDef, ast.AsyncFunctionDef)):
+            yield node.name, node.lineno, node.end_lineno
+
+
+def long_functions():
+    for path in files_in(MEASURED, ".h", ".cpp", ".py"):
+        functions = python_functions if path.endswith(".py") else cpp_functions
+        for name, first, last in functions(path):
+            if last - first + 1 > MOST_FUNCTION_LINES:
+                yield Finding(path, first, f"{name} has {last - first + 1} lines, more than {MOST_FUNCTION_LINES}",
+                              "take a step of it out, under a name of its own")
+
+
+def long_files():
+    for path in files_in(MEASURED, ".h", ".cpp", ".py", ".sh"):
+        lines = text_of(path).count("\n")
+        if lines > MOST_FILE_LINES:
+            yield Finding(path, 1, f"{lines} lines, more than {MOST_FILE_LINES}", "split it by what its parts are for")
+
+
+# --- declarations without a user
+
+def declarations(path):
+    """Pairs of name and line: functions outside of interfaces, macros, constants, enumerators with a value of their own
+    (the others hold the places of those behind them)."""
+    text = without_comments(text_of(path))
+    call = r"^(?!using |#)\w[\w:*& ]*?\b(\w+)\([^;{}]*\);"
+    for match in re.finditer(r"^#define (\w+)|^inline constexpr \w+ (\w+)|" + call, text, re.M):
+        yield match[1] or match[2] or match[3], line_at(text, match.start())
+    for match in re.finditer(r"^enum (?:\w+ )?(?:: \w+ )?\{([^}]*)\}", text, re.M):
+        for name in re.finditer(r"(\w+) = ", match[1]):
+            yield name[1], line_at(text, match.start(1) + name.start())
+
+
+def words_used():
+    """How often each word is used in the sources. The definition of a call, which begins its line, is no use."""
+    words = collections.Counter()
+    for path in files_in(USERS, ".h", ".cpp"):
+        text = without_comments(text_of(path))
+        if path.startswith("platform/"):
+            text = re.sub(r"^\w[^\n;={}]*?\b(\w+)\((?=[^;]*\{)", "(", text, flags=re.M)
+        words.update(re.findall(r"\w+", text))
+    return words
+
+
+def unused_declarations():
+    words = words_used()
+    for path in files_in([DECLARATIONS], ".h"):
+        for name, line in declarations(path):
+            if words[name] <= 1:
+                yield Finding(path, line, f"nobody uses {name}", "delete it")
+
+
+RULES = [floors, long_functions, long_files, unused_declarations]
+
+
+def main():
+    findings = [finding for rule in RULES for finding in rule()]
+    for finding in findings:
+        print(f"{finding.path}:{finding.line}: {finding.what}: {finding.cure}")
+    return 1 if findings else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
