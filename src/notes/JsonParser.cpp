@@ -344,17 +344,9 @@ bool JsonParser<Unit>::parseHexDigits(WCHAR& unit, const WCHAR* failure) {
     unsigned value = 0;
     for (int i = 0; i < 4; ++i) {
         if (atEnd()) return fail(failure);
-        const unsigned c = static_cast<unsigned>(*cursor);
-        unsigned digit = 0;
-        if (c >= '0' && c <= '9')
-            digit = c - '0';
-        else if (c >= 'a' && c <= 'f')
-            digit = c - 'a' + 10;
-        else if (c >= 'A' && c <= 'F')
-            digit = c - 'A' + 10;
-        else
-            return fail(failure);
-        value = value * 16 + digit;
+        const int digit = hexValue(static_cast<WCHAR>(*cursor));
+        if (digit < 0) return fail(failure);
+        value = value * 16 + static_cast<unsigned>(digit);
         ++cursor;
     }
     unit = static_cast<WCHAR>(value);

@@ -60,3 +60,11 @@ TEST(WideText, comparesOrdinallyWithoutCase) {
     for (const Row& row : rows)
         EXPECT_EQ(equalsIgnoreCase(row.left, row.right), row.equal) << utf8(row.left) << " " << utf8(row.right);
 }
+
+TEST(WideText, hexDigitsOfEitherCaseHaveTheirValue) {
+    constexpr WideView kDigits = TEXT("0123456789abcdef0123456789ABCDEF");
+    for (WCHAR unit = 0; unit < 0x200; ++unit) {
+        const std::size_t at = kDigits.find(unit);
+        EXPECT_EQ(hexValue(unit), at == WideView::npos ? -1 : static_cast<int>(at % 16)) << int{unit};
+    }
+}

@@ -215,6 +215,13 @@ TEST_F(RecoveryMachine, claimRenamesTheQueueOfAGoneLogonOnly) {
         isNotClaimed(queue, error == 1234 ? ClaimResult::Failed : ClaimResult::Busy, error, "the renaming");
         faults::clear();
     }
+    constexpr GUID kGuid = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+    const fs::path inTheWay = root() / (ownQueue() + "-r-00000001000200030405060708090A0B");
+    putPrivateFile(inTheWay, "mine");
+    setNextGuid(kGuid);
+    isNotClaimed(queue, ClaimResult::Failed, 183, "the new name is taken");
+    EXPECT_EQ(contentOf(inTheWay), "mine");
+    fs::remove(inTheWay);
     EXPECT_EQ(queues(), std::vector<std::string>{queue});
 
     ASSERT_EQ(claim(queue, name, err), ClaimResult::Claimed) << err;
