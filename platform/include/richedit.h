@@ -3,6 +3,7 @@
 
 #include <windef.h>
 
+#include <wingdi.h>
 #include <winuser.h>
 
 #define EM_EXGETSEL (WM_USER + 52)
@@ -21,8 +22,6 @@
 #define SCF_SELECTION 0x0001
 #define CFM_COLOR 0x40000000
 #define CFE_AUTOCOLOR 0x40000000
-
-#define LF_FACESIZE 32
 
 using EDITSTREAMCALLBACK = DWORD(CALLBACK*)(DWORD_PTR cookie, LPBYTE buffer, LONG bytes, LONG* moved);
 

@@ -1,3 +1,5 @@
+// Finds, makes and reads the machine folder, and decides who the process is. All families ask it, on any thread;
+// only tests change it, when no other thread runs.
 #include "machine/Machine.h"
 
 #include <unistd.h>
@@ -94,6 +96,10 @@ const MachineDescription& machine() {
 
 const Token& processToken() {
     return running().token;
+}
+
+bool isAdministrator() {
+    return processToken().administrators == Administrators::Enabled;
 }
 
 const User* findUser(std::string_view name) {

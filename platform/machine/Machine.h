@@ -98,6 +98,8 @@ struct MachineDescription {
 const std::filesystem::path& machineFolder();
 const MachineDescription& machine();  // as it was when the process started
 const Token& processToken();
+// Whether the Administrators group is enabled for this process.
+bool isAdministrator();
 // Null when machine.txt names no such user.
 const User* findUser(std::string_view name);
 // What machine.txt says at this moment: sessions and logons come and go while processes run.

@@ -20,7 +20,6 @@
 #include "core/HandleTable.h"
 #include "core/Ordinal.h"
 #include "machine/Machine.h"
-#include "security/Token.h"
 
 namespace platform {
 namespace {

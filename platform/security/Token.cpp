@@ -1,3 +1,5 @@
+// Tokens: their groups and privileges, what GetTokenInformation tells, and AdjustTokenPrivileges. The product calls
+// it on any thread; each token has a lock.
 #include "security/Token.h"
 
 #include <windows.h>
@@ -6,7 +8,6 @@
 #include <cstring>
 #include <vector>
 
-#include "core/Encoding.h"
 #include "core/Error.h"
 #include "core/Gate.h"
 #include "core/Ordinal.h"
@@ -199,10 +200,6 @@ bool mayUse(Privilege privilege) {
     std::lock_guard hold(token->lock);
     const auto found = token->privileges.find(privilege);
     return found != token->privileges.end() && found->second;
-}
-
-bool isAdministrator() {
-    return processToken().administrators == Administrators::Enabled;
 }
 
 }  // namespace platform

@@ -43,7 +43,5 @@ std::shared_ptr<TokenState> processTokenState();
 void resetProcessToken();  // after the process got another
 // Whether this process may use the privilege: it has it, and has enabled it.
 bool mayUse(Privilege privilege);
-// Whether the Administrators group is enabled for this process.
-bool isAdministrator();
 
 }  // namespace platform

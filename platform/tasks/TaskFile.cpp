@@ -1,3 +1,4 @@
+// Writes, reads, removes and runs the file of a task. TaskService.cpp and vellum-fire-task call it, on one thread.
 #include "tasks/TaskFile.h"
 
 #include <fcntl.h>
@@ -131,7 +132,6 @@ void writeTrigger(const Trigger& trigger, Lines& lines) {
     lines.line("type", named(trigger.type, typeName(trigger.type)));
     if (trigger.type == TASK_TRIGGER_SESSION_STATE_CHANGE)
         lines.line("state change", named(trigger.change, changeName(trigger.change)));
-    lines.line("user", trigger.user);
     lines.line("delay", trigger.delay);
     lines.line("start", trigger.start);
     lines.line("repetition interval", trigger.repetitionInterval);

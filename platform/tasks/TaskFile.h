@@ -14,7 +14,6 @@ namespace platform::tasks {
 struct Trigger {
     TASK_TRIGGER_TYPE2 type = TASK_TRIGGER_TIME;
     std::u16string id;
-    std::u16string user;  // empty: any
     std::u16string delay;
     std::u16string start;
     std::u16string repetitionInterval;

@@ -14,7 +14,7 @@
 #include "com/Com.h"
 #include "core/Counts.h"
 #include "core/Gate.h"
-#include "security/Token.h"
+#include "machine/Machine.h"
 #include "tasks/TaskFile.h"
 
 namespace platform {

@@ -1,3 +1,4 @@
+// Message queues and the message loop. Each thread has a queue; other threads post to it under waiting::lock().
 #include "windows/Queue.h"
 
 #include <algorithm>
@@ -69,7 +70,6 @@ bool take(Queue& queue, MSG& message) {
     return takePosted(queue, message) || takePaint(queue, message) || takeTimer(queue, message);
 }
 
-using IdleCall = void (*)();
 constinit IdleCall idleCall = nullptr;
 
 void waitForWork(Queue& queue) {

@@ -43,7 +43,8 @@ bool post(Queue& queue, const MSG& message);
 // Runs `request` on the queue's thread, the next time that it looks for a message.
 void request(Queue& queue, std::function<void()> run);
 // What a higher floor does whenever a thread has no message left, before it waits. To be set before the first thread.
-void callWhenIdle(void (*call)());
+using IdleCall = void (*)();
+void callWhenIdle(IdleCall call);
 // Drops what is still on the way to a window that is gone.
 void forgetWindow(Queue& queue, HWND window);
 
