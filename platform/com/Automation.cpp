@@ -1,3 +1,4 @@
+// Strings and variants of automation. The product calls it, on any thread; the counts are atomic.
 #include <oleauto.h>
 #include <winerror.h>
 

@@ -1,3 +1,4 @@
+// Apartments, GUIDs and COM's memory. The product calls it. An apartment belongs to the calling thread.
 #include "com/Com.h"
 
 #include <objbase.h>

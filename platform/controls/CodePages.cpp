@@ -1,3 +1,4 @@
+// The tables behind CodePages.h. The reader of RTF calls it for each byte that is no ASCII; there is no state.
 #include "controls/CodePages.h"
 
 #include <iconv.h>

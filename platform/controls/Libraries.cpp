@@ -1,3 +1,4 @@
+// LoadLibraryW and what follows from it, and InitCommonControlsEx. The product calls it, on any thread.
 #include "controls/Libraries.h"
 
 #include <commctrl.h>

@@ -1,3 +1,5 @@
+// Reads RTF into a RichText. The rich edit control calls it, on the thread of its window; a reader has no other
+// state than its own.
 #include <algorithm>
 #include <string_view>
 #include <utility>

@@ -1,3 +1,4 @@
+// Writes a RichText as RTF. The rich edit control calls it, on the thread of its window; there is no state.
 #include <algorithm>
 #include <cstdio>
 

@@ -1,8 +1,8 @@
+// What both text controls do: typing, selection, colours, margins, messages to the parent. Edit.cpp and RichEdit.cpp
+// build on it, on the thread of the window.
 #include "controls/TextControl.h"
 
 #include <algorithm>
-
-#include "windows/Queue.h"
 
 namespace platform {
 namespace {

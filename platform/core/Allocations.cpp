@@ -1,3 +1,4 @@
+// Counted memory, and LocalFree. Calls that hand out memory use it, on any thread.
 #include "core/Allocations.h"
 
 #include <winbase.h>

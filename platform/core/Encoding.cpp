@@ -1,3 +1,5 @@
+// UTF-8 and UTF-16. All floors call it, and the product through MultiByteToWideChar and WideCharToMultiByte, on any
+// thread; there is no state.
 #include "core/Encoding.h"
 
 #include <winbase.h>

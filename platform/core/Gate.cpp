@@ -1,3 +1,5 @@
+// The gate: the list of armed faults, and what a call site does about them. Every call of the stand-in passes it, on
+// any thread; a test arms it meanwhile, so that the list is under a lock.
 #include "core/Gate.h"
 
 #include <winbase.h>

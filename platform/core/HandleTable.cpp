@@ -1,3 +1,5 @@
+// The table of open handles, and CloseHandle. All families open and find their objects here, on any thread, under
+// the table's own lock.
 #include "core/HandleTable.h"
 
 #include <winbase.h>

@@ -1,3 +1,4 @@
+// The lock and the condition that every wait uses. Families call it on any thread.
 #include "core/Waiting.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The flat calls of GDI+. The product paints with them, on the thread of the window; what they draw is added to the
+// surface of a device context.
 #include <windows.h>
 
 #include <objidl.h>

@@ -1,3 +1,5 @@
+// Share modes as locks of open file descriptions. Files.cpp and Moves.cpp call it, on any thread; the kernel keeps
+// the state.
 #include "files/FileLocks.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// Owner and mode bits as security descriptors, and back. The calls that make files use it, and the product through
+// GetSecurityInfo, on any thread; the kernel keeps the state.
 #include "files/FileSecurity.h"
 
 #include <aclapi.h>
@@ -13,7 +15,6 @@
 #include "core/Error.h"
 #include "core/Gate.h"
 #include "files/FileObject.h"
-#include "machine/NativePath.h"
 #include "security/AccessList.h"
 #include "security/Sid.h"
 

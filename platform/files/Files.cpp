@@ -1,3 +1,5 @@
+// Opens, reads and writes files, and makes folders: what CreateFileW and its neighbours do. The product calls it, on
+// any thread; share modes hold between processes.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,7 +17,6 @@
 #include "files/FileLocks.h"
 #include "files/FileObject.h"
 #include "files/FileSecurity.h"
-#include "machine/Machine.h"
 #include "machine/NativePath.h"
 
 namespace platform {

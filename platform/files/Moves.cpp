@@ -1,3 +1,5 @@
+// Renames, replaces and deletes. The product calls it, and FileInformation.cpp for what is asked through a handle,
+// on any thread; locks keep others from opening a name that is about to change.
 #include "files/Moves.h"
 
 #include <fcntl.h>

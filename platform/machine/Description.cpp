@@ -1,3 +1,5 @@
+// Reads machine.txt, section by section. Machine.cpp calls it when a process starts and when a call asks for the
+// machine as it is now; any thread.
 #include "machine/Description.h"
 
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// The variables of the process. The product reads and sets them, Children.cpp hands them on; any thread, under one
+// lock.
 #include "machine/Environment.h"
 
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// Turns a path of Windows into one of Linux and back, and errno into a Windows error. All families that touch files
+// call it, on any thread; it keeps no state.
 #include "machine/NativePath.h"
 
 #include <dirent.h>

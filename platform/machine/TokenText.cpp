@@ -1,3 +1,5 @@
+// Reads and writes tokens as text, and derives the tokens of a session. Machine.cpp and the families that start
+// processes call it; there is no state.
 #include "machine/TokenText.h"
 
 #include <winnt.h>

@@ -1,3 +1,5 @@
+// Splits command lines. The product calls it through CommandLineToArgvW, and whoever starts a process does; there is
+// no state.
 #include "process/CommandLine.h"
 
 #include <shellapi.h>

@@ -1,3 +1,5 @@
+// The command line and the path of this process. main() sets the first before any thread runs; the product asks for
+// both.
 #include "process/Process.h"
 
 #include <sys/auxv.h>
@@ -11,7 +13,6 @@
 #include "core/Encoding.h"
 #include "core/Error.h"
 #include "core/Gate.h"
-#include "machine/Machine.h"
 #include "machine/NativePath.h"
 
 namespace platform {

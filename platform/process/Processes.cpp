@@ -1,3 +1,5 @@
+// Opens processes, and the tokens of processes and threads. The product calls it, on any thread; what is a shell
+// comes from machine.txt at each call.
 #include "process/Processes.h"
 
 #include <unistd.h>

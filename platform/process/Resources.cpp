@@ -1,3 +1,5 @@
+// FindResourceW and what reads a resource. Resources register before main(); the product asks for them later, on any
+// thread.
 #include "process/Resources.h"
 
 #include <windows.h>

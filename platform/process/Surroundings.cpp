@@ -1,3 +1,5 @@
+// Desktop and job, from the environment of the process. Children.cpp and the windows call it, on any thread; there
+// is no state.
 #include "process/Surroundings.h"
 
 #include <windows.h>

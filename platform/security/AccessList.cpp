@@ -1,3 +1,5 @@
+// Builds and reads access lists and security descriptors. The product calls it, and files/FileSecurity.cpp; any
+// thread, no state.
 #include "security/AccessList.h"
 
 #include <aclapi.h>

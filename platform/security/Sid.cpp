@@ -1,3 +1,5 @@
+// Builds, copies and compares SIDs, and finds those of users. The product and the whole family call it, on any
+// thread; there is no state.
 #include "security/Sid.h"
 
 #include <winbase.h>

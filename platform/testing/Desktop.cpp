@@ -1,3 +1,4 @@
+// The hand of a test, or of a person behind the socket, on the thread of the windows; and the list of the windows.
 #include "testing/Desktop.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Reads faults from text: that of VELLUM_FAULTS before main(), that of the socket later.
 #include "testing/Faults.h"
 
 #include <unistd.h>

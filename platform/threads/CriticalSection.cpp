@@ -1,3 +1,4 @@
+// Critical sections, as mutexes of Linux in the memory that the caller gives.
 #include <pthread.h>
 
 #include <winbase.h>

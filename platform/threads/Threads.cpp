@@ -1,3 +1,4 @@
+// _beginthreadex.
 #include <process.h>
 #include <windows.h>
 

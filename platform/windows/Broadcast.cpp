@@ -11,7 +11,6 @@
 #include "core/Gate.h"
 #include "core/Ordinal.h"
 #include "machine/Machine.h"
-#include "windows/Queue.h"
 #include "windows/Remote.h"
 #include "windows/Window.h"
 

@@ -1,3 +1,5 @@
+// The calls that ask for monitors and their DPI. The product and the window tree call it, on any thread; a test may
+// set other monitors, under a lock.
 #include "windows/Monitors.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// What the mouse does to windows: hit test, activation, moving and sizing. testing/Desktop.cpp moves it, on the
+// thread of the windows.
 #include "windows/Mouse.h"
 
 #include <algorithm>

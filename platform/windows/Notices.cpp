@@ -1,3 +1,4 @@
+// OutputDebugStringW and MessageBoxW. The product calls them, on any thread, under one lock.
 #include "windows/Notices.h"
 
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// The socket of a process with windows. A thread of its own accepts the lines, the thread of the windows answers
+// them; Broadcast.cpp asks the other processes.
 #include "windows/Remote.h"
 
 #include <fcntl.h>
@@ -12,7 +14,6 @@
 #include <thread>
 
 #include "core/Descriptor.h"
-#include "core/Encoding.h"
 #include "core/Waiting.h"
 #include "machine/Machine.h"
 #include "process/Surroundings.h"

@@ -1,3 +1,5 @@
+// The window tree: classes, and how a window comes to life, is shown, activated and destroyed. The calls of this
+// family use it, on the thread of the window; the table of handles is shared under waiting::lock().
 #include "windows/Tree.h"
 
 #include <algorithm>
