@@ -13,7 +13,7 @@ std::vector<WideString> splitCommandLine(const WideString& command) {
 
 WideString quoteArgument(WideView text) {
     WideString quoted = TEXT("\"");
-    std::size_t backslashes = 0;  // read and not yet written: they count double before a quote
+    std::size_t backslashes = 0;  // not written yet: before a quote each one is doubled
     for (const WCHAR unit : text) {
         if (unit == TEXT('\\')) {
             ++backslashes;

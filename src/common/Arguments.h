@@ -1,13 +1,13 @@
-// Command lines: from one text to its arguments, and from an argument to its place in a text.
+// Splitting a command line into arguments, and quoting an argument for a command line.
 #pragma once
 
 #include <vector>
 
 #include "common/WideText.h"
 
-// The arguments of a command line, the program's name first, as the system splits them. Empty on failure, with the
-// reason in GetLastError. An empty text gives the path of this process's image.
+// The arguments of a command line as CommandLineToArgvW splits it, the program's name first. Empty on failure, with the
+// reason in GetLastError. An empty `command` gives the path of this process's image.
 std::vector<WideString> splitCommandLine(const WideString& command);
 
-// The argument in double quotes, such that splitCommandLine gives it back.
+// Puts the argument in double quotes so that splitCommandLine returns it unchanged.
 WideString quoteArgument(WideView text);

@@ -1,4 +1,4 @@
-// Owners of what COM and automation hand out.
+// Guards for COM interfaces and for the strings and values of COM automation.
 #pragma once
 
 #include <windows.h>
@@ -12,24 +12,24 @@ template <typename Interface>
 void releaseReference(Interface* object) {
     object->Release();
 }
-// Owns one reference.
+// Owns one reference of a COM interface.
 template <typename Interface>
 using ComPointer = Guard<ValueTraits<Interface*, releaseReference<Interface>>>;
-using TaskText = Guard<ValueTraits<PWSTR, CoTaskMemFree>>;
-using SystemString = Guard<ValueTraits<BSTR, SysFreeString>>;
+using CoTaskString = Guard<ValueTraits<PWSTR, CoTaskMemFree>>;
+using OwnedBstr = Guard<ValueTraits<BSTR, SysFreeString>>;
 
-// Thrown by Variant's constructor, which cannot return an HRESULT. Nobody catches it: it ends the process.
+// Thrown by Variant's constructor, which cannot return an HRESULT. Nothing catches it: it ends the process.
 struct ComError {
     HRESULT hr;
 };
 
-// An argument of automation, released with the scope; get() lends it.
+// Owns a VARIANT, as an argument for a COM automation call.
 class Variant {
   public:
     Variant() { VariantInit(&value_); }
-    // Raises ComError with E_OUTOFMEMORY when the string cannot be had.
+    // Throws ComError with E_OUTOFMEMORY when there is no memory for the string.
     explicit Variant(const WCHAR* text) {
-        SystemString copy(SysAllocString(text));
+        OwnedBstr copy(SysAllocString(text));
         if (!copy) throw ComError{E_OUTOFMEMORY};
         VariantInit(&value_);
         value_.vt = VT_BSTR;

@@ -1,4 +1,4 @@
-// Owners of what GDI hands out.
+// Guards for GDI objects and device contexts.
 #pragma once
 
 #include <windows.h>
@@ -14,7 +14,7 @@ using Brush = Guard<ValueTraits<HBRUSH, deleteObject<HBRUSH>>>;
 using Font = Guard<ValueTraits<HFONT, deleteObject<HFONT>>>;
 using MemoryDc = Guard<ValueTraits<HDC, DeleteDC>>;
 
-// The DC of a window for the length of a scope; null when the system has none to give.
+// The device context of a window (of the screen for null) for the length of a scope. get() is null when GetDC fails.
 class WindowDc {
   public:
     explicit WindowDc(HWND window) : window_(window), context_(GetDC(window)) {}
@@ -30,8 +30,8 @@ class WindowDc {
     HDC context_;
 };
 
-// An object is selected into a DC for the length of a scope, then what was selected before. It takes a null object as
-// none.
+// Selects a GDI object into a device context for the length of a scope, then selects the previous one again. Does
+// nothing for a null object.
 class SelectScope {
   public:
     SelectScope(HDC context, HGDIOBJ object)

@@ -12,8 +12,8 @@ WideString executablePath() {
 }
 
 WideString defaultNotesFolder() {
-    TaskText localData;
-    // The block is the caller's to free whatever the result.
+    CoTaskString localData;
+    // The caller frees the block even after a failure.
     const HRESULT result = SHGetKnownFolderPath(FOLDERID_LocalAppData, 0, nullptr, localData.put());
     if (FAILED(result)) return WideString();
     return joinPath(joinPath(joinPath(localData.get(), TEXT("Quorvane")), TEXT("Ombrel")), TEXT("Notes"));

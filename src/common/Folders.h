@@ -1,19 +1,19 @@
-// Places in the file system, and the making of folders.
+// Known paths, and creating folders.
 #pragma once
 
 #include "common/WideText.h"
 
-// Full path of this process's image; empty on failure. A path of 1040 units or more arrives cut.
+// The full path of this process's image; empty on failure. A path of 1040 units or more is cut.
 WideString executablePath();
 
-// The folder of the notes where no option names another: Quorvane\Ombrel\Notes below the user's local application
-// data. Empty when the system cannot tell that folder. Makes nothing.
+// The default folder of the notes: Quorvane\Ombrel\Notes below FOLDERID_LocalAppData. Empty when the system does not
+// know that folder. Creates nothing.
 WideString defaultNotesFolder();
 
-// Whether a folder has this path; false for a file, and for nothing.
+// Whether `path` exists and is a folder.
 bool isFolder(const WideString& path);
 
-// Makes the folder and every missing one above it, with default security. True when the folder exists on return,
-// also when another process made it meanwhile; false for an empty path, a file in the way, or a folder that cannot
-// be made; GetLastError has the reason only in the last case.
+// Creates the folder and its missing parents, with default security. True when the folder exists on return, also if
+// another process created it meanwhile. False for an empty path, for a file in the way, and when a folder cannot be
+// created; GetLastError has the reason in the last case only.
 bool createDirectoryTree(WideView path);

@@ -1,11 +1,11 @@
-// Owners of what Windows hands out. Every handle, key and block of memory is held by one of these from the line that
-// made it, so that each path releases it. DrawingHandles.h and ComHandles.h have those of drawing and of COM.
+// Guards for what Windows calls return: handles, registry keys, blocks of memory. A guard takes its value in the line
+// that gets it, so every path releases it. The guards for GDI are in DrawingHandles.h, those for COM in ComHandles.h.
 #pragma once
 
 #include <windows.h>
 
-// Owns one raw value. Moving empties the source; assigning and reset() release what was held before. Releasing
-// keeps the calling thread's last error, so that a failure can be read after the owner is gone.
+// Owns one raw value. Moving from a guard leaves it empty; assignment and reset() release the old value first.
+// Releasing keeps the thread's last error, so the caller can still read why an earlier call failed.
 template <typename Traits>
 class Guard {
   public:
@@ -22,7 +22,7 @@ class Guard {
 
     explicit operator bool() const noexcept { return !Traits::isEmpty(raw_); }
     Raw get() const noexcept { return raw_; }
-    // For calls that fill an out-parameter; what was held is released first.
+    // For calls that fill an out-parameter. Releases the old value first.
     Raw* put() noexcept {
         reset();
         return &raw_;
@@ -45,7 +45,7 @@ class Guard {
     Raw raw_ = Traits::none();
 };
 
-// Empty is null, or 0 for a value that is no pointer.
+// The empty value is null, or 0 for a value that is not a pointer.
 template <typename Value, auto Close>
 struct ValueTraits {
     using Raw = Value;
@@ -54,7 +54,7 @@ struct ValueTraits {
     static void close(Raw raw) { Close(raw); }
 };
 
-// Empty is INVALID_HANDLE_VALUE, which file calls answer with, or null.
+// The empty values are INVALID_HANDLE_VALUE, which the file calls return on failure, and null.
 template <auto Close>
 struct FileTraits {
     using Raw = HANDLE;
@@ -63,7 +63,7 @@ struct FileTraits {
     static void close(Raw raw) { Close(raw); }
 };
 
-// Releasing fails unnoticed where another process owns the mutex.
+// ReleaseMutex fails if another process owns the mutex; that failure is ignored.
 inline void closeOwnedMutex(HANDLE mutex) {
     ReleaseMutex(mutex);
     CloseHandle(mutex);
@@ -78,7 +78,7 @@ using LocalBlock = Guard<ValueTraits<void*, LocalFree>>;
 using ArgumentArray = Guard<ValueTraits<LPWSTR*, LocalFree>>;
 using AllocatedSid = Guard<ValueTraits<PSID, FreeSid>>;
 
-// Holds a critical section for the length of a scope.
+// Enters a critical section for the length of a scope.
 class CriticalSectionLock {
   public:
     explicit CriticalSectionLock(CRITICAL_SECTION& section) : section_(section) { EnterCriticalSection(&section_); }

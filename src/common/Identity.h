@@ -1,10 +1,10 @@
-// Who the user is, and identifiers for new notes.
+// The user's name, and new identifiers for notes.
 #pragma once
 
 #include "common/WideText.h"
 
-// Name of the user the process runs as; empty on failure, or when it is longer than 255 units.
+// The name of the user that the process runs as. Empty on failure, and for a name of more than 255 units.
 WideString currentUserName();
 
-// A fresh GUID: 36 units, lower case, without braces. Empty on failure.
+// A new GUID: 36 units, lower case, without braces. Empty on failure.
 WideString newGuidText();

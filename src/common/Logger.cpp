@@ -1,3 +1,4 @@
+// The log file and the formatting of its lines. Called from every thread; one lock guards the file.
 #include "common/Logger.h"
 
 #include <wtsapi32.h>
@@ -25,7 +26,7 @@ struct LogState {
     LogState() { InitializeCriticalSection(&lock); }
 };
 
-// Lives until the process is gone: a thread that outlives main() may still write a line.
+// Never destroyed: another thread may still write a line after main() has returned.
 LogState& state() {
     static LogState& instance = *new LogState;
     return instance;
@@ -52,7 +53,7 @@ WideString sessionUserName(DWORD session) {
     return known && name && *name.get() != 0 ? WideString(name.get()) : WideString(TEXT("unknown"));
 }
 
-// The date in the name is the local one and stays that of the day on which the process began to log.
+// The local date on which the process started to log. The name does not change at midnight.
 WideString logFilePath(const WideString& instance) {
     const WideString folder = logFolder(instance);
     if (folder.empty()) return WideString();
@@ -66,13 +67,13 @@ WideString logFilePath(const WideString& instance) {
     return folder + name;
 }
 
-// Append only, and shared with readers alone: a second writer fails here.
+// Opened for appending and shared for reading only: a second writer cannot open the file.
 void openFile(LogState& log) {
     log.file.reset(CreateFileW(log.path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
                                FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-// Keeps one older generation beside the new file.
+// Renames the full file to ".1", replacing an older one, and starts a new file.
 void rotate(LogState& log) {
     const WideString older = log.path + TEXT(".1");
     log.file.reset();
@@ -102,7 +103,7 @@ void writeLine(const WCHAR* line) {
 void formatMessage(WCHAR (&message)[kMessageUnits], const WCHAR* format, std::va_list arguments) {
     const int length = formatWideArguments(message, kMessageUnits, format, arguments);
     if (length >= 0) return;
-    // The formatter gave up early: what it wrote so far is marked as incomplete where the mark fits.
+    // The formatter failed in the middle: mark its output as incomplete, if the mark fits.
     message[kMessageUnits - 1] = 0;
     const std::size_t kept = WideView(message).size();
     if (kept + 4 >= kMessageUnits) return;

@@ -1,4 +1,4 @@
-// The messages that a window handles, as a table of rows: which message, which member function.
+// A window's message table: which member function handles which message.
 #pragma once
 
 #include <windows.h>
@@ -11,7 +11,7 @@ struct MessageRow {
     Handler handler;
 };
 
-// For a static_assert: a second row of one message would never be reached.
+// True if no message has two rows. For a static_assert: a second row would never be used.
 template <typename Handler, std::size_t kCount>
 constexpr bool areDistinct(const MessageRow<Handler> (&rows)[kCount]) {
     for (std::size_t i = 0; i < kCount; ++i)

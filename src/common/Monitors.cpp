@@ -1,3 +1,4 @@
+// Queries of monitors and DPI. The DPI calls that older versions of Windows lack are looked up at run time.
 #include "common/Monitors.h"
 
 #include <shellscalingapi.h>
@@ -9,7 +10,7 @@ namespace {
 using DpiForMonitor = HRESULT(WINAPI*)(HMONITOR, MONITOR_DPI_TYPE, UINT*, UINT*);
 using DpiForWindow = UINT(WINAPI*)(HWND);
 
-// Calls that older systems do not have. Filled once, never released.
+// Calls that older versions of Windows do not have; null if missing.
 struct DpiApi {
     DpiForMonitor getDpiForMonitor;
     DpiForWindow getDpiForWindow;

@@ -1,5 +1,5 @@
-// The monitors of the desktop, and DPI. Everything is asked of the system anew at each call; nothing fails: where the
-// system has no answer, 96 DPI and a monitor of the screen's size stand in. To be called on the main thread.
+// Monitors and DPI. Each call asks the system again. Nothing fails: if the system has no answer, the result is 96 DPI,
+// or one monitor of the screen's size. Main thread only.
 #pragma once
 
 #include <vector>
@@ -9,7 +9,7 @@
 constexpr LONG kStandardDpi = 96;
 
 struct MonitorInfo {
-    HMONITOR handle = nullptr;  // null in the record that stands in
+    HMONITOR handle = nullptr;  // null in the replacement for a missing monitor
     WideString device;          // such as \\.\DISPLAY1
     RECT bounds = {};           // in pixels of the virtual screen
     RECT workArea = {};         // the bounds without task bars
@@ -17,16 +17,17 @@ struct MonitorInfo {
     bool isPrimary = false;
 };
 
-// The effective DPI of a monitor, of the screen for a null one. Never 0. Older systems know only that of the screen.
+// The effective DPI of a monitor, or of the screen for a null handle. Never 0. Where GetDpiForMonitor is missing
+// (before Windows 8.1) it is always the screen's.
 LONG monitorDpi(HMONITOR monitor);
 // Never 0; 96 for a null window.
 LONG windowDpi(HWND window);
 
-// In the system's order, without those that cannot be read.
+// All monitors in the system's order, without those whose data cannot be read.
 std::vector<MonitorInfo> enumerateMonitors();
-// The first monitor of this name, whatever its case. False leaves `out` alone.
+// Finds the first monitor with this device name, ignoring case. False leaves `out` unchanged.
 bool findMonitorByDevice(const WideString& device, MonitorInfo& out);
-// Where no monitor is primary the first is; where there is none, a record of the screen's size.
+// The primary monitor; the first one if none is primary; a record of the screen's size if there are no monitors.
 MonitorInfo primaryMonitor();
-// The monitor itself: false when the system does not know it (any more).
+// Calls GetMonitorInfoW. False when the monitor is not there any more.
 bool readMonitor(HMONITOR monitor, MONITORINFOEXW& out);

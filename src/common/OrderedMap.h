@@ -1,5 +1,5 @@
-// A hash map from text to values that iterates in the order in which its elements were inserted. Keys are compared
-// exactly, unit by unit. Elements stay where they are: a reference holds until its element is erased.
+// A hash map from text to values that iterates in insertion order. Keys are compared unit by unit. Elements do not
+// move: a reference is valid until its element is erased.
 #pragma once
 
 #include <list>
@@ -21,13 +21,13 @@ class OrderedMap {
     const_iterator end() const { return elements_.end(); }
     std::size_t size() const { return elements_.size(); }
 
-    // Null when there is no such key.
+    // Null when the key is missing.
     Value* find(WideView key) {
         const auto found = index_.find(key);
         return found == index_.end() ? nullptr : &found->second->second;
     }
     const Value* find(WideView key) const { return const_cast<OrderedMap*>(this)->find(key); }
-    // A new key goes to the end; a key that is there keeps its place and takes the new value.
+    // Appends a new key, or replaces the value of a known one without changing its position.
     Value& set(WideView key, Value value) {
         if (Value* known = find(key)) return *known = std::move(value);
         elements_.emplace_back(WideString(key), std::move(value));
@@ -35,7 +35,7 @@ class OrderedMap {
         index_.emplace(added->first, added);
         return added->second;
     }
-    // The value lives on until the key is gone from the map.
+    // Removes the key before its value is destroyed, so that the destructor no longer finds it.
     void erase(WideView key) {
         const auto found = index_.find(key);
         if (found == index_.end()) return;
@@ -57,5 +57,5 @@ class OrderedMap {
 
   private:
     std::list<Element> elements_;
-    std::unordered_map<WideView, iterator> index_;  // its keys lie in the elements
+    std::unordered_map<WideView, iterator> index_;  // the keys are views of the elements' keys
 };

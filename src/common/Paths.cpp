@@ -1,3 +1,4 @@
+// Path arithmetic on text; no system call but CompareStringOrdinal. Any thread.
 #include "common/Paths.h"
 
 #include <algorithm>
@@ -11,16 +12,16 @@ bool isSeparator(WCHAR unit) {
     return kSeparators.find(unit) != WideView::npos;
 }
 
-// The lower-case mapping of the C library in the locale that the program starts in and never leaves.
+// ASCII only, like towlower in the C locale.
 WCHAR toLower(WCHAR unit) {
     return unit >= TEXT('A') && unit <= TEXT('Z') ? static_cast<WCHAR>(unit - TEXT('A') + TEXT('a')) : unit;
 }
 
-// The system takes such a name for the device whatever stands behind its first dot, and the blanks before that dot.
+// Windows opens the device for such a name even if an extension follows, or blanks before the extension.
 bool isDeviceName(WideView name) {
     constexpr WideView kDevices[] = {TEXT("AUX"),     TEXT("CON"), TEXT("CONIN$"),
                                      TEXT("CONOUT$"), TEXT("NUL"), TEXT("PRN")};
-    constexpr WideView kPorts[] = {TEXT("COM"), TEXT("LPT")};  // with a digit, which may be a superscript
+    constexpr WideView kPorts[] = {TEXT("COM"), TEXT("LPT")};  // followed by a digit; superscript 1 to 3 count
     name = name.substr(0, name.find(TEXT('.')));
     name = name.substr(0, name.find_last_not_of(TEXT(' ')) + 1);
     const auto isPort = [name](WideView port) {

@@ -1,11 +1,11 @@
-// What GetTokenInformation gives, as values.
+// Reads token information into values.
 #pragma once
 
 #include <windows.h>
 
 #include <vector>
 
-// Data of a fixed size. False with the reason in `err`.
+// Reads data of a fixed size. On failure `err` has the reason.
 template <typename Value>
 bool readTokenValue(HANDLE token, TOKEN_INFORMATION_CLASS what, Value& value, DWORD& err) {
     DWORD bytes = 0;
@@ -14,11 +14,11 @@ bool readTokenValue(HANDLE token, TOKEN_INFORMATION_CLASS what, Value& value, DW
     return false;
 }
 
-// Data of variable size, of which `Header` is the head. It may point into itself.
+// Data of variable size that starts with `Header`. The data may hold pointers into itself: do not copy it.
 template <typename Header>
 class TokenData {
   public:
-    // False with the reason in `err`, which is 0 after a success.
+    // False with the reason in `err`, which may be 0 if the system reports no size.
     bool read(HANDLE token, TOKEN_INFORMATION_CLASS what, DWORD& err) {
         DWORD bytes = 0;
         SetLastError(ERROR_SUCCESS);

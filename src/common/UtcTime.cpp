@@ -1,3 +1,4 @@
+// Parsing and formatting of note times. Any thread.
 #include "common/UtcTime.h"
 
 namespace {
@@ -10,8 +11,8 @@ bool isDigit(WCHAR unit) {
     return unit >= TEXT('0') && unit <= TEXT('9');
 }
 
-// Reads one decimal number as the C library's "%d" does and cuts it from the head of `text`. Of a number that is
-// too large only the low bits count, and the caller keeps no more than those. False when there is no digit.
+// Removes one decimal number, in the syntax of scanf's "%d", from the start of `text`. Overflow wraps around: only the
+// low 16 bits are kept. False when there is no digit.
 bool takeNumber(WideView& text, WORD& number) {
     while (!text.empty() && isBlank(text.front()))
         text.remove_prefix(1);
@@ -25,7 +26,7 @@ bool takeNumber(WideView& text, WORD& number) {
     return true;
 }
 
-// With zeros in front up to `width` digits.
+// Pads with leading zeros to `width` digits.
 void appendNumber(WideString& text, WORD number, std::size_t width) {
     WCHAR digits[5];
     std::size_t at = 5;
@@ -45,7 +46,7 @@ bool takeUnit(WideView& text, WCHAR unit) {
 
 }  // namespace
 
-// Written by hand: every note that is saved takes two of them.
+// Does not use the formatter because each save formats two times.
 WideString formatUtcTime(const SYSTEMTIME& time) {
     WideString text;
     text.reserve(20);

@@ -1,4 +1,4 @@
-// Times as note files hold them: UTC to the second, "2026-03-14T09:26:53Z".
+// The time format of note files: UTC in whole seconds, "2026-03-14T09:26:53Z".
 #pragma once
 
 #include "common/WideText.h"
@@ -6,11 +6,10 @@
 // Milliseconds are dropped.
 WideString formatUtcTime(const SYSTEMTIME& time);
 
-// The present time in that form.
+// The current time in that format.
 WideString nowUtcText();
 
-// Reads what formatUtcTime writes, and forgives: six numbers separated by "-", "-", "T", ":", ":", each of which may
-// carry a sign or leading blanks (of ASCII); no range is checked, each number keeps its low 16 bits, and whatever
-// follows the seconds (a fraction, an offset, no "Z") is ignored. False, with `time` untouched, when `text` has fewer
-// than 19 units or does not yield six numbers.
+// Reads six numbers separated by "-", "-", "T", ":", ":". A number may have a sign or leading ASCII blanks. No range is
+// checked: each number keeps its low 16 bits. Text after the seconds (a fraction, an offset, a missing "Z") is ignored.
+// False, with `time` unchanged, when `text` has fewer than 19 units or does not hold six numbers.
 bool parseUtcTime(WideView text, SYSTEMTIME& time);

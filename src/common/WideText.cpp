@@ -3,7 +3,7 @@
 #include <wchar.h>
 
 int formatWideArguments(WCHAR* buffer, std::size_t capacity, const WCHAR* format, std::va_list arguments) {
-    // Not the formatter of the system's C library: that one differs between versions of Windows.
+    // Not msvcrt's _vsnwprintf: it differs between versions of Windows.
     return vsnwprintf(buffer, capacity, format, arguments);
 }
 

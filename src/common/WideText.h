@@ -1,4 +1,4 @@
-// UTF-16 text, as the platform's calls take it, and the few operations on it that everything needs.
+// UTF-16 text, as Windows calls take it, and the common operations on it.
 #pragma once
 
 #include <windows.h>
@@ -12,18 +12,18 @@
 using WideString = std::basic_string<WCHAR>;
 using WideView = std::basic_string_view<WCHAR>;
 
-// The one door to wide printf formatting: the same bytes for the same arguments on every platform. Text arguments
-// are %ls (never %s), 32-bit ones %lu or %u, sizes %zu.
+// All wide printf formatting goes through here, so that every platform and Windows version writes the same text. Format
+// text arguments with %ls (never %s), 32-bit integers with %lu or %u, sizes with %zu.
 //
-// Writes at most `capacity` units, terminator included, and always terminates. Returns the length of the whole
-// text, which is `capacity` or more when it was cut, or a negative number when the formatter gave up.
+// Writes at most `capacity` units including the terminator, which is always written. Returns the length of the full
+// text: `capacity` or more means that it was cut. A negative result means that the formatter failed.
 int formatWideArguments(WCHAR* buffer, std::size_t capacity, const WCHAR* format, std::va_list arguments);
 int formatWide(WCHAR* buffer, std::size_t capacity, const WCHAR* format, ...);
 
-// The text as a string, for formats whose result is short: up to 255 units.
+// Formats to a string of at most 255 units.
 WideString formatWideString(const WCHAR* format, ...);
 
-// Unit by unit. The comparison of the library goes one unit at a time where units are no char.
+// Exact equality. Uses memcmp because the library's comparison of WCHAR strings works one unit at a time.
 inline bool sameText(WideView left, WideView right) {
     return left.size() == right.size() && std::memcmp(left.data(), right.data(), left.size() * sizeof(WCHAR)) == 0;
 }
@@ -36,5 +36,5 @@ inline int hexValue(WCHAR unit) {
     return -1;
 }
 
-// Ordinal and culture-free: how ids, file names and option words are matched.
+// Ordinal comparison (CompareStringOrdinal), used for ids, file names and option words.
 bool equalsIgnoreCase(WideView left, WideView right);

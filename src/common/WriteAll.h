@@ -1,4 +1,4 @@
-// Writing a whole text to an open file or pipe.
+// Writing all bytes to an open file or pipe.
 #pragma once
 
 #include <windows.h>
@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <string_view>
 
-// Writes all bytes, at most `atOnce` of them in a call. False with the reason in GetLastError; a call that writes
-// nothing gives ERROR_WRITE_FAULT.
+// Writes all bytes, at most `atOnce` in one call. False with the reason in GetLastError: ERROR_WRITE_FAULT if a call
+// writes nothing.
 inline bool writeAll(HANDLE file, std::string_view bytes, std::size_t atOnce = UINT32_MAX) {
     while (!bytes.empty()) {
         DWORD written = 0;
