@@ -10,21 +10,21 @@ namespace {
 constexpr LONGLONG kLargestFile = 67108864;
 constexpr std::size_t kWriteBytes = 65536;
 
-// Fills `bytes`; what the file no longer holds is cut off.
+// Fills `bytes`; shortens it if the file has become shorter.
 bool readAll(HANDLE file, std::string& bytes) {
     std::size_t done = 0;
     while (done < bytes.size()) {
         DWORD count = 0;
         if (!ReadFile(file, bytes.data() + done, static_cast<DWORD>(bytes.size() - done), &count, nullptr))
             return false;
-        if (count == 0) break;  // the file has shrunk meanwhile
+        if (count == 0) break;  // the file has become shorter
         done += count;
     }
     bytes.resize(done);
     return true;
 }
 
-// Deletes the file and gives false, with the last error of what went wrong before.
+// Deletes the temporary file after a failure. Returns false and keeps the last error of that failure.
 bool discard(const WideString& path) {
     const DWORD reason = GetLastError();
     DeleteFileW(path.c_str());
@@ -59,7 +59,7 @@ bool writeFileAtomic(const WideString& path, std::string_view bytes) {
         file.reset();
         return discard(temporary);
     }
-    FlushFileBuffers(file.get());  // where a flush is not possible the rename still keeps the file whole
+    FlushFileBuffers(file.get());  // a failed flush is ignored: the rename is atomic anyway
     file.reset();
     if (MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) return true;
     return discard(temporary);

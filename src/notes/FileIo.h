@@ -1,21 +1,21 @@
-// Whole files: read, replaced atomically, deleted. Nothing here logs; after a false result GetLastError, read at once,
-// tells the reason. The calls block for as long as the file system does.
+// Reading, atomically replacing and deleting whole files. Nothing here logs. After a false result GetLastError has the
+// reason. The calls block as long as the file system does.
 #pragma once
 
 #include <string>
 
 #include "common/WideText.h"
 
-// Reads the file into `bytes`, which are empty on failure. Others may have the file open for reading and writing, so a
-// file that is being written can be read half-way. Files above 64 MiB are refused.
+// Reads the file; `bytes` is empty on failure. Other processes may write the file meanwhile, so the bytes may be half
+// old and half new. Fails with ERROR_FILE_TOO_LARGE above 64 MiB.
 bool readFileBytes(const WideString& path, std::string& bytes);
 
-// Replaces the file by these bytes: a reader sees the old file or the new one, never half of one. They go through
-// "<path>.tmp", are flushed and renamed into place. On failure the old file stands and the temporary file is deleted.
+// Replaces the content of the file: a reader sees all of the old content or all of the new. Writes and flushes
+// "<path>.tmp", then renames it over the file. On failure the file is unchanged and the temporary file is deleted.
 bool writeFileAtomic(const WideString& path, std::string_view bytes);
 
-// True when the file is gone now, also when it was not there.
+// Deletes the file. True also when there was none.
 bool deleteFile(const WideString& path);
 
-// True for a file, false for a folder and for nothing.
+// Whether `path` exists and is not a folder.
 bool fileExists(const WideString& path);

@@ -1,6 +1,5 @@
-// JSON values, the parser and the writer. Objects keep their members in file order, numbers are doubles, text is UTF-16
-// in memory. The parser is strict and bounded; its error texts and positions are part of the log. Nothing here keeps
-// state: everything may run on any thread.
+// JSON values, a strict parser with limits, and a writer. Objects keep the order of their members, numbers are doubles,
+// text in memory is UTF-16. The parser's error texts go to the log. No global state: any thread.
 #pragma once
 
 #include <string>
@@ -13,14 +12,14 @@ enum class JsonKind : int { Null = 0, Bool = 1, Number = 2, String = 3, Array = 
 
 struct JsonMember;
 
-// A value that owns its children. Only the field of its kind has a meaning. A value that was moved from is Null.
+// A value owns its children. Only the field that belongs to `kind` has a meaning. A moved-from value is Null.
 struct JsonValue {
     JsonKind kind = JsonKind::Null;
     bool boolValue = false;
     double numberValue = 0;
     WideString stringValue;
     std::vector<JsonValue> items;
-    std::vector<JsonMember> members;  // in the order in which their keys were first set; keys are unique
+    std::vector<JsonMember> members;  // in the order of the first set; keys are unique
 
     JsonValue();
     explicit JsonValue(bool value);
@@ -32,17 +31,17 @@ struct JsonValue {
     JsonValue& operator=(JsonValue&& other) noexcept;
     ~JsonValue();
 
-    // Reading never fails: what is not there is the shared Null, or the shared empty string.
+    // Reading never fails: a missing value is the shared Null value, a missing string the shared empty string.
     const JsonValue& find(WideView key) const;
     bool contains(WideView key) const;
     const WideString& asString() const;
     const JsonValue& at(std::size_t index) const;
 
-    // These turn a value of another kind into an empty object, or array, first.
+    // These replace a value of another kind by an empty object or array first.
     void set(WideView key, JsonValue value);
     JsonValue& member(WideView key);
     void push(JsonValue value);
-    // No effect where there is no such member.
+    // Does nothing when the member is missing.
     void erase(WideView key);
 };
 
@@ -56,14 +55,14 @@ inline JsonValue::JsonValue(bool value) : kind(JsonKind::Bool), boolValue(value)
 inline JsonValue::JsonValue(double value) : kind(JsonKind::Number), numberValue(value) {}
 inline JsonValue::JsonValue(WideString value) : kind(JsonKind::String), stringValue(std::move(value)) {}
 
-// Read one whole document. False leaves "JSON parse error at line %d col %d: %s" in `outError` (which may be null) and
-// an unusable `outValue`. Columns count UTF-16 units. Containers nest 65 deep, hold 1048576 elements each, and strings
-// have about 16 million units at most.
+// Parse one document. On failure they set `outError`, which may be null, to "JSON parse error at line %d col %d: %s";
+// `outValue` is then unspecified. Columns count UTF-16 units. Limits: 65 levels of nesting, 1048576 elements in a
+// container, about 16 million units in a string.
 bool parseJson(WideView text, JsonValue& outValue, WideString* outError);
-// Takes the bytes of a file, with or without a byte order mark. Malformed UTF-8 becomes U+FFFD (see Text.h).
+// Parses UTF-8, with or without a byte order mark. Malformed UTF-8 becomes U+FFFD (see Text.h).
 bool parseJsonUtf8(std::string_view bytes, JsonValue& outValue, WideString* outError);
 
-// `pretty` puts each member on a line of its own, indented by two blanks. No final line feed. A number that JSON cannot
-// tell (infinity) is written as null.
+// `pretty` puts each member on its own line, indented by two blanks for each level; no line feed at the end. Infinity
+// and NaN, which JSON does not have, are written as null.
 WideString serializeJson(const JsonValue& value, bool pretty);
 std::string serializeJsonUtf8(const JsonValue& value, bool pretty);

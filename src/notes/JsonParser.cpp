@@ -1,6 +1,6 @@
-// The parser is one grammar over two kinds of units. On UTF-16 it is exact in every respect. On UTF-8 it is the fast
-// way for good documents: it reads each byte once and makes UTF-16 as it goes. Where that meets a malformed document or
-// malformed UTF-8 it gives up, and the document is converted and parsed as UTF-16, which finds error and position.
+// The JSON parser: one grammar as a template over UTF-8 and UTF-16. The UTF-8 version is fast: it reads each byte once
+// and produces UTF-16 on the way. When it fails for any reason, the document is converted to UTF-16 and parsed again:
+// the UTF-16 version decides about errors, their positions and the limits.
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -14,22 +14,21 @@
 
 namespace {
 
-constexpr int kTooDeep = 65;
-constexpr std::size_t kMostElements = 1048576;
-constexpr std::size_t kLongString = 16777216;
-constexpr std::size_t kIndexFrom = 64;  // members
-constexpr unsigned kFewObjects = 64;    // a document with many more is none of ours, and room costs memory
+constexpr int kMaxDepth = 65;
+constexpr std::size_t kMaxElements = 1048576;
+constexpr std::size_t kMaxStringUnits = 16777216;
+constexpr std::size_t kIndexFrom = 64;     // from this many members on, keys are found by hash
+constexpr unsigned kReservedObjects = 64;  // beyond this many objects nothing is reserved
 
 template <typename Unit>
 unsigned valueOf(Unit unit) {
     return static_cast<std::make_unsigned_t<std::conditional_t<sizeof(Unit) == 1, char, short>>>(unit);
 }
 
-// Keys of an object that is being read. A large object would take a time that grows with the square of its size if
-// every key were looked for one by one.
+// Finds duplicate keys of the object that is being parsed. A linear search would take quadratic time in a large object.
 class KeyIndex {
   public:
-    // Where the key of the last member stood first.
+    // The index of the first member with the same key as the last member.
     std::size_t find(const std::vector<JsonMember>& members) {
         const std::size_t last = members.size() - 1;
         const WideString& key = members[last].key;
@@ -67,11 +66,11 @@ class JsonParser {
     bool parseNumber(JsonValue& out);
     bool parseString(WideString& out);
     bool parseEndOfLongString(WideString& out);
-    // These write one unit, or two, and move `to` behind them.
+    // These write one or two units and advance `to`.
     bool parseUnit(WCHAR*& to);
     bool parseEscape(WCHAR*& to);
     bool parseUnicodeEscape(WCHAR*& to);
-    bool parseForeign(WCHAR*& to);
+    bool parseOtherCharacter(WCHAR*& to);
     bool parseHexDigits(WCHAR& unit, const WCHAR* failure);
     bool parseArray(JsonValue& out, int depth);
     bool parseObject(JsonValue& out, int depth);
@@ -103,7 +102,7 @@ bool JsonParser<Unit>::take(char unit) {
     return true;
 }
 
-// Moves only when the whole word stands there; what follows it is not looked at.
+// Moves past `word` if it is next; the text after it does not matter.
 template <typename Unit>
 bool JsonParser<Unit>::takeWord(std::string_view word) {
     if (static_cast<std::size_t>(end - cursor) < word.size() || !std::equal(word.begin(), word.end(), cursor))
@@ -112,7 +111,7 @@ bool JsonParser<Unit>::takeWord(std::string_view word) {
     return true;
 }
 
-// At least one.
+// Moves past one or more digits.
 template <typename Unit>
 bool JsonParser<Unit>::takeDigits() {
     const Unit* const first = cursor;
@@ -130,7 +129,7 @@ void JsonParser<Unit>::skipBlanks() {
     cursor = at;
 }
 
-// Line and column of the cursor: they are only wanted for an error, so nobody keeps them on the way.
+// Computes line and column of the cursor. Done only for an error, so parsing does not keep them up to date.
 template <typename Unit>
 void JsonParser<Unit>::locate() {
     line = column = 1;
@@ -164,7 +163,7 @@ bool JsonParser<Unit>::parseDocument(JsonValue& out) {
 
 template <typename Unit>
 bool JsonParser<Unit>::parseValue(JsonValue& out, int depth) {
-    if (depth >= kTooDeep) return fail(TEXT("max nesting depth exceeded"));
+    if (depth >= kMaxDepth) return fail(TEXT("max nesting depth exceeded"));
     skipBlanks();
     if (atEnd()) return fail(TEXT("unexpected end of input"));
     switch (*cursor) {
@@ -193,7 +192,7 @@ bool JsonParser<Unit>::parseLiteral(JsonValue& out) {
     return out.boolValue || takeWord("false") || fail(TEXT("expected boolean"));
 }
 
-// Out of range is no error: too large is infinity, too small is zero.
+// A number out of range is accepted: too large becomes infinity, too small zero.
 bool convertNumber(const char* first, const char* last, double& value) {
     const std::from_chars_result result = std::from_chars(first, last, value);
     if (result.ec == std::errc::result_out_of_range) value = std::strtod(std::string(first, last).c_str(), nullptr);
@@ -218,7 +217,7 @@ bool JsonParser<Unit>::parseNumber(JsonValue& out) {
         if (!takeDigits()) return fail(TEXT("invalid number (exponent)"));
     }
     out.kind = JsonKind::Number;
-    if (isInteger && cursor - first <= 15) {  // every integer of that many digits is exact
+    if (isInteger && cursor - first <= 15) {  // a double holds every integer of 15 digits exactly
         LONGLONG magnitude = 0;
         for (const Unit* at = first + isNegative; at != cursor; ++at)
             magnitude = magnitude * 10 + (*at - Unit('0'));
@@ -228,7 +227,7 @@ bool JsonParser<Unit>::parseNumber(JsonValue& out) {
     return convertNumber(first, cursor, out.numberValue) || fail(TEXT("could not parse number"));
 }
 
-// Up to the next quote, escaped or not: a good guess for how long a long string will be.
+// The distance to the next quote, escaped or not: an estimate of the length of a long string.
 template <typename Unit>
 std::size_t JsonParser<Unit>::distanceToQuote() const {
     const std::size_t rest = static_cast<std::size_t>(end - cursor);
@@ -236,7 +235,7 @@ std::size_t JsonParser<Unit>::distanceToQuote() const {
     return quote == nullptr ? rest : static_cast<std::size_t>(quote - cursor);
 }
 
-// What the letter behind a backslash stands for; 0 for those that stand for nothing, and for "u".
+// The character that a letter after a backslash stands for; 0 for "u" and for letters that are not allowed.
 constexpr std::array<char, 128> kEscapes = [] {
     std::array<char, 128> table{};
     table['"'] = '"';
@@ -250,16 +249,16 @@ constexpr std::array<char, 128> kEscapes = [] {
     return table;
 }();
 
-// Decoded text is gathered in a small buffer that stays in the processor's cache and goes to the string in large steps.
+// Collects the decoded text in a small buffer that stays in the processor's cache, and appends it in large steps.
 template <typename Unit>
 bool JsonParser<Unit>::parseString(WideString& out) {
     constexpr std::ptrdiff_t kBuffer = 2048, kMostAtOnce = 2;
     WCHAR buffer[kBuffer];
     out.clear();
     if (!take('"')) return fail(TEXT("expected string"));
-    while (out.size() + kBuffer < kLongString) {
+    while (out.size() + kBuffer < kMaxStringUnits) {
         WCHAR* to = buffer;
-        const Unit* at = cursor;  // a local: for all the compiler knows the copying below could change a member
+        const Unit* at = cursor;  // a local copy: the compiler can keep it in a register
         for (std::ptrdiff_t room = kBuffer; room >= kMostAtOnce; room = buffer + kBuffer - to) {
             const std::size_t run = copyPlainRun(at, static_cast<std::size_t>(std::min(end - at, room)), to);
             at += run;
@@ -289,12 +288,12 @@ bool JsonParser<Unit>::parseString(WideString& out) {
     return parseEndOfLongString(out);
 }
 
-// Near the limit the length counts before every unit of UTF-16, so that bytes are not the way to go.
+// The limit counts UTF-16 units: near it the UTF-16 parser decides.
 template <typename Unit>
 bool JsonParser<Unit>::parseEndOfLongString(WideString& out) {
     if (sizeof(Unit) == 1) return fail(TEXT("string too long"));
     while (!take('"')) {
-        if (!atEnd() && out.size() > kLongString) return fail(TEXT("string too long"));
+        if (!atEnd() && out.size() > kMaxStringUnits) return fail(TEXT("string too long"));
         WCHAR units[2];
         WCHAR* to = units;
         if (!parseUnit(to)) return false;
@@ -308,7 +307,7 @@ bool JsonParser<Unit>::parseUnit(WCHAR*& to) {
     if (atEnd()) return fail(TEXT("unterminated string"));
     if (isAt('\\')) return parseEscape(to);
     if (valueOf(*cursor) < 0x20) return fail(TEXT("unescaped control character in string"));
-    return parseForeign(to);
+    return parseOtherCharacter(to);
 }
 
 template <typename Unit>
@@ -353,16 +352,16 @@ bool JsonParser<Unit>::parseHexDigits(WCHAR& unit, const WCHAR* failure) {
     return true;
 }
 
-// A unit of UTF-16 that the run before it did not take.
+// Takes a UTF-16 unit that copyPlainRun left.
 template <>
-bool JsonParser<WCHAR>::parseForeign(WCHAR*& to) {
+bool JsonParser<WCHAR>::parseOtherCharacter(WCHAR*& to) {
     *to++ = *cursor++;
     return true;
 }
 
-// A character of UTF-8 that the run before it did not take: of the shortest form, and no surrogate.
+// Takes a UTF-8 character that copyPlainRun left. Overlong forms and surrogates are malformed.
 template <>
-bool JsonParser<char>::parseForeign(WCHAR*& to) {
+bool JsonParser<char>::parseOtherCharacter(WCHAR*& to) {
     const auto byte = [this](std::ptrdiff_t index) { return index < end - cursor ? valueOf(cursor[index]) : 0U; };
     const auto isTail = [&byte](std::ptrdiff_t index) { return (byte(index) & 0xC0) == 0x80; };
     const unsigned lead = byte(0);
@@ -400,7 +399,7 @@ bool JsonParser<Unit>::parseArray(JsonValue& out, int depth) {
         if (take(']')) return true;
         if (!take(',')) return fail(TEXT("expected ',' or ']'"));
         skipBlanks();
-        if (++count > kMostElements) return fail(TEXT("too many array items"));
+        if (++count > kMaxElements) return fail(TEXT("too many array items"));
     }
 }
 
@@ -412,20 +411,20 @@ bool JsonParser<Unit>::parseObject(JsonValue& out, int depth) {
     if (take('}')) return true;
     KeyIndex index;
     if (depth == 0)
-        out.members.reserve(16);  // a note's document has as many
-    else if (smallObjects_++ < kFewObjects)
-        out.members.reserve(4);  // and the objects inside it have four
+        out.members.reserve(16);  // about as many as a note's document has
+    else if (smallObjects_++ < kReservedObjects)
+        out.members.reserve(4);  // as many as the objects in it have
     for (std::size_t count = 1;;) {
         if (!parseMember(out, index, depth)) return false;
         skipBlanks();
         if (atEnd()) return fail(TEXT("unterminated object"));
         if (take('}')) return true;
         if (!take(',')) return fail(TEXT("expected ',' or '}'"));
-        if (++count > kMostElements) return fail(TEXT("too many object members"));
+        if (++count > kMaxElements) return fail(TEXT("too many object members"));
     }
 }
 
-// A key that stands twice keeps its first place and takes the last value.
+// A duplicate key keeps its first position and takes the last value.
 template <typename Unit>
 bool JsonParser<Unit>::parseMember(JsonValue& object, KeyIndex& index, int depth) {
     JsonMember& member = object.members.emplace_back();
@@ -443,7 +442,7 @@ bool JsonParser<Unit>::parseMember(JsonValue& object, KeyIndex& index, int depth
 
 }  // namespace
 
-// The text may lie in the value that is replaced, so nothing of that is touched before the end.
+// `text` may be a view of a string in `outValue`, so `outValue` is replaced at the end.
 bool parseJson(WideView text, JsonValue& outValue, WideString* outError) {
     JsonValue parsed;
     JsonParser<WCHAR> parser(text.data(), text.size());
@@ -458,6 +457,6 @@ bool parseJsonUtf8(std::string_view bytes, JsonValue& outValue, WideString* outE
     outValue = JsonValue();
     JsonParser<char> parser(bytes.data(), bytes.size());
     if (parser.parseDocument(outValue)) return true;
-    outValue = JsonValue();  // never held beside what the second way makes of the same document
+    outValue = JsonValue();  // free the memory before the second attempt
     return parseJson(utf8ToWide(bytes), outValue, outError);
 }

@@ -1,3 +1,4 @@
+// JSON values in memory: reading and changing members and elements.
 #include <algorithm>
 #include <utility>
 
@@ -36,7 +37,7 @@ JsonValue::JsonValue(JsonValue&& other) noexcept
       members(std::exchange(other.members, {})) {}
 
 JsonValue& JsonValue::operator=(JsonValue&& other) noexcept {
-    JsonValue taken(std::move(other));  // the source may be a part of this value
+    JsonValue taken(std::move(other));  // `other` may be a child of this value
     std::swap(kind, taken.kind);
     std::swap(boolValue, taken.boolValue);
     std::swap(numberValue, taken.numberValue);
@@ -47,7 +48,7 @@ JsonValue& JsonValue::operator=(JsonValue&& other) noexcept {
 }
 
 JsonValue& JsonValue::operator=(const JsonValue& other) {
-    JsonValue copy(other);  // the source may be a part of this value
+    JsonValue copy(other);  // `other` may be a child of this value
     return *this = std::move(copy);
 }
 
@@ -76,7 +77,7 @@ void JsonValue::set(WideView key, JsonValue value) {
 
 JsonValue& JsonValue::member(WideView key) {
     if (kind != JsonKind::Object) {
-        WideString name(key);  // which may be a part of what is discarded
+        WideString name(key);  // a copy: `key` may be a view of the discarded value
         become(*this, JsonKind::Object);
         members.push_back({std::move(name), JsonValue()});
         return members.back().value;

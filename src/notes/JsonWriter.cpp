@@ -1,3 +1,4 @@
+// Serializes a JSON value with JsonWriter, as UTF-16 or UTF-8.
 #include "notes/JsonWriter.h"
 
 #include "notes/Json.h"
@@ -32,7 +33,7 @@ void write(JsonWriter<Text>& writer, const JsonValue& value) {
     }
 }
 
-// About what the text will take, so that it grows once.
+// An estimate of the length of the text, so that the string grows once.
 std::size_t expectedLength(const JsonValue& value) {
     std::size_t length = 32 + value.stringValue.size() + value.stringValue.size() / 16;
     for (const JsonValue& item : value.items)

@@ -1,5 +1,5 @@
-// Writes JSON text piece by piece, in the form of note files, to a string of UTF-8 or UTF-16. Every value goes out with
-// value(), after key() where it is a member; open() and close() stand around those of a container.
+// Appends JSON text, in the format of note files, to a string of UTF-8 or UTF-16. Within a container call element()
+// before each element, or key() before each member, then value(), null() or open() and close().
 #pragma once
 
 #include <algorithm>
@@ -14,12 +14,12 @@
 template <typename Text>
 class JsonWriter {
   public:
-    // `out` has to outlive the writer.
+    // `out` must outlive the writer.
     JsonWriter(Text& out, bool pretty) : out_(out), isPretty_(pretty) {}
 
     void open(char bracket);
     void close(char bracket);
-    // Stands before each element of a container, key() before each member.
+    // Call element() before each element of an array, key() before each member of an object.
     void element();
     void key(WideView name);
 
@@ -37,7 +37,7 @@ class JsonWriter {
 
     Text& out_;
     bool isPretty_;
-    bool isEmpty_ = true;  // nothing was written into the container that is open
+    bool isEmpty_ = true;  // the current container has no element yet
     std::size_t depth_ = 0;
 };
 
@@ -77,7 +77,7 @@ void JsonWriter<Text>::key(WideView name) {
     if (isPretty_) out_.push_back(Unit(' '));
 }
 
-// Whole numbers in the range of 64 bits are written as such, all others with 17 significant digits.
+// Integers in the range of 64 bits are written without a fraction, all other numbers with 17 significant digits.
 template <typename Text>
 void JsonWriter<Text>::value(double number) {
     constexpr double kBeyond = 9223372036854775808.0;
@@ -85,7 +85,7 @@ void JsonWriter<Text>::value(double number) {
     char digits[64];
     char* last = digits;
     if (std::trunc(number) == number && number >= -kBeyond && number <= kBeyond) {
-        // The upper bound itself does not fit and comes out as the lower one.
+        // 2^63 does not fit in 64 bits and is written as -2^63.
         const LONGLONG whole = number == kBeyond ? INT64_MIN : static_cast<LONGLONG>(number);
         last = std::to_chars(digits, digits + sizeof digits, whole).ptr;
     } else {
@@ -94,7 +94,7 @@ void JsonWriter<Text>::value(double number) {
     word(std::string_view(digits, static_cast<std::size_t>(last - digits)));
 }
 
-// Escaped text is gathered in a small buffer that stays in the processor's cache.
+// Collects the escaped text in a small buffer that stays in the processor's cache.
 template <typename Text>
 void JsonWriter<Text>::value(WideView text) {
     constexpr std::size_t kBuffer = 4096, kMostAtOnce = 6;
@@ -116,7 +116,8 @@ void JsonWriter<Text>::value(WideView text) {
     out_.push_back(Unit('"'));
 }
 
-// Writes the character at `at`, which is not plain or did not fit the run, and moves behind it. Gives the length.
+// Writes the character at `at`, escaped or converted if needed, and moves `at` past it. Returns the number of units
+// written.
 template <typename Text>
 std::size_t JsonWriter<Text>::special(WideView text, std::size_t& at, Unit* to) {
     const WCHAR unit = text[at++];

@@ -1,5 +1,5 @@
-// Conversion between UTF-8, as files hold text, and UTF-16, as memory does. Text is never refused: what cannot be
-// converted becomes U+FFFD, as the platform's own conversion treats it.
+// Conversion between UTF-8 (in files) and UTF-16 (in memory), by the calls of Windows. No text is refused: what cannot
+// be converted becomes U+FFFD.
 #pragma once
 
 #include <string>
@@ -7,10 +7,10 @@
 
 #include "common/WideText.h"
 
-// Empty for an empty or absent text, and where the platform's conversion fails.
+// Empty for an empty or null text, and when the conversion fails.
 WideString utf8ToWide(const char* bytes, std::size_t length);
 WideString utf8ToWide(std::string_view bytes);
 
-// An unpaired surrogate comes out as U+FFFD. Empty for an empty text, and where the platform's conversion fails.
+// An unpaired surrogate becomes U+FFFD. Empty for an empty or null text, and when the conversion fails.
 std::string wideToUtf8(const WCHAR* text, std::size_t length);
 std::string wideToUtf8(WideView text);

@@ -1,11 +1,12 @@
-// The inner loops of reading and writing JSON: copying runs of text that need no thought. Each comes twice, with SSE2,
-// which every x86-64 processor has, and plainly; both give the same, and tests hold them to it.
+// The inner loop of the JSON parser and writer: copyPlainRun copies characters that need no escape and no conversion.
+// There are two versions with the same results: one with SSE2, which every x86-64 processor has, and a scalar one.
+// Tests compare them.
 //
-// A unit is plain when it stands for itself inside a JSON string: not a control character, not `"`, not `\`. Reading
-// from bytes and writing to bytes it has to be ASCII as well.
+// A unit is plain if it stands for itself in a JSON string: it is not a control character, not `"` and not `\`. If the
+// source or the target is UTF-8, a plain unit is also ASCII.
 //
-// copyPlainRun copies the longest plain run at the head of `from`, at most `count` units, to `to`, and returns its
-// length. `to` has room for `count` units; what lies in it behind the run may change.
+// copyPlainRun copies the longest run of plain units at the start of `from`, at most `count` units, to `to` and returns
+// its length. `to` must have room for `count` units; those after the run may be overwritten.
 #pragma once
 
 #include <emmintrin.h>
@@ -15,7 +16,7 @@
 
 #include "common/WideText.h"
 
-namespace onebyone {
+namespace scalar {
 
 template <typename From, typename To>
 std::size_t copyPlainRun(const From* from, std::size_t count, To* to) {
@@ -30,7 +31,7 @@ std::size_t copyPlainRun(const From* from, std::size_t count, To* to) {
     return done;
 }
 
-}  // namespace onebyone
+}  // namespace scalar
 
 namespace textruns {
 
@@ -41,7 +42,8 @@ inline void store(void* to, __m128i value) {
     _mm_storeu_si128(static_cast<__m128i*>(to), value);
 }
 
-// One bit for each of 16 bytes that is not plain. As signed numbers, bytes from 0x80 up lie below the blank too.
+// A bit is set for each of the 16 bytes that is not plain. The comparison is signed, so it also finds bytes from 0x80
+// up.
 inline unsigned specialBytes(__m128i bytes) {
     const __m128i control = _mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20));
     const __m128i quote = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
@@ -49,7 +51,7 @@ inline unsigned specialBytes(__m128i bytes) {
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(control, _mm_or_si128(quote, backslash))));
 }
 
-// Each step takes 16 units: it copies them, and gives a bit for each that is not plain.
+// Each overload copies 16 units and returns one bit for each unit that is not plain.
 inline unsigned step(const char* from, WCHAR* to) {
     const __m128i bytes = load(from);
     store(to, _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
@@ -57,20 +59,20 @@ inline unsigned step(const char* from, WCHAR* to) {
     return specialBytes(bytes);
 }
 
-// The pack takes units as signed: those from 0x80 up become bytes from 0x80 up or, where they look negative, 0. None of
-// these is a plain byte.
+// The pack saturates signed 16-bit units to unsigned bytes: units from 0x80 to 0x7FFF become bytes from 0x80 up, units
+// from 0x8000 up become 0. Neither is plain.
 inline unsigned step(const WCHAR* from, char* to) {
     const __m128i bytes = _mm_packus_epi16(load(from), load(from + 8));
     store(to, bytes);
     return specialBytes(bytes);
 }
 
-// Here units from 0x80 up are plain: as bytes they are made to look like letters.
+// Here units from 0x80 up are plain: each is replaced by 0x7F before the test.
 inline unsigned step(const WCHAR* from, WCHAR* to) {
     const __m128i low = load(from), high = load(from + 8), most = _mm_set1_epi16(0x7F);
     store(to, low);
     store(to + 8, high);
-    // The excess over 0x7F, taken off again, leaves the smaller of the two.
+    // unit - saturate(unit - 0x7F) is the smaller of the unit and 0x7F.
     const auto capped = [most](__m128i units) { return _mm_sub_epi16(units, _mm_subs_epu16(units, most)); };
     return specialBytes(_mm_packus_epi16(capped(low), capped(high)));
 }
@@ -84,5 +86,5 @@ std::size_t copyPlainRun(const From* from, std::size_t count, To* to) {
         const unsigned special = textruns::step(from + done, to + done);
         if (special != 0) return done + static_cast<std::size_t>(std::countr_zero(special));
     }
-    return done + onebyone::copyPlainRun(from + done, count - done, to + done);
+    return done + scalar::copyPlainRun(from + done, count - done, to + done);
 }

@@ -238,13 +238,13 @@ TEST(Json, runsAreCopiedAsOneByOne) {
         }
         WCHAR toWide[64], expectedWide[64];
         char toNarrow[64], expectedNarrow[64];
-        std::size_t run = onebyone::copyPlainRun(narrow, count, expectedWide);
+        std::size_t run = scalar::copyPlainRun(narrow, count, expectedWide);
         ASSERT_EQ(copyPlainRun(narrow, count, toWide), run);
         ASSERT_EQ(WideView(toWide, run), WideView(expectedWide, run));
-        run = onebyone::copyPlainRun(wide, count, expectedNarrow);
+        run = scalar::copyPlainRun(wide, count, expectedNarrow);
         ASSERT_EQ(copyPlainRun(wide, count, toNarrow), run);
         ASSERT_EQ(std::string_view(toNarrow, run), std::string_view(expectedNarrow, run));
-        run = onebyone::copyPlainRun(wide, count, expectedWide);
+        run = scalar::copyPlainRun(wide, count, expectedWide);
         ASSERT_EQ(copyPlainRun(wide, count, toWide), run);
         ASSERT_EQ(WideView(toWide, run), WideView(wide, run));
     }
