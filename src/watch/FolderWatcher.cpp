@@ -1,3 +1,4 @@
+// The worker thread of the folder watcher. start and stop run on the main thread, everything else in the worker.
 #include "watch/FolderWatcher.h"
 
 #include <process.h>
@@ -12,7 +13,7 @@ namespace {
 
 constexpr const WCHAR* kComponent = TEXT("Watcher");
 constexpr DWORD kRetryMs = 1000;
-constexpr DWORD kSteadyMs = 1000;  // a read that pends for so long works
+constexpr DWORD kSteadyMs = 1000;  // a read that has not failed after this time is taken to work
 constexpr DWORD kCancelMs = 1000;
 constexpr DWORD kStopMs = 5000;
 constexpr DWORD kBufferBytes = 65536;
@@ -23,7 +24,7 @@ HANDLE openFolder(const WideString& folder) {
                        nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr);
 }
 
-// 0 for what nobody is told of.
+// The message for a change; 0 for changes that are not reported.
 UINT messageFor(DWORD action) {
     switch (action) {
         case FILE_ACTION_ADDED:
@@ -40,12 +41,12 @@ UINT messageFor(DWORD action) {
 
 }  // namespace
 
-// The thread's side. The stop event is the one thing that both sides touch.
+// The worker's data and code. Only the stop event is used by both threads.
 class FolderWatcher::Worker {
   public:
     Worker(const WideString& folder, HWND target) : folder_(folder), target_(target) {}
 
-    // False when the system has no event to give.
+    // False when the system cannot create the event.
     bool prepare() {
         stopEvent_.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
         return static_cast<bool>(stopEvent_);
@@ -54,8 +55,8 @@ class FolderWatcher::Worker {
     void work() const;
 
   private:
-    // What is held while the folder is open. The system writes into the first two for as long as a read is pending,
-    // which ends with the directory's handle at the latest: they outlive it.
+    // What the worker holds while the folder is open. The system writes to `buffer` and `overlapped` while a read is
+    // pending. Closing `directory` ends the read, so it is declared after them and is destroyed before them.
     struct Reading {
         std::vector<DWORD> buffer;  // records are aligned to DWORDs
         OVERLAPPED overlapped = {};
@@ -63,7 +64,7 @@ class FolderWatcher::Worker {
         KernelHandle done;
     };
 
-    // The time in which the folder cannot be opened, or cannot be read. Each of the two is warned of once.
+    // The state of an outage: the folder cannot be opened, or cannot be read. Each of the two is logged once.
     struct Outage {
         bool openWarned = false;
         bool readWarned = false;
@@ -94,7 +95,7 @@ bool FolderWatcher::start(const WideString& folder, HWND target) {
     auto forThread = std::make_unique<std::shared_ptr<Worker>>(worker);
     thread_.reset(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, threadMain, forThread.get(), 0, nullptr)));
     if (!thread_) return false;
-    static_cast<void>(forThread.release());  // the thread's own
+    static_cast<void>(forThread.release());  // the thread owns it now
     worker_ = std::move(worker);
     return true;
 }
@@ -124,8 +125,8 @@ void FolderWatcher::Worker::work() const {
     logWrite(LogLevel::Info, kComponent, TEXT("Worker stopped"));
 }
 
-// Until the folder cannot be opened, a read fails, or the stop event is set. False when the system has no event to
-// give.
+// Returns when the folder cannot be opened, a read fails, or the stop event is set. False when the system cannot create
+// an event.
 bool FolderWatcher::Worker::watchFolder(Outage& outage) const {
     Reading reading;
     reading.directory.reset(openFolder(folder_));
@@ -163,7 +164,7 @@ void FolderWatcher::Worker::readChanges(Reading& reading, Outage& outage) const 
         if (!GetOverlappedResult(directory, &reading.overlapped, &bytes, FALSE)) {
             if (GetLastError() != ERROR_NOTIFY_ENUM_DIR)
                 return failRead(outage, TEXT("GetOverlappedResult failed (err=%lu); reopening directory"));
-            bytes = 0;  // an overflow too, in the words of some systems
+            bytes = 0;  // some systems report an overflow this way
         }
         if (bytes == 0) {
             logWrite(LogLevel::Info, kComponent, TEXT("Change buffer overflowed; re-enumerating folder"));
@@ -175,8 +176,8 @@ void FolderWatcher::Worker::readChanges(Reading& reading, Outage& outage) const 
     }
 }
 
-// WAIT_OBJECT_0 when the read is done. A read can also fail some time after it began, so an outage is only over once a
-// read has pended for a while.
+// Returns WAIT_OBJECT_0 when the read is done. A read can fail some time after it began, so an outage ends only when a
+// read has been pending for a while.
 DWORD FolderWatcher::Worker::awaitRead(const Reading& reading, Outage& outage) const {
     const HANDLE either[] = {reading.done.get(), stopEvent_.get()};
     if (outage.isOn()) {
@@ -187,15 +188,15 @@ DWORD FolderWatcher::Worker::awaitRead(const Reading& reading, Outage& outage) c
     return WaitForMultipleObjects(2, either, FALSE, INFINITE);
 }
 
-// `warning` takes the last error.
+// `warning` is a format with one %lu for the last error.
 void FolderWatcher::Worker::failRead(Outage& outage, const WCHAR* warning) const {
     const DWORD err = GetLastError();
     if (!outage.readWarned) logWrite(LogLevel::Warn, kComponent, warning, err);
     outage.readWarned = outage.readFailed = true;
 }
 
-// Changes after a failed read were not seen, so what is there now counts as added. A folder that could not be opened is
-// not listed: its notes are those of the last scan until the next one.
+// After a failed read, changes may be lost, so every file in the folder is reported as added. After a failed open, the
+// folder is not listed: the open notes stay as they are until the next scan.
 void FolderWatcher::Worker::endOutage(Outage& outage) const {
     if (outage.openWarned || outage.readWarned)
         logWrite(LogLevel::Info, kComponent, TEXT("Folder reachable again: %ls"), folder_.c_str());
@@ -212,13 +213,13 @@ void FolderWatcher::Worker::reportRecords(const BYTE* buffer) const {
     }
 }
 
-// A message that cannot be posted is lost.
+// A message that cannot be posted is dropped.
 void FolderWatcher::Worker::reportChange(DWORD action, const WideString& name) const {
     if (!equalsIgnoreCase(lowerExtension(name), TEXT("json"))) return;
     if (const UINT message = messageFor(action)) postText(target_, message, joinPath(folder_, name));
 }
 
-// Changes were lost. What is there now counts as added; what went away meanwhile is not found.
+// Changes were lost: reports every file in the folder as added. A file that was removed meanwhile is not reported.
 void FolderWatcher::Worker::reportAllFiles() const {
     WIN32_FIND_DATAW entry = {};
     const FindHandle search(FindFirstFileW(joinPath(folder_, TEXT("*.json")).c_str(), &entry));

@@ -1,11 +1,11 @@
-// Tells a window of every .json file of one folder that appears, changes or goes away. It decides nothing about notes:
-// it opens no file, compares nothing, delays and merges nothing.
+// Posts a message to a window for every .json file of one folder that appears, changes or goes away. It opens no file,
+// compares nothing, and neither delays nor merges messages.
 //
-// The worker is a thread of its own. It waits for a folder that cannot be opened or read (a try each second, for as
-// long as it takes), reads its changes, or hands a batch of them on; in each state the stop event takes it out. What it
-// works with is fixed while it runs and owned by the worker and the watcher together, so that a worker which a slow
-// folder holds up beyond the patience of stop() finds everything in place when it comes back. It reaches the window by
-// posting messages only; whoever gets a message owns its text (common/Messages.h).
+// The worker has its own thread. It either waits to reopen a folder that cannot be opened or read (one try each second,
+// without end), waits for changes, or posts a batch of them. The stop event ends it in each state. Its data is constant
+// while it runs and shared with the watcher: if stop() gives up waiting for a worker that is blocked in a slow folder,
+// the worker still finds its data when it goes on. It reaches the window by posted messages only; who owns their text
+// is described in common/Messages.h.
 #pragma once
 
 #include <memory>
@@ -20,12 +20,12 @@ class FolderWatcher {
     FolderWatcher(const FolderWatcher&) = delete;
     FolderWatcher& operator=(const FolderWatcher&) = delete;
 
-    // Starts the worker. `target` gets WM_APP_FILE_ADDED for what appears or changes and WM_APP_FILE_REMOVED for what
-    // goes away. The folder need not exist. False, with nothing changed, when it runs already, or when the system has
-    // no event or thread to give.
+    // Starts the worker. `target` gets WM_APP_FILE_ADDED for a file that appears or changes and WM_APP_FILE_REMOVED for
+    // one that goes away. The folder need not exist. False, with nothing changed, if a worker is running or the system
+    // cannot create an event or a thread.
     bool start(const WideString& folder, HWND target);
 
-    // Ends the worker, and waits for its end for at most 5 seconds. Does nothing when none runs.
+    // Stops the worker and waits at most 5 seconds for its end. Does nothing when none is running.
     void stop();
 
   private:
