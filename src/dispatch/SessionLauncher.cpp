@@ -1,3 +1,4 @@
+// The dispatch to sessions: tokens and processes. The role --launch-user-sessions calls it, on the main thread.
 #include "dispatch/SessionLauncher.h"
 
 #include <userenv.h>
@@ -18,7 +19,7 @@ constexpr const WCHAR* kPrivileges[] = {SE_TCB_NAME, SE_ASSIGNPRIMARYTOKEN_NAME,
 using EnvironmentBlock = Guard<ValueTraits<void*, DestroyEnvironmentBlock>>;
 using SessionList = Guard<ValueTraits<WTS_SESSION_INFOW*, WTSFreeMemory>>;
 
-// Logs a failure, whose reason the caller has read.
+// Logs a failure and returns false. The caller passes the error number.
 template <typename... Values>
 bool fail(LogLevel level, const WCHAR* format, Values... values) {
     logWrite(level, kComponent, format, values...);
@@ -36,12 +37,12 @@ bool enablePrivilege(HANDLE token, const WCHAR* name) {
     if (!LookupPrivilegeValueW(nullptr, name, &wanted.Privileges[0].Luid))
         return fail(LogLevel::Error, TEXT("LookupPrivilegeValue(%ls) failed (err=%lu)"), name, GetLastError());
     const BOOL done = AdjustTokenPrivileges(token, FALSE, &wanted, 0, nullptr, nullptr);
-    const DWORD err = GetLastError();  // set by a success as well: not 0 where the token lacks the privilege
+    const DWORD err = GetLastError();  // ERROR_NOT_ALL_ASSIGNED with a true result: the token lacks the privilege
     if (done && err == ERROR_SUCCESS) return true;
     return fail(LogLevel::Error, TEXT("Cannot enable %ls (err=%lu)"), name, err);
 }
 
-// The user's token, or of an elevated administrator the limited one. False, with the reason logged.
+// Chooses the user's token, or the limited one of an elevated administrator. False, with the reason logged.
 bool chooseToken(DWORD sessionId, const KernelHandle& session, KernelHandle& linked, HANDLE& chosen) {
     DWORD err = ERROR_SUCCESS;
     TOKEN_ELEVATION_TYPE elevation = TokenElevationTypeDefault;

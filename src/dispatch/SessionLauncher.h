@@ -1,6 +1,6 @@
-// Starts a display process in every session that has a user, under that user's limited token and on his desktop. It
-// does not ask whether one runs there already: a surplus process finds the mutex of its session taken and ends. Only
-// LocalSystem can do this. Failures are in the log; a session that fails does not stop the others.
+// Starts a display process in every session that has a user, with the user's limited token and on the user's desktop.
+// It does not check whether one is running there: a second process exits when it finds the mutex of the session taken.
+// Needs LocalSystem. Failures are logged; a failure in one session does not stop the others. Main thread.
 #pragma once
 
 #include "common/WideText.h"
@@ -8,13 +8,14 @@
 
 namespace SessionLauncher {
 
-// `arguments` are handed to each process as they stand. True when every session was served.
+// Serves all sessions. `arguments` is appended to each command line. True when every session was served.
 bool dispatchToSessions(const WideString& executable, const WideString& arguments);
 
-// True when the process is LocalSystem, with the privileges on that the dispatch needs.
+// Enables the privileges that the dispatch needs. False when the process does not run as LocalSystem, or a privilege
+// cannot be enabled.
 bool enablePrivileges();
 
-// True when a process was started, and for a session without a user.
+// Starts a process in one session. True also when the session has no user.
 bool launchInSession(DWORD sessionId, const WideString& executable, const WideString& arguments);
 
 }  // namespace SessionLauncher

@@ -1,3 +1,5 @@
+// Builds, registers and deletes the scheduled task through the COM interfaces of the Task Scheduler. App::initialize
+// calls it for /register and /delete, on the main thread.
 #include "dispatch/TaskSched.h"
 
 #include <objbase.h>
@@ -30,13 +32,13 @@ constexpr SessionRow kSessionRows[] = {
     {TEXT("ConsoleConnectTrigger"), TASK_CONSOLE_CONNECT},
 };
 
-// A call that succeeds has to give its object as well.
+// A call that succeeds without an object counts as E_POINTER.
 template <typename Object>
-HRESULT present(HRESULT hr, const ComPointer<Object>& object) {
+HRESULT requireObject(HRESULT hr, const ComPointer<Object>& object) {
     return SUCCEEDED(hr) && !object ? E_POINTER : hr;
 }
 
-// Calls in a row, each under the name that tells of its failure. After the first one that fails the rest is left out.
+// Runs calls in order, each with the text for its failure. After the first failure the rest is skipped.
 class Steps {
   public:
     explicit Steps(WideString* error) : error_(error) {}
@@ -47,27 +49,28 @@ class Steps {
     void run(const WCHAR* name, Call call) {
         if (ok_) ok_ = checkStep(call(), name, error_);
     }
-    // An object that `from` gives or makes.
+    // Gets or creates an object with a method of `from`.
     template <typename From, typename Method, typename Object, typename... Arguments>
     void get(const WCHAR* name, const ComPointer<From>& from, Method method, ComPointer<Object>& object,
              Arguments... arguments) {
-        run(name, [&] { return present((from.get()->*method)(arguments..., object.put()), object); });
+        run(name, [&] { return requireObject((from.get()->*method)(arguments..., object.put()), object); });
     }
     // Another interface of the same object.
     template <typename From, typename Object>
     void as(const WCHAR* name, const ComPointer<From>& from, REFIID id, ComPointer<Object>& object) {
-        run(name,
-            [&] { return present(from.get()->QueryInterface(id, reinterpret_cast<void**>(object.put())), object); });
+        run(name, [&] {
+            return requireObject(from.get()->QueryInterface(id, reinterpret_cast<void**>(object.put())), object);
+        });
     }
     template <typename Object, typename Method, typename Value>
     void put(const WCHAR* name, const ComPointer<Object>& object, Method method, Value value) {
         run(name, [&] { return (object.get()->*method)(value); });
     }
-    // A text that the system has no memory for fails its step.
+    // Sets a text property. Fails with E_OUTOFMEMORY when there is no memory for the string.
     template <typename Object, typename Method>
     void putText(const WCHAR* name, const ComPointer<Object>& object, Method method, const WCHAR* value) {
         run(name, [&] {
-            const SystemString text(SysAllocString(value));
+            const OwnedBstr text(SysAllocString(value));
             return text ? (object.get()->*method)(text.get()) : E_OUTOFMEMORY;
         });
     }
@@ -82,14 +85,14 @@ HRESULT createService(ComPointer<ITaskService>& service) {
                             reinterpret_cast<void**>(service.put()));
 }
 
-// The scheduler of this machine, as the user who runs this.
+// Connects to the local scheduler as the current user.
 HRESULT connectHere(const ComPointer<ITaskService>& service) {
     const Variant server, user, domain, password;
     return service.get()->Connect(server.get(), user.get(), domain.get(), password.get());
 }
 
 HRESULT getRootFolder(const ComPointer<ITaskService>& service, ComPointer<ITaskFolder>& folder) {
-    const SystemString root(SysAllocString(kRootFolder));
+    const OwnedBstr root(SysAllocString(kRootFolder));
     return root ? service.get()->GetFolder(root.get(), folder.put()) : E_OUTOFMEMORY;
 }
 
@@ -134,7 +137,7 @@ void setSettings(Steps& steps, const ComPointer<ITaskDefinition>& definition) {
     steps.put(TEXT("Set failure retry count"), settings, &ITaskSettings::put_RestartCount, 3);
 }
 
-// Ten seconds after anybody's logon.
+// Ten seconds after the logon of any user.
 void addLogonTrigger(Steps& steps, const ComPointer<ITriggerCollection>& triggers) {
     ComPointer<ITrigger> trigger;
     ComPointer<ILogonTrigger> logon;
@@ -164,7 +167,7 @@ void addSessionTrigger(Steps& steps, const ComPointer<ITriggerCollection>& trigg
     steps.putText(TEXT("Set session delay"), session, &ISessionStateChangeTrigger::put_Delay, TEXT("PT5S"));
 }
 
-// Every five minutes from now on, for as long as the task exists: no duration is set.
+// Every five minutes from now on. No duration is set, so the repetition never ends.
 void addRecoveryTrigger(Steps& steps, const ComPointer<ITriggerCollection>& triggers) {
     ComPointer<ITrigger> trigger;
     ComPointer<IRepetitionPattern> repetition;
@@ -203,7 +206,7 @@ void addAction(Steps& steps, const ComPointer<ITaskDefinition>& definition, cons
 
 HRESULT registerTask(const ComPointer<ITaskFolder>& folder, const WideString& name,
                      const ComPointer<ITaskDefinition>& definition, ComPointer<IRegisteredTask>& registered) {
-    const SystemString text(SysAllocString(name.c_str()));
+    const OwnedBstr text(SysAllocString(name.c_str()));
     if (!text) return E_OUTOFMEMORY;
     const Variant user(kLocalSystem), password, security(kSecurity);
     return folder.get()->RegisterTaskDefinition(text.get(), definition.get(), TASK_CREATE_OR_UPDATE, user.get(),
@@ -213,7 +216,7 @@ HRESULT registerTask(const ComPointer<ITaskFolder>& folder, const WideString& na
 
 bool dispatchNow(const ComPointer<IRegisteredTask>& registered, const WideString& name, WideString* error) {
     const Variant none;
-    ComPointer<IRunningTask> running;  // of no interest, but the call wants a place for it
+    ComPointer<IRunningTask> running;  // not used, but the call requires it
     const HRESULT hr = registered ? registered.get()->Run(none.get(), running.put()) : E_POINTER;
     if (!checkStep(hr, TEXT("Task registered, but immediate dispatch request failed"), error)) return false;
     logWrite(LogLevel::Info, kComponent, TEXT("Immediate dispatch requested for '%ls'"), name.c_str());
@@ -268,9 +271,9 @@ bool registerRecoveryTask(const WideString& name, const WideString& executable, 
     ComPointer<ITaskFolder> folder;
     ComPointer<ITaskDefinition> definition;
     ComPointer<IRegisteredTask> registered;
-    steps.run(TEXT("Create Task Scheduler service"), [&] { return present(createService(service), service); });
+    steps.run(TEXT("Create Task Scheduler service"), [&] { return requireObject(createService(service), service); });
     steps.run(TEXT("Connect to Task Scheduler"), [&] { return connectHere(service); });
-    steps.run(TEXT("Get task folder"), [&] { return present(getRootFolder(service, folder), folder); });
+    steps.run(TEXT("Get task folder"), [&] { return requireObject(getRootFolder(service, folder), folder); });
     steps.get(TEXT("Create task definition"), service, &ITaskService::NewTask, definition, DWORD{0});
     describe(steps, definition);
     setPrincipal(steps, definition);
@@ -298,7 +301,7 @@ bool deleteRecoveryTask(const WideString& name, WideString* error) {
     ComPointer<ITaskFolder> folder;
     hr = getRootFolder(service, folder);
     if (FAILED(hr) || !folder) return fails(hr, TEXT("GetFolder(root) failed"));
-    const SystemString text(SysAllocString(name.c_str()));
+    const OwnedBstr text(SysAllocString(name.c_str()));
     hr = text ? folder.get()->DeleteTask(text.get(), 0) : E_OUTOFMEMORY;
     if (FAILED(hr) && hr != HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)) return fails(hr, TEXT("DeleteTask failed"));
     logWrite(LogLevel::Info, kComponent, TEXT("Deleted logon task '%ls'"), name.c_str());
