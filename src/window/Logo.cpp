@@ -1,3 +1,4 @@
+// Loads a logo with GDI+, from a file or from base64 text. Called by a note window on the main thread.
 #include "window/Logo.h"
 
 #include <cstring>
@@ -17,7 +18,7 @@ constexpr const WCHAR* kComponent = TEXT("NoteWindow");
 
 using GlobalMemory = Guard<ValueTraits<HGLOBAL, GlobalFree>>;
 
-// Without an image yet; none when there is no memory.
+// A logo whose image is not loaded yet; empty when there is no memory.
 Logo makeLogo() {
     void* const memory = flat::GdipAlloc(sizeof(LogoImage));
     return memory == nullptr ? Logo() : Logo(new (memory) LogoImage);
@@ -29,7 +30,7 @@ Logo logoFromFile(const WideString& path) {
     return logo;
 }
 
-// The stream owns the memory. None when the system has no memory to give.
+// A stream that owns a copy of the bytes; empty when there is no memory.
 ComPointer<IStream> streamOver(const std::vector<BYTE>& bytes) {
     ComPointer<IStream> stream;
     GlobalMemory memory(GlobalAlloc(GMEM_MOVEABLE, bytes.size()));
@@ -64,7 +65,7 @@ void disposeLogo(LogoImage* logo) {
 }
 
 Logo loadLogoImage(const WideString& folder, const WideString& logo, const WideString& id) {
-    // Few have a folder of logos: one question saves those for each name of a default.
+    // Most users have no folder of logos: one test saves five searches for a default logo.
     if (logo.empty() && !isFolder(folder)) return Logo();
     Logo fromFile = logoFromFile(logoFile(folder, logo, fileExists));
     if (fromFile) return fromFile;

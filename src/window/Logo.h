@@ -1,4 +1,4 @@
-// The image at the left of a title bar.
+// The logo: the image at the left end of a title bar.
 #pragma once
 
 #include <windows.h>
@@ -10,7 +10,7 @@
 #include "common/Handles.h"
 #include "window/NoteLayout.h"
 
-// An image of GDI+; lives in memory that GDI+ gives.
+// Owns a GDI+ image. Allocated with GdipAlloc.
 struct LogoImage {
     Gdiplus::GpImage* image = nullptr;
 };
@@ -18,9 +18,9 @@ struct LogoImage {
 void disposeLogo(LogoImage* logo);
 using Logo = Guard<ValueTraits<LogoImage*, disposeLogo>>;
 
-// The image that the `logo` of a note stands for: a file of `folder`, which may be empty, or the text itself. None,
-// with a line in the log where it was meant to be one, when there is no such image. `id` is the note's, for the log.
+// Loads the image that the `logo` member of a note means: a file in `folder`, which may be empty, or base64 text. Empty
+// when there is no such image; a value that is neither a file nor an image is logged with the note's `id`.
 Logo loadLogoImage(const WideString& folder, const WideString& logo, const WideString& id);
 
-// 0 by 0 without an image, and when its size cannot be read.
+// The size in pixels; 0 by 0 without an image, and when the size cannot be read.
 Size sizeOf(const Logo& logo);

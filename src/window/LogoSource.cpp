@@ -6,7 +6,7 @@ namespace {
 
 constexpr std::size_t kTooLongForAFile = 260;
 
-// -1 outside of the alphabet.
+// The base64 value of a character; -1 for one outside the alphabet.
 int valueOf(WCHAR unit) {
     if (unit >= TEXT('A') && unit <= TEXT('Z')) return unit - TEXT('A');
     if (unit >= TEXT('a') && unit <= TEXT('z')) return unit - TEXT('a') + 26;

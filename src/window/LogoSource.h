@@ -1,5 +1,5 @@
-// What the `logo` of a note stands for: the name of an image file, or the image itself as base64 text. Without any
-// image call.
+// How the `logo` member of a note is read: as the name of an image file, or as the image in base64. Plain functions; no
+// image is decoded here.
 #pragma once
 
 #include <string>
@@ -7,20 +7,19 @@
 
 #include "common/WideText.h"
 
-// The file that the value names in the folder of logos; empty when it names none. An empty value names the default
-// logo, if there is one. Asks `fileExists` (path to bool) only for what can be a file name.
+// The path of the image file that `logo` names in `folder`; empty when there is none. An empty `logo` means the default
+// logo. `fileExists` maps a path to bool and is only called for values that can be a file name.
 template <typename FileExists>
 WideString logoFile(const WideString& folder, const WideString& logo, FileExists fileExists);
 
-// The value as base64 text: without the head of a data URI ("data:" to the first comma) and without blanks and line
-// ends.
+// The base64 text in the value: without the start of a data URI ("data:" up to the first comma), blanks and line ends.
 WideString logoBase64(const WideString& logo);
 
-// The bytes of base64 text; "=" or "-" ends it. Empty for an empty text and for one with a character outside the
-// alphabet. The length need not be a multiple of four; bits that are left over are dropped.
+// Decodes base64 text up to the first "=" or "-". Empty for an empty text, and if a character is not in the alphabet.
+// The length need not be a multiple of four; left-over bits are dropped.
 std::vector<BYTE> decodeBase64(WideView text);
 
-// Details of the template.
+// Used by the template: the paths to try.
 std::vector<WideString> logoCandidates(const WideString& folder, const WideString& logo);
 
 template <typename FileExists>

@@ -1,5 +1,6 @@
-// The two controls of a note, and the way of an edit: a control reports a change, a pause of 800 ms passes, the
-// controls are read into the record, the App is told.
+// The two text controls of a note, and how an edit is reported: a control sends EN_CHANGE, a pause of 800 ms passes,
+// the controls are read into the record, and a message goes to the App. Called by the window procedure, on the main
+// thread.
 #include "window/NoteWindow.h"
 
 #include <commctrl.h>
@@ -42,7 +43,7 @@ bool isReadOnly(HWND edit) {
     return (GetWindowLongW(edit, GWL_STYLE) & ES_READONLY) != 0;
 }
 
-// A title that cannot be edited is part of the handle that drags the window.
+// A read-only title works like the title bar around it: pressing it drags the window.
 LRESULT CALLBACK titleEditSubclassProc(HWND edit, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR id, DWORD_PTR) {
     if (message == WM_NCDESTROY) RemoveWindowSubclass(edit, titleEditSubclassProc, id);
     const bool isPress = message == WM_LBUTTONDOWN || message == WM_LBUTTONDBLCLK;
@@ -57,13 +58,13 @@ LRESULT CALLBACK titleEditSubclassProc(HWND edit, UINT message, WPARAM wParam, L
     return 0;
 }
 
-// Rich text on its way into the control and out of it.
+// The data of EM_STREAMIN: the bytes that the control has not read yet.
 struct RtfReader {
     std::string_view bytes;
     std::size_t position = 0;
 };
 
-DWORD CALLBACK giveRtf(DWORD_PTR cookie, LPBYTE buffer, LONG wanted, LONG* given) {
+DWORD CALLBACK readRtfCallback(DWORD_PTR cookie, LPBYTE buffer, LONG wanted, LONG* given) {
     auto& reader = *reinterpret_cast<RtfReader*>(cookie);
     const std::size_t count = std::min(static_cast<std::size_t>(wanted), reader.bytes.size() - reader.position);
     std::memcpy(buffer, reader.bytes.data() + reader.position, count);
@@ -72,14 +73,14 @@ DWORD CALLBACK giveRtf(DWORD_PTR cookie, LPBYTE buffer, LONG wanted, LONG* given
     return 0;
 }
 
-DWORD CALLBACK takeRtf(DWORD_PTR cookie, LPBYTE buffer, LONG count, LONG* taken) {
+DWORD CALLBACK writeRtfCallback(DWORD_PTR cookie, LPBYTE buffer, LONG count, LONG* taken) {
     reinterpret_cast<std::string*>(cookie)->append(reinterpret_cast<const char*>(buffer),
                                                    static_cast<std::size_t>(count));
     *taken = count;
     return 0;
 }
 
-// Holds the mark for as long as the program itself puts something into the controls.
+// Sets a flag for the length of a scope.
 class FlagScope {
   public:
     explicit FlagScope(bool& mark) : mark_(mark) { mark_ = true; }
@@ -122,23 +123,23 @@ void NoteWindow::createTitle() {
 }
 
 void NoteWindow::createBody() {
-    static const HMODULE richEdit = LoadLibraryW(TEXT("Msftedit.dll"));  // stays for the life of the process
+    static const HMODULE richEdit = LoadLibraryW(TEXT("Msftedit.dll"));  // never unloaded
     static_cast<void>(richEdit);
-    bodyPlace_ = bodyPlace(metrics(), clientSize());  // from the start, or the text would be wrapped at no width first
+    bodyPlace_ =
+        bodyPlace(metrics(), clientSize());  // at its final size, so that the text is not first wrapped at width 0
     bodyEdit_ = makeControl(hwnd_, TEXT("RICHEDIT50W"), TEXT(""),
                             WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_NOHIDESEL | ES_WANTRETURN | ES_SAVESEL,
                             BODY_EDIT_ID, bodyPlace_);
     if (bodyEdit_ == nullptr) return;
-    // Without a limit of our own the control cuts rich text at 32,767 characters, and the next save would lose the
-    // rest.
+    // The default limit cuts rich text at 32,767 characters, and the next save would lose the rest.
     SendMessageW(bodyEdit_, EM_EXLIMITTEXT, 0, kNoLimit);
     SendMessageW(bodyEdit_, EM_SETEVENTMASK, 0, ENM_CHANGE);
     SendMessageW(bodyEdit_, EM_SETBKGNDCOLOR, 0, static_cast<LPARAM>(note_.bgColor));
-    const FlagScope ownDoing(suppressChange_);
+    const FlagScope suppress(suppressChange_);
     loadBody();
 }
 
-// Rich text wins over plain text, even if it cannot be read.
+// Rich text wins over plain text, even if the control cannot parse it.
 void NoteWindow::loadBody() {
     if (bodyEdit_ == nullptr) return;
     if (note_.contentRtf.empty()) {
@@ -147,7 +148,7 @@ void NoteWindow::loadBody() {
     }
     const std::string bytes = wideToUtf8(note_.contentRtf);
     RtfReader reader{bytes};
-    EDITSTREAM stream = {reinterpret_cast<DWORD_PTR>(&reader), 0, giveRtf};
+    EDITSTREAM stream = {reinterpret_cast<DWORD_PTR>(&reader), 0, readRtfCallback};
     SendMessageW(bodyEdit_, EM_STREAMIN, SF_RTF, reinterpret_cast<LPARAM>(&stream));
 }
 
@@ -156,18 +157,18 @@ void NoteWindow::readControls() {
     if (bodyEdit_ == nullptr) return;
     note_.content = normalizeToLf(textOf(bodyEdit_));
     std::string bytes;
-    EDITSTREAM stream = {reinterpret_cast<DWORD_PTR>(&bytes), 0, takeRtf};
+    EDITSTREAM stream = {reinterpret_cast<DWORD_PTR>(&bytes), 0, writeRtfCallback};
     SendMessageW(bodyEdit_, EM_STREAMOUT, SF_RTF, reinterpret_cast<LPARAM>(&stream));
-    // The control may end its text with a zero, which is no part of it.
+    // The control may append zero bytes that are not part of the text.
     while (!bytes.empty() && bytes.back() == '\0')
         bytes.pop_back();
     note_.contentRtf = utf8ToWide(bytes);
 }
 
-// Rich text takes a font as a change of its text, and an edit control sets margins that go with the font: the text is
-// to start at the control's edge all the same.
-void NoteWindow::giveFonts() {
-    const FlagScope ownDoing(suppressChange_);
+// Runs with suppressChange_ because a rich text control reports a new font as a change of its text. Margins are set to
+// 0 because an edit control derives them from the font.
+void NoteWindow::applyFonts() {
+    const FlagScope suppress(suppressChange_);
     for (const auto& [control, font] : {std::pair{titleEdit_, titleFont_.get()}, {bodyEdit_, bodyFont_.get()}}) {
         if (control == nullptr) continue;
         SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
@@ -175,10 +176,10 @@ void NoteWindow::giveFonts() {
     }
 }
 
-// All text of a note has one colour, whatever its rich text says.
+// Gives all text one colour, whatever colours the rich text has.
 void NoteWindow::applyBodyTextColor() {
     if (bodyEdit_ == nullptr) return;
-    const FlagScope ownDoing(suppressChange_);
+    const FlagScope suppress(suppressChange_);
     CHARFORMAT2W format = {};
     format.cbSize = sizeof format;
     format.dwMask = CFM_COLOR;
@@ -196,7 +197,7 @@ void NoteWindow::applyNote(NoteRecord note) {
     note_ = std::move(note);
     unsaved_ = false;
     {
-        const FlagScope ownDoing(suppressChange_);
+        const FlagScope suppress(suppressChange_);
         if (titleEdit_ != nullptr) SetWindowTextW(titleEdit_, note_.title.c_str());
         loadBody();
         createBrushes();
@@ -209,7 +210,7 @@ void NoteWindow::applyNote(NoteRecord note) {
 LRESULT NoteWindow::onCommand(WPARAM what, LPARAM) {
     if (HIWORD(what) != EN_CHANGE || suppressChange_ || !note_.editable) return 0;
     dirty_ = true;
-    SetTimer(hwnd_, DEBOUNCE_TIMER_ID, kDebounceMs, nullptr);  // anew: the last of a run of keys counts
+    SetTimer(hwnd_, DEBOUNCE_TIMER_ID, kDebounceMs, nullptr);  // restarts the pause with every key
     return 0;
 }
 
@@ -223,12 +224,12 @@ LRESULT NoteWindow::onTimer(WPARAM id, LPARAM lParam) {
 }
 
 bool NoteWindow::hasUnsavedChange() {
-    takeEdit();
+    readPendingEdit();
     return unsaved_;
 }
 
-// Reads an edit that waits for its pause into the record. False when none waits.
-bool NoteWindow::takeEdit() {
+// Reads a pending edit into the record. False when there is none.
+bool NoteWindow::readPendingEdit() {
     if (!dirty_) return false;
     KillTimer(hwnd_, DEBOUNCE_TIMER_ID);
     readControls();
@@ -240,17 +241,17 @@ bool NoteWindow::takeEdit() {
 }
 
 void NoteWindow::reportEdit() {
-    if (takeEdit() && app_ != nullptr) notifyApp(WM_APP_NOTE_CHANGED);
+    if (readPendingEdit() && app_ != nullptr) notifyApp(WM_APP_NOTE_CHANGED);
 }
 
-// Posted, never sent: the App may be in the middle of its own work. When it cannot be posted the change stays in the
-// record and goes out with the next save.
+// Posts the message; the App handles it when its current work is done. If it cannot be posted, the change stays in the
+// record and the next save writes it.
 void NoteWindow::notifyApp(UINT message) {
     if (app_ == nullptr || messageWindowOf(*app_) == nullptr) return;
     postText(messageWindowOf(*app_), message, note_.id);
 }
 
-// A read-only title asks for the colours of a static control.
+// A read-only title sends WM_CTLCOLORSTATIC instead of WM_CTLCOLOREDIT.
 LRESULT NoteWindow::onControlColor(WPARAM context, LPARAM control) {
     const HDC target = reinterpret_cast<HDC>(context);
     const bool isTitle = reinterpret_cast<HWND>(control) == titleEdit_;

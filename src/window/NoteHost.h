@@ -1,5 +1,5 @@
-// What a note's window asks of the App that shows it. Declared here and defined in app/, so that the windows do not
-// depend on everything that an App consists of. Main thread only.
+// What a note window asks the App. Declared here and defined in app/NoteHost.cpp, so that window/ does not include
+// app/. Main thread only.
 #pragma once
 
 #include <windows.h>
@@ -9,9 +9,9 @@
 class App;
 class NoteWindow;
 
-// The window that takes the WM_APP_NOTE_... messages; null before it is made and after shutdown.
+// The window to which WM_APP_NOTE_... messages are posted; null before it is created and after shutdown.
 HWND messageWindowOf(const App& app);
-// The folder of the images that notes name; empty when there is no notes folder.
+// The folder of the logo images; empty when there is no notes folder.
 WideString logoFolderOf(const App& app);
 // See App::resolveOverlap.
 RECT freePlaceFor(const App& app, const RECT& wanted, const NoteWindow* except);

@@ -1,10 +1,11 @@
+// The arithmetic of NoteLayout.h: no window call, no state. NoteWindow and NotePaint call it on the main thread.
 #include "window/NoteLayout.h"
 
 #include <algorithm>
 
 namespace {
 
-constexpr LONG kSmallestChild = 10;  // pixels, at any DPI
+constexpr LONG kSmallestChild = 10;  // pixels, not scaled
 
 bool isImage(Size image) {
     return image.width >= 1 && image.height >= 1;
@@ -18,7 +19,7 @@ LONG maxLogoWidth(const NoteMetrics& metrics, LONG clientWidth, bool allowNewNot
     return std::max<LONG>(clientWidth - rightReserve(metrics, allowNewNote) - metrics.pad, 1);
 }
 
-// What the logo takes from the title.
+// The width by which the logo moves the title to the right.
 LONG logoWidth(const NoteMetrics& metrics, LONG clientWidth, bool allowNewNote, Size image) {
     if (!isImage(image)) return 0;
     const double width = static_cast<double>(logoHeight(metrics)) / image.height * image.width;
@@ -35,7 +36,7 @@ bool contains(const RECT& rect, POINT point) {
     return point.x >= rect.left && point.x < rect.right && point.y >= rect.top && point.y < rect.bottom;
 }
 
-// HTNOWHERE inside.
+// The hit-test code of the resize zone at `point`; HTNOWHERE if it is in none.
 LRESULT resizeZone(LONG border, Size client, POINT point) {
     const bool left = point.x < border, right = point.x >= client.width - border;
     const bool top = point.y < border, bottom = point.y >= client.height - border;
@@ -87,14 +88,14 @@ LONG rightReserve(const NoteMetrics& metrics, bool allowNewNote) {
     return metrics.buttonSize + metrics.pad + (allowNewNote ? metrics.buttonSize + metrics.buttonGap : 0);
 }
 
-// A logo that is cut in width gives up height, so that it keeps its shape.
+// A logo that is too wide loses height as well, to keep its proportions.
 Place logoPlace(const NoteMetrics& metrics, LONG clientWidth, bool allowNewNote, Size image) {
     if (!isImage(image)) return {};
     const LONG height = logoHeight(metrics);
     const LONG most = maxLogoWidth(metrics, clientWidth, allowNewNote);
     const double wanted = image.width * (static_cast<double>(height) / image.height);
     Place place = {metrics.pad, 0, 0, height};
-    // An image of extreme shape is wider than any number of pixels that a LONG holds.
+    // An image of extreme proportions can be wider than a LONG can say.
     const LONG drawWidth = static_cast<LONG>(std::min(wanted, 2147483647.0));
     place.width = std::min(drawWidth, most);
     if (drawWidth > most) place.height = static_cast<LONG>(height * (static_cast<double>(most) / drawWidth));
@@ -102,7 +103,7 @@ Place logoPlace(const NoteMetrics& metrics, LONG clientWidth, bool allowNewNote,
     return place;
 }
 
-// The capitals of the title stand in the middle of the bar.
+// Centres the capital letters of the title vertically in the bar.
 Place titlePlace(const NoteMetrics& metrics, LONG clientWidth, bool allowNewNote, Size image, const TitleMetrics& ink) {
     const LONG logo = logoWidth(metrics, clientWidth, allowNewNote, image);
     Place place;

@@ -1,23 +1,23 @@
-// What a note looks like: its bands, buttons, colours, and what lies under each point. Plain arithmetic on pixels of
-// the client area; a length is given at 96 DPI and scaled to the window's.
+// The geometry and the colours of a note: bands, controls, buttons, hit test. Plain functions in pixels of the client
+// area. Lengths are defined at 96 DPI and scaled to the window's DPI.
 //
-// From the top: a title bar with the logo, the title and the buttons, a line, the body, a line, the footer. There is no
-// frame; the margins of the window resize it.
+// From top to bottom: a title bar with logo, title and buttons, a line, the body, a line, the footer. The window has no
+// frame: the pixels along its edges resize it.
 #pragma once
 
 #include "window/Placement.h"
 
 struct NoteMetrics {
     LONG dpi;
-    LONG headerHeight;  // of the title bar
-    LONG pad;           // side margin of logo, title and body; under the body; of the footer's text
-    LONG buttonSize;    // of the close button and of the new-note button
+    LONG headerHeight;  // height of the title bar
+    LONG pad;           // margin beside logo, title, body and footer text, and below the body
+    LONG buttonSize;    // side of each of the two buttons, which are square
     LONG buttonGap;     // between the buttons, between logo and title, between title bar and body
     LONG footerHeight;
-    LONG titleFallbackHeight;  // of the title where its font cannot be measured
+    LONG titleFallbackHeight;  // height of the title if its font cannot be measured
     LONG logoMargin;           // above and below the logo
-    LONG glyphInset;           // of the strokes in their button
-    LONG resizeBorder;         // depth of the resize zones
+    LONG glyphInset;           // from the edge of a button to its cross or plus
+    LONG resizeBorder;         // depth of the resize zones along the edges
     LONG minTrackWidth, minTrackHeight;
 
     static NoteMetrics at(LONG dpi);
@@ -34,19 +34,19 @@ struct Place {
     bool operator==(const Place&) const = default;
 };
 
-// The font of the title: the height of its lines, and where in a line its capitals lie.
+// The measured font of the title: its line height, and where the capital letters are within a line.
 struct TitleMetrics {
     LONG lineHeight;
-    LONG inkTop;
-    LONG inkHeight;
+    LONG inkTop;     // from the top of the line to the top of an "H"
+    LONG inkHeight;  // of an "H"
 
     static TitleMetrics unknown(const NoteMetrics& metrics);
 };
 
-// Kept free at the right of the title bar.
+// The width at the right end of the title bar that logo and title leave free for the buttons.
 LONG rightReserve(const NoteMetrics& metrics, bool allowNewNote);
 
-// An image whose size is not at least 1 by 1 is none.
+// `image` is the logo's size in pixels; a size below 1 by 1 means that there is no logo.
 Place logoPlace(const NoteMetrics& metrics, LONG clientWidth, bool allowNewNote, Size image);
 Place titlePlace(const NoteMetrics& metrics, LONG clientWidth, bool allowNewNote, Size image, const TitleMetrics& ink);
 Place bodyPlace(const NoteMetrics& metrics, Size client);
@@ -55,10 +55,10 @@ RECT closeButton(const NoteMetrics& metrics, LONG clientWidth);
 RECT newNoteButton(const NoteMetrics& metrics, LONG clientWidth);
 
 constexpr LRESULT HT_NEW_NOTE = 256;
-// A hit-test code of the system, or HT_NEW_NOTE. The resize zones win over the buttons.
+// Returns a hit-test code of Windows, or HT_NEW_NOTE. The resize zones win over the buttons.
 LRESULT hitTest(const NoteMetrics& metrics, Size client, POINT point, bool allowNewNote);
 
-// Colours. Channels stop at 0 and at 255.
+// Colours. Each channel is limited to 0 to 255.
 COLORREF darkened(COLORREF color, int by);
 COLORREF lightened(COLORREF color, int by);
 inline COLORREF derivedTitleBarColor(COLORREF body) {
@@ -71,10 +71,10 @@ inline COLORREF footerLineColor(COLORREF body) {
     return darkened(body, 35);
 }
 constexpr COLORREF kFooterTextColor = 0x505050;
-constexpr DWORD kStrokeColor = 0xDC1E1E1E;  // ARGB, as the next
-constexpr DWORD kHoverColor = 0x3C000000;
-// Opaque, for GDI+.
+constexpr DWORD kStrokeColor = 0xDC1E1E1E;  // ARGB
+constexpr DWORD kHoverColor = 0x3C000000;   // ARGB
+// The opaque ARGB colour for GDI+.
 DWORD argb(COLORREF color);
 
-// Author and date with a bullet between them; either may be empty.
+// Author and date with a bullet between them; only one of them if the other is empty.
 WideString footerText(const WideString& author, const WideString& date);

@@ -1,3 +1,4 @@
+// Paints a note into a memory bitmap with GDI+ and GDI. Called from WM_PAINT, on the main thread.
 #include "window/NotePaint.h"
 
 #include "common/DrawingHandles.h"
@@ -10,7 +11,7 @@ using Graphics = Guard<ValueTraits<Gdiplus::GpGraphics*, flat::GdipDeleteGraphic
 using PaintBrush = Guard<ValueTraits<Gdiplus::GpBrush*, flat::GdipDeleteBrush>>;
 using Pen = Guard<ValueTraits<Gdiplus::GpPen*, flat::GdipDeletePen>>;
 
-// Draws with GDI+ on a memory DC. A step that fails leaves its mark out.
+// Draws with GDI+ into a device context. A failed call draws nothing; the rest is still drawn.
 class Canvas {
   public:
     explicit Canvas(HDC target) {
@@ -77,7 +78,7 @@ void paintNewNoteButton(Canvas& canvas, const NoteFrame& frame) {
     canvas.line({column, plus.top}, {column, plus.bottom}, kStrokeColor, stroke);
 }
 
-// In the user's own form of a date; empty for a time that is none.
+// The local date in the user's short format; empty if the time is not valid.
 WideString localDate(const SYSTEMTIME& utc) {
     FILETIME time = {}, localTime = {};
     SYSTEMTIME local = {};

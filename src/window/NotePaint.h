@@ -1,4 +1,4 @@
-// One frame of a note: everything but the text of title and body, which are controls of their own.
+// Paints a note, except the text of title and body, which are child controls.
 #pragma once
 
 #include "notes/NoteRecord.h"
@@ -10,13 +10,13 @@ struct NoteFrame {
     const NoteMetrics& metrics;
     Size client;
     const Logo& logo;
-    bool closeHover;  // the mouse is over the button
-    bool newHover;
+    bool closeHover;   // the mouse is over the close button
+    bool newHover;     // the mouse is over the new-note button
     HFONT footerFont;  // null: no footer text
 };
 
-// Draws the frame and copies it to `target` in one step. Whatever fails in between is missing in the frame.
+// Draws into a memory bitmap, then copies it to `target` at once. If a call fails, what it would have drawn is missing.
 void paintNote(HDC target, const NoteFrame& frame);
 
-// As the record says, or derived from its body colour.
+// The colour of the title bar: from the record, or derived from the body colour.
 COLORREF titleBarColor(const NoteRecord& note);

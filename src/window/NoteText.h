@@ -1,9 +1,9 @@
-// Line ends: LF in the file, CR LF in the controls.
+// Conversion of line ends: files have LF, the controls CR LF.
 #pragma once
 
 #include "common/WideText.h"
 
-// CR, LF and CR LF alike become CR LF.
+// Each CR, LF or CR LF becomes CR LF.
 WideString normalizeToCrLf(WideView text);
-// CR and CR LF become LF.
+// Each CR or CR LF becomes LF.
 WideString normalizeToLf(WideView text);

@@ -1,3 +1,5 @@
+// The window of a note: class, creation, placement, message table and layout of the controls. Windows calls the window
+// procedure on the main thread.
 #include "window/NoteWindow.h"
 
 #include "common/Logger.h"
@@ -12,7 +14,7 @@ namespace {
 constexpr const WCHAR* kComponent = TEXT("NoteWindow");
 constexpr const WCHAR* kClassName = TEXT("Vellumd.NoteWindow");
 
-// Coordinates come as the signed halves of a message parameter.
+// Mouse messages carry the coordinates as two signed 16-bit numbers.
 POINT pointOf(LPARAM packed) {
     return {static_cast<short>(LOWORD(packed)), static_cast<short>(HIWORD(packed))};
 }
@@ -43,7 +45,7 @@ bool NoteWindow::registerClass(HINSTANCE instance) {
 
 NoteWindow::NoteWindow(App* app, NoteRecord note) : app_(app), note_(std::move(note)) {}
 
-// A window that outlives its object gets the system's behaviour from then on.
+// If the window still exists, it gets the default behaviour from now on.
 NoteWindow::~NoteWindow() {
     if (hwnd_ != nullptr) SetWindowLongPtrW(hwnd_, GWLP_USERDATA, 0);
 }
@@ -66,7 +68,7 @@ bool NoteWindow::create() {
     return true;
 }
 
-// A stored place stands wherever it still touches a monitor, be it another one than the note names.
+// A stored place is used if any monitor shows a part of it, even if it is not the monitor that the note names.
 RECT NoteWindow::choosePlace() const {
     const RECT stored = rectAt(note_.x, note_.y, note_.width, note_.height);
     if (note_.hasPosition && MonitorFromRect(&stored, MONITOR_DEFAULTTONULL) != nullptr) return stored;
@@ -91,7 +93,7 @@ void NoteWindow::captureNotePlacement() {
     note_.monitorBounds = monitor.rcMonitor;
 }
 
-// Without its App the window has nobody to tell that it goes.
+// Without app_ the window posts no message while it is destroyed.
 void NoteWindow::close() {
     if (hwnd_ == nullptr) return;
     app_ = nullptr;
@@ -151,14 +153,14 @@ LRESULT NoteWindow::onCreate(WPARAM, LPARAM) {
     return 0;
 }
 
-// An edit that is still waiting goes out, unless the App itself closes the window.
+// Reports a pending edit, unless close() destroys the window.
 LRESULT NoteWindow::onDestroy(WPARAM, LPARAM) {
     if (dirty_ && app_ != nullptr) reportEdit();
     return 0;
 }
 
 LRESULT NoteWindow::onMove(WPARAM, LPARAM) {
-    return 0;  // the record takes the place at the end of the drag
+    return 0;  // the record gets the new place in onExitSizeMove
 }
 
 LRESULT NoteWindow::onSize(WPARAM, LPARAM size) {
@@ -184,7 +186,7 @@ LRESULT NoteWindow::onPaint(WPARAM, LPARAM) {
     return 0;
 }
 
-// The App decides what becomes of the note, and of this window.
+// The window stays: the App destroys it when it dismisses the note.
 LRESULT NoteWindow::onClose(WPARAM, LPARAM) {
     readControls();
     captureNotePlacement();
@@ -193,7 +195,7 @@ LRESULT NoteWindow::onClose(WPARAM, LPARAM) {
 }
 
 LRESULT NoteWindow::onEraseBackground(WPARAM, LPARAM) {
-    return 1;  // each frame covers all of it
+    return 1;  // onPaint paints every pixel
 }
 
 LRESULT NoteWindow::onGetMinMaxInfo(WPARAM, LPARAM info) {
@@ -202,7 +204,7 @@ LRESULT NoteWindow::onGetMinMaxInfo(WPARAM, LPARAM info) {
     return 0;
 }
 
-// Whoever changes the order of the windows, the note stays above the others.
+// Keeps the note topmost when something changes the z-order.
 LRESULT NoteWindow::onPosChanging(WPARAM wParam, LPARAM position) {
     auto* const wanted = reinterpret_cast<WINDOWPOS*>(position);
     if ((wanted->flags & SWP_NOZORDER) == 0 && wanted->hwndInsertAfter != HWND_TOPMOST)
@@ -243,7 +245,7 @@ void NoteWindow::setHover(bool close, bool newNote) {
     TrackMouseEvent(&track);
 }
 
-// On the buttons nothing starts: what counts is the release.
+// A press on a button does nothing; the release does.
 LRESULT NoteWindow::onNcButtonDown(WPARAM zone, LPARAM point) {
     return zone == HTCLOSE || zone == HT_NEW_NOTE ? 0 : pass(WM_NCLBUTTONDOWN, zone, point);
 }
@@ -263,15 +265,15 @@ LRESULT NoteWindow::onEnterSizeMove(WPARAM, LPARAM) {
 
 LRESULT NoteWindow::onExitSizeMove(WPARAM, LPARAM) {
     inSizeMove_ = false;
-    slideOffOthers();
+    moveToFreePlace();
     captureNotePlacement();
     unsaved_ = true;
     if (app_ != nullptr) notifyApp(WM_APP_NOTE_MOVED);
     return 0;
 }
 
-// A note that was dropped on another goes beside it; one that was resized stays where it is.
-void NoteWindow::slideOffOthers() {
+// Moves a note that was dropped on another one to a free place beside it. A note that was resized stays where it is.
+void NoteWindow::moveToFreePlace() {
     RECT rect = {};
     if (hwnd_ == nullptr || app_ == nullptr || !GetWindowRect(hwnd_, &rect)) return;
     if (widthOf(rect) != widthOf(sizeMoveStart_) || heightOf(rect) != heightOf(sizeMoveStart_)) return;
@@ -291,9 +293,9 @@ LRESULT NoteWindow::onDpiChanged(WPARAM dpi, LPARAM proposed) {
     return 0;
 }
 
-// The process may be ended as soon as this returns, so changes are saved at once: those of all notes, since the loop
-// may end before the next note hears of it. An installer that wants to replace the program's file sends WM_CLOSE next,
-// which would dismiss every note: the program ends in order before that.
+// The session is ending, and the process may be killed as soon as this returns. So this saves all notes now, not only
+// its own. With ENDSESSION_CLOSEAPP an installer is about to replace the program's file and next sends WM_CLOSE, which
+// would dismiss every note: closing the message window ends the program before that.
 LRESULT NoteWindow::onEndSession(WPARAM isEnding, LPARAM reason) {
     if (isEnding == 0 || app_ == nullptr) return 0;
     saveUnsavedNotes(*app_);
@@ -316,10 +318,11 @@ void NoteWindow::rebuildFonts() {
     bodyFont_ = makeFont(12, 400, dpi_);
     footerFont_ = makeFont(10, 400, dpi_);
     titleMetrics_.reset();
-    giveFonts();
-    applyBodyTextColor();  // the font must not lose it
+    applyFonts();
+    applyBodyTextColor();  // WM_SETFONT may reset the colour
 }
 
+// Fills `ink` as far as the font can be measured. True if all of it was measured.
 bool NoteWindow::measureTitle(TitleMetrics& ink) const {
     if (!titleFont_) return false;
     const WindowDc context(hwnd_);
@@ -342,7 +345,7 @@ void NoteWindow::layout() {
     const NoteMetrics lengths = metrics();
     const Size client = clientSize();
     TitleMetrics ink = titleMetrics_.value_or(TitleMetrics::unknown(lengths));
-    if (!titleMetrics_ && measureTitle(ink)) titleMetrics_ = ink;  // what could not be measured is tried again
+    if (!titleMetrics_ && measureTitle(ink)) titleMetrics_ = ink;  // on failure the next layout tries again
     put(titleEdit_, titlePlace_, titlePlace(lengths, client.width, note_.allowNewNote, sizeOf(logo_), ink));
     put(bodyEdit_, bodyPlace_, bodyPlace(lengths, client));
 }

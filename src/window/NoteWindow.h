@@ -1,11 +1,11 @@
-// One sticky note on the desktop: a frameless, always-on-top tool window. There is one for each open note; the App
-// owns the object, and all of it runs on the main thread.
+// One sticky note on the desktop: a frameless, always-on-top tool window. The App owns one object for each open note.
+// Main thread only.
 //
-// The native window can die without its owner, and the owner without the window: the object learns its handle while
-// the window is made, forgets it when the window is gone, and is reached through the window's stored pointer only.
+// Window and object can each be destroyed before the other. The object gets the window handle in WM_NCCREATE and drops
+// it in WM_NCDESTROY; the window procedure finds the object only through the window's GWLP_USERDATA.
 //
-// NoteWindow.cpp has the window's life and its messages, NoteEdit.cpp the two controls and the way of an edit. What can
-// be said without a window stands in plain functions: Placement, NoteLayout, NotePaint, NoteText, LogoSource.
+// NoteWindow.cpp has the window's creation and its messages; NoteEdit.cpp has the two text controls and how an edit is
+// reported. What needs no window is in plain functions: Placement, NoteLayout, NotePaint, NoteText, LogoSource.
 #pragma once
 
 #include <optional>
@@ -20,36 +20,36 @@ class App;
 
 class NoteWindow {
   public:
-    // True when the window class exists; false with the reason in GetLastError.
+    // Registers the window class, unless it is registered. False with the reason in GetLastError.
     static bool registerClass(HINSTANCE instance);
 
-    // `app`, which may be null and is not owned, is told what the user does.
+    // `app` is not owned and may be null. It receives the WM_APP_NOTE_... messages.
     NoteWindow(App* app, NoteRecord note);
-    // Leaves the native window alone; close() comes first where it is to go.
+    // Does not destroy the window: call close() first to destroy it.
     ~NoteWindow();
     NoteWindow(const NoteWindow&) = delete;
     NoteWindow& operator=(const NoteWindow&) = delete;
 
-    // Makes the window at its place and shows it without activating it. False when it could not be made, with a line in
-    // the log. To be called once.
+    // Creates the window at its place and shows it without activating it. False, with a line in the log, when the
+    // window cannot be created. Call once.
     bool create();
-    // Destroys the window. It reports nothing any more, an edit in flight is dropped.
+    // Destroys the window without a message to the App; a pending edit is dropped.
     void close();
-    // Shows another content of the same note. Place, size, editability and logo stay as they are until the note is
-    // opened again; an edit in flight is reported all the same, with what the controls then hold.
+    // Shows a new record of the same note. Place, size, editability and logo change only when the note is next opened.
+    // A pending edit is still reported, with the text that the controls hold then.
     void applyNote(NoteRecord note);
 
     HWND hwnd() const { return hwnd_; }  // null when there is no window
     const NoteRecord& note() const { return note_; }
-    // Whether the record holds a change that its file lacks. An edit that still waits for its pause is read first.
+    // Whether the note has a change that its file lacks. Reads a pending edit into the record first.
     bool hasUnsavedChange();
-    // How the last attempt to save the record ended.
+    // The App reports here whether it saved the record.
     void setSaved(bool saved) { unsaved_ = !saved; }
 
   private:
     static LRESULT CALLBACK staticWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT windowProc(UINT message, WPARAM wParam, LPARAM lParam);
-    LRESULT pass(UINT message, WPARAM wParam, LPARAM lParam);  // on to the system
+    LRESULT pass(UINT message, WPARAM wParam, LPARAM lParam);  // calls DefWindowProcW
     using Handler = LRESULT (NoteWindow::*)(WPARAM wParam, LPARAM lParam);
     static const MessageRow<Handler> kHandled[];
     LRESULT onCreate(WPARAM, LPARAM);
@@ -86,7 +86,7 @@ class NoteWindow {
     static void put(HWND control, Place& current, const Place& place);
     void invalidate();
     void setHover(bool close, bool newNote);
-    void slideOffOthers();
+    void moveToFreePlace();
 
     void createChildren();
     void loadLogo();
@@ -95,9 +95,9 @@ class NoteWindow {
     void createBrushes();
     void loadBody();
     void readControls();
-    void giveFonts();
+    void applyFonts();
     void applyBodyTextColor();
-    bool takeEdit();
+    bool readPendingEdit();
     void reportEdit();
     void notifyApp(UINT message);
 
@@ -105,20 +105,20 @@ class NoteWindow {
     NoteRecord note_;
     HWND hwnd_ = nullptr;
     HWND titleEdit_ = nullptr;
-    HWND bodyEdit_ = nullptr;  // null when the control could not be made: then the note has a title only
+    HWND bodyEdit_ = nullptr;  // null when the control could not be created: the note then has a title only
     Brush bodyBrush_;
-    Brush lightBrush_;  // a shade that no paint path uses
-    Brush titleBrush_;  // made when the title first asks for its colours
+    Brush lightBrush_;  // a lighter shade; nothing paints with it
+    Brush titleBrush_;  // created when the title first asks for its colours
     Font titleFont_, bodyFont_, footerFont_;
     Logo logo_;
-    std::optional<TitleMetrics> titleMetrics_;  // of the title's font, once it is measured
-    Place titlePlace_, bodyPlace_;              // where the controls are
-    LONG dpi_ = 0;                              // of the window; known from WM_CREATE on
+    std::optional<TitleMetrics> titleMetrics_;  // empty until the title's font is measured
+    Place titlePlace_, bodyPlace_;              // where the controls are now
+    LONG dpi_ = 0;                              // of the window; set in WM_CREATE
     bool closeHover_ = false;
     bool newHover_ = false;
-    bool suppressChange_ = false;  // what the controls report is our own doing
-    bool dirty_ = false;           // an edit that waits for its pause
-    bool unsaved_ = false;         // a change of the record that no save has written
+    bool suppressChange_ = false;  // ignore EN_CHANGE: the program itself changes the text
+    bool dirty_ = false;           // an edit is pending: the 800 ms pause is not over
+    bool unsaved_ = false;         // the record has a change that was not saved
     bool inSizeMove_ = false;
     RECT sizeMoveStart_ = {};
 };

@@ -1,3 +1,4 @@
+// The arithmetic of Placement.h: no window call, no state.
 #include "window/Placement.h"
 
 #include <algorithm>
@@ -6,7 +7,7 @@
 namespace {
 
 constexpr LONG kMargin = 12;  // between a new note and the edges of the work area
-constexpr LONG kStep = 24;    // from one try to the next, on both axes
+constexpr LONG kStep = 24;    // between two tries, on each axis
 constexpr LONG kSmallestStep = 16;
 constexpr int kTriesADirection = kPlacementTries / 4;
 
@@ -15,7 +16,7 @@ struct Direction {
 };
 constexpr Direction kDirections[] = {{+1, +1}, {-1, -1}, {-1, +1}, {+1, -1}};
 
-// Coordinates from a file may lie anywhere: sums wrap around, as the system's do.
+// Coordinates from a file can be any 32-bit numbers: sums wrap around.
 LONG wrap(std::int64_t value) {
     return static_cast<LONG>(static_cast<std::uint32_t>(value));
 }

@@ -1,9 +1,9 @@
-// Where a note goes on the screen: arithmetic on rectangles in pixels, without any window.
+// Where a note appears on the screen. Plain functions on rectangles, in pixels of the virtual screen.
 #pragma once
 
 #include "common/WideText.h"
 
-// `length` is meant for 96 DPI; rounded to the nearest pixel.
+// Scales a length at 96 DPI to `dpi`, rounded to the nearest pixel.
 LONG scaleToDpi(LONG length, LONG dpi);
 
 RECT rectAt(LONG x, LONG y, LONG width, LONG height);
@@ -18,19 +18,20 @@ inline bool intersect(const RECT& one, const RECT& other) {
            one.left < one.right && one.top < one.bottom && other.left < other.right && other.top < other.bottom;
 }
 
-// A note without a stored place: in the top right corner, a margin away from the edges.
+// The place of a note without a stored one: the top right corner of the work area, a margin away from the edges.
 RECT topRightCorner(const RECT& workArea, LONG dpi, LONG width, LONG height);
-// A note whose stored place is on no monitor. The halves are rounded towards zero.
+// The place of a note whose stored place is on no monitor. Halves are rounded towards zero.
 RECT centredIn(const RECT& workArea, LONG width, LONG height);
-// Moved into the work area at its size; what is larger than the area begins at its left and top edge.
+// Moves a rectangle into the work area, keeping its size. If it is larger than the area, it starts at the area's left
+// or top edge.
 RECT clampedInto(const RECT& rect, const RECT& workArea);
 
-// The nearest place, on one of the four diagonals through `wanted`, that `isFree` accepts; `wanted` itself when 200
-// tries fail. All tries lie in the work area.
+// The first place that `isFree` accepts among 200 tries, 50 along each of the four diagonals from `wanted`, nearest
+// first. `wanted` itself if there is none. All tries are in the work area.
 template <typename IsFree>
 RECT findFreePlace(const RECT& wanted, const RECT& workArea, LONG dpi, IsFree isFree);
 
-// The n-th try, n from 0 to kPlacementTries - 1.
+// The place of try number `n`, from 0 to kPlacementTries - 1.
 constexpr int kPlacementTries = 200;
 RECT placementTry(const RECT& wanted, const RECT& workArea, LONG dpi, int n);
 
