@@ -16,7 +16,7 @@ bool allows(void* entry, PSID wanted) {
 
 }  // namespace
 
-bool isOwnersAlone(PSID owner, PACL list, PSID wanted) {
+bool allowsOwnerOnly(PSID owner, PACL list, PSID wanted) {
     if (!isEqual(owner, wanted) || list == nullptr || list->AceCount == 0) return false;
     for (DWORD i = 0; i < list->AceCount; ++i) {
         void* entry = nullptr;

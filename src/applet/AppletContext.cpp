@@ -1,3 +1,5 @@
+// Reads and checks the token of the process, the shell's token and the logon data of the LSA. Called for every start of
+// an applet role and for every queue of a recovery pass, on the main thread.
 #include "applet/AppletContext.h"
 
 #include <ntsecapi.h>
@@ -19,7 +21,7 @@ void freeLogonData(SECURITY_LOGON_SESSION_DATA* data) {
 }
 using LogonData = Guard<ValueTraits<SECURITY_LOGON_SESSION_DATA*, freeLogonData>>;
 
-// Success without data is possible.
+// A true result with a null `data` is possible.
 bool readLogonData(LUID logonId, LogonData& data, DWORD& err) {
     const NTSTATUS status = LsaGetLogonSessionData(&logonId, data.put());
     return status == 0 || fail(err, LsaNtStatusToWinError(status));
@@ -56,7 +58,7 @@ bool hasEnabledGroup(const TokenData<TOKEN_GROUPS>& groups, PSID wanted) {
     return false;
 }
 
-// Whether the machine runs without UAC.
+// Whether UAC is off on this machine.
 bool isUacOff(DWORD& err) {
     RegistryKey key;
     err = static_cast<DWORD>(RegOpenKeyExW(HKEY_LOCAL_MACHINE, kPolicyKey, 0, KEY_QUERY_VALUE, key.put()));
@@ -91,7 +93,7 @@ bool openShellToken(OwnedHandle& token, DWORD& err) {
     return (process && OpenProcessToken(process.get(), TOKEN_QUERY, token.put())) || failWithLastError(err);
 }
 
-// The shell may be elevated where this process is not.
+// With UAC off the shell may run at high integrity: that is accepted.
 bool checkShell(const AppletContext& context, DWORD& err) {
     OwnedHandle token;
     LogonIdentity shell;
@@ -111,8 +113,8 @@ bool readLogonTime(AppletContext& context, DWORD& err) {
     return ours || fail(err, ERROR_ACCESS_DENIED);
 }
 
-// SHGetFolderPathW impersonates the token's user, which takes more rights than a look at the token. A folder that
-// cannot be had leaves its HRESULT in `err`.
+// SHGetFolderPathW impersonates the user of the token, so the token needs more rights than TOKEN_QUERY. If it fails,
+// `err` is its HRESULT.
 bool readStoreRoot(WideString& storeRoot, DWORD& err) {
     constexpr DWORD kRights = TOKEN_QUERY | TOKEN_IMPERSONATE | TOKEN_DUPLICATE;
     OwnedHandle token;

@@ -1,8 +1,8 @@
-// Who this process is: the logon that it belongs to, found out from its token, the shell's and the security subsystem;
-// and whether the logon that a queue is named after still exists.
+// The logon that this process belongs to, read from its token, the shell's token and the security subsystem (LSA); and
+// whether the logon that a queue is named after still exists.
 //
-// Every operation reports a failure in `err`, a Windows error number. Everything runs on the main thread, keeps nothing
-// between calls, and never waits.
+// Every function reports a failure in `err`, a Windows error number. Main thread only; no state between calls, no
+// waiting.
 #pragma once
 
 #include "applet/LogonIdentity.h"
@@ -11,28 +11,28 @@
 
 namespace AppletNotes {
 
-// Owned by the one who builds it. Never kept across a dispatch.
+// Build it anew for each dispatch: it describes one moment.
 struct AppletContext {
     LogonIdentity identity;
     SidBytes userSid;
     WideString storeRoot;  // full path
 };
 
-// Only an interactive user at medium integrity is accepted, and with `allowElevated` one whose ordinary token is
-// elevated because the machine runs without UAC; the shell must belong to the same logon. False leaves nothing usable
-// in `context`.
+// Accepts only an interactive user at medium integrity whose shell belongs to the same logon. `allowElevated` also
+// accepts high integrity if it is the user's ordinary token because UAC is off. On failure `context` is empty.
 bool readAppletContext(AppletContext& context, DWORD& err, bool allowElevated);
 
-// Fills all of the identity but its logon time. The token needs TOKEN_QUERY.
+// Fills `identity` except its logon time. The token needs TOKEN_QUERY.
 bool readTokenIdentity(HANDLE token, LogonIdentity& identity, SidBytes& userSid, DWORD& err, bool allowElevated);
 
-// Whether a high-integrity token is the user's ordinary one: an enabled administrator's on a machine whose UAC is off.
+// Whether a high-integrity token is the user's ordinary one: an enabled administrator, and UAC is off on this machine.
 bool isUnfilteredAdmin(HANDLE token, DWORD& err);
 
-// Whether a token's identity, which knows no logon time, is that of the context's logon.
+// Whether an identity from readTokenIdentity, which has no logon time, is the context's logon.
 bool isSameLogon(const LogonIdentity& identity, const SidBytes& userSid, const AppletContext& context);
 
-// `userSid` is the asking user's.
+// Whether the logon that a queue is named after still exists. `userSid` is the current user's. On failure the answer is
+// Unknown, and `err` has the reason.
 OwnerState lookupOwner(const LogonIdentity& queueIdentity, PSID userSid, DWORD& err);
 
 }  // namespace AppletNotes

@@ -1,3 +1,4 @@
+// Starts child processes for the applet roles, with the checks and the tokens for it. Main thread.
 #include "applet/AppletLaunch.h"
 
 #include <userenv.h>
@@ -18,7 +19,8 @@ struct Child {
     OwnedHandle thread;
 };
 
-// The image of this process, kept from being replaced, written or moved while a child is made of it.
+// Holds this process's image and its folders open, so that nobody can replace, write or move them while the child is
+// created.
 struct PinnedImage {
     WideString path;
     std::vector<OwnedHandle> handles;
@@ -67,7 +69,7 @@ class Environment {
     void* block_ = nullptr;
 };
 
-// A queue of another logon has to be claimed first.
+// Only a queue of this logon may be launched: one of another logon must be claimed first.
 DWORD checkQueue(const AppletContext& context, const WideString& queueName) {
     if (queueName.empty()) return ERROR_SUCCESS;
     QueueName parsed;
@@ -107,7 +109,7 @@ bool createSuspended(const PinnedImage& image, const WideString& queueName, HAND
     return true;
 }
 
-// Lets the child run if it is who it has to be.
+// Resumes the child if its token belongs to the expected user and logon.
 bool admit(const Child& child, const AppletContext& context, DWORD& err) {
     OwnedHandle token;
     if (!OpenProcessToken(child.process.get(), TOKEN_QUERY, token.put())) return failWithLastError(err);

@@ -1,5 +1,5 @@
-// Starting this program again for an applet role. A child is made suspended and runs only after its token has been
-// read and found to be the expected user's in the expected logon. Nobody waits for a child, and it gets no handles.
+// Starts this program again for an applet role. The child is created suspended and resumed only if its token belongs to
+// the expected user and logon. Nothing waits for the child, and it inherits no handles.
 #pragma once
 
 #include "applet/AppletContext.h"
@@ -7,20 +7,20 @@
 
 namespace AppletNotes {
 
-// Brings the process to medium integrity: true at once where it is there already; on a machine without UAC by starting
-// a child of the same role, which sets `relaunched`: this process is then to end. `queueName` is empty for the recovery
-// role. Failures are told in `err`, a Windows error number.
+// True if this process runs at medium integrity. On a machine without UAC it may run at high integrity: then a child of
+// the same role is started at medium integrity, `relaunched` is set, and this process must exit. `queueName` is empty
+// for the recovery role. False with a Windows error number in `err`.
 bool startAtMediumIntegrity(const WideString& queueName, bool& relaunched, DWORD& err);
 
-// A primary token at medium integrity and without privileges, made from a process's token, which needs TOKEN_DUPLICATE
-// and TOKEN_QUERY. No handle on failure.
+// Makes a primary token at medium integrity and without privileges. `processToken` needs TOKEN_DUPLICATE and
+// TOKEN_QUERY. Empty on failure, with the reason in `err`.
 OwnedHandle makeMediumToken(HANDLE processToken, DWORD& err);
 
-// Starts a display child of the queue, or with an empty name a recovery child, under the token, a primary one, or
-// under this process's where it is null. Returns a Windows error number, 0 for a child that runs.
+// Starts a display process for the queue, or a recovery process if `queueName` is empty. `token` is a primary token;
+// null means this process's own. Returns a Windows error number, 0 when the child runs.
 DWORD launchApplet(const AppletContext& context, const WideString& queueName, HANDLE token);
 
-// Starts a display child of a queue of this process's logon; returns as launchApplet.
+// Starts a display process for a queue of this process's logon. Returns like launchApplet.
 DWORD dispatchQueue(const WideString& queueName);
 
 }  // namespace AppletNotes

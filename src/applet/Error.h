@@ -1,10 +1,11 @@
+// Helpers for functions that return false with a Windows error number in `err`.
 #pragma once
 
 #include <windows.h>
 
 namespace AppletNotes {
 
-// How an operation ends that reports its failure in `err`, as a Windows error number: return fail(err, ERROR_...).
+// Sets `err` and returns false: return fail(err, ERROR_...).
 inline bool fail(DWORD& err, DWORD reason) {
     err = reason;
     return false;
@@ -14,7 +15,7 @@ inline bool failWithLastError(DWORD& err) {
     return fail(err, GetLastError());
 }
 
-// Someone else is at work here right now.
+// Whether another process holds a lock or a file right now.
 inline bool isBusy(DWORD err) {
     return err == ERROR_SHARING_VIOLATION || err == ERROR_LOCK_VIOLATION;
 }

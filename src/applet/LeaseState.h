@@ -1,3 +1,4 @@
+// The state behind QueueLease, for QueueLease.cpp and PrivateNotes.cpp only.
 #pragma once
 
 #include "applet/QueueLease.h"
@@ -5,7 +6,7 @@
 
 namespace AppletNotes {
 
-// Goes in the reverse order: the lock, the folder, the store.
+// Members are released in reverse order: the lock, the folder, then the store.
 struct QueueLease::State {
     WideString pathOf(const WideString& name) const { return joinPath(queuePath, name); }
     QueueStore::Impl& files() const { return *store.impl(); }

@@ -1,4 +1,4 @@
-// Which logon of a user is meant. The hand-over of notes is bound to one logon, never to a user name alone.
+// The identity of one logon of a user. A queue belongs to one logon, not to a user name.
 #pragma once
 
 #include <windows.h>
@@ -10,27 +10,27 @@ namespace AppletNotes {
 struct LogonIdentity {
     DWORD sessionId = 0;
     LUID logonId = {};       // AuthenticationId of the token
-    LONGLONG logonTime = 0;  // of the security subsystem, in its 100-nanosecond units
+    LONGLONG logonTime = 0;  // LogonTime of the LSA, in units of 100 nanoseconds
 };
 
-// A session from 1 to 0x7FFFFFFF, a logon id that is not all zero, a logon time above 0.
+// Session from 1 to 0x7FFFFFFF, a logon id that is not zero, a logon time above 0.
 bool isValid(const LogonIdentity& identity);
 
 bool isSameLogonId(const LUID& left, const LUID& right);
-// All fields.
+// Compares all fields.
 bool operator==(const LogonIdentity& left, const LogonIdentity& right);
 
-// What is known of the logon that a queue is named after.
+// The state of the logon that a queue is named after.
 enum class OwnerState {
-    Live,     // it exists, and is the very same logon of the same user
-    Gone,     // it is over, or its logon id now belongs to another logon
-    Unknown,  // no answer could be had; nothing may be concluded
+    Live,     // this logon of this user still exists
+    Gone,     // it has ended; its logon id may belong to another logon now
+    Unknown,  // the lookup failed: treat it neither as live nor as gone
 };
 
 using OwnerLookup = std::function<OwnerState(const LogonIdentity&)>;
 
-// What follows from the answer about the logon with the queue's logon id. `lookupError` is a Windows error, 0 for none;
-// `liveIdentity` is null when there is no answer; `sameUser` says whether that logon is the asking user's.
+// Decides from the result of a lookup. `lookupError` is a Windows error number, 0 for none; `liveIdentity` is the logon
+// that has the queue's logon id now, null if unknown; `sameUser` says whether that logon is the current user's.
 OwnerState classifyOwner(const LogonIdentity& queueIdentity, const LogonIdentity* liveIdentity, bool sameUser,
                          DWORD lookupError);
 

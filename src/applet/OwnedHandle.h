@@ -1,5 +1,5 @@
-// Handles of the store. Closing happens in clean-up, where a failure has no caller to go to: a debug line reports it,
-// and the result of the operation stays.
+// Handles of the store. If closing one fails during clean-up, a debug line says so, and the result of the operation
+// does not change.
 #pragma once
 
 #include "common/Handles.h"
@@ -12,7 +12,7 @@ inline void closeOrReport(HANDLE handle) {
 
 using OwnedHandle = Guard<FileTraits<closeOrReport>>;
 
-// For a handle whose failure to close matters: false, with the reason in `err`. The handle is gone in either case.
+// Closes a handle whose failure matters. False with the reason in `err`. The guard is empty in both cases.
 bool closeChecked(OwnedHandle& handle, DWORD& err);
 
 }  // namespace AppletNotes

@@ -1,4 +1,5 @@
-// The notes of a queue: read, replaced and removed under a lease.
+// QueueLease: reading, replacing and removing the notes of a queue. Called by the App on the main thread. Each write
+// takes the lifecycle lock and the writer lock; nothing waits for a lock.
 #include <objbase.h>
 
 #include "applet/Error.h"
@@ -11,7 +12,7 @@ namespace {
 
 constexpr DWORD kShareReadDelete = FILE_SHARE_READ | FILE_SHARE_DELETE;
 
-// Excludes every other operation in the store, and the writer of the queue.
+// The locks that keep out other operations on the store, and the writer of the queue.
 struct NoteLocks {
     OwnedHandle lifecycle;
     OwnedHandle writer;
@@ -44,7 +45,7 @@ bool writeFlushed(HANDLE file, const std::string& bytes, DWORD& err) {
     return (writeAll(file, bytes) && FlushFileBuffers(file)) || failWithLastError(err);
 }
 
-// Whether the queue keeps to its limits with `newSize` bytes in the place of the note's.
+// Whether the queue stays within its limits if the note takes `newSize` bytes.
 bool fitsQueue(const WideString& queuePath, const WideString& fileName, ULONGLONG newSize, DWORD& err) {
     const WideString pattern = queuePath + TEXT("\\*.json");
     WIN32_FIND_DATAW entry = {};
@@ -73,7 +74,8 @@ bool temporaryName(WideString& name, DWORD& err) {
     return true;
 }
 
-// Brings the bytes into the note's place. `note` is the note, open so that it cannot be swapped until just before.
+// Writes the bytes to a temporary file and renames it over the note. `note` is the open old note, which nobody can
+// replace until it is closed, just before the rename.
 bool replaceNote(QueueStore::Impl& store, const WideString& temporary, const WideString& path, const std::string& bytes,
                  OwnedHandle note, DWORD& err) {
     RenameRequest rename(path, true);

@@ -1,4 +1,5 @@
-// What a recovery pass does with queues: list them, measure one, and move one to another logon.
+// QueueStore: the operations of a recovery pass. It lists the queues, measures one, and moves one to another logon.
+// Main thread.
 #include <objbase.h>
 
 #include "applet/Error.h"
@@ -8,7 +9,7 @@
 namespace AppletNotes {
 namespace {
 
-// The end of a search counts, and so does a search that cannot be closed.
+// Ends a search: true if it found all entries and was closed without an error.
 bool endSearch(DirectorySearch& search, bool soFar, DWORD& err) {
     const bool ended = soFar && (search.error() == ERROR_NO_MORE_FILES || fail(err, search.error()));
     return search.close(err) && ended;
@@ -52,7 +53,7 @@ bool measureNotes(DirectorySearch& search, const WideString& queuePath, PSID own
     return true;
 }
 
-// 32 upper-case digits.
+// 32 upper-case hexadecimal digits.
 bool makeClaimToken(WideString& token, DWORD& err) {
     GUID guid = {};
     const HRESULT result = CoCreateGuid(&guid);
@@ -130,7 +131,7 @@ ClaimResult QueueStore::claimQueue(const WideString& queueName, const LogonIdent
         return ClaimResult::Failed;
     }
     RenameRequest rename(claimedPath, false);
-    // A folder with an open file in it cannot be renamed.
+    // A folder that holds an open file cannot be renamed.
     if (!closeChecked(writer, err)) return ClaimResult::Failed;
     if (!rename.apply(folder.get(), err)) return busyOrFailed(isBusy(err) || err == ERROR_ACCESS_DENIED);
     newName = claimedName;

@@ -1,3 +1,4 @@
+// Taking a lease. App::startApplet calls open, on the main thread. PrivateNotes.cpp has the access to the notes.
 #include "applet/QueueLease.h"
 
 #include "applet/Error.h"

@@ -1,10 +1,10 @@
-// What entitles a process to show a queue, and tells everybody else that the queue is in use: while it is held, the
-// process has the queue's display lock and keeps its folder open, so that nobody can rename it. It ends with the
-// process at the latest, and is never handed over.
+// The right to show a queue. While a process holds the lease it has the queue's display lock and keeps the queue's
+// folder open, so that nobody can rename it and other processes see that the queue is in use. The lease ends with the
+// process at the latest and cannot be passed to another one.
 //
-// The notes of the queue are reached through the lease only, as whole files: every access verifies the file and keeps
-// to the limits of a queue, and the note is whole at every moment. `fileName` is a bare name. A failure leaves the note
-// as it was, tells a Windows error number in `err`, and nothing is tried again. All on one thread.
+// The notes of the queue are read and written through the lease only, as whole files. Every access verifies the file
+// and the limits of the queue, and a reader never sees half a note. `fileName` has no folder. On failure the note is
+// unchanged and `err` is a Windows error number; nothing is retried. One thread only.
 #pragma once
 
 #include <memory>
@@ -21,22 +21,21 @@ class QueueLease {
     QueueLease& operator=(QueueLease&&) noexcept;
     ~QueueLease();
 
-    // Leases a queue that bears `identity`, this process's own. A queue that is already displayed is refused with
-    // ERROR_SHARING_VIOLATION. The lease keeps the store open.
+    // Takes the lease of a queue that is named after `identity`, this process's logon. ERROR_SHARING_VIOLATION if the
+    // queue is displayed already. The lease keeps the store open.
     static bool open(const QueueStore& store, const WideString& queueName, const LogonIdentity& identity,
                      QueueLease& lease, DWORD& err);
 
     bool active() const { return state_ != nullptr; }
 
-    // Removes the auto-start value of the staged program when the store is empty; see
-    // QueueStore::cleanupEmptyStore.
+    // Removes the auto-start value of the staged program if the store is empty; see QueueStore::cleanupEmptyStore.
     bool cleanupStartup(DWORD& err) const;
 
-    // Takes no lock. `bytes` is empty on failure.
+    // Reads a note without a lock. `bytes` is empty on failure.
     bool readNote(const WideString& fileName, std::string& bytes, DWORD& err) const;
-    // Replaces a note that exists; the new content is on the disk before it takes the old one's place.
+    // Replaces an existing note; the new content is flushed to disk before the rename.
     bool updateNote(const WideString& fileName, const std::string& bytes, DWORD& err) const;
-    // True also when the note was gone already.
+    // Deletes a note. True also when there is none.
     bool removeNote(const WideString& fileName, DWORD& err) const;
 
   private:

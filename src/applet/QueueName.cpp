@@ -1,3 +1,4 @@
+// Parsing and formatting the names of queues and notes. No system call; any thread.
 #include "applet/QueueName.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
-// Names of queue folders and of the notes in them. A queue is named after the logon it belongs to:
+// The names of queue folders and of the notes in them. A queue is named after the logon that it belongs to:
 //
 //     applet-<session>-<logon id>-<logon time>                   8, 16 and 16 hexadecimal digits: 49 units
-//     applet-<session>-<logon id>-<logon time>-r-<claim token>   taken over by that logon: 84 units
+//     applet-<session>-<logon id>-<logon time>-r-<claim token>   claimed by that logon in a recovery pass: 84 units
 #pragma once
 
 #include "applet/LogonIdentity.h"
@@ -11,21 +11,21 @@ namespace AppletNotes {
 
 struct QueueName {
     LogonIdentity identity;
-    WideString claimToken;  // 32 digits as they stand in the name; empty in the short form
+    WideString claimToken;  // 32 hexadecimal digits as in the name; empty in the short form
 };
 
-// Digits of either case are accepted, everything else exactly as above, and the identity has to be valid. False
-// leaves `name` empty.
+// Accepts hexadecimal digits in either case and an identity that isValid; everything else must match exactly. On
+// failure `name` is empty.
 bool parseQueueName(WideView text, QueueName& name);
 
-// The short form; empty for an identity that is not valid.
+// The short form of the name; empty for an identity that is not valid.
 WideString formatQueueName(const LogonIdentity& identity);
 
-// Up to 16 hexadecimal digits of either case. False for any other unit.
+// Reads at most 16 hexadecimal digits in either case. False for any other character.
 bool parseHexField(WideView digits, ULONGLONG& value);
 
-// "note_" and ".json" around letters, digits, "_" and single dots; 10 to 96 units. A name that is none never reaches
-// the file system.
+// Whether `name` is "note_", then letters, digits, "_" and single dots, then ".json", with 10 to 96 units in all. A
+// name that fails this test never reaches the file system.
 bool isPrivateNoteName(WideView name);
 
 }  // namespace AppletNotes

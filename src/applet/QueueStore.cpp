@@ -1,3 +1,4 @@
+// QueueStore: opening the store, and the clean-up when it is empty. Called for the applet roles, on the main thread.
 #include "applet/QueueStore.h"
 
 #include <algorithm>
@@ -9,13 +10,13 @@
 namespace AppletNotes {
 namespace {
 
-constexpr DWORD kMaxEntries = 4096;  // of the store root
+constexpr DWORD kMaxEntries = 4096;  // in the store root
 
 bool isOneOf(WideView name, std::initializer_list<WideView> names) {
     return std::any_of(names.begin(), names.end(), [&](WideView other) { return sameText(name, other); });
 }
 
-// Whether nothing but locks lies in the queue.
+// Whether the queue's folder contains lock files only.
 bool isQueueEmpty(const WideString& queuePath, DWORD& err) {
     DirectorySearch search(queuePath + TEXT("\\*"), kSearchCloseFailed);
     if (!search.isOpen()) return fail(err, search.error());
@@ -24,8 +25,8 @@ bool isQueueEmpty(const WideString& queuePath, DWORD& err) {
     return search.error() == ERROR_NO_MORE_FILES || fail(err, search.error());
 }
 
-// False with `err` 0 when the entry is a queue that holds something. The display lock is not tried: the caller may hold
-// one itself.
+// False with `err` 0 when the entry is a queue that is not empty. The display lock is not taken: the caller may hold
+// it.
 bool isEntryEmpty(QueueStore::Impl& store, const WideString& name, DWORD& err) {
     const WideString path = store.pathOf(name);
     const OwnedHandle folder = openDirectory(path, READ_CONTROL, store.owner(), err);

@@ -1,3 +1,4 @@
+// The recovery pass. The role --applet-recover calls it once, on the main thread.
 #include "applet/Recovery.h"
 
 #include <algorithm>
@@ -38,7 +39,7 @@ class RecoveryPass {
     }
 
   private:
-    // A report replaces the one before.
+    // Records a problem; it replaces the previous one.
     void report(DWORD err, const WCHAR* stage, const WideString& queue = WideString()) {
         result_.lastError = err;
         result_.stage = stage;
@@ -61,7 +62,7 @@ class RecoveryPass {
             report(ERROR_MORE_DATA, TEXT("enumerate queues"));
             return;
         }
-        // This logon's own queues have the first call on the budget.
+        // This logon's own queues use the budget first.
         std::stable_partition(names.begin(), names.end(),
                               [&](const WideString& name) { return isOwn(name, identity_); });
         for (const WideString& name : names)
@@ -96,7 +97,7 @@ class RecoveryPass {
             count(result_.failed, err, TEXT("dispatch queue"), target);
     }
 
-    // Whether a queue of another logon may be claimed.
+    // Whether a queue of this other logon may be claimed. Counts it if not.
     bool mayClaim(const LogonIdentity& owner) {
         if (!othersAllowed_) {
             ++result_.deferred;

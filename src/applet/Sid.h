@@ -1,4 +1,4 @@
-// Security identifiers kept by value.
+// Security identifiers (SIDs) as values.
 #pragma once
 
 #include <windows.h>
@@ -9,12 +9,12 @@ namespace AppletNotes {
 
 using SidBytes = std::vector<BYTE>;
 
-// For calls that take a SID; they only read it. Null for no bytes.
+// A pointer for calls that take a SID and only read it. Null when `bytes` is empty.
 inline PSID sidOf(const SidBytes& bytes) {
     return bytes.empty() ? nullptr : const_cast<BYTE*>(bytes.data());
 }
 
-// False for a null pointer too.
+// IsValidSid, and false for null.
 inline bool isUsable(PSID sid) {
     return sid != nullptr && IsValidSid(sid);
 }

@@ -1,3 +1,4 @@
+// Removes the auto-start value. Called under the lifecycle lock when the store is empty, on the main thread.
 #include "applet/StartupEntry.h"
 
 #include <iterator>
@@ -12,7 +13,7 @@ namespace {
 constexpr const WCHAR* kValueName = TEXT("OmbrelAppletNotes");
 constexpr DWORD kValueBytes = 520;
 
-// Whether the path is a staged program's in this store.
+// ERROR_SUCCESS if `module` is the path of a staged program in this store.
 DWORD checkStagedPath(WideView module, const WideString& storeRoot) {
     constexpr std::size_t kHashUnits = 64, kFieldUnits = 16;
     const WideString front = storeRoot + TEXT("\\runtime\\");

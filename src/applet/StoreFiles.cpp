@@ -1,3 +1,5 @@
+// Opens and verifies the files and folders of the store, and builds the security descriptor for new ones. Every
+// operation of the applet folder uses it, on the main thread.
 #include "applet/StoreFiles.h"
 
 #include <aclapi.h>
@@ -18,7 +20,7 @@ bool verifyOwner(HANDLE handle, PSID wanted, DWORD& err) {
     err = GetSecurityInfo(handle, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner,
                           nullptr, &acl, nullptr, descriptor.put());
     if (err != ERROR_SUCCESS) return false;
-    return isOwnersAlone(owner, acl, wanted) || fail(err, ERROR_ACCESS_DENIED);
+    return allowsOwnerOnly(owner, acl, wanted) || fail(err, ERROR_ACCESS_DENIED);
 }
 
 OwnedHandle verified(OwnedHandle handle, bool expectDirectory, PSID ownerSid, DWORD& err) {
@@ -131,7 +133,7 @@ bool QueueStore::Impl::makeDescriptor(DWORD& err) {
     return made || failWithLastError(err);
 }
 
-// The folders above the root are verified for their kind alone: they are not the user's.
+// The folders above the root belong to the system: they must be folders and no links, but their owner is not checked.
 bool QueueStore::Impl::pinFolders(bool createRoot, DWORD& err) {
     constexpr std::size_t kDriveUnits = 3;
     const auto pin = [&](OwnedHandle folder) {

@@ -1,4 +1,4 @@
-// Opening and verifying what lies in a store, and on the way to an image.
+// Opening and verifying the files and folders of a store, and the folders above an executable.
 #pragma once
 
 #include <vector>
@@ -13,23 +13,24 @@ constexpr const WCHAR* kLifecycleLock = TEXT(".lifecycle.lock");
 constexpr const WCHAR* kRecoveryLock = TEXT(".recovery.lock");
 constexpr const WCHAR* kWriterLock = TEXT(".writer.lock");
 constexpr const WCHAR* kDisplayLock = TEXT(".display.lock");
-constexpr std::size_t kMaxPathUnits = 260;  // a full path that a call names is shorter
+constexpr std::size_t kMaxPathUnits = 260;  // the paths in calls must be shorter
 
-// The full path of this process's image. False with ERROR_FILENAME_EXCED_RANGE when it has 260 units or more.
+// The full path of this process's image. ERROR_FILENAME_EXCED_RANGE if it has 260 units or more.
 bool readOwnPath(WideString& path, DWORD& err);
 
-// Whether the handle is a folder or a plain file with one link, and no reparse point; and with an owner given, whether
-// the object is the owner's and allows nobody else anything.
+// Verifies an open handle: it is a folder, or a file with one link, as expected, and not a reparse point. If `ownerSid`
+// is not null, it must also be owned by that user and allow nobody else access.
 bool verifyHandle(HANDLE handle, bool expectDirectory, PSID ownerSid, DWORD& err);
 
-// Opens a folder to stay where it is: nobody can rename or delete it meanwhile. `extraAccess` is READ_CONTROL where an
-// owner is given, and DELETE besides to rename the folder. No handle on failure.
+// Opens a folder so that nobody can rename or delete it meanwhile, and verifies it. `extraAccess` needs READ_CONTROL if
+// `ownerSid` is not null, and DELETE to rename the folder. Empty on failure.
 OwnedHandle openDirectory(const WideString& path, DWORD extraAccess, PSID ownerSid, DWORD& err);
 
-// An existing file, opened as itself and never through a link. Not verified.
+// Opens an existing file, or the link itself if it is one. The handle is not verified.
 OwnedHandle openExistingFile(const WideString& path, DWORD access, DWORD shareMode, DWORD& err);
 
-// What SetFileInformationByHandle takes to rename to a full path: made first, so that the rename itself needs nothing.
+// The argument with which SetFileInformationByHandle renames to a full path. Built before the rename, so that the
+// rename itself allocates nothing.
 class RenameRequest {
   public:
     RenameRequest(const WideString& newPath, bool replace);
@@ -38,7 +39,7 @@ class RenameRequest {
 
   private:
     DWORD size_;
-    std::vector<ULONGLONG> buffer_;  // a FILE_RENAME_INFO, aligned, and the path
+    std::vector<ULONGLONG> buffer_;  // an aligned FILE_RENAME_INFO followed by the path
 };
 // Deletes the open file when its last handle closes.
 bool deleteHandle(HANDLE handle, DWORD& err);
@@ -52,15 +53,15 @@ struct QueueStore::Impl {
     PSID owner() const { return sidOf(userSid); }
     WideString pathOf(const WideString& name) const { return joinPath(rootPath, name); }
 
-    // Takes the lock of the store or of a queue, making its file on first use. No handle on failure.
+    // Takes a lock of the store or of a queue; creates the lock file if it is missing. Empty on failure.
     OwnedHandle openLockFile(const WideString& path, DWORD& err);
 
     WideString rootPath;
     SidBytes userSid;
-    std::vector<OwnedHandle> pinnedDirectories;  // the drive's root first, the store's last
+    std::vector<OwnedHandle> pinnedDirectories;  // from the drive's root to the store's root
     LocalBlock storeAcl;
     SECURITY_DESCRIPTOR storeDescriptor = {};
-    SECURITY_ATTRIBUTES storeAttributes = {};  // for new objects: the user's, and nobody else's
+    SECURITY_ATTRIBUTES storeAttributes = {};  // for new objects: owned by the user, access for the user only
 
   private:
     bool makeDescriptor(DWORD& err);
@@ -73,7 +74,7 @@ inline ULONGLONG sizeOf(const WIN32_FIND_DATAW& entry) {
     return (ULONGLONG{entry.nFileSizeHigh} << 32) | entry.nFileSizeLow;
 }
 
-// The entries of a folder. If FindClose fails in the destructor, a debug line says so.
+// Lists the entries of a folder. If FindClose fails in the destructor, a debug line says so.
 class DirectorySearch {
   public:
     explicit DirectorySearch(const WideString& pattern, const WCHAR* closeFailure);
@@ -81,9 +82,9 @@ class DirectorySearch {
     DirectorySearch(const DirectorySearch&) = delete;
     DirectorySearch& operator=(const DirectorySearch&) = delete;
 
-    // The next entry, valid until the call after; null at the end, which error() tells from a failure.
+    // The next entry, valid until the next call; null at the end and on failure: error() says which.
     const WIN32_FIND_DATAW* next();
-    // Why there is no further entry: ERROR_NO_MORE_FILES at the end of a search that found something.
+    // Why there is no next entry: ERROR_NO_MORE_FILES at the end.
     DWORD error() const { return error_; }
     bool isOpen() const { return search_ != INVALID_HANDLE_VALUE; }
     bool close(DWORD& err);

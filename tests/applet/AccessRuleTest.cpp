@@ -64,10 +64,10 @@ TEST(AccessRule, onlyAllowingEntriesOfTheOwnerMakeAnObjectTheOwnersAlone) {
     };
     for (Row row : rows) {
         Bytes list = listOf(row.entries), wanted = user;
-        EXPECT_EQ(isOwnersAlone(row.owner.data(), reinterpret_cast<PACL>(list.data()), wanted.data()), row.isGood)
+        EXPECT_EQ(allowsOwnerOnly(row.owner.data(), reinterpret_cast<PACL>(list.data()), wanted.data()), row.isGood)
             << row.what;
     }
     Bytes list = listOf({own}), owner = user, wanted = user;
-    EXPECT_FALSE(isOwnersAlone(nullptr, reinterpret_cast<PACL>(list.data()), wanted.data())) << "no owner";
-    EXPECT_FALSE(isOwnersAlone(owner.data(), nullptr, wanted.data())) << "no list, which lets everybody in";
+    EXPECT_FALSE(allowsOwnerOnly(nullptr, reinterpret_cast<PACL>(list.data()), wanted.data())) << "no owner";
+    EXPECT_FALSE(allowsOwnerOnly(owner.data(), nullptr, wanted.data())) << "no list, which lets everybody in";
 }
