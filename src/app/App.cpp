@@ -1,3 +1,5 @@
+// The start of the process: common initialization, the choice of the role, and the roles that only talk to the system
+// (task management, dispatch to sessions). Main thread.
 #include "app/App.h"
 
 #include <commctrl.h>
@@ -18,7 +20,7 @@ void initializeCommonControls() {
     INITCOMMONCONTROLSEX controls = {};
     controls.dwSize = sizeof controls;
     controls.dwICC = ICC_STANDARD_CLASSES;
-    InitCommonControlsEx(&controls);  // the program works without them
+    InitCommonControlsEx(&controls);  // failure is harmless
 }
 
 void showHelp() {
@@ -29,7 +31,7 @@ bool isAppletRole(const CommandLineOptions& options) {
     return options.appletQueue || options.appletRecover;
 }
 
-// The applet roles never open a file: their lines reach the debugger only.
+// The applet roles never open a log file: their lines go to the debugger only.
 void startLog(const CommandLineOptions& options) {
     if (isAppletRole(options)) {
         logSetLevel(options.logLevel);
@@ -75,7 +77,7 @@ int App::initialize(HINSTANCE instance, const WideString&) {
     comInitialized_ = true;
     initializeCommonControls();
 
-    // A command line that cannot be split counts as one without options.
+    // If the command line cannot be split, there are no options.
     const CommandLineOptions options = scanOptions(splitCommandLine(GetCommandLineW()));
     if (options.helpRequested) {
         showHelp();

@@ -1,12 +1,18 @@
-// The one object of the process. The entry function makes it, calls initialize once, runs the message loop if
-// initialize says so, and calls shutdown once in every case.
+// The application object. The entry function makes one, calls initialize once, runs the message loop if initialize says
+// so, and calls shutdown once in every case.
 //
-// All state of the notes lives on the main thread and changes only in the handlers of the message window. Everybody
-// else (the watcher's thread, the note windows) reaches it by posting one of the messages in common/Messages.h.
+// All state of the notes lives on the main thread and changes only in the handlers of the message window. The watcher
+// thread and the note windows post the messages of common/Messages.h to it. A note window also asks a few questions
+// directly, through window/NoteHost.h.
 //
-// App.cpp has the roles, AppletRoles.cpp those of the private queues, DisplayRole.cpp the way from the options to the
-// first note and back, MessageWindow.cpp the messages, NoteLifecycle.cpp how the open notes follow the files,
-// NoteSaving.cpp how changes go back, NoteHost.cpp what the note windows ask.
+// Where the members are defined:
+//     App.cpp            start, choice of the role, the task and dispatch roles
+//     AppletRoles.cpp    the roles of the private queues
+//     DisplayRole.cpp    the display role: start and shutdown
+//     MessageWindow.cpp  the message window and its messages
+//     NoteLifecycle.cpp  from files to open notes
+//     NoteSaving.cpp     from open notes to files
+//     NoteHost.cpp       what the note windows ask
 #pragma once
 
 #include <memory>
@@ -21,7 +27,7 @@
 #include "watch/FolderWatcher.h"
 #include "window/NoteWindow.h"
 
-// Of GDI+, which runs while the token is held.
+// Keeps GDI+ running.
 using DrawingToken = Guard<ValueTraits<ULONG_PTR, Gdiplus::GdiplusShutdown>>;
 
 class App {
@@ -30,26 +36,26 @@ class App {
     App(const App&) = delete;
     App& operator=(const App&) = delete;
 
-    // Reads the options, decides the role and runs it. Returns the exit code of the process, or kEnterMessageLoop
-    // when the display role has started. The options come from the system's own copy of the command line;
-    // `commandLine` is taken and not used. Failures are in the log, and with them nothing is shown to the user.
+    // Reads the options, chooses the role and runs it. Returns the exit code of the process, or kEnterMessageLoop when
+    // the display role has started. The options come from GetCommandLineW; `commandLine` is ignored. A failure is
+    // logged and shows nothing to the user.
     int initialize(HINSTANCE instance, const WideString& commandLine);
 
-    // Undoes what initialize has done, in order, also after a failure. Saves nothing: what an open note has not
-    // reported is lost, and native windows of notes go with the process.
+    // Undoes what initialize has done, in reverse order, also after initialize failed. Saves nothing: an edit that no
+    // note window has reported is lost. The windows of the notes are destroyed when the process ends.
     void shutdown();
 
     // For the note windows.
 
-    // Hidden; null before it is made and after shutdown.
+    // The hidden message window; null before it is created and after shutdown.
     HWND messageWindow() const { return messageWindow_; }
-    // Where the images lie that notes name; empty when there is no notes folder.
+    // The folder of the logo images that notes refer to by file name; empty when there is no notes folder.
     WideString logoFolder() const;
-    // Where a note that wants this rectangle goes without covering an open note: a free place near it, or the
-    // rectangle itself. `except`, which may be null, is not in the way.
+    // The rectangle for a note that wants `wanted`: `wanted` itself if it covers no open note, else a free place near
+    // it, else `wanted`. The note `except`, which may be null, is not counted.
     RECT resolveOverlap(const RECT& wanted, const NoteWindow* except) const;
-    // Saves every open note with a change that its file lacks, before it returns: an edit that waits for its pause, a
-    // move whose message is still in the queue, what an earlier save could not write.
+    // Saves, before it returns, every open note that differs from its file: an edit that waits for its pause, a move
+    // whose message is still queued, a change that an earlier save could not write.
     void saveUnsavedNotes();
 
   private:
@@ -107,11 +113,11 @@ class App {
     bool comInitialized_ = false;
     WideString notesFolder_;
     bool noAutostart_ = false;
-    AppletNotes::QueueLease lease_;  // held in the applet display role, and in no other
+    AppletNotes::QueueLease lease_;  // active in the role --applet-queue only
     FolderWatcher watcher_;
     OrderedMap<NoteWindowPtr> notes_;
     OwnWrites ownWrites_;
 };
 
-// Runs until the quit message, or until messages cannot be had; gives the exit code of the process.
+// Runs until WM_QUIT, or until GetMessageW fails. Returns the exit code of the process.
 int runMessageLoop();

@@ -1,5 +1,5 @@
-// The roles of the private queues: showing one, and recovering those that logons left behind. Their log lines reach the
-// debugger only.
+// The roles of the private queues: --applet-queue shows one queue, --applet-recover takes over the queues of logons
+// that have ended. Their log lines go to the debugger only. Main thread.
 #include "app/App.h"
 #include "app/ExitCode.h"
 #include "applet/AppletLaunch.h"
@@ -45,7 +45,7 @@ int runRecovery() {
     }
     QueueStore store;
     if (!store.open(context.storeRoot, sidOf(context.userSid), false, err)) {
-        if (err == ERROR_FILE_NOT_FOUND || err == ERROR_PATH_NOT_FOUND) return kSuccess;  // there is nothing to do
+        if (err == ERROR_FILE_NOT_FOUND || err == ERROR_PATH_NOT_FOUND) return kSuccess;  // no store, so no queues
         logWrite(LogLevel::Error, kComponent, TEXT("Applet recovery store rejected (err=%lu)"), err);
         return kAppletStartFailed;
     }
@@ -66,11 +66,11 @@ int App::startApplet(const CommandLineOptions& options) {
         logWrite(LogLevel::Error, kComponent, TEXT("Applet medium-integrity startup failed (err=%lu)"), err);
         return kAppletStartFailed;
     }
-    if (relaunched) return kSuccess;  // a child has taken over
+    if (relaunched) return kSuccess;  // the child process does the work
     return options.appletRecover ? runRecovery() : startAppletDisplay(options);
 }
 
-// The notes lie in the queue's folder, which is named like the instance, below the store root.
+// The notes folder is the queue's folder in the store: store root plus instance name, which is the queue name.
 int App::startAppletDisplay(const CommandLineOptions& options) {
     CommandLineOptions display = options;
     {

@@ -1,3 +1,4 @@
+// The option table and what is derived from the options. App::initialize calls scanOptions once, on the main thread.
 #include "app/CommandLine.h"
 
 #include <algorithm>
@@ -12,8 +13,8 @@ using Options = CommandLineOptions;
 
 enum class Value {
     None,
-    NextArgument,  // taken whole, whatever it looks like; an option that stands last is unknown
-    Rest,          // what stands behind the name in the same argument
+    NextArgument,  // the whole next argument, even if it looks like an option; without one the option is unknown
+    Rest,          // the rest of the same argument
 };
 
 struct Option {

@@ -1,4 +1,4 @@
-// The options of the command line and what follows from them alone. Plain functions on values.
+// The options of the command line, and the decisions that depend on them alone. Plain functions on values.
 #pragma once
 
 #include <vector>
@@ -17,21 +17,21 @@ struct CommandLineOptions {
     bool appletRecover = false;
     bool noAutostart = false;
     bool unknownSeen = false;
-    bool helpRequested = false;  // the scan ended there; the other values mean nothing
+    bool helpRequested = false;  // the scan stopped here: the other fields are not complete
 };
 
-// Reads the options from the second argument on. A later value wins over an earlier one. An argument that matches
-// nothing is only remembered; a level word that names no level is ignored.
+// Reads the options from the second argument on. A later value replaces an earlier one. An unknown argument only sets
+// `unknownSeen`; an unknown level word is ignored.
 CommandLineOptions scanOptions(const std::vector<WideString>& arguments);
 
 // Whether the options do not fit an applet role (appletQueue or appletRecover is on).
 bool appletArgumentsRejected(const CommandLineOptions& options);
 
-// What a process that is started on behalf of this one is given: instance and folder, quoted, and --no-autostart.
+// The arguments for the display processes that the task starts: instance and folder, quoted, then --no-autostart.
 WideString forwardedArguments(const CommandLineOptions& options);
 
-// Name of the scheduled task; every instance has its own.
+// The name of the scheduled task of this instance.
 WideString taskName(const WideString& instanceName);
 
-// Text of the help box.
+// The text of the help message box.
 WideString helpText();

@@ -25,7 +25,7 @@ bool isUsable(HANDLE output) {
     return output != nullptr && output != INVALID_HANDLE_VALUE;
 }
 
-// A program without a console writes to the one that it was started from, unless its output is redirected.
+// A GUI program has no console of its own: without redirected output it attaches to the console of its parent.
 DWORD findOutput(HANDLE& output) {
     output = GetStdHandle(STD_OUTPUT_HANDLE);
     if (isUsable(output)) return ERROR_SUCCESS;

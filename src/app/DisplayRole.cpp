@@ -1,4 +1,5 @@
-// The display role: from the options to the first note on the screen, and down again.
+// The display role: from the options to the first note on the screen, and the shutdown. Called by App::initialize and
+// the entry function, on the main thread.
 #include <objbase.h>
 
 #include "app/App.h"
@@ -16,7 +17,7 @@ constexpr const WCHAR* kComponent = TEXT("App");
 constexpr UINT_PTR kTimerId = 1;
 constexpr UINT kTimerPeriodMs = 5000;
 
-// What the system starts at the user's next logon: neither the instance nor any other option goes along.
+// The command that Windows runs at the user's next logon. It passes on the folder only: no instance, no other options.
 WideString autoStartCommand(const WideString& folderOption) {
     WideString command = TEXT("\"") + executablePath() + TEXT("\"");
     if (!folderOption.empty()) command += TEXT(" --folder \"") + folderOption + TEXT("\"");
@@ -37,7 +38,7 @@ int App::startDisplay(const CommandLineOptions& options) {
     const WideString suffix = instanceSuffix(options.instanceName);
     wakeUpMessage = RegisterWindowMessageW((TEXT("Vellumd.WakeUp") + suffix).c_str());
     int exitCode = kSuccess;
-    // A queue has its lease for that.
+    // In a queue the lease already keeps other processes out.
     if (!lease_.active() && !claimInstance(TEXT("Local\\Vellumd.SingleInstance.v1") + suffix, exitCode))
         return exitCode;
 
@@ -56,7 +57,7 @@ int App::startDisplay(const CommandLineOptions& options) {
     return kEnterMessageLoop;
 }
 
-// Every instance has a subfolder of its own.
+// Each instance has its own subfolder.
 int App::openNotesFolder(const CommandLineOptions& options) {
     notesFolder_ = options.folderOption.empty() ? defaultNotesFolder() : options.folderOption;
     if (notesFolder_.empty()) {
@@ -71,7 +72,8 @@ int App::openNotesFolder(const CommandLineOptions& options) {
     return kNotesFolderFailed;
 }
 
-// False when this process has to end, with `exitCode`: another one shows the notes, and has been woken.
+// False when this process has to exit with `exitCode`. If another process shows the notes already, it is told to scan
+// the folder again.
 bool App::claimInstance(const WideString& mutexName, int& exitCode) {
     instanceMutex_.reset(CreateMutexW(nullptr, TRUE, mutexName.c_str()));
     const DWORD err = GetLastError();
@@ -109,18 +111,18 @@ void App::registerAutoStart(const WideString& folderOption) {
     }
 }
 
-// What is written between the scan and the watcher's first read is noticed at the next wake-up.
+// A file that is written between the scan and the watcher's first read is found at the next wake-up only.
 void App::startWatching() {
     if (watcher_.start(notesFolder_, messageWindow_)) return;
     logWrite(LogLevel::Warn, kComponent, TEXT("FolderWatcher failed to start; new notes will not appear"));
 }
 
-// The windows of the notes stay behind, for the end of the process to take.
+// Does not destroy the windows of the notes: the end of the process does.
 void App::shutdown() {
     logWrite(LogLevel::Info, kComponent, TEXT("Shutting down"));
     watcher_.stop();
     notes_.clear();
-    // A window that stays must not find an object that is gone.
+    // If the window cannot be destroyed, its procedure must not use this object any more.
     if (messageWindow_ != nullptr && !DestroyWindow(messageWindow_))
         SetWindowLongPtrW(messageWindow_, GWLP_USERDATA, 0);
     messageWindow_ = nullptr;

@@ -1,4 +1,4 @@
-// Entry of the process: the contract query, or the App object through its life.
+// The entry point: answers the contract query, or runs the App object.
 #include "app/App.h"
 #include "app/ContractQuery.h"
 #include "app/ExitCode.h"

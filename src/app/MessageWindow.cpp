@@ -1,5 +1,5 @@
-// The hidden window that drives everything: its messages, the five-second timer, the rescue of notes that a change of
-// the displays has left off screen.
+// The hidden message window: its message loop, its message table, the five-second timer, and the rescue of notes that a
+// display change has left off screen. Main thread.
 #include "app/MessageWindow.h"
 
 #include <iterator>
@@ -26,7 +26,7 @@ bool registerMessageClass(HINSTANCE instance, WNDPROC procedure) {
     return RegisterClassExW(&description) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
 }
 
-// Frees the text when the work is done, as the message asks of its handler.
+// The handler owns the text of a message: it is freed after `work`.
 template <typename Work>
 void withText(LPARAM lParam, Work work) {
     const OwnedText text = takeText(lParam);
@@ -130,7 +130,8 @@ void App::onDisplayChange(WPARAM, LPARAM) {
         rescueFromOffScreen(*window);
 }
 
-// The stored position does not follow by itself: the note's record is brought up to date by the window's own flows.
+// Moves a note that no monitor shows to the middle of the primary one, and saves it. The record still has the old
+// position here: the window updates it with its next edit or move.
 void App::rescueFromOffScreen(NoteWindow& window) {
     RECT rect = {};
     if (window.hwnd() == nullptr) return;

@@ -3,5 +3,5 @@
 
 #include <windows.h>
 
-// Its number in this session; 0 until it is registered.
+// The number that RegisterWindowMessageW returned; 0 before.
 extern UINT wakeUpMessage;

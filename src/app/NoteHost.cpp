@@ -1,4 +1,4 @@
-// What the note windows ask of the App.
+// The functions of window/NoteHost.h: what a note window asks the App.
 #include "window/NoteHost.h"
 
 #include "app/App.h"

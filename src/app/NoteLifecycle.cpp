@@ -1,5 +1,5 @@
-// How the open notes follow the files: the files are the truth. Everything here is asked for by a message and done
-// before the next message is looked at.
+// From files to open notes: the open notes follow the files of the folder. Everything here runs on the main thread, in
+// the handler of a message.
 #include <algorithm>
 #include <vector>
 
@@ -13,22 +13,22 @@ namespace {
 
 constexpr const WCHAR* kComponent = TEXT("App");
 constexpr int kTries = 3;
-constexpr DWORD kPauseMs = 15;              // a writer is given this long to finish
+constexpr DWORD kPauseMs = 15;              // time for a writer to finish
 constexpr std::size_t kExtensionUnits = 5;  // ".json"
 
-// The file's name without its extension; empty where the name has none, as in ".json".
+// The file name without its extension; empty for ".json".
 WideString stemOf(const WideString& path) {
     const WideString name = leafName(path);
     const WideString extension = lowerExtension(name);
     return extension.empty() ? WideString() : name.substr(0, name.size() - extension.size() - 1);
 }
 
-// The note's file is named after its id. An id that only the file's content gives must not lead out of the folder.
+// The note is saved under its id. An id that comes from the content only must not lead out of the folder.
 bool hasUsableId(const WideString& path, const NoteRecord& record) {
     return !stemOf(path).empty() || isPlainStem(record.id);
 }
 
-// What is only spelled in another case keeps the spelling of the file's content.
+// The file name decides the id. If the two differ in case only, the id in the file is kept.
 void repairId(const WideString& path, NoteRecord& record) {
     WideString stem = stemOf(path);
     if (stem.empty() || equalsIgnoreCase(stem, record.id)) return;
@@ -88,7 +88,7 @@ bool App::readNote(const WideString& path, NoteRecord& record, WideString& error
     return false;
 }
 
-// Content that is no note leaves the error as it was.
+// A document without an id sets no error.
 bool App::readPrivateNote(const WideString& path, NoteRecord& record, WideString& error) const {
     std::string bytes;
     DWORD err = ERROR_SUCCESS;
@@ -126,7 +126,7 @@ void App::onFileChanged(const WideString& path) {
     loadNote(path);
 }
 
-// A save shows up as a removal too, where the file is replaced by renaming over it.
+// A save replaces the file by a rename, which the system reports as a removal, too.
 void App::onFileRemoved(const WideString& path) {
     if (ownWrites_.isOwn(path, GetTickCount64())) {
         logWrite(LogLevel::Debug, kComponent, TEXT("Ignoring own remove notification: %ls"), path.c_str());
@@ -143,21 +143,21 @@ void App::onFileRemoved(const WideString& path) {
     if (lease_.active()) cleanupStartup(TEXT("external-removal"));
 }
 
-// A queue that ran dry may have been the last one.
+// This may have been the last note in the store.
 void App::cleanupStartup(const WCHAR* occasion) const {
     DWORD err = ERROR_SUCCESS;
     if (!lease_.cleanupStartup(err) && err != ERROR_SUCCESS)
         logWrite(LogLevel::Warn, kComponent, TEXT("Applet %ls startup cleanup deferred (err=%lu)"), occasion, err);
 }
 
-// A note that could get no id of its own takes the place of the one before.
+// Without a GUID the id is empty: the next such note replaces the first.
 void App::insertNote(NoteWindowPtr window) {
     const WideString id = window->note().id;
     if (notes_.find(id) != nullptr) eraseNote(id);
     notes_.set(id, std::move(window));
 }
 
-// Closing comes first, so that the window reports nothing any more.
+// Closes first, so that the window posts no further message.
 void App::eraseNote(const WideString& id) {
     (*notes_.find(id))->close();
     notes_.erase(id);

@@ -1,4 +1,5 @@
-// The way back from an open note to its file: one message, one write. All delay is in the note window.
+// From open notes to files: saving, creating and dismissing. Called by the message handlers, on the main thread. Each
+// message writes at once: the pause after an edit is in the note window.
 #include "app/App.h"
 #include "common/Identity.h"
 #include "common/Logger.h"
@@ -11,8 +12,8 @@ constexpr const WCHAR* kComponent = TEXT("App");
 
 }  // namespace
 
-// Writes the record as the window left it. Nobody tries again after a failure: the edit stays in the window's record
-// and goes out with the next save, or at the end of the session.
+// Writes the window's current record. A failed save is not retried: the change stays in the record and is written by
+// the next save, or at the end of the session.
 bool App::saveNote(NoteWindow* window) {
     if (window == nullptr) return false;
     const NoteRecord& note = window->note();
@@ -26,7 +27,7 @@ bool App::saveNote(NoteWindow* window) {
         logWrite(LogLevel::Debug, kComponent, TEXT("Saved note id=%ls"), note.id.c_str());
         return true;
     }
-    ownWrites_.forget(path);  // the next change from outside counts
+    ownWrites_.forget(path);  // so that the next change of the file is not ignored
     logWrite(LogLevel::Error, kComponent, TEXT("saveNote failed: id=%ls path=%ls (%ls)"), note.id.c_str(), path.c_str(),
              error.c_str());
     return false;
@@ -46,7 +47,7 @@ bool App::writeNote(const WideString& path, const NoteRecord& note, WideString& 
 }
 
 void App::createNewNote() {
-    if (lease_.active()) return;  // notes come into a queue from its writer only
+    if (lease_.active()) return;  // only the writer of a queue adds notes to it
     NoteRecord record = newNoteRecord(currentUserName());
     const MonitorInfo monitor = primaryMonitor();
     record.monitorDevice = monitor.device;
@@ -60,11 +61,11 @@ void App::createNewNote() {
     NoteWindow* const added = window.get();
     insertNote(std::move(window));
     logWrite(LogLevel::Info, kComponent, TEXT("New note created: id=%ls"), id.c_str());
-    saveNote(added);  // so that its file exists from the first moment
+    saveNote(added);  // the file exists as soon as the note
 }
 
-// The window goes first where the note is a plain file: a file that cannot be deleted comes back with the next scan or
-// notice.
+// A plain note: closes the window, then deletes the file. If the file cannot be deleted, the note comes back with the
+// next scan or change report.
 void App::dismissNote(const WideString& id) {
     if (notes_.find(id) == nullptr) return;
     if (lease_.active()) {
@@ -81,7 +82,8 @@ void App::dismissNote(const WideString& id) {
     logWrite(LogLevel::Warn, kComponent, TEXT("deleteFile failed for %ls (err=%lu)"), path.c_str(), err);
 }
 
-// The file goes first: a note that cannot be removed stays, and the user is told.
+// A private note: deletes the file, then closes the window. If the file cannot be deleted, the note stays open and a
+// message box says so.
 void App::dismissPrivateNote(const WideString& id) {
     DWORD err = ERROR_SUCCESS;
     if (lease_.removeNote(id + TEXT(".json"), err)) {

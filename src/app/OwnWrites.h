@@ -1,5 +1,5 @@
-// Which files this process has written lately. The watcher reports those writes too, and such a report must not load
-// the note again. Times are ticks in milliseconds that only grow (GetTickCount64), taken by the caller.
+// Which files this process has written recently. The watcher reports those writes too, and they must not load the note
+// again. `now` is the time in milliseconds from a clock that never goes back (GetTickCount64).
 #pragma once
 
 #include <cstdint>
@@ -8,10 +8,10 @@
 
 class OwnWrites {
   public:
-    static constexpr std::uint64_t kIgnoreMs = 3000;  // reports of a file younger than this are our own
-    static constexpr std::uint64_t kForgetMs = 5000;  // older entries are of no use
+    static constexpr std::uint64_t kIgnoreMs = 3000;  // a report this soon after our write is about our write
+    static constexpr std::uint64_t kForgetMs = 5000;  // older entries are removed
 
-    // To be called before the write, so that no report of it comes too early.
+    // Call before the write, so that the report cannot arrive first.
     void mark(WideView path, std::uint64_t now) { ticks_.set(path, now); }
     bool isOwn(WideView path, std::uint64_t now) const {
         const std::uint64_t* const written = ticks_.find(path);
@@ -24,5 +24,5 @@ class OwnWrites {
     std::size_t size() const { return ticks_.size(); }
 
   private:
-    OrderedMap<std::uint64_t> ticks_;  // full path of a file to the tick of our last write of it
+    OrderedMap<std::uint64_t> ticks_;  // full path -> time of our last write
 };
