@@ -14,7 +14,7 @@
 
 namespace {
 
-// A quick conversion, so that libraries which stay in UTF-8 are not held back by the platform's.
+// A fast conversion, so that libraries that keep UTF-8 are not slowed down by the platform's conversion.
 WideString widen(std::string_view bytes) {
     WideString out(bytes.size(), WCHAR(0));
     std::size_t at = 0, to = 0;
@@ -71,7 +71,7 @@ std::string narrow(WideView text) {
     return out;
 }
 
-// Fills a record from what `Source` offers: text(key), number(object, key), flag(key).
+// Fills a record from `Source`, which offers text(key), number(object, key) and flag(key).
 template <typename Source>
 void fill(Source source, NoteRecord& record) {
     record = NoteRecord();

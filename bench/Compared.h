@@ -1,5 +1,5 @@
-// The same whole work with other libraries: the bytes of a file in, a filled record with UTF-16 text out; and the way
-// back, pretty.
+// The same work with other libraries: from the bytes of a file to a filled record with UTF-16 text, and back to
+// pretty-printed bytes.
 #pragma once
 
 #include <string>

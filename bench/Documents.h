@@ -1,4 +1,4 @@
-// The notes that are measured.
+// The notes that the benchmarks read and write.
 #pragma once
 
 #include <string>
@@ -12,6 +12,6 @@ struct Document {
     NoteRecord record;
 };
 
-// "plain" of about 0.7 KB, "rich" of about 24 KB with RTF full of escapes and text beyond ASCII, "logo" of 2 MiB with
-// an image as base64 text. All as the program itself writes them.
+// "plain" has about 0.7 KB; "rich" about 24 KB, with RTF full of escapes and non-ASCII text; "logo" 2 MiB, with an
+// image in base64. All are in the format that the program writes.
 const std::vector<Document>& documents();

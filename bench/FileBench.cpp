@@ -1,4 +1,4 @@
-// Files: what loading and saving cost over the bare calls.
+// Loading and saving files, compared with the bare system calls.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -53,7 +53,7 @@ void measureFiles(benchmark::State& state, void (*load)(const WideString&)) {
     state.SetItemsProcessed(state.iterations() * kNotes);
 }
 
-// Write, flush, close, rename.
+// The bare calls of a save: write, flush, close, rename.
 void saveBare(const WideString& path, const Document& document) {
     const WideString draft = path + TEXT(".draft");
     FileHandle file(

@@ -1,5 +1,5 @@
-// Runs the benchmarks and prints ratios: how many times the time of vellumd each of the others takes, side by side in
-// one run. Above 1 vellumd is faster.
+// Runs the benchmarks and prints ratios: the time of each competitor divided by the time of vellumd, measured in one
+// run. Above 1 vellumd is faster.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -22,7 +22,7 @@ class Ratios : public benchmark::BenchmarkReporter {
             if (run.error_occurred)
                 std::fprintf(stderr, "%s: %s\n", run.benchmark_name().c_str(), run.error_message.c_str());
             if (run.run_type != Run::RT_Aggregate || run.aggregate_name != "median") continue;
-            // "work/who", with "/real_time" behind it where the clock on the wall counts
+            // "work/who", followed by "/real_time" if real time is measured.
             std::string name = run.run_name.function_name;
             const std::size_t slash = name.find('/');
             Row& row = rowOf(name.substr(0, slash));
@@ -39,7 +39,7 @@ class Ratios : public benchmark::BenchmarkReporter {
         std::printf("\n%-14s %-14s %12s %10s %18s\n", "work", "who", "time", "MB/s", "times vellumd's");
         std::sort(rows_.begin(), rows_.end(), [](const Row& a, const Row& b) { return a.work < b.work; });
         for (Row& row : rows_) {
-            // The interleaving mixes them: vellumd first, then the fastest.
+            // Interleaving mixes the results: sort vellumd first, then by time.
             std::sort(row.entries.begin(), row.entries.end(), [](const Entry& a, const Entry& b) {
                 return (a.who == "vellumd") != (b.who == "vellumd") ? a.who == "vellumd"
                                                                     : a.nanoseconds < b.nanoseconds;
@@ -79,7 +79,7 @@ class Ratios : public benchmark::BenchmarkReporter {
 
 int main(int count, char** arguments) {
     std::vector<char*> all(arguments, arguments + count);
-    // Interleaved, so that a slow moment of the machine hits all alike.
+    // Interleaved, so that a slow moment of the machine affects all competitors.
     for (const char* option :
          {"--benchmark_repetitions=5", "--benchmark_enable_random_interleaving=true", "--benchmark_min_time=0.1"})
         all.insert(all.begin() + 1, const_cast<char*>(option));

@@ -38,7 +38,7 @@ void measureWrite(benchmark::State& state, const Document& document, std::string
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * document.bytes.size()));
 }
 
-// Nobody is compared who does other work.
+// A library whose result differs is an error: it would not do the same work.
 void demandSameRecord(const Document& document, void (*read)(const std::string&, NoteRecord&), const char* who) {
     NoteRecord record;
     read(document.bytes, record);

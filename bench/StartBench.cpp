@@ -1,5 +1,5 @@
-// The start of the display, from the options to "Started": beside a program that reads the same files and makes bare
-// windows. What a note costs must not grow with their number.
+// The start of the display role, from the options to "Started", compared with a program that reads the same files and
+// creates bare windows. The cost of one note must not grow with the number of notes.
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -77,7 +77,7 @@ double startBare(int notes) {
     return taken;
 }
 
-// Given as the time of one note.
+// Reports the time of one note.
 void measureStart(benchmark::State& state, double (*start)(int), int notes) {
     for (auto _ : state)
         state.SetIterationTime(start(notes) / notes);

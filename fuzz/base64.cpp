@@ -1,4 +1,4 @@
-// Any text: six bits a character and no more, and an appended mark changes nothing.
+// Any text: each character gives six bits, and an appended end mark changes nothing.
 #include <cstdint>
 #include <cstdlib>
 

@@ -1,4 +1,4 @@
-// Any text: a colour that is read is written in the form that reads back.
+// Any text: a colour that is read is written in a form that reads back as the same colour.
 #include <cstdint>
 #include <cstdlib>
 

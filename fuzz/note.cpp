@@ -1,4 +1,4 @@
-// Any bytes that are a note: what was read, written and read again is equal.
+// Any bytes that hold a note: after reading, writing and reading again the record is equal.
 #include <cstdint>
 #include <cstdlib>
 

@@ -1,5 +1,5 @@
-// Any text: a queue name that is read is written in the form that reads back as the same logon's; a note name that is
-// accepted can lead nowhere else.
+// Any text: a queue name that is read is written as a name of the same logon; an accepted note name cannot name a file
+// in another folder.
 #include <cstdint>
 #include <cstdlib>
 

@@ -1,4 +1,4 @@
-// Any text: a time that is read is written in a form that reads back as the same.
+// Any text: a time that is read is written in a form that reads back as the same time.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>

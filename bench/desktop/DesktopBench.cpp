@@ -1,5 +1,6 @@
-// Plays the stopwatch from outside: Vellumd.exe beside a program that makes the same windows and does nothing else.
-// Runs of the two alternate; a time is the median of its runs. The ratio is the program's number by that of the floor.
+// Measures Vellumd.exe from outside, compared with the "floor": a program that creates the same windows and does
+// nothing else. Runs of the two alternate; a time is the median of its runs. The ratio is Vellumd's number divided by
+// the floor's.
 //
 // usage: vellum-desktop-bench [TITLE]
 #include <algorithm>
@@ -22,14 +23,14 @@ namespace {
 using ProgramPtr = std::unique_ptr<Program>;
 
 constexpr double kKilobyte = 1024;
-constexpr int kDrops = 21;  // the first one is left out
+constexpr int kDrops = 21;  // the first one is not counted
 constexpr int kKeys = 5;
 constexpr double kPauseMs = 800;  // between the last key and the save
 constexpr double kKeyWatchMs = 2500;
 constexpr DWORD kIdleMs = 60000;
 constexpr DWORD kSettleMs = 1500;
 
-// Where everything lies that the runs read and write.
+// The folder of the files that the runs read and write.
 WideString workFolder() {
     return joinPath(parentPath(executablePath()), TEXT("desktop-bench"));
 }
@@ -98,7 +99,7 @@ double median(std::vector<double> values) {
 }
 
 void printRow(const char* work, const char* unit, double vellumd, double floor) {
-    if (vellumd == 0 && floor == 0) {  // some systems do not count private bytes, or what an idle process does
+    if (vellumd == 0 && floor == 0) {  // some systems do not report private bytes or the CPU time of an idle process
         std::printf("%-38s %10s %10s\n", work, "unknown", "unknown");
         return;
     }
@@ -117,7 +118,7 @@ void compareStart(int notes, int runs) {
     for (int run = 0; run <= runs; ++run) {
         const auto time = [&](const ProgramPtr& program) { return program->waitForNotes(count, program->startedAt()); };
         const double ours = time(startVellumd(folder)), bare = time(startFloorWith(notes));
-        if (run == 0) continue;  // the files come from the disk
+        if (run == 0) continue;  // a warm-up: the files are not in the cache yet
         vellumd.push_back(ours);
         floor.push_back(bare);
     }
@@ -144,7 +145,7 @@ void compareMemory() {
     printRow("20 notes, working set", "KiB", ours20.workingSet / kKilobyte, bare20.workingSet / kKilobyte);
 }
 
-// The file is written beforehand: what counts begins with the rename.
+// The file is written before the measurement, which starts with the rename.
 double dropNote(Program& program, const WideString& folder, int number, std::size_t expected) {
     const WideString file = fileOf(folder, number), waiting = file + TEXT(".new");
     saveNoteFile(waiting, noteAt(number), nullptr);
@@ -176,10 +177,11 @@ struct Stamp {
     bool operator!=(const Stamp& other) const { return written != other.written || size != other.size; }
 };
 
-// Asks without opening the file: an open file cannot be replaced.
+// Does not open the file: an open file cannot be replaced.
 Stamp stampOf(const WideString& file, const Stamp& before) {
     WIN32_FILE_ATTRIBUTE_DATA data = {};
-    if (!GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &data)) return before;  // just being replaced
+    if (!GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &data))
+        return before;  // it is being replaced right now
     const FILETIME& time = data.ftLastWriteTime;
     return {ULONGLONG{time.dwHighDateTime} << 32 | time.dwLowDateTime, data.nFileSizeLow};
 }

@@ -1,7 +1,7 @@
-// The least that shows the windows of notes: no files, no format, no log, no edits, no saves.
+// The least program that shows the windows of notes: no files, no format, no log, no edits, no saves.
 //
-//   vellum-desktop-floor show COUNT     shows so many notes and idles
-//   vellum-desktop-floor watch FOLDER   shows one more whenever a .json file appears in the folder
+//   vellum-desktop-floor show COUNT     shows COUNT notes and waits
+//   vellum-desktop-floor watch FOLDER   shows one more note for each .json file that appears in the folder
 #include <windows.h>
 
 #include <richedit.h>
@@ -17,7 +17,7 @@ using Text = std::basic_string<WCHAR>;
 
 constexpr COLORREF kColor = 0x004DEBFE;
 constexpr LONG kHeader = 26, kFooter = 20, kPad = 10;
-constexpr int kFirstWatched = 55;  // in the lower half of the grid, away from the notes of the other program
+constexpr int kFirstWatched = 55;  // in the lower half of the grid, so that it does not cover the notes of Vellumd
 
 struct Shared {
     HINSTANCE instance;
@@ -69,7 +69,7 @@ void fillNote(HWND window) {
     SetWindowTextW(bodyEdit, VELLUM_BENCH_BODY);
     SendMessageW(titleEdit, WM_SETFONT, reinterpret_cast<WPARAM>(makeFont(14, 700)), TRUE);
     SendMessageW(bodyEdit, WM_SETFONT, reinterpret_cast<WPARAM>(makeFont(12, 400)), TRUE);
-    makeFont(10, 400);  // a note's footer has one too
+    makeFont(10, 400);  // like the footer of a note
 }
 
 void showNote() {
@@ -101,7 +101,7 @@ void showNew(const BYTE* records) {
     }
 }
 
-// False when the quit message came.
+// False after WM_QUIT.
 bool pump() {
     MSG message = {};
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {

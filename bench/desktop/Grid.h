@@ -1,4 +1,4 @@
-// Where the windows of both programs stand: side by side, so that none has to make room and all are painted whole.
+// The places of the windows of both programs: side by side, so that none is moved and all are painted completely.
 #pragma once
 
 #include <windows.h>
@@ -8,13 +8,13 @@ constexpr int kGridRows = 10;
 constexpr LONG kGridStep = 270;
 constexpr LONG kNoteExtent = 260;  // width and height
 
-// Cells start anew behind the last one.
+// The cells repeat after the last one.
 inline POINT gridCell(int number) {
     const int cell = number % (kGridColumns * kGridRows);
     return {cell % kGridColumns * kGridStep, cell / kGridColumns * kGridStep};
 }
 
-// What both programs are given to show.
+// The texts that both programs show.
 #define VELLUM_BENCH_TITLE TEXT("Shopping list")
 #define VELLUM_BENCH_BODY                                                           \
     TEXT("Bread, two litres of milk, and the small screws for the shelf.\r\nCall ") \

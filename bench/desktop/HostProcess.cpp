@@ -15,7 +15,7 @@ std::string textOf(const fs::path& file) {
 }
 
 bool runs(const fs::path& process, const std::string& executable) {
-    const std::string image = textOf(process / "cmdline").c_str();  // to the end of the first argument
+    const std::string image = textOf(process / "cmdline").c_str();  // up to the end of the first argument
     return image.ends_with(executable);
 }
 

@@ -1,12 +1,12 @@
-// What Linux knows of a process that runs under Wine, which itself tells nothing of that: Z: shows /proc.
+// What Linux reports about a process under Wine, read from /proc through drive Z: (Wine itself does not report it).
 #pragma once
 
 #include <string>
 
 struct Activity {
     double cpuMilliseconds = 0;
-    double wakeUps = 0;  // how often a thread went to sleep, and so was woken
+    double wakeUps = 0;  // voluntary context switches: each ends with a wake-up
 };
 
-// Of all threads, from their start; zeros where there is no such process, as on Windows.
+// The sums over all threads since their start. Zeros if there is no such process, as on Windows.
 Activity hostActivity(const std::string& executable);

@@ -67,7 +67,7 @@ Program::~Program() {
     WaitForSingleObject(process_.get(), 5000);
 }
 
-// A window is asked for its class once: the questions would weigh on what they measure.
+// Each window is asked for its class only once, because the question itself costs time.
 void Program::findNotes() {
     std::vector<HWND> all;
     EnumWindows(gather, reinterpret_cast<LPARAM>(&all));
@@ -92,14 +92,14 @@ bool Program::areShown(std::size_t count) {
     findNotes();
     const std::vector<HWND> windows = notes();
     if (windows.size() < count || !std::all_of(windows.begin(), windows.end(), IsWindowVisible)) return false;
-    // An answer comes when the program has gone back to its messages.
+    // The program answers when it is back in its message loop.
     DWORD_PTR answer = 0;
     SendMessageTimeoutW(windows.back(), WM_NULL, 0, 0, SMTO_NORMAL, kAnswerMs, &answer);
     return std::all_of(windows.begin(), windows.end(), isWhollyPainted);
 }
 
-// Looking for windows takes the system's time from the program: a start is left alone until the program waits for
-// messages, and then one question, for the window on top, tells when to look again.
+// Enumerating windows slows the program down. So during a start this waits until the program waits for messages, and
+// then only looks at the topmost window before it enumerates again.
 double Program::waitForNotes(std::size_t count, double since) {
     if (!hasBeenIdle_) WaitForInputIdle(process_.get(), static_cast<DWORD>(kLongest));
     hasBeenIdle_ = true;

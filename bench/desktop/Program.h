@@ -1,4 +1,4 @@
-// A program under the stopwatch: a process of its own, watched from outside through its windows.
+// A program that is measured: a separate process, observed through its windows.
 #pragma once
 
 #include <map>
@@ -16,15 +16,15 @@ double nowInMilliseconds();
 
 class Program {
   public:
-    // Starts the executable that lies beside this one. Ends this process with a message when it cannot be started.
+    // Starts an executable in the folder of this one. On failure prints a message and ends this process.
     Program(const WideString& executable, const WideString& arguments, const WideString& noteClass);
     // Ends the program.
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    // Waits until so many notes are visible and they and their controls are painted; gives the milliseconds since
-    // `since`. Ends this process with a message when that takes a minute.
+    // Waits until `count` notes are visible and painted with their controls. Returns the milliseconds since `since`.
+    // After a minute prints a message and ends this process.
     double waitForNotes(std::size_t count, double since);
     double startedAt() const { return startedAt_; }
 
@@ -37,7 +37,7 @@ class Program {
     void waitForNewTop();
 
     WideString noteClass_;
-    std::map<HWND, bool> known_;  // every top-level window that was seen: whether it is a note of this program
+    std::map<HWND, bool> known_;  // every top-level window seen so far, and whether it is a note of this program
     KernelHandle process_;
     DWORD id_ = 0;
     double startedAt_ = 0;
