@@ -1,6 +1,5 @@
 #!/bin/bash
-# The one door to building, running and testing vellumd. Every command installs what it needs on Debian 12 and can be
-# run again at no cost.
+# Builds, runs and tests vellumd. Every command installs what it needs on Debian 12 and can be repeated at any time.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -9,26 +8,26 @@ usage() {
 usage: ./dev.sh COMMAND
 
   run [FOLDER]            builds Vellumd.exe and shows the notes of the folder (default: a copy of the samples) under
-                          Wine: on the display if there is one, else on a virtual one, with a picture in
+                          Wine: on your display, or without one on a virtual display, with a picture in
                           build/notes.png
   test                    builds both platforms and runs every test; ends with "N passed, N failed"
   build native|windows    build/native/Vellumd (Linux, sanitizers) with the tools that the samples use, or
                           build/windows/Vellumd.exe
-  bench [OPTION...]       reading and writing notes beside well-known libraries; prints times and ratios. Options are
-                          those of Google Benchmark
-  bench desktop           Vellumd.exe under Wine beside a bare program with the same windows: starts, memory, arrivals,
-                          saves, idling; on one core and then on all
-  fuzz [SECONDS]          feeds damaged input to the parsers for that long each (30); stops at the first finding
-  soak [MINUTES] [SEED]   writers, users, logons and kills at random over one machine of the stand-in (3 minutes); ends with
-                          the accounts of every note. A seed repeats the plan; --plan prints it
-  soak wine [MINUTES] [SEED]  the same over the plain display under Wine
+  bench [OPTION...]       compares reading and writing notes with well-known libraries; prints times and ratios. Takes
+                          the options of Google Benchmark
+  bench desktop           compares Vellumd.exe under Wine with a minimal program that has the same windows: start,
+                          memory, new notes, saves, idle time; on one core, then on all
+  fuzz [SECONDS]          feeds damaged input to each parser for SECONDS (30); stops at the first failure
+  soak [MINUTES] [SEED]   runs random writers, users, logons and kills on one machine of the stand-in for MINUTES (3),
+                          then checks every note. The same seed gives the same plan; --plan prints it
+  soak wine [MINUTES] [SEED]  the same for the plain display role under Wine
   format                  formats the sources
 TEXT
 }
 
 say() { printf '== %s\n' "$*"; }
 
-# Installs the packages that are missing.
+# need PACKAGE...: installs the missing packages.
 need() {
     local missing=()
     for package in "$@"; do
@@ -47,7 +46,7 @@ need_native() { need cmake ninja-build g++ googletest libstb-dev python3; }
 need_windows() { need cmake ninja-build g++-mingw-w64-x86-64-posix googletest python3; }
 need_wine() { need wine wine64 xvfb xauth; }
 
-cmake_options=()  # for the next build
+cmake_options=()  # used by the next build
 
 # build PRESET [TARGET...]
 build() {
@@ -59,7 +58,7 @@ build() {
     cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 
-# run_tests NAME COMMAND...: the command writes build/reports/NAME.xml
+# run_tests NAME COMMAND...: runs a command that writes build/reports/NAME.xml
 run_tests() {
     local name=$1
     shift
@@ -89,7 +88,7 @@ command_test() {
     /usr/bin/python3 tools/summary.py "${reports[@]}"
 }
 
-# The notes of a folder; without one, the samples, in a copy, so that they stay as they are.
+# Shows the notes of a folder. The default is a copy of the samples, because the program changes its notes.
 command_run() {
     need_windows
     need_wine
@@ -108,14 +107,14 @@ command_run() {
         VELLUM_ON_DISPLAY=1 tools/wine-session.sh wine build/windows/Vellumd.exe --no-autostart \
             --folder "Z:${folder//\//\\}" || status=$?
     else
-        say "there is no display: showing the notes of $folder on a virtual one"
+        say "no display: showing the notes of $folder on a virtual one"
         tools/wine-session.sh tools/picture-of-notes.sh "$folder" build/notes.png || status=$?
         [ $status -ne 0 ] || say "the picture is build/notes.png"
     fi
     return $status
 }
 
-# Large enough for 100 notes side by side: those that cover each other are moved and painted in part.
+# Large enough for 100 notes side by side: overlapping notes would be moved and painted partly.
 on_large_desktop() { tools/wine-session.sh timeout 400 wine explorer /desktop=bench,3000x2800 "$@"; }
 
 command_bench_desktop() {
@@ -154,10 +153,10 @@ command_fuzz() {
         VELLUM_MACHINE=$PWD/build/fuzz-machine "build/native-fuzz/fuzz-$target" -max_total_time="$seconds" -max_len=4096 \
             -print_final_stats=1 -artifact_prefix="build/fuzz-$target-" \
             "build/fuzz-corpus/$target" "fuzz/corpus/$target" >"build/fuzz-$target.log" 2>&1 ||
-            { tail -n 60 "build/fuzz-$target.log"; say "a finding: build/fuzz-$target-*"; exit 1; }
+            { tail -n 60 "build/fuzz-$target.log"; say "a failure: build/fuzz-$target-*"; exit 1; }
         grep -E 'number_of_executed_units' "build/fuzz-$target.log"
     done
-    say "no findings"
+    say "no failures"
 }
 
 command_soak() {

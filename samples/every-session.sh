@@ -1,7 +1,7 @@
 #!/bin/bash
-# Shows how every session gets its notes: registers the scheduled task on a throw-away machine with five sessions, looks
-# at the display processes it starts, kills one, fires the task again, and removes it. Needs ./dev.sh build native.
-# Ends with 0 when all went as told; everything it started is ended by then.
+# Shows how every session gets its notes: registers the scheduled task on a temporary machine with five sessions, lists
+# the display processes that it starts, kills one, runs the task again, and removes it. Needs ./dev.sh build native.
+# Exits with 0 if everything worked. In every case it ends all processes that it started.
 #
 #   samples/every-session.sh [FOLDER WITH THE BUILT PROGRAMS]
 set -u
@@ -13,12 +13,12 @@ task='Ombrel Agent Display Notes'
 fail() { printf 'FAILED: %s\n' "$*" >&2; tail -n 20 "$VELLUM_MACHINE"/drive_c/ProgramData/*/Logs/*.log >&2; exit 1; }
 
 elevated() { VELLUM_TOKEN='eve@3 high' "$build/Vellumd" "$@" 2>/dev/null; }
-fire() { "$build/vellum-fire-task" "$task" || fail 'the task cannot be fired'; }
+fire() { "$build/vellum-fire-task" "$task" || fail 'the task cannot be run'; }
 
-# How often the dispatcher has ended, whatever came of it.
+# How often the dispatcher has ended, with or without success.
 dispatches() { cat "$VELLUM_MACHINE"/drive_c/ProgramData/*/Logs/Vellumd_0_*.log 2>/dev/null | grep -c 'Shutting down'; }
 has_dispatched() { [ "$(dispatches)" -ge "$1" ]; }
-# Waits until the dispatcher has ended for the N-th time.
+# wait_for_dispatch N: waits until the dispatcher has ended N times.
 wait_for_dispatch() { wait_until has_dispatched "$1" || fail "run $1 of the dispatcher has not ended"; }
 # The processes of the program on this machine.
 running() {
@@ -27,7 +27,7 @@ running() {
         [ "$(readlink "${place%environ}exe")" = "$build/Vellumd" ] && echo "$place"
     done
 }
-# Whether exactly the sessions with a user have one display each, and those that found one there have ended.
+# Whether each session with a user has one display process, and no extra process is left.
 are_served() {
     [ "$(running | wc -l)" = 3 ] || return
     counts="$(for session in 0 1 2 3 4; do displays $session | wc -l; done | xargs)"
@@ -66,32 +66,32 @@ elevated = yes
 state = connected
 END
 
-say 'An ordinary user may not register'
+say 'An ordinary user cannot register the task'
 VELLUM_TOKEN=ann@2 "$build/Vellumd" --register 2>/dev/null
 status=$?
 [ $status = 11 ] || fail "--register ended with $status"
 [ -z "$(ls "$VELLUM_MACHINE/tasks" 2>/dev/null)" ] || fail 'there is a task'
 
-say 'An elevated administrator registers; the first run serves every session at once'
+say 'An elevated administrator registers the task; its first run serves every session'
 elevated --register || fail "--register ended with $?"
 cat "$VELLUM_MACHINE/tasks/$task.txt"
 wait_for_dispatch 1
 wait_for_displays
 
-say 'Fired again: still one each'
+say 'The task runs again: still one process for each session'
 fire
 wait_for_dispatch 2
 wait_for_displays
 
 victim=$(displays 2)
-say "Killed in session 2: $victim. Fired again: it is back"
+say "Process $victim in session 2 is killed. The task runs again: session 2 has a new one"
 kill_and_wait "$victim"
 fire
 wait_for_dispatch 3
 wait_for_displays
 [ "$(displays 2)" != "$victim" ] || fail 'the same process'
 
-say 'Removed, twice; what runs keeps running'
+say 'The task is removed, twice; the display processes keep running'
 elevated --delete || fail "--delete ended with $?"
 elevated --delete || fail "the second --delete ended with $?"
 [ -z "$(ls "$VELLUM_MACHINE/tasks")" ] || fail 'there is still a task'

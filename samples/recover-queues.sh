@@ -1,7 +1,7 @@
 #!/bin/bash
-# Shows what becomes of a private queue, from its first note to its last, through the end of its logon: on a throw-away
-# machine, with a writer, recovery passes and display processes that are processes of their own. Needs ./dev.sh build
-# native. Ends with 0 when all went as told; everything it started is ended by then.
+# Shows a private queue from its first note to its last, through the end of its logon. Writer, recovery passes and
+# display processes are real processes on a temporary machine. Needs ./dev.sh build native. Exits with 0 if everything
+# worked. In every case it ends all processes that it started.
 #
 #   samples/recover-queues.sh [FOLDER WITH THE BUILT PROGRAMS]
 set -u
@@ -12,7 +12,7 @@ build=$(realpath "${1:-build/native}")
 said=$VELLUM_MACHINE/said.txt
 fail() { printf 'FAILED: %s\n' "$*" >&2; cat "$said" >&2; exit 1; }
 
-# The first argument is the session that the command runs in.
+# writer SESSION COMMAND...: runs the writer in a session.
 writer() { VELLUM_TOKEN="ann@$1" "$build/vellum-applet-writer" "${@:2}" || fail "the writer: ${*:2}"; }
 # pass SESSION EXPECTED-CODE COUNTER...: runs a recovery pass of the staged program and shows how it ended.
 pass() {
@@ -26,7 +26,7 @@ pass() {
         grep -aq "$counter" "$said" || fail "no $counter"
     done
 }
-# What a session shows: the title of each note on its screen.
+# shown SESSION: the titles of the notes on the screen of a session.
 shown() {
     local display
     for display in $(displays "$1"); do
@@ -41,7 +41,8 @@ ASK
 }
 shows() { [ "$(shown "$1" | xargs)" = "$2" ]; }
 is_settled() { shows "$1" "$2" || grep -aq 'lease rejected (err=32)' "$said"; }
-# A display that finds the store locked by the pass that started it ends at once; the next pass starts it again.
+# expect_shown SESSION TITLES. A display process exits at once if the pass that started it still has a lock; the next
+# pass starts it again.
 expect_shown() {
     for _ in $(seq 20); do
         wait_until is_settled "$1" "$2"
@@ -51,18 +52,18 @@ expect_shown() {
     shows "$1" "$2" || fail "session $1 shows: $(shown "$1" | xargs)"
     echo "   session $1 shows: ${2:-nothing}"
 }
-# hold SESSION: holds the writer's lock of the queue until let_go.
+# hold SESSION: holds the writer's lock of the queue until release.
 hold() {
     VELLUM_TOKEN="ann@$1" "$build/vellum-applet-writer" hold "$queue" 60 > "$VELLUM_MACHINE/hold.txt" &
     holder=$!
     wait_until grep -q held "$VELLUM_MACHINE/hold.txt" || fail 'the lock is not held'
 }
-let_go() { kill $holder; wait $holder 2> /dev/null; rm "$VELLUM_MACHINE/hold.txt"; }
+release() { kill $holder; wait $holder 2> /dev/null; rm "$VELLUM_MACHINE/hold.txt"; }
 queues() { for queue_folder in "$store"/applet-*; do echo "   ${queue_folder##*/}: $(ls "$queue_folder" | xargs)"; done; }
 end_displays() { for display in $(displays "$1"); do kill_and_wait "$display"; done; }
 has_value() { [ -n "$(find "$VELLUM_MACHINE/registry" -name 'OmbrelAppletNotes*')" ]; }
 
-# Ann is logged on twice; her logon in session 1 ends later on.
+# Ann is logged on twice; her logon in session 1 ends later.
 describe() {
     cat > "$VELLUM_MACHINE/new.txt" <<END_OF_MACHINE
 [user ann]
@@ -80,7 +81,7 @@ user = ann
 logon = 0x1A10
 logon time = 0x1DC2F6A5B3C4D10'
 
-say 'The writer makes a store, stages the program and makes a queue for its logon'
+say 'The writer creates a store, stages the program and creates a queue for its logon'
 queue=$(writer 1 queue) || exit 1
 store=$(dirname "$(find "$VELLUM_MACHINE/drive_c" -name "$queue")")
 writer 1 stage "$build/Vellumd"
@@ -91,49 +92,49 @@ writer 1 note "$queue" note_second 'The second note'
 queues
 has_value || fail 'no auto-start value'
 
-say 'Being written: a pass puts the queue off'
+say 'Being written: a pass leaves the queue for later'
 hold 1
 pass 1 17 deferred=1
 shows 1 '' || fail 'something is shown'
-let_go
+release
 
-say 'Waiting: the next pass of the logon shows it'
+say 'Waiting: the next pass of the logon starts a display process'
 pass 1 0 dispatched=1
 expect_shown 1 'note_first note_second'
 
-say 'Displayed: a further pass disturbs nothing, and in another logon it counts as live'
+say 'Displayed: another pass changes nothing; in another logon the queue counts as live'
 pass 1 0
 expect_shown 1 'note_first note_second'
 pass 2 0 live=1 dispatched=0
 expect_shown 2 ''
 
-say 'The display is killed: the queue waits again, and is shown again'
+say 'The display process is killed: the queue waits, and the next pass shows it again'
 end_displays 1
 expect_shown 1 ''
 pass 1 0 dispatched=1
 expect_shown 1 'note_first note_second'
 
-say 'The logon ends: the queue is orphaned. While a writer is at it, a pass leaves it'
+say 'The logon ends: the queue is orphaned. While a writer has its lock, a pass leaves it for later'
 end_displays 1
 describe ''
 hold 2
 pass 2 17 claimed=0 deferred=1
-let_go
+release
 queues
 
-say 'The next pass of the later logon claims it, and shows it there'
+say 'The next pass of the later logon claims the queue and shows it there'
 pass 2 0 claimed=1 dispatched=1
 queues
 [ -d "$store/$queue" ] && fail 'the queue has its old name'
 expect_shown 2 'note_first note_second'
 
-say 'Something strange in the store: a pass fails, and touches nothing'
+say 'An unexpected folder in the store: a pass fails and changes nothing'
 mkdir -m 700 "$store/applet-x"
 pass 2 16 failed=1
 rmdir "$store/applet-x"
 expect_shown 2 'note_first note_second'
 
-say 'The notes are deleted: the display stays and shows nothing; the queue is drained; the program no longer starts by itself'
+say 'The notes are deleted: the display process stays, the queue is empty, the auto-start value is removed'
 rm "$store"/applet-*/note_*.json
 expect_shown 2 ''
 [ -n "$(displays 2)" ] || fail 'the display has ended'

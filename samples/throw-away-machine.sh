@@ -1,5 +1,5 @@
-# For the scripts beside it, which source it: a machine of the stand-in that lasts as long as the script, and a look at
-# what runs on it. Expects in $build the folder with the built programs.
+# Sourced by the other scripts of this folder: creates a machine of the stand-in that exists as long as the script runs,
+# and finds the processes on it. $build must be the folder with the built programs.
 for program in Vellumd vellum-fire-task vellum-applet-writer; do
     [ -x "$build/$program" ] || { echo "$build/$program is missing: run ./dev.sh build native" >&2; exit 1; }
 done
@@ -12,7 +12,7 @@ is_alive() { grep -qs '^State:[[:space:]]*[^ZX[:space:]]' "/proc/$1/status"; }
 is_over() { ! is_alive "$1" && [ "$(ls "/proc/$1/task" 2>/dev/null | wc -l)" -le 1 ]; }
 kill_and_wait() { kill -9 "$1" && wait_until is_over "$1"; }
 
-# The processes that show notes in a session: each has a socket there that bears its number.
+# displays SESSION: the processes that show notes in a session. Each has a socket there, named after its process id.
 displays() {
     local socket
     for socket in "$VELLUM_MACHINE/desktops/$1"/*; do
@@ -20,8 +20,8 @@ displays() {
     done
 }
 
-# Whatever runs on this machine, and nothing else, has its name in the environment; what is just being started shows
-# none for a moment.
+# Kills the processes of this machine: they have its folder in their environment. A process that is just starting shows
+# no environment for a moment, so look three times.
 finish() {
     local place
     trap - EXIT
@@ -38,7 +38,7 @@ trap finish EXIT
 trap 'exit 1' INT TERM
 
 say() { printf '\n== %s\n' "$*"; }
-# wait_until CONDITION...: gives it 30 seconds
+# wait_until CONDITION...: waits at most 30 seconds
 wait_until() {
     for _ in $(seq 600); do
         "$@" && return

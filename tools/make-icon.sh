@@ -1,5 +1,6 @@
 #!/bin/bash
-# Makes src/resources/Vellumd.ico from the drawing beside it. Needs the Debian packages librsvg2-bin and icoutils.
+# Makes src/resources/Vellumd.ico from vellumd.svg in the same folder. Needs the Debian packages librsvg2-bin and
+# icoutils.
 set -eu
 cd "$(dirname "$0")/../src/resources"
 work=$(mktemp -d)

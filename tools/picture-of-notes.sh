@@ -1,6 +1,6 @@
 #!/bin/bash
-# picture-of-notes.sh FOLDER PICTURE: shows the notes of a folder inside the Wine session that it runs in, and takes a
-# picture of the screen when every note is on it.
+# picture-of-notes.sh FOLDER PICTURE: shows the notes of a folder in the current Wine session, and takes a picture of
+# the screen when all notes are shown.
 set -u
 cd "$(dirname "$0")/.."
 folder=$1 picture=$2
@@ -13,7 +13,7 @@ for _ in $(seq 300); do
     if log | tail -n 50 | grep -q 'Started; '; then break; fi
     sleep .1
 done
-sleep 1.5  # the last frame
+sleep 1.5  # until the last note is painted
 import -window root "$picture"
 status=$?
 kill "$program" 2>/dev/null

@@ -1,15 +1,15 @@
 #!/bin/bash
-# wine-session.sh COMMAND...: runs a command inside a warm Wine session of its own and ends what it started. The exit
-# status is that of the command. With VELLUM_ON_DISPLAY=1 windows appear on $DISPLAY; otherwise the session has a
-# virtual display and, in it, a virtual desktop.
+# wine-session.sh COMMAND...: runs a command in its own Wine session and ends the session. The exit status is that of
+# the command. With VELLUM_ON_DISPLAY=1 windows appear on $DISPLAY; otherwise the session has a virtual display with a
+# virtual desktop.
 #
-# The prefix is build/wineprefix unless WINEPREFIX says otherwise; it is made on first use (about 10 seconds). One
-# session at a time uses a prefix: another one waits.
+# The prefix is $WINEPREFIX, by default build/wineprefix; it is created on first use (about 10 seconds). Only one
+# session at a time can use a prefix: a second one waits.
 set -u
 cd "$(dirname "$0")/.."
 : "${WINEPREFIX:=$PWD/build/wineprefix}"
 export WINEPREFIX WINEDEBUG=-all WINEDLLOVERRIDES='mscoree=;mshtml='
-export LC_ALL=C.UTF-8  # in the C locale Wine cannot make files whose names are not ASCII
+export LC_ALL=C.UTF-8  # in the C locale Wine cannot create files with non-ASCII names
 mkdir -p "$(dirname "$WINEPREFIX")"
 exec 9>"$WINEPREFIX.lock"
 flock 9
@@ -34,8 +34,8 @@ if [ "${VELLUM_ON_DISPLAY:-0}" != 1 ]; then
     export DISPLAY
 fi
 
-# The server has to stay, and has to be there before any other Wine process: without it each start costs seconds.
-# What it starts keeps the streams it is given for ever, so it is given none.
+# Start the server first and keep it: without it, each start of a Wine process takes seconds. Processes that it starts
+# keep their standard streams open for ever, so give them none.
 quietly() { "$@" </dev/null >/dev/null 2>&1 9>&-; }
 start_wine() {
     quietly wineserver -p
@@ -50,7 +50,7 @@ start_wine
 set_value() { quietly wine reg add "$1" /v "$2" /t "$3" /d "$4" /f; }
 desktop='HKCU\Software\Wine\Explorer'
 desktop_setting() { wine reg query "$desktop" /v Desktop </dev/null 2>/dev/null 9>&- | grep -c Default; }
-set_value 'HKCU\Software\Wine\WineDbg' ShowCrashDialog REG_DWORD 0  # a crash ends the program at once
+set_value 'HKCU\Software\Wine\WineDbg' ShowCrashDialog REG_DWORD 0  # a crashed program ends at once, without a dialog
 setting_before=$(desktop_setting)
 if [ -n "$display" ]; then
     set_value "$desktop" Desktop REG_SZ Default
@@ -59,7 +59,7 @@ if [ -n "$display" ]; then
 else
     quietly wine reg delete "$desktop" /v Desktop /f
 fi
-# The desktop is there already, as the setting was before.
+# The desktop was created with the old setting, so start Wine again.
 if [ "$(desktop_setting)" != "$setting_before" ]; then stop_wine; start_wine; fi
 
 "$@" </dev/null 9>&- &

@@ -1,9 +1,9 @@
-// A user of the notes under Wine: does what a soak asks for, line by line, and answers in the form of the stand-in's
-// driver; a line with a dot ends each answer. It sends the messages that the mouse and the keyboard would bring about,
-// so windows that cover each other do not matter.
+// Acts as a user of the notes under Wine. Reads requests line by line and answers in the format of the stand-in's
+// driver; each answer ends with a line that holds a dot. It sends the messages that mouse and keyboard would cause, so
+// it does not matter if windows cover each other.
 //
 //     displays                        the processes that have a Vellumd.MsgWindow
-//     list PROCESS                    its windows
+//     list PROCESS                    the windows of the process
 //     in WINDOW click X Y | drag X Y X Y | type TEXT
 //     close WINDOW
 #include <windows.h>
@@ -91,7 +91,7 @@ void list(DWORD process) {
         if (processOf(window) == process) describe(window, "");
 }
 
-HWND typedInto = nullptr;  // the control that was clicked last
+HWND typedInto = nullptr;  // the control that was last clicked
 
 void click(HWND window, POINT point) {
     POINT screen = point;
@@ -104,14 +104,14 @@ void click(HWND window, POINT point) {
         send(typedInto, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(point.x, point.y));
         send(typedInto, WM_LBUTTONUP, 0, MAKELPARAM(point.x, point.y));
         send(typedInto, EM_SETSEL, 0,
-             0);  // what is typed goes to the front, not into the middle of what was typed before
+             0);  // type at the start, not in the middle of an earlier text
     } else if (zone != HTCLIENT) {
         send(window, WM_NCLBUTTONDOWN, static_cast<WPARAM>(zone), at);
         send(window, WM_NCLBUTTONUP, static_cast<WPARAM>(zone), at);
     }
 }
 
-// From its caption a note is moved, from elsewhere sized at its lower right corner.
+// A drag from the caption moves the note; from elsewhere it sizes the lower right corner.
 void drag(HWND window, POINT from, POINT to) {
     RECT rect = {};
     GetWindowRect(window, &rect);

@@ -1,4 +1,4 @@
-"""The accounts in the end: every note, and every file of the machine."""
+"""The checks in the end: every note, and every file of the machine."""
 import re
 from collections import Counter
 
@@ -8,7 +8,7 @@ GUID = r"[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}"
 NOTES = r"drive_c/Users/\w+/AppData/Local/Quorvane/Ombrel/Notes/"
 STORE = r"drive_c/Users/ann/AppData/Local/OmbrelAppletNotes/"
 NOTE = r"([WUS]\d+|" + GUID + r")\.json"
-# The files of a machine: those that may be there, and those that killed processes leave.
+# The files of a machine: a pattern of those that are allowed, and one of those that killed processes leave.
 ON_MACHINE = "|".join((
     r"machine\.txt", r"messages\.txt", r"tasks/.*\.txt", r"mutexes/\d+/.*", r"desktops/\d+/\d+", r"registry/.*",
     r"drive_c/ProgramData/OmbrelService_Common/Logs/Vellumd_\d_\w+_\d{8}\.log(\.1)?",
@@ -33,21 +33,21 @@ def check_notes(ledger, place_of):
 
 
 def check_unfollowed(ledger, folders, authors):
-    """New notes that nobody could follow are whole as well, and there are not more than were asked for."""
+    """New notes whose file no user found must be whole, too, and there must not be more than users asked for."""
     known = {note.path for note in ledger.all("N")}
     unfollowed = [path for folder in folders for path in folder.glob("????????-*.json") if path not in known]
     asked = ledger.counts["new notes asked for"] - len(known - {None})
     if len(unfollowed) > asked:
-        ledger.problem(f"{len(unfollowed)} new notes that nobody knows, where {asked} were asked for")
+        ledger.problem(f"{len(unfollowed)} unknown new notes, but only {asked} were asked for")
     for path in unfollowed:
         content = as_note(read(path))
         if content is None or content["id"] != path.stem or content["author"] not in authors:
-            ledger.problem(f"a new note is not whole: {path}")
+            ledger.problem(f"a new note is incomplete: {path}")
 
 
 def check_files(ledger, folder, kinds, lost):
-    """No file where none belongs, and no temporary one but that of a process that was killed (`lost`): of a note it is
-    one in which a user worked on that note, in a queue it has no name."""
+    """No unexpected files. A temporary file is allowed only if its process was killed (`lost`). The name of a note's
+    temporary file says which note it is, and so which displays can have written it; in a queue it does not."""
     known, of_killed = kinds
     hands = {note.path.name + ".tmp": note.hands for note in ledger.all("USN") if note.path}
     nameless = 0
@@ -59,7 +59,7 @@ def check_files(ledger, folder, kinds, lost):
             ledger.count("temporary files of killed displays")
             nameless += path.name not in hands
         else:
-            ledger.problem(f"a file that should not be: {name}")
+            ledger.problem(f"an unexpected file: {name}")
     if nameless > len(lost):
         ledger.problem(f"{nameless} temporary files in queues, but only {len(lost)} processes were killed")
 
@@ -75,11 +75,11 @@ def check_shown(ledger, folder, display, extra=()):
     wanted = Counter(note["title"] for note in map(as_note, map(read, folder.glob("*.json"))) if note)
     shown = Counter(window.title for window in display.notes())
     if wanted != shown:
-        ledger.problem(f"process {display.pid} shows {dict(shown - wanted)} too many and lacks {dict(wanted - shown)}")
+        ledger.problem(f"process {display.pid} wrongly shows {dict(shown - wanted)} and lacks {dict(wanted - shown)}")
 
 
 def fates(ledger):
-    """How the notes of each kind ended."""
+    """A table: how many notes of each kind exist, were removed, and so on."""
     rows = []
     names = {"W": "one writer's", "U": "a user's", "S": "shared", "N": "made by users", "Q": "in queues"}
     for kind, name in names.items():

@@ -1,8 +1,8 @@
-"""What a process that lives long has open, and whether that grows."""
+"""The resources of a long-lived process, and whether they grow."""
 import pathlib
 from dataclasses import dataclass
 
-# The allocator keeps what it has got; what a note took comes and goes in other sizes.
+# The allocator keeps freed memory, so the memory of a process may grow by this much.
 MEMORY_SLACK_KB = 4096
 MEMORY_SLACK_PART = 0.25
 
@@ -14,7 +14,7 @@ class Sample:
     threads: int
     descriptors: int
     memory_kb: int
-    is_sanitized: bool  # then what was freed is kept for a while, and memory tells nothing
+    is_sanitized: bool  # a sanitizer keeps freed memory for a while: then memory is not compared
 
     def row(self):
         return {**self.counts, "threads": self.threads, "descriptors": self.descriptors, "memory KB": self.memory_kb}
@@ -28,8 +28,8 @@ def take(when, pid, counts):
 
 
 def compare(name, at_rest, after_minute, end, drained, problem):
-    """At rest and drained the process shows no note: whatever is counted is equal then. Its memory at the end is held
-    against the first minute."""
+    """`at_rest` and `drained` are samples without any note: all counts must be equal. The memory at the end is compared
+    with that after the first minute."""
     for kind, count in drained.row().items():
         if kind != "memory KB" and count != at_rest.row()[kind]:
             problem(f"{name}: {kind} grew from {at_rest.row()[kind]} to {count}")

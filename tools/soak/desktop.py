@@ -1,5 +1,5 @@
 """What a user sees and does: the notes on the desktop of one display process, through the requests that
-docs/platform.md tells of. The answers have one form, whoever gives them."""
+docs/platform.md describes. WineUser.cpp answers in the same format."""
 import re
 import socket
 from dataclasses import dataclass
@@ -27,7 +27,7 @@ class Window:
 
 
 def parse(text):
-    """The notes of a list of windows, the uppermost first."""
+    """The notes in a list of windows, the topmost first."""
     notes = []
     found = list(LINE.finditer(text))
     for match, after in zip(found, found[1:] + [None]):
@@ -72,7 +72,7 @@ class SocketDesktop(Desktop):
             raise Gone from error
 
     def ask(self, request):
-        # A socket's name may have 107 bytes: it is reached from its folder.
+        # A socket's path is limited to 107 bytes, so use a short path through its folder's descriptor.
         import os
         folder = os.open(self.path.parent, os.O_RDONLY | os.O_DIRECTORY)
         try:

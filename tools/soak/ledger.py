@@ -1,4 +1,4 @@
-"""What each writer and user did to each note, and what may have come of it."""
+"""What each writer and user did to each note, and the checks of what the file may hold then."""
 import json
 import re
 import threading
@@ -10,12 +10,12 @@ USERS_LETTERS = re.compile(r"[a-z.]")
 
 
 def written_text(text):
-    """What writers wrote of a text, without what users typed into it."""
+    """The part of a text that writers wrote, without what users typed into it."""
     return USERS_LETTERS.sub("", text)
 
 
 def read(path):
-    """The bytes of a file, None if there is none."""
+    """The bytes of a file; None if it does not exist."""
     try:
         return path.read_bytes()
     except FileNotFoundError:
@@ -23,7 +23,7 @@ def read(path):
 
 
 def as_note(content):
-    """The note that a file's content makes, None if it is none."""
+    """The note in a file's content; None if it is not a note."""
     try:
         note = json.loads((content or b"").decode("utf-8-sig"))
     except (ValueError, RecursionError):
@@ -35,8 +35,9 @@ def as_note(content):
 class Typed:
     text: str
     pid: int            # the display it was typed into
-    at: float = 0       # when the display had it all
-    state: str = "typed"  # then saved, waiting (the save failed, the display holds it) or lost (with its process)
+    at: float = 0       # when the display had received all of it
+    # "typed", then "saved", "waiting" (the save failed, the display still has it) or "lost" (its process died)
+    state: str = "typed"
 
 
 @dataclass
@@ -44,15 +45,15 @@ class Note:
     name: str
     folder: object
     path: object = None
-    expected: bytes = None      # of a note with one writer: what the file holds, None for no file
-    since: float = 0            # when it was last changed by a writer
-    versions: dict = field(default_factory=dict)   # the title and body of each version that was written
+    expected: bytes = None      # of a note with one writer: the content of the file, None for no file
+    since: float = 0            # when a writer last changed it
+    versions: dict = field(default_factory=dict)   # the title and body of each version that a writer wrote
     rubbish: set = field(default_factory=set)
     typed: list = field(default_factory=list)
-    hands: set = field(default_factory=set)  # the displays in which a user has worked on it
+    hands: set = field(default_factory=set)  # the displays in which a user has changed it
     shown: bool = False
-    made: float = 0             # when it was last made by somebody
-    removed: float = 0          # when somebody's last attempt to remove it ended
+    made: float = 0             # when it was last created
+    removed: float = 0          # when the last attempt to remove it ended
     removed_by: str = ""
 
     @property
@@ -93,16 +94,16 @@ class Ledger:
         with self.lock:
             return [note for note in self.notes.values() if note.kind in kinds]
 
-    # Checks. Each may be made while everything runs, on notes that rest.
+    # Checks. They may run at any time, for notes that nobody is changing.
 
     def check_written(self, note):
-        """A note with one writer: nobody else has touched it."""
+        """A note with one writer: nobody else has changed it."""
         found = read(note.path)
         if found != note.expected:
             self.problem(f"{note.name} is not as its writer left it: {brief(note.expected)} became {brief(found)}")
 
     def check_users(self, note, path):
-        """A note that one user has worked on: it holds what its maker wrote and all that was saved since."""
+        """A note that one user has changed: it has what its writer wrote and everything that was saved since."""
         found = read(path) if path else None
         if found is None:
             if not note.removed:
@@ -110,7 +111,7 @@ class Ledger:
             return
         content = as_note(found)
         if content is None:
-            self.problem(f"{note.name} is half: {brief(found)}")
+            self.problem(f"{note.name} is incomplete: {brief(found)}")
             return
         if content["id"] != path.stem:
             self.problem(f"{note.name} has the id {content['id']} in {path.name}")
@@ -123,19 +124,19 @@ class Ledger:
                 self.problem(f"{note.name}: {typed.text!r}, {typed.state}, is there {times} times: {title!r} {body!r}")
 
     def check_shared(self, note):
-        """A note that anybody works on: one of the versions that were written, with what users typed into it."""
+        """A shared note: one of the written versions, plus what users typed into it."""
         found = read(note.path)
         if found is None:
             if note.versions and note.removed < note.made:
-                self.problem(f"{note.name} is lost: it was made after the last removal ({note.removed_by})")
+                self.problem(f"{note.name} is lost: it was created after the last removal ({note.removed_by})")
             return
         if found in note.rubbish:
             return
         content = as_note(found)
         if content is None:
-            self.problem(f"{note.name} is half: {brief(found)}")
+            self.problem(f"{note.name} is incomplete: {brief(found)}")
         elif not is_a_version(content, note):
-            self.problem(f"{note.name} holds no version that was written: {texts_of(content)}")
+            self.problem(f"{note.name} is not one of the written versions: {texts_of(content)}")
         elif content["id"] != note.name:
             self.problem(f"{note.name} has the id {content['id']}")
 
@@ -145,7 +146,7 @@ def texts_of(content):
 
 
 def is_a_version(content, note):
-    """Whether it is a version that was written, but for what users typed into it."""
+    """Whether the content is a written version, plus what users typed into it."""
     found = [written_text(text) for text in texts_of(content)]
     return any(found == [written_text(text) for text in version] for version in note.versions.values())
 

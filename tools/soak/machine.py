@@ -22,9 +22,9 @@ class Machine:
         self.lock = threading.Lock()
         self.logons = {}  # session -> number of the logon
         self.last_logon = 0x1000
-        self.lost = set()  # processes that were killed
-        self.seen = set()  # displays that live as long as nobody kills them
-        self.left = {}     # processes that were told of the end of their session, and when
+        self.lost = set()  # processes that the soak killed
+        self.seen = set()  # displays that must live until the soak kills them
+        self.left = {}     # process -> when it was told that its session ends
         for session in USERS:
             self.begin(session)
         for user in set(USERS.values()):
@@ -67,8 +67,8 @@ class Machine:
             self.describe()
 
     def end(self, session, politely=False):
-        """Ends the logon, and with it, as Windows does, whatever runs in it; politely, what has windows hears of it
-        first."""
+        """Ends the logon and, like Windows, every process in it. `politely` first tells processes with windows that the
+        session ends."""
         for display in self.displays(session) + self.displays(session, of_queues=True) if politely else ():
             told = time.time()
             try:
@@ -88,7 +88,7 @@ class Machine:
     # Processes
 
     def processes(self):
-        """What runs on this machine and nothing else: it has the machine's name in its environment."""
+        """The processes on this machine: they have its folder in their environment."""
         mark = f"VELLUM_MACHINE={self.folder}".encode()
         for place in pathlib.Path("/proc").glob("[0-9]*/environ"):
             try:
@@ -109,7 +109,7 @@ class Machine:
                                 stderr=output)
 
     def run(self, program, *arguments, token, faults="", patience=60):
-        """The exit status and what was said. Its children may keep its streams: so they are a file, not a pipe."""
+        """The exit status and the output. A file takes the output, since child processes could keep a pipe open."""
         with tempfile.TemporaryFile() as output:
             process = self.start(program, *arguments, token=token, faults=faults, output=output)
             try:
@@ -149,8 +149,8 @@ class Machine:
                 continue
         return found
 
-    def died_alone(self):
-        """The displays that are gone though nobody killed them."""
+    def died_unexpectedly(self):
+        """The displays that have ended although the soak did not kill them."""
         for session in USERS:
             for display in self.displays(session) + self.displays(session, of_queues=True):
                 try:

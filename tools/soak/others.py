@@ -1,5 +1,5 @@
-"""What else happens on the machine: displays are killed, the disk is full for a while, logons end and begin, the
-dispatcher fires."""
+"""Other events on the machine: displays are killed, the disk is full for a while, logons end and begin, the dispatcher
+runs."""
 import datetime
 import re
 import time
@@ -12,7 +12,7 @@ DIES_AT = "FlushFileBuffers:1=kill", "MoveFileExW:1=kill", "WriteFile:1=kill"
 
 
 class Site:
-    """What users ask about the machine."""
+    """What the users of a soak need to know about the machine."""
 
     def __init__(self, machine):
         self.machine = machine
@@ -25,7 +25,7 @@ class Site:
         return self.machine.is_alive(pid)
 
     def told_of_end(self, pid):
-        """When a process was told that its session ends, 0 if it was not."""
+        """When a process was told that its session ends; 0 if it was not."""
         return self.machine.left.get(pid, 0)
 
     def leave(self, user):
@@ -35,11 +35,11 @@ class Site:
         self.machine.begin(session_of(user))
 
     def is_hindered(self, user, since, path):
-        """Whether the disk was full, or the log tells of a failed save of the note."""
-        return self.full.get(user, 0) >= since or tells_of_failed_save(self.machine.log_text(), since, path)
+        """Whether the disk was full, or the log has a failed save of the note."""
+        return self.full.get(user, 0) >= since or has_failed_save(self.machine.log_text(), since, path)
 
 
-def tells_of_failed_save(log, since, path):
+def has_failed_save(log, since, path):
     lines = re.findall(rf"^(\S+)Z .*saveNote failed: id={re.escape(path.stem)} ", log, re.M)
     times = (datetime.datetime.fromisoformat(text + "+00:00").timestamp() for text in lines)
     return any(time >= since - 1.5 for time in times)

@@ -1,12 +1,12 @@
-"""The plan of a soak: who does what, when and to which note. It is made of the seed and the length alone.
+"""The plan of a soak: who does what to which note, and when. It depends on the seed and the length only.
 
-Writers write capitals and digits, users type small letters, so that every letter of a text tells whose it is.
+Writers write upper-case letters and digits, users type lower-case letters: so each letter of a text shows who wrote it.
 
 The kinds of notes, by the first letter of their names:
-    W  written by one writer alone: the file is always what that writer left
-    U  made by a writer, then left to one user
-    S  shared: writers and users work on it at the same time
-    N  made by a user with the button of another note
+    W  changed by one writer only: the file is always as that writer left it
+    U  created by a writer, then changed by one user only
+    S  shared: writers and users change it at the same time
+    N  created by a user with the button of another note
     Q  in a private queue (the name is note_q and a number)
 """
 import random
@@ -31,19 +31,19 @@ class Step:
 
 @dataclass(frozen=True)
 class Cast:
-    """Who takes part: the writers and users with the folder of each, and what else may happen."""
+    """The actors: writers and users with their folders, and what else may happen."""
     writers: dict  # name -> folder
     users: dict    # name -> folder
-    logons: tuple = ()   # sessions that are reset and begin again
-    leaving: tuple = ()  # users who log off in order
+    logons: tuple = ()   # sessions that are ended without warning and begin again
+    leaving: tuple = ()  # users who log off normally
     killed: tuple = ()   # users whose displays are killed
-    filled: tuple = ()   # users for whom the disk is full for a while
+    filled: tuple = ()   # users whose disk is full for a while
     queues: tuple = ()   # sessions with private queues
     dispatcher: bool = False
 
 
 def letters(number):
-    """A number as four small letters and a dot, for texts that a user types: none is a part of another."""
+    """A number as four lower-case letters and a dot, for texts that a user types. No such text contains another one."""
     return "".join(chr(ord("a") + number // 26 ** place % 26) for place in (3, 2, 1, 0)) + "."
 
 
@@ -62,7 +62,7 @@ class Planner:
         return self.count
 
     def times(self, pause, start=0.0):
-        """Moments until the end, `pause` seconds apart on average."""
+        """Times until the end, `pause` seconds apart on average."""
         at = start + self.random.uniform(0, pause)
         while at < self.seconds:
             yield at
@@ -133,7 +133,7 @@ class Planner:
         for at in self.times(2.5, 2):
             dice = self.random.random()
             if len(own) < 3 or (dice < 0.15 and len(own) < 8):
-                offering = [other for other in own if other[0] == "U"]  # a user's own notes have no such button
+                offering = [other for other in own if other[0] == "U"]  # a user's own notes have no new-note button
                 if offering and self.random.random() < 0.5:
                     note = f"N{self.next()}"
                     self.add(at, actor, "new", note, self.random.choice(offering), self.next())

@@ -1,4 +1,4 @@
-"""Private queues: a writer fills them, recovery passes see to them, users work in the displays that come of it."""
+"""Private queues: a writer fills them, recovery passes start displays for them, users change the notes there."""
 import subprocess
 import time
 
@@ -23,11 +23,11 @@ class QueueSite:
         return 0
 
     def is_hindered(self, *_):
-        return True  # a pass in the store hinders a save, and no log tells of it
+        return True  # a pass that uses the store can make a save fail, and queue displays have no log file
 
 
 class QueueActor(User):
-    """`kept` is a display that is never killed."""
+    """`kept` is the process id of a display that is never killed."""
 
     def __init__(self, name, machine, ledger, kept):
         super().__init__(name, machine.store(), QueueSite(machine), ledger)
@@ -44,14 +44,14 @@ class QueueActor(User):
         super().do(step)
 
     def path(self, note):
-        """Where the note lies by now: its queue may have another name."""
+        """The present path of the note: a pass may have renamed its queue."""
         for _ in range(5):
             found = list(self.folder.glob(f"applet-*/{note.name}.json"))
             if len(found) > 1:
                 self.ledger.problem(f"{note.name} is in two queues: {found}")
             if found and found[0].exists():
                 return found[0]
-            time.sleep(0.01)  # it may have been renamed meanwhile
+            time.sleep(0.01)  # the queue may be renamed at this moment
         return note.path
 
     def program(self, *arguments, faults=""):
@@ -65,7 +65,7 @@ class QueueActor(User):
         return str(staged)
 
     def until_done(self, *arguments):
-        """The writer waits for no lock, so it tries again."""
+        """The writer does not wait for locks, so repeat the command until it succeeds."""
         for _ in range(TRIES):
             if self.session not in self.machine.logons:
                 return None
@@ -73,7 +73,7 @@ class QueueActor(User):
             if status == 0:
                 return said.strip()
             time.sleep(0.05)
-        self.ledger.problem(f"the writer of queues cannot do its work: {' '.join(arguments)}: {said}")
+        self.ledger.problem(f"the writer of queues failed: {' '.join(arguments)}: {said}")
         return None
 
     def write(self, step):
@@ -87,7 +87,7 @@ class QueueActor(User):
         with self.ledger.lock:
             note.made, note.versions[step.number] = time.time(), (step.note, body)
         if self.until_done("note", queue, step.note, body) is None:
-            with self.ledger.lock:  # the logon ended first
+            with self.ledger.lock:  # the logon ended before the note was written
                 note.removed, note.removed_by = time.time(), "nobody: it was never whole"
             if self.path(note).exists():
                 self.path(note).unlink()
@@ -110,7 +110,7 @@ class QueueActor(User):
         if status not in EXPECTED_EXITS and self.session in self.machine.logons:
             self.ledger.problem(f"a recovery pass ended with {status}: {said[-300:]}")
 
-    def all_is_seen_to(self):
+    def recovers_all(self):
         return self.machine.run(self.staged, "--applet-recover", token=self.token)[0] == 0
 
     def kill(self, _):
@@ -120,7 +120,7 @@ class QueueActor(User):
                 self.ledger.count("queue displays killed")
 
     def close(self, step, note, display, window):
-        """A removal waits for no lock either: the user closes the note again."""
+        """A removal does not wait for locks either, so the user may have to close the note again."""
         for _ in range(5):
             answer = display.click(window, window.width - 15, 13)
             if answer != "done":

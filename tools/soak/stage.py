@@ -1,4 +1,4 @@
-"""The run of a plan: one thread for each actor, one that watches, and a line of progress now and then."""
+"""Runs a plan: one thread for each actor, one that watches, and a line of progress every few seconds."""
 import collections
 import threading
 import time
@@ -8,8 +8,8 @@ from desktop import Gone
 from ledger import as_note, written_text
 
 PROGRESS_SECONDS = 10
-SHOWN_AFTER = 15  # seconds that a display has for what a writer does
-START_SLACK = 10   # what is written while a display starts may wait for the next change
+SHOWN_AFTER = 15  # seconds until a display must show what a writer did
+START_SLACK = 10   # seconds; a note that is written while a display starts may not appear before its next change
 
 
 class Stage:
@@ -21,7 +21,7 @@ class Stage:
         self.left = len(steps)
 
     def play(self, actors, watch, at_minute):
-        """`actors` do steps by name; `watch` is called again and again, `at_minute` once."""
+        """`actors` do the steps, by name. `watch` is called repeatedly, `at_minute` once after the first minute."""
         self.begun = time.time()
         threads = [threading.Thread(target=self.act, args=(self.steps[name], actor), daemon=True)
                    for name, actor in actors.items()]
@@ -43,7 +43,7 @@ class Stage:
         for thread in threads:
             thread.join(120)
             if thread.is_alive():
-                self.ledger.problem("an actor does not come to its end")
+                self.ledger.problem("an actor does not finish")
 
     def act(self, steps, actor):
         for step in steps:
@@ -57,7 +57,7 @@ class Stage:
             try:
                 actor.do(step)
             except Exception:
-                self.ledger.problem(f"step {step} broke the soak itself:\n{traceback.format_exc()}")
+                self.ledger.problem(f"step {step} failed in the soak itself:\n{traceback.format_exc()}")
             self.left -= 1
 
     def tell(self):
@@ -66,12 +66,12 @@ class Stage:
             there = sum(note.removed < note.made for note in ledger.notes.values())
             shown = sum(note.shown for note in ledger.notes.values())
             ledger.say(f"{time.time() - self.begun:6.0f} s  steps left {self.left:5}  "
-                       f"notes ever {len(ledger.notes):5}  seen {shown:5}  there now {there:4}  "
+                       f"notes so far {len(ledger.notes):5}  seen {shown:5}  now {there:4}  "
                        f"problems {len(ledger.problems)}")
 
 
 def watch_written(ledger, folder, display):
-    """What writers alone have written is shown as it stands, and what they have deleted is not."""
+    """Notes that only writers change are shown as written, and not shown once deleted."""
     with ledger.lock:
         rested = [(note, note.since, note.expected) for note in ledger.notes.values()
                   if note.folder == folder and note.kind == "W" and
@@ -86,7 +86,7 @@ def watch_written(ledger, folder, display):
         with ledger.lock:
             if note.since == since and shown != wanted:
                 ledger.problem(f"process {display.pid} shows {note.name} as {shown} instead of {wanted}")
-                note.since = time.time()  # once is enough
+                note.since = time.time()  # report it once
     with ledger.lock:
         for name in titles:
             if name in ledger.notes:

@@ -53,7 +53,7 @@ class StandIn(Theatre):
             path.write_bytes(VICTIM)
         status, said = self.machine.run("Vellumd", "--register", token="eve@9 high")
         self.expect(status == 0, f"--register ended with {status}: {said}")
-        self.expect(self.until(lambda: self.is_served()), "there are not as many displays as sessions")
+        self.expect(self.until(lambda: self.is_served()), "not every session has one display")
         self.long_lived = {"display": self.machine.displays(LONG_LIVED)[0]}
         first = QueueActor("queue 1", self.machine, self.ledger, 0)
         first.staged = first.stage()
@@ -83,17 +83,18 @@ class StandIn(Theatre):
         for session, user in USERS.items():
             for display in self.machine.displays(session):
                 watch_written(self.ledger, self.folders[user], display)
-        for pid in self.machine.died_alone():
-            self.ledger.problem(f"process {pid}, which nobody killed, is gone")
+        for pid in self.machine.died_unexpectedly():
+            self.ledger.problem(f"process {pid}, which the soak did not kill, has ended")
 
     # The end
 
     def settle(self):
-        """Everything that was broken is mended, and what waits is brought out."""
+        """Restores all sessions and displays, and gets waiting changes saved."""
         for session in set(USERS) - set(self.machine.logons):
             self.machine.begin(session)
         self.expect(self.until(self.serve), "not every session has a display in the end")
-        self.expect(self.until(self.queues_are_seen_to), f"the passes leave notes in queues: {self.amiss_in_queues()}")
+        self.expect(self.until(self.queues_are_recovered),
+                    f"the passes leave notes in queues: {self.wrongly_shown_in_queues()}")
         self.bring_out_all(lambda note: [self.queues["queue 1"]] if note.kind == "Q" else self.users.values())
 
     def account(self):
@@ -105,34 +106,36 @@ class StandIn(Theatre):
         accounts.check_locks(self.ledger, self.machine)
         self.fates = accounts.fates(self.ledger)
         self.sample("end")
-        for session in set(USERS) - {LONG_LIVED}:  # a new display shows what is there
+        for session in set(USERS) - {LONG_LIVED}:  # so that new displays start
             for display in self.machine.displays(session):
                 self.machine.kill(display.pid)
         self.expect(self.until(self.serve), "a killed display does not come back")
         time.sleep(1)
         for session in set(USERS) - {LONG_LIVED}:
             accounts.check_shown(self.ledger, self.folders[USERS[session]], self.machine.displays(session)[0])
-        self.expect(self.until(lambda: not self.amiss_in_queues(), 1), f"of queues: {self.amiss_in_queues()}")
+        self.expect(self.until(lambda: not self.wrongly_shown_in_queues(), 1),
+                    f"notes in queues not shown once: {self.wrongly_shown_in_queues()}")
 
-    def amiss_in_queues(self):
-        """How often the notes in queues are shown, where it is not once."""
+    def wrongly_shown_in_queues(self):
+        """The notes in queues that are not shown exactly once, and how often each is shown."""
         titles = [window.title for session in CAST.queues for display in
                   self.machine.displays(session, of_queues=True) for window in display.notes()]
         times = {note.name: sum(title.endswith(note.name) for title in titles) for note in self.ledger.all("Q")
                  if self.queues["queue 1"].path(note).exists()}
         return {name: number for name, number in times.items() if number != 1}
 
-    def queues_are_seen_to(self):
-        """A display that starts while the pass works in the store ends at once, and the next pass starts it again."""
-        passes = [self.queues[f"queue {session}"].all_is_seen_to() for session in CAST.queues]
-        return all(passes) and self.until(lambda: not self.amiss_in_queues(), 2)
+    def queues_are_recovered(self):
+        """Whether all queues are displayed. A display that starts while a pass uses the store exits; the next pass
+        starts it again."""
+        passes = [self.queues[f"queue {session}"].recovers_all() for session in CAST.queues]
+        return all(passes) and self.until(lambda: not self.wrongly_shown_in_queues(), 2)
 
     def drain(self):
-        """Without any note, the displays that were never killed have open what they had at rest."""
+        """Without notes, the long-lived displays must have the same resources as at rest."""
         for path in list(self.folders["ann"].glob("*.json")):
             path.unlink()
         for name in self.long_lived:
-            self.expect(self.until(lambda: self.closes_all(name)), f"the {name} does not let go of its notes")
+            self.expect(self.until(lambda: self.closes_all(name)), f"the {name} does not close its notes")
         self.sample("drained")
         self.compare()
         display = self.long_lived["display"]

@@ -1,4 +1,4 @@
-"""What writers write: notes and rubbish, each made of its name and number alone."""
+"""What writers write: notes and rubbish, each derived from its name and number only."""
 import json
 import random
 import zlib
@@ -9,7 +9,7 @@ COLUMNS, ROWS = 26, 14
 
 
 def cell(number):
-    """A place on the desktop."""
+    """The coordinates of a cell of the desktop."""
     return number % COLUMNS * CELL + 10, number // COLUMNS % ROWS * CELL + 10
 
 
@@ -33,7 +33,7 @@ def note(name, number):
 
 
 def rubbish(name, number, kind):
-    """A file that is no note; with "climbing id" it is one, which keeps the name of its file."""
+    """Content that is not a note, except "climbing id": a note whose id leads out of the folder; its file name wins."""
     dice = random.Random(number)
     if kind == "climbing id":
         return json.dumps({"id": "..\\victim", "title": f"{name} V{number}", "content": "CLIMBS"}).encode()

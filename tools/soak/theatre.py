@@ -1,4 +1,4 @@
-"""What a soak of the stand-in and one under Wine have in common."""
+"""What the soak on the stand-in and the soak under Wine share."""
 import threading
 import time
 
@@ -8,7 +8,7 @@ from plan import Step
 
 
 class Theatre:
-    """Subclasses have `users` (and other actors by name) and `long_lived`: the displays by name that nobody kills."""
+    """Subclasses have `users` (actors by name) and `long_lived` (by name, the displays that are never killed)."""
 
     def __init__(self, ledger):
         self.ledger = ledger
@@ -46,7 +46,7 @@ class Theatre:
         display.ask(f"close {line.split()[0]}")
 
     def do_everything_once(self, user, note):
-        """What is made once and kept is there from then on."""
+        """After this, everything that a display creates once and keeps exists."""
         for number, verb in enumerate(("type", "title", "drag", "size", "close")):
             user.do(Step(0, user.name, verb, note, "", number))
 
@@ -55,7 +55,7 @@ class Theatre:
             try:
                 self.samples.setdefault(name, []).append(counts.take(when, display.pid, display.counts()))
             except (Gone, OSError):
-                self.ledger.problem(f"the {name} that nobody killed is gone")
+                self.ledger.problem(f"the {name} that is never killed has ended")
 
     def compare(self):
         for name, samples in self.samples.items():
@@ -63,14 +63,14 @@ class Theatre:
                 counts.compare(name, *samples, self.ledger.problem)
 
     def bring_out_all(self, users_of):
-        """What waits for a save gets one. `users_of` gives those who may be at a note."""
+        """Saves every text that waits for a save. `users_of` gives the users who may change a note."""
         for note in self.ledger.all("UNQ"):
             if any(typed.state == "waiting" for typed in note.typed):
                 self.expect(self.until(lambda: self.bring_out(note, users_of(note))),
-                            f"what was typed into {note.name} never comes out")
+                            f"what was typed into {note.name} is never saved")
 
     def bring_out(self, note, users):
-        """A move of a note saves it, and with it what waits."""
+        """Moves the note, which saves it with all waiting text."""
         for user in users:
             for pid in {typed.pid for typed in note.typed if not user.site.is_alive(typed.pid)}:
                 user.forget(note, pid)

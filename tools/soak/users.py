@@ -1,4 +1,4 @@
-"""Those who work on the desktop. A user does a thing, waits for what comes of it and writes it down."""
+"""The users at the desktop. A user does a step, waits for its result and records it."""
 import time
 
 import plan
@@ -11,16 +11,16 @@ BODY, TITLE, CAPTION = (30, 80), (20, 12), (60, 24)  # points of a note, at 96 D
 
 
 def is_of(window, note):
-    """Whether a window shows a note: by the name in its title, which of a user's new note is the first text typed."""
+    """Whether a window shows a note: its title has the note's name, or for a user's new note the first text typed."""
     if note.kind == "N":
         return note.typed[0].text in window.title
     if note.kind == "Q":
-        return window.title.endswith(note.name)  # users type at the front
+        return window.title.endswith(note.name)  # users type at the start
     return written_text(window.title).split(" ")[0] == note.name
 
 
 class User:
-    """`site` tells the displays of this user and whether a process lives; `is_hindered` whether a save may fail now."""
+    """`site` knows the displays of this user, which processes live, and whether a save may fail now (`is_hindered`)."""
 
     def __init__(self, name, folder, site, ledger):
         self.name, self.folder, self.site, self.ledger = name, folder, site, ledger
@@ -48,10 +48,10 @@ class User:
             return True
 
     def on_window(self, step, note):
-        """Whether the note was on a desktop."""
+        """Does the step. False if no display shows the note."""
         display, window = self.find(note)
         if display is None:
-            self.ledger.count("steps with nobody there" if window is None else "steps without a window")
+            self.ledger.count("steps without a display" if window is None else "steps without a window")
             return False
         note.hands.add(display.pid)
         answer = getattr(self, step.verb)(step, note, display, window)
@@ -59,7 +59,7 @@ class User:
         return True
 
     def find(self, note):
-        """The display and the window that show a note; the second tells whether there was any display."""
+        """The display and the window that show a note. Without them: None, and None or the displays there are."""
         displays = self.site.displays(self.name)
         for display in displays:
             for window in display.notes():
@@ -84,7 +84,7 @@ class User:
         if step.how == "then leaves":
             self.site.leave(self.name)
         if note.kind == "S":
-            note.typed.remove(typed)  # any other hand may undo it
+            note.typed.remove(typed)  # somebody else may overwrite it
         else:
             self.settle(note, display, typed)
         return answer
@@ -112,7 +112,7 @@ class User:
         return answer
 
     def make(self, step):
-        """A new note from the button of another: it has no title, so the user gives it one."""
+        """Creates a note with the button of another one. It has no title, so the user types one."""
         source = self.ledger.known(step.how)
         try:
             display, window = self.find(source) if source and source.path else (None, None)
@@ -147,13 +147,13 @@ class User:
                 note.path, note.made = path, time.time()
         return note.path
 
-    # What comes of it
+    # The result of a step
 
     def path(self, note):
         return note.path
 
     def wait(self, display, condition, patience):
-        """Whether it came true in time, as long as the display lives."""
+        """Waits for the condition while the display lives. Returns whether it became true in time."""
         end = time.time() + patience
         while time.time() < end:
             if condition():
@@ -199,14 +199,14 @@ class User:
         return answer
 
     def explain(self, note, display, begun, what):
-        """A save may fail, but not without a word."""
+        """A failed save is allowed if there was a reason for it and it was logged."""
         if self.site.is_hindered(self.name, begun, note.path):
-            self.ledger.count("saves that failed and said so")
+            self.ledger.count("saves that failed for a known reason")
         else:
             self.ledger.problem(f"{what} by process {display.pid} in {PATIENCE} s")
 
     def forget(self, note, pid):
-        """What waited in a process is lost with it, but not when the process was told of its end."""
+        """Text that waited in a dead process is lost, or saved if the process was told that its session ends."""
         for typed in note.typed:
             if typed.pid == pid and typed.state in ("typed", "waiting"):
                 told = typed.at < self.site.told_of_end(pid)

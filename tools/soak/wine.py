@@ -1,5 +1,5 @@
-"""A soak of the plain display role under Wine, inside a session of tools/wine-session.sh: two instances, of which one
-is killed now and then and the other never. Writers are on the Linux side; users send the windows their messages."""
+"""The soak of the plain display role under Wine, in a session of tools/wine-session.sh. There are two instances: one is
+killed now and then, the other never. Writers are Linux processes; users send messages to the windows."""
 import getpass
 import os
 import pathlib
@@ -9,7 +9,7 @@ import time
 
 import accounts
 from desktop import Desktop, Gone
-from others import tells_of_failed_save
+from others import has_failed_save
 from plan import Cast, Step
 from stage import Stage, watch_written
 from theatre import Theatre
@@ -22,7 +22,7 @@ VICTIM = b'{"id": "victim", "title": "VICTIM"}'
 
 
 class Helper:
-    """The program that acts on the windows; one request at a time."""
+    """The program that acts on the windows (WineUser.cpp). One request at a time."""
 
     def __init__(self, build):
         self.lock = threading.Lock()
@@ -53,12 +53,12 @@ class WineDesktop(Desktop):
         return self.helper.ask(f"list {self.number}" if request == "list" else request)
 
     def counts(self):
-        """Wine tells neither handles nor GDI objects: the descriptors of the process stand for the first."""
+        """Wine does not report handles or GDI objects: the file descriptors of the process are counted instead."""
         return {"windows": len(self.notes())}
 
 
 class WineSite:
-    """The displays, by the folder that each shows."""
+    """The displays, by the folder that each one shows."""
 
     def __init__(self, helper, build, folder):
         self.helper, self.build, self.folder = helper, build, folder
@@ -70,10 +70,10 @@ class WineSite:
                                 stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
     def start(self, name):
-        """Starts a process. It becomes the display, also where the one before is killed at this moment, or ends at
-        once since there is one: then its exit status."""
+        """Starts a process. Returns its exit status if it exits at once because a display is running. Otherwise it is
+        the display now."""
         with self.lock:
-            # A list can lack a display while another one goes: those that are known count as well.
+            # The list can miss a display while another one ends, so known displays count, too.
             before, since = self.helper.ask("displays").split(), time.time()
             before += [display.number for other in self.shown for display in self.displays_of(other)]
             process = self.begin(name)
@@ -104,7 +104,7 @@ class WineSite:
 
     def is_hindered(self, _, since, path):
         logs = pathlib.Path(os.environ["WINEPREFIX"]).glob("drive_c/ProgramData/OmbrelService_Common*/Logs/*.log*")
-        return any(tells_of_failed_save(log.read_text(errors="replace"), since, path) for log in logs)
+        return any(has_failed_save(log.read_text(errors="replace"), since, path) for log in logs)
 
 
 class Others:
@@ -177,7 +177,7 @@ class Wine(Theatre):
         for display in list(self.site.shown.values()):
             if display.process.poll() is not None and display.pid not in self.others.lost:
                 self.others.lost.add(display.pid)
-                self.ledger.problem(f"process {display.pid}, which nobody killed, is gone")
+                self.ledger.problem(f"process {display.pid}, which the soak did not kill, has ended")
 
     def account(self, lost):
         self.expect(self.victim.read_bytes() == VICTIM, "a file outside of the folders was changed")

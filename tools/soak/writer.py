@@ -1,5 +1,5 @@
-"""A program that writes notes, as a process of its own, so that it can be killed. Each line of its input is an order:
-a JSON array of the way, the path and the text. It answers each with a line."""
+"""Writes notes in a separate process, so that the soak can kill it. Each line of the input is an order: a JSON array of
+the way of writing, the path and the text. The answer to each order is one line."""
 import json
 import os
 import sys

@@ -1,4 +1,4 @@
-"""Those who write into the notes folders: each orders a process of its own about, which may be killed any time."""
+"""The writers of notes folders. Each gives orders to its own process (writer.py), which may be killed at any time."""
 import json
 import pathlib
 import subprocess
@@ -24,7 +24,7 @@ class Writer:
             self.process.wait()
 
     def order(self, way, path, content):
-        """What the process answers; None when it was killed meanwhile."""
+        """Sends an order. Returns the answer; None if the process was killed meanwhile."""
         if self.process is None or self.process.poll() is not None:
             program = pathlib.Path(__file__).parent / "writer.py"
             self.process = subprocess.Popen([sys.executable, str(program)], stdin=subprocess.PIPE,
@@ -42,7 +42,7 @@ class Writer:
         return None
 
     def sweep(self, path):
-        """What a killed writer left beside its note goes."""
+        """Removes the temporary files of a killed writer."""
         for end in (".part", ".bak"):
             left = path.with_name(path.name + end)
             if left.exists():
@@ -61,7 +61,7 @@ class Writer:
             texts.rubbish(note.name, step.number, step.how)
         way = step.how if step.verb == "write" else "in place"
         with self.ledger.lock:
-            note.made = note.since = time.time()  # from now on a look at the desktop may be too early
+            note.made = note.since = time.time()  # from now on the desktop may not show the present content
             if is_note:
                 versions = texts.title_and_body(note.name, step.number)
                 note.versions[step.number] = (versions[0], "CLIMBS") if climbs else versions
@@ -77,8 +77,8 @@ class Writer:
                 if note.kind == "W":
                     return self.take_stock(note, before, content)
                 if note.kind == "U" and note.path.exists():
-                    break  # it came far enough, and the user may be at it
-                continue  # the next process begins again
+                    break  # the note is written, and the user may have changed it
+                continue  # repeat the order with a new process
             self.ledger.problem(f"{self.name} cannot write {note.name}: {answer}")
             return
         with self.ledger.lock:
@@ -100,11 +100,11 @@ class Writer:
         self.ledger.count("notes deleted by writers")
 
     def take_stock(self, note, before, after):
-        """The writer was killed in the middle: the file is as before, as ordered, or as far as it came."""
+        """The writer was killed during an order: the file is unchanged, as ordered, or a part of that."""
         found = read(note.path)
         is_begun = after is not None and found is not None and after.startswith(found)
         if found not in (before, after, None) and not is_begun:
-            self.ledger.problem(f"{note.name} is none of what its killed writer can have left: {brief(found)}")
+            self.ledger.problem(f"{note.name} has content that its killed writer cannot have left: {brief(found)}")
         with self.ledger.lock:
             note.expected, note.since = found, time.time()
             if found is not None and as_note(found) is None:
