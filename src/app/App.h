@@ -37,8 +37,8 @@ class App {
     App& operator=(const App&) = delete;
 
     // Reads the options, chooses the role and runs it. Returns the exit code of the process, or kEnterMessageLoop when
-    // the display role has started. The options come from GetCommandLineW; `commandLine` is ignored. A failure is
-    // logged and shows nothing to the user.
+    // the display role has started. The options come from GetCommandLineW; `commandLine` is ignored. Failures are
+    // logged; no message box appears.
     int initialize(HINSTANCE instance, const WideString& commandLine);
 
     // Undoes what initialize has done, in reverse order, also after initialize failed. Saves nothing: an edit that no
@@ -51,10 +51,10 @@ class App {
     HWND messageWindow() const { return messageWindow_; }
     // The folder of the logo images that notes refer to by file name; empty when there is no notes folder.
     WideString logoFolder() const;
-    // The rectangle for a note that wants `wanted`: `wanted` itself if it covers no open note, else a free place near
-    // it, else `wanted`. The note `except`, which may be null, is not counted.
+    // Returns `wanted` if it covers no open note, otherwise a free place near it, or `wanted` if there is none. The
+    // note `except`, which may be null, does not count as an open note.
     RECT resolveOverlap(const RECT& wanted, const NoteWindow* except) const;
-    // Saves, before it returns, every open note that differs from its file: an edit that waits for its pause, a move
+    // Saves every open note that differs from its file, before it returns: an edit that waits for its pause, a move
     // whose message is still queued, a change that an earlier save could not write.
     void saveUnsavedNotes();
 

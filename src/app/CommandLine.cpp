@@ -13,7 +13,7 @@ using Options = CommandLineOptions;
 
 enum class Value {
     None,
-    NextArgument,  // the whole next argument, even if it looks like an option; without one the option is unknown
+    NextArgument,  // the next argument, even if it looks like an option; at the end the option is unknown
     Rest,          // the rest of the same argument
 };
 

@@ -1,3 +1,4 @@
+// Reads the contract version from the resources and prints it. The entry function calls it first, on the main thread.
 #include "app/ContractQuery.h"
 
 #include <algorithm>

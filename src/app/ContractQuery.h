@@ -6,8 +6,13 @@
 
 #include "common/WideText.h"
 
-// Returns nothing when the command line does not ask. Otherwise returns the exit code of the process, which is a
-// Windows error number. 0: the line "OMBREL_APPLET_NOTES_CONTRACT=<version>" CR LF went to standard output or, without
-// one, to the console of the parent process. 87: there are other arguments. 13, 1812, 6, 29 or the error of the call
-// that failed: nothing usable was printed.
+// Returns nothing when the command line does not ask. Otherwise returns the exit code of the process, a Windows error
+// number:
+//     0                 "OMBREL_APPLET_NOTES_CONTRACT=<version>" CR LF was printed
+//     87                there are other arguments
+//     13, 1812          the resource with the version is damaged or cannot be loaded
+//     6                 there is no standard output
+//     29                a write to the output wrote nothing
+//     any other number  the error of the call that failed
+// The line goes to standard output or, without one, to the console of the parent process.
 std::optional<DWORD> answerContractQuery();

@@ -126,7 +126,7 @@ void App::onFileChanged(const WideString& path) {
     loadNote(path);
 }
 
-// A save replaces the file by a rename, which the system reports as a removal, too.
+// A save replaces the file by a rename, and the system reports that as a removal, too: so this also ignores own writes.
 void App::onFileRemoved(const WideString& path) {
     if (ownWrites_.isOwn(path, GetTickCount64())) {
         logWrite(LogLevel::Debug, kComponent, TEXT("Ignoring own remove notification: %ls"), path.c_str());

@@ -1,5 +1,5 @@
-// From open notes to files: saving, creating and dismissing. Called by the message handlers, on the main thread. Each
-// message writes at once: the pause after an edit is in the note window.
+// From open notes to files: saving, creating and dismissing. Called by the message handlers, on the main thread.
+// Nothing is delayed here: the pause after an edit is in NoteEdit.cpp.
 #include "app/App.h"
 #include "common/Identity.h"
 #include "common/Logger.h"

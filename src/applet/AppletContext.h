@@ -11,7 +11,7 @@
 
 namespace AppletNotes {
 
-// Build it anew for each dispatch: it describes one moment.
+// Read it again for each dispatch: it can get out of date.
 struct AppletContext {
     LogonIdentity identity;
     SidBytes userSid;

@@ -110,7 +110,7 @@ bool createSuspended(const PinnedImage& image, const WideString& queueName, HAND
 }
 
 // Resumes the child if its token belongs to the expected user and logon.
-bool admit(const Child& child, const AppletContext& context, DWORD& err) {
+bool resumeIfExpected(const Child& child, const AppletContext& context, DWORD& err) {
     OwnedHandle token;
     if (!OpenProcessToken(child.process.get(), TOKEN_QUERY, token.put())) return failWithLastError(err);
     LogonIdentity identity;
@@ -124,7 +124,7 @@ bool startChild(const AppletContext& context, const WideString& queueName, HANDL
     PinnedImage image;
     Child child;
     if (!image.pin(err) || !createSuspended(image, queueName, token, child, err)) return false;
-    if (admit(child, context, err)) return true;
+    if (resumeIfExpected(child, context, err)) return true;
     if (!TerminateProcess(child.process.get(), kRejectedExitCode))
         OutputDebugStringW(TEXT("AppletNotes: rejected child termination failed\n"));
     return false;

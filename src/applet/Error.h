@@ -15,7 +15,7 @@ inline bool failWithLastError(DWORD& err) {
     return fail(err, GetLastError());
 }
 
-// Whether another process holds a lock or a file right now.
+// Whether `err` means that another process has the lock or the file open right now.
 inline bool isBusy(DWORD err) {
     return err == ERROR_SHARING_VIOLATION || err == ERROR_LOCK_VIOLATION;
 }

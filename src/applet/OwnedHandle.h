@@ -1,5 +1,5 @@
-// Handles of the store. If closing one fails during clean-up, a debug line says so, and the result of the operation
-// does not change.
+// Guards for the handles of the store. If closing one fails during clean-up, a debug line says so, and the result of
+// the operation does not change.
 #pragma once
 
 #include "common/Handles.h"
@@ -12,7 +12,8 @@ inline void closeOrReport(HANDLE handle) {
 
 using OwnedHandle = Guard<FileTraits<closeOrReport>>;
 
-// Closes a handle whose failure matters. False with the reason in `err`. The guard is empty in both cases.
+// Closes a handle if the caller must know whether that worked. False with the reason in `err`. The guard is empty in
+// both cases.
 bool closeChecked(OwnedHandle& handle, DWORD& err);
 
 }  // namespace AppletNotes

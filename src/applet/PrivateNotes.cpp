@@ -74,8 +74,8 @@ bool temporaryName(WideString& name, DWORD& err) {
     return true;
 }
 
-// Writes the bytes to a temporary file and renames it over the note. `note` is the open old note, which nobody can
-// replace until it is closed, just before the rename.
+// Writes the bytes to a temporary file and renames it over the note. `note` keeps the old note open, so that nobody can
+// replace it; it is closed just before the rename.
 bool replaceNote(QueueStore::Impl& store, const WideString& temporary, const WideString& path, const std::string& bytes,
                  OwnedHandle note, DWORD& err) {
     RenameRequest rename(path, true);

@@ -1,7 +1,9 @@
-// A recovery pass goes through the store once and handles every queue that holds notes. It starts a display process for
-// a queue of this logon, claims a queue of a logon that has ended and starts a display process for it, and leaves a
-// queue of a logon that still exists alone. It waits for nothing and reads no note. What it cannot do now is counted
-// and left for a later pass.
+// A recovery pass goes through the store once. For each queue that holds notes it acts by the logon that owns the
+// queue:
+//     this logon               starts a display process
+//     a logon that has ended   claims the queue, then starts a display process
+//     any other logon          nothing
+// It waits for nothing and reads no note. What it cannot do now is counted and left for a later pass.
 #pragma once
 
 #include "applet/QueueStore.h"
@@ -10,8 +12,8 @@ namespace AppletNotes {
 
 struct RecoveryResult {
     DWORD claimed = 0;     // queues renamed to this logon
-    DWORD dispatched = 0;  // display children started
-    DWORD live = 0;        // queues whose owner's logon still runs
+    DWORD dispatched = 0;  // display processes started
+    DWORD live = 0;        // queues whose owner's logon still exists
     DWORD unknown = 0;     // queues whose owner could not be looked up
     DWORD deferred = 0;    // queues left for a later pass
     DWORD failed = 0;      // queues that failed, or 1 for the pass itself

@@ -14,7 +14,7 @@ inline PSID sidOf(const SidBytes& bytes) {
     return bytes.empty() ? nullptr : const_cast<BYTE*>(bytes.data());
 }
 
-// IsValidSid, and false for null.
+// Calls IsValidSid; false for null.
 inline bool isUsable(PSID sid) {
     return sid != nullptr && IsValidSid(sid);
 }

@@ -133,7 +133,7 @@ bool QueueStore::Impl::makeDescriptor(DWORD& err) {
     return made || failWithLastError(err);
 }
 
-// The folders above the root belong to the system: they must be folders and no links, but their owner is not checked.
+// The folders above the root belong to the system: they must be folders, not links, but their owner is not checked.
 bool QueueStore::Impl::pinFolders(bool createRoot, DWORD& err) {
     constexpr std::size_t kDriveUnits = 3;
     const auto pin = [&](OwnedHandle folder) {

@@ -26,7 +26,7 @@ void logWrite(LogLevel level, const WCHAR* component, const WCHAR* format, ...);
 void logSetLevel(LogLevel level);
 LogLevel logGetLevel();
 
-// The full path of the log file; empty before logOpen.
+// The full path of the log file; empty until logOpen has determined it.
 WideString logPath();
 
 // Reads "debug", "info", "warn", "warning" or "error" in any case. False, with `level` untouched, for another word

@@ -20,8 +20,7 @@ constexpr UINT WM_APP_NOTE_NEW = WM_APP + 0x204;
 
 using OwnedText = std::unique_ptr<WCHAR[]>;
 
-// Posts `message` with a copy of `text`. False when the message cannot be posted; GetLastError has the reason. Any
-// thread.
+// Posts `message` with a copy of `text`. False when the message cannot be posted. Any thread.
 bool postText(HWND window, UINT message, WideView text);
 
 // Takes ownership of a message's text; null when it has none.

@@ -20,7 +20,7 @@ struct MonitorInfo {
 // The effective DPI of a monitor, or of the screen for a null handle. Never 0. Where GetDpiForMonitor is missing
 // (before Windows 8.1) it is always the screen's.
 LONG monitorDpi(HMONITOR monitor);
-// Never 0; 96 for a null window.
+// The effective DPI of a window, 96 for a null handle. Never 0.
 LONG windowDpi(HWND window);
 
 // All monitors in the system's order, without those whose data cannot be read.

@@ -46,7 +46,7 @@ bool takeUnit(WideView& text, WCHAR unit) {
 
 }  // namespace
 
-// Does not use the formatter because each save formats two times.
+// Does not call the printf formatter, which is slow: each save formats two times.
 WideString formatUtcTime(const SYSTEMTIME& time) {
     WideString text;
     text.reserve(20);

@@ -3,7 +3,7 @@
 
 #include "common/WideText.h"
 
-// Milliseconds are dropped.
+// Formats a time; milliseconds are dropped.
 WideString formatUtcTime(const SYSTEMTIME& time);
 
 // The current time in that format.

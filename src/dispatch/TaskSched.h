@@ -10,7 +10,7 @@ namespace TaskSched {
 
 // Registers the task, replacing one of the same name, and with `runNow` runs it. If registration fails, an existing
 // task is unchanged. If only the run fails, the task is registered and the result is false. Throws ComError when there
-// is no memory for the arguments of the last call.
+// is no memory for the arguments of RegisterTaskDefinition.
 bool registerRecoveryTask(const WideString& name, const WideString& executable, const WideString& arguments,
                           bool runNow, WideString* error);
 

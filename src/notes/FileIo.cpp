@@ -1,3 +1,4 @@
+// Whole-file reads, atomic writes and deletion of note files. The App and the note windows call it on the main thread.
 #include "notes/FileIo.h"
 
 #include <algorithm>

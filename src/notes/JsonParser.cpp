@@ -1,6 +1,6 @@
-// The JSON parser: one grammar as a template over UTF-8 and UTF-16. The UTF-8 version is fast: it reads each byte once
-// and produces UTF-16 on the way. When it fails for any reason, the document is converted to UTF-16 and parsed again:
-// the UTF-16 version decides about errors, their positions and the limits.
+// The JSON parser: one grammar, as a template over UTF-8 and UTF-16. The UTF-8 version is fast: it reads each byte once
+// and produces UTF-16 on the way. When it fails for any reason, the document is converted and parsed again as UTF-16.
+// So every error and its position come from the UTF-16 version.
 #include <algorithm>
 #include <array>
 #include <charconv>

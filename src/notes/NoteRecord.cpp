@@ -1,9 +1,8 @@
 // The note's JSON document: reading, writing and default values.
 //
-// There are two ways to write a note. noteToJson builds a tree of values, for callers that want one. serializeNote,
-// which every save calls, writes the text directly, because a tree costs an allocation for each member. Both use
-// describe(), and the test NoteRecord.filesOfTheFormatReadAndWriteBack and fuzz/note.cpp check that they give the same
-// bytes.
+// There are two ways to write a note. noteToJson builds a tree of values. serializeNote is the fast path, which every
+// save takes: it writes the text directly, because a tree needs an allocation for each member. Both call describe().
+// The test NoteRecord.filesOfTheFormatReadAndWriteBack and fuzz/note.cpp check that both give the same bytes.
 #include "notes/NoteRecord.h"
 
 #include <algorithm>
@@ -138,8 +137,7 @@ void readPlace(Members& members, NoteRecord& record) {
     }
 }
 
-// Passes the members of a note's document to `out`, in the order of the file. This one list serves both ways of
-// writing.
+// Passes the members of a note's document to `out`, in the order of the file. Both ways of writing call it.
 template <typename Out>
 void describe(const NoteRecord& record, Out& out) {
     out.text(keys::id, record.id);

@@ -42,7 +42,7 @@ inline void store(void* to, __m128i value) {
     _mm_storeu_si128(static_cast<__m128i*>(to), value);
 }
 
-// A bit is set for each of the 16 bytes that is not plain. The comparison is signed, so it also finds bytes from 0x80
+// Returns a bit for each of the 16 bytes that is not plain. The comparison is signed, so it also finds bytes from 0x80
 // up.
 inline unsigned specialBytes(__m128i bytes) {
     const __m128i control = _mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20));

@@ -13,7 +13,7 @@ namespace {
 
 constexpr const WCHAR* kComponent = TEXT("Watcher");
 constexpr DWORD kRetryMs = 1000;
-constexpr DWORD kSteadyMs = 1000;  // a read that has not failed after this time is taken to work
+constexpr DWORD kSteadyMs = 1000;  // a read that is still pending after this time shows that the folder works
 constexpr DWORD kCancelMs = 1000;
 constexpr DWORD kStopMs = 5000;
 constexpr DWORD kBufferBytes = 65536;

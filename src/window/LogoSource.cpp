@@ -1,3 +1,4 @@
+// How a `logo` value is read; no image call. Logo.cpp calls it.
 #include "window/LogoSource.h"
 
 #include "common/Paths.h"

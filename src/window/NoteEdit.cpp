@@ -125,8 +125,8 @@ void NoteWindow::createTitle() {
 void NoteWindow::createBody() {
     static const HMODULE richEdit = LoadLibraryW(TEXT("Msftedit.dll"));  // never unloaded
     static_cast<void>(richEdit);
-    bodyPlace_ =
-        bodyPlace(metrics(), clientSize());  // at its final size, so that the text is not first wrapped at width 0
+    // Created at its final size: otherwise its text would first be wrapped at width 0.
+    bodyPlace_ = bodyPlace(metrics(), clientSize());
     bodyEdit_ = makeControl(hwnd_, TEXT("RICHEDIT50W"), TEXT(""),
                             WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_NOHIDESEL | ES_WANTRETURN | ES_SAVESEL,
                             BODY_EDIT_ID, bodyPlace_);

@@ -95,7 +95,7 @@ Place logoPlace(const NoteMetrics& metrics, LONG clientWidth, bool allowNewNote,
     const LONG most = maxLogoWidth(metrics, clientWidth, allowNewNote);
     const double wanted = image.width * (static_cast<double>(height) / image.height);
     Place place = {metrics.pad, 0, 0, height};
-    // An image of extreme proportions can be wider than a LONG can say.
+    // An image of extreme proportions can be wider than a LONG can hold.
     const LONG drawWidth = static_cast<LONG>(std::min(wanted, 2147483647.0));
     place.width = std::min(drawWidth, most);
     if (drawWidth > most) place.height = static_cast<LONG>(height * (static_cast<double>(most) / drawWidth));

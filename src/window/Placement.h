@@ -26,8 +26,8 @@ RECT centredIn(const RECT& workArea, LONG width, LONG height);
 // or top edge.
 RECT clampedInto(const RECT& rect, const RECT& workArea);
 
-// The first place that `isFree` accepts among 200 tries, 50 along each of the four diagonals from `wanted`, nearest
-// first. `wanted` itself if there is none. All tries are in the work area.
+// The first place that `isFree` accepts, of 200 tries: 50 along each of the four diagonals from `wanted`, one diagonal
+// after the other. `wanted` itself if no try is free. All tries are in the work area.
 template <typename IsFree>
 RECT findFreePlace(const RECT& wanted, const RECT& workArea, LONG dpi, IsFree isFree);
 
