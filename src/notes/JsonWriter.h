@@ -19,7 +19,6 @@ class JsonWriter {
 
     void open(char bracket);
     void close(char bracket);
-    // Call element() before each element of an array, key() before each member of an object.
     void element();
     void key(WideView name);
 
@@ -33,7 +32,7 @@ class JsonWriter {
 
     void word(std::string_view ascii) { out_.append(ascii.begin(), ascii.end()); }
     void newLine();
-    static std::size_t special(WideView text, std::size_t& at, Unit* to);
+    static std::size_t writeSpecial(WideView text, std::size_t& at, Unit* to);
 
     Text& out_;
     bool isPretty_;
@@ -110,7 +109,7 @@ void JsonWriter<Text>::value(WideView text) {
         const std::size_t run = copyPlainRun(text.data() + at, most, buffer + held);
         at += run;
         held += run;
-        if (at < text.size() && kBuffer - held >= kMostAtOnce) held += special(text, at, buffer + held);
+        if (at < text.size() && kBuffer - held >= kMostAtOnce) held += writeSpecial(text, at, buffer + held);
     }
     out_.append(buffer, held);
     out_.push_back(Unit('"'));
@@ -119,7 +118,7 @@ void JsonWriter<Text>::value(WideView text) {
 // Writes the character at `at`, escaped or converted if needed, and moves `at` past it. Returns the number of units
 // written.
 template <typename Text>
-std::size_t JsonWriter<Text>::special(WideView text, std::size_t& at, Unit* to) {
+std::size_t JsonWriter<Text>::writeSpecial(WideView text, std::size_t& at, Unit* to) {
     const WCHAR unit = text[at++];
     const auto put = [to](std::size_t index, unsigned value) { to[index] = static_cast<Unit>(value); };
     const auto escape = [&put](char letter) {
