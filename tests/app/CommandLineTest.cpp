@@ -33,7 +33,7 @@ std::string shown(const CommandLineOptions& options) {
 
 }  // namespace
 
-TEST(CommandLine, scansTheOptionsInTheirOrder) {
+TEST(CommandLine, scansEveryOption) {
     const std::pair<const char*, std::vector<const char*>> rows[] = {
         {"", {"", "-i \"\"", "-f a --folder=", "--log-level -h", "--log-level info"}},
         {"unknown",
@@ -55,8 +55,7 @@ TEST(CommandLine, scansTheOptionsInTheirOrder) {
         {"level=2", {"--log-level=WARNING"}},
         {"level=3", {"--log-level error --log-level loud", "--log-level=error --log-level="}},
         {"help", {"--help --register", "/?", "-h"}},
-        {"f=x help", {"-f x -h --delete"}},
-    };
+        {"f=x help", {"-f x -h --delete"}}};
     for (const auto& [options, lines] : rows)
         for (const char* line : lines)
             EXPECT_EQ(shown(scan(line)), options) << line;
@@ -81,8 +80,7 @@ TEST(CommandLine, forwardsInstanceAndFolderQuoted) {
     const std::pair<const char*, const char*> rows[] = {
         {"--log-level debug", "--no-autostart"},
         {"-i blue --no-autostart", "-i \"blue\" --no-autostart"},
-        {"-f \"C:\\a b\\\\\" -i \"a \\\" b\"", "-i \"a \\\" b\" --folder \"C:\\a b\\\\\" --no-autostart"},
-    };
+        {"-f \"C:\\a b\\\\\" -i \"a \\\" b\"", "-i \"a \\\" b\" --folder \"C:\\a b\\\\\" --no-autostart"}};
     for (const auto& [arguments, forwarded] : rows) {
         const CommandLineOptions options = scan(arguments);
         EXPECT_EQ(utf8(forwardedArguments(options)), forwarded);

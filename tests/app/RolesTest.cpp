@@ -31,31 +31,21 @@ class Roles : public testing::Test {
         EXPECT_TRUE(result.finished) << utf8(arguments);
         return result;
     }
-    // All log files below the folder, one after the other.
-    std::string log() {
-        std::string text;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(hostPath(programData.path())))
-            if (entry.is_regular_file()) text += readFile(productPath(entry.path()));
-        return text;
-    }
+    std::string log() { return readAllFiles(programData.path()); }
 
     const TempFolder programData;
 };
 
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
-
 }  // namespace
 
-TEST_F(Roles, contractGoesToStandardOutput) {
+TEST_F(Roles, contractQueryAnswersOnStandardOutput) {
     const ProcessResult result = run(TEXT("--applet-contract-version"));
     EXPECT_EQ(result.exitCode, 0U);
     EXPECT_EQ(result.output, "OMBREL_APPLET_NOTES_CONTRACT=2\r\n");
     EXPECT_EQ(result.debugOutput, "") << "no App exists for it";
 }
 
-TEST_F(Roles, contractStandsAloneOnTheCommandLine) {
+TEST_F(Roles, contractQueryAllowsNoOtherArgument) {
     const WideString query = TEXT("--applet-contract-version");
     for (const WideString& arguments : {query + TEXT(" x"), TEXT("x ") + query, TEXT("--help ") + query,
                                         TEXT("-i ") + query, query + TEXT(" ") + query}) {
@@ -81,13 +71,7 @@ TEST_F(Roles, helpIsABoxAndNothingElseHappens) {
 TEST_F(Roles, everyRefusalHasItsExitCodeAndItsText) {
     const char* const combined = "[ERROR] App: Task management and session dispatch actions cannot be combined\r\n";
     const char* const rejected = "AppletNotes: invalid applet queue arguments\n";
-    struct Row {
-        const WCHAR* arguments;
-        DWORD exitCode;
-        const char* text;
-        bool isLogged;  // else the debugger alone hears it
-    };
-    const Row rows[] = {
+    const std::tuple<const WCHAR*, DWORD, const char*, bool> rows[] = {
         {TEXT("--launch-user-sessions"), 13, "[ERROR] SessionLauncher: ", true},
         {TEXT("--register --delete"), 12, combined, true},
         {TEXT("/delete --launch-user-sessions"), 12, combined, true},
@@ -97,36 +81,30 @@ TEST_F(Roles, everyRefusalHasItsExitCodeAndItsText) {
         {TEXT("--register --applet-queue"), 14, rejected, false},
         {TEXT("--applet-queue"), 14, rejected, false},
         {TEXT("--applet-recover -i x"), 14, rejected, false},
-        {TEXT("--applet-recover unknown"), 14, rejected, false},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(utf8(row.arguments));
+        {TEXT("--applet-recover unknown"), 14, rejected, false}};
+    for (const auto& [arguments, exitCode, text, isLogged] : rows) {
+        SCOPED_TRACE(utf8(arguments));
         const std::string before = log();
-        const ProcessResult result = run(row.arguments);
-        EXPECT_EQ(result.exitCode, row.exitCode);
-        EXPECT_TRUE(contains(result.debugOutput, row.text)) << result.debugOutput;
-        EXPECT_EQ(contains(log().substr(before.size()), row.text), row.isLogged);
-        EXPECT_EQ(log().size() > before.size(), row.isLogged);
+        const ProcessResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, exitCode);
+        EXPECT_TRUE(has(result.debugOutput, text)) << result.debugOutput;
+        EXPECT_EQ(has(log().substr(before.size()), text), isLogged);
+        EXPECT_EQ(log().size() > before.size(), isLogged);
         EXPECT_EQ(result.output, "");
     }
 }
 
 // An ordinary user's process is refused at once; Wine lets everybody pass, and its scheduler then cannot be reached, or
 // makes no triggers.
-TEST_F(Roles, taskRolesThatFailTellTheStepAndItsHresult) {
-    const struct {
-        const WCHAR* arguments;
-        DWORD exitCode;
-        std::string failed, steps;
-    } rows[] = {
+TEST_F(Roles, failedTaskRolesLogTheStepAndItsHresult) {
+    const std::tuple<const WCHAR*, DWORD, std::string, std::string> rows[] = {
         {TEXT("--register -i x"), 11, "/register failed: ", "Connect to Task Scheduler|Create logon trigger"},
-        {TEXT("/delete -i x"), 10, "/delete failed: ", "ITaskService::Connect failed"},
-    };
+        {TEXT("/delete -i x"), 10, "/delete failed: ", "ITaskService::Connect failed"}};
     const std::string refused = "Task management requires an elevated administrator or LocalSystem";
-    for (const auto& row : rows) {
-        const std::regex line(R"(\[ERROR\] App: )" + row.failed + "(" + row.steps + "|" + refused + R"() \(hr=0x80)");
-        const ProcessResult result = run(row.arguments);
-        EXPECT_EQ(result.exitCode, row.exitCode);
+    for (const auto& [arguments, exitCode, failed, steps] : rows) {
+        const std::regex line(R"(\[ERROR\] App: )" + failed + "(" + steps + "|" + refused + R"() \(hr=0x80)");
+        const ProcessResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, exitCode);
         EXPECT_TRUE(std::regex_search(result.debugOutput, line)) << result.debugOutput;
         EXPECT_TRUE(std::regex_search(log(), line));
     }
@@ -139,8 +117,8 @@ TEST_F(Roles, unknownOptionsAreIgnoredAndTheLogHasEveryLine) {
     EXPECT_EQ(result.exitCode, 3U);
     EXPECT_TRUE(exists(programData / TEXT("OmbrelService_Common_blue\\Logs")));
     std::filesystem::remove(hostPath(programData / TEXT("file")));
-    EXPECT_TRUE(contains(log(), "[INFO ] App: Vellumd starting; pid="));
-    EXPECT_TRUE(contains(log(), "[INFO ] App: Shutting down\r\n"));
+    EXPECT_TRUE(has(log(), "[INFO ] App: Vellumd starting; pid="));
+    EXPECT_TRUE(has(log(), "[INFO ] App: Shutting down\r\n"));
     EXPECT_EQ(result.debugOutput, log()) << "the debugger hears every line of the file";
 }
 
@@ -148,22 +126,22 @@ TEST_F(Roles, logLevelFiltersWhatIsWritten) {
     writeFile(programData / TEXT("file"), "in the way");
     const WideString folder = TEXT(" -i x --folder \"") + (programData / TEXT("file")) + TEXT("\"");
     run(TEXT("--log-level error") + folder);
-    EXPECT_FALSE(contains(log(), "starting"));
-    EXPECT_TRUE(contains(log(), "Cannot create notes folder"));
+    EXPECT_FALSE(has(log(), "starting"));
+    EXPECT_TRUE(has(log(), "[ERROR] App: Cannot create notes folder: "));
     run(TEXT("--log-level=DEBUG") + folder);
-    EXPECT_TRUE(contains(log(), "starting"));
+    EXPECT_TRUE(has(log(), "starting"));
 }
 
 TEST_F(Roles, appletRolesLeaveNoLogFile) {
     for (const WCHAR* arguments :
          {TEXT("--applet-recover"), TEXT("--applet-queue -i applet-00000002-000000000003A1F7-01DC2F6A5B3C4D10")}) {
         const ProcessResult result = run(arguments);
-        EXPECT_TRUE(contains(result.debugOutput, "[INFO ] App: Vellumd starting; pid=")) << result.debugOutput;
+        EXPECT_TRUE(has(result.debugOutput, "[INFO ] App: Vellumd starting; pid=")) << result.debugOutput;
         // Without a store there is nothing to recover. Under Wine no logon is complete enough to own one.
-        EXPECT_TRUE(result.exitCode == 15 || contains(utf8(arguments), "recover")) << result.exitCode;
+        EXPECT_TRUE(result.exitCode == 15 || has(utf8(arguments), "recover")) << result.exitCode;
         EXPECT_TRUE(result.exitCode == 15 || result.exitCode == 0) << result.exitCode;
     }
     const ProcessResult quiet = run(TEXT("--applet-recover --log-level error"));
-    EXPECT_FALSE(contains(quiet.debugOutput, "starting")) << "the level counts there too";
+    EXPECT_FALSE(has(quiet.debugOutput, "starting")) << "the level counts there too";
     EXPECT_EQ(log(), "");
 }

@@ -35,39 +35,43 @@ Bytes listOf(const std::vector<Entry>& entries) {
     return list;
 }
 
+const Bytes kUser = userSid(0), kOther = userSid(1), kBad = [] {
+    Bytes sid = userSid(0);
+    sid[0] = 2;  // an unknown revision
+    return sid;
+}();
+const Entry kOwn = {kAllow, 0, kUser};
+
+bool isGood(Bytes owner, const std::vector<Entry>& entries) {
+    Bytes list = listOf(entries), wanted = kUser;
+    return allowsOwnerOnly(owner.data(), reinterpret_cast<PACL>(list.data()), wanted.data());
+}
+
 }  // namespace
 
-TEST(AccessRule, onlyAllowingEntriesOfTheOwnerMakeAnObjectTheOwnersAlone) {
-    const Bytes user = userSid(0), other = userSid(1);
-    Bytes bad = user;
-    bad[0] = 2;  // a revision that nobody knows
-    const Entry own = {kAllow, 0, user};
-    struct Row {
-        const char* what;
-        Bytes owner;
-        std::vector<Entry> entries;
-        bool isGood;
-    };
-    const Row rows[] = {
-        {"one entry", user, {own}, true},
-        {"several, one of them to inherit only", user, {own, {kAllow, kInheritOnly, user}, own}, true},
-        {"foreign owner", other, {own}, false},
-        {"bad owner", bad, {own}, false},
-        {"no entry", user, {}, false},
-        {"denied", user, {{kDeny, 0, user}, own}, false},
-        {"allowed on a condition", user, {{kCallback, 0, user}}, false},
-        {"foreign entry alone", user, {{kAllow, 0, other}}, false},
-        {"foreign entry first", user, {{kAllow, 0, other}, own}, false},
-        {"foreign entry last", user, {own, own, {kAllow, 0, other}}, false},
-        {"foreign entry to inherit only", user, {own, {kAllow, kInheritOnly, other}}, false},
-        {"entry with a bad SID", user, {own, {kAllow, 0, bad}}, false},
-    };
-    for (Row row : rows) {
-        Bytes list = listOf(row.entries), wanted = user;
-        EXPECT_EQ(allowsOwnerOnly(row.owner.data(), reinterpret_cast<PACL>(list.data()), wanted.data()), row.isGood)
-            << row.what;
-    }
-    Bytes list = listOf({own}), owner = user, wanted = user;
+TEST(AccessRule, objectIsTheOwnersAloneWhenEveryEntryAllowsTheOwner) {
+    EXPECT_TRUE(isGood(kUser, {kOwn}));
+    EXPECT_TRUE(isGood(kUser, {kOwn, {kAllow, kInheritOnly, kUser}, kOwn}));
+}
+
+TEST(AccessRule, objectOfAnotherOwnerIsRefused) {
+    EXPECT_FALSE(isGood(kOther, {kOwn}));
+    EXPECT_FALSE(isGood(kBad, {kOwn}));
+    Bytes list = listOf({kOwn}), wanted = kUser;
     EXPECT_FALSE(allowsOwnerOnly(nullptr, reinterpret_cast<PACL>(list.data()), wanted.data())) << "no owner";
+}
+
+TEST(AccessRule, anyOtherEntryIsRefused) {
+    const std::vector<Entry> rows[] = {{},
+                                       {{kDeny, 0, kUser}, kOwn},
+                                       {{kCallback, 0, kUser}},
+                                       {{kAllow, 0, kOther}},
+                                       {{kAllow, 0, kOther}, kOwn},
+                                       {kOwn, kOwn, {kAllow, 0, kOther}},
+                                       {kOwn, {kAllow, kInheritOnly, kOther}},
+                                       {kOwn, {kAllow, 0, kBad}}};
+    for (const std::vector<Entry>& entries : rows)
+        EXPECT_FALSE(isGood(kUser, entries)) << testing::PrintToString(listOf(entries));
+    Bytes owner = kUser, wanted = kUser;
     EXPECT_FALSE(allowsOwnerOnly(owner.data(), nullptr, wanted.data())) << "no list, which lets everybody in";
 }

@@ -6,70 +6,53 @@
 
 using namespace AppletNotes;
 
-TEST(QueueName, readsBothForms) {
+TEST(QueueName, readsTheNameOfAQueue) {
     QueueName name;
     ASSERT_TRUE(parseQueueName(TEXT("applet-00000002-800000010003A1F7-01DC2F6A5B3C4D10"), name));
-    EXPECT_EQ(name.identity.sessionId, 2U);
-    EXPECT_EQ(name.identity.logonId.HighPart, static_cast<LONG>(-0x7FFFFFFF));
-    EXPECT_EQ(name.identity.logonId.LowPart, 0x3A1F7U);
-    EXPECT_EQ(name.identity.logonTime, 0x1DC2F6A5B3C4D10);
+    EXPECT_TRUE(name.identity == (LogonIdentity{2, {0x3A1F7, -0x7FFFFFFF}, 0x1DC2F6A5B3C4D10}));
     EXPECT_TRUE(name.claimToken.empty());
-
     EXPECT_TRUE(parseQueueName(TEXT("applet-00000002-0000000100000000-01DC2F6A5B3C4D10"), name))
         << "one half of the logon id may be zero";
+}
 
-    const WideView claimed =
-        TEXT("applet-7fffffff-000000000004b2e0-7FFFFFFFFFFFFFFF-r-6F9619FF8B86D011b42d00c04fc964ff");
-    ASSERT_TRUE(parseQueueName(claimed, name));
-    EXPECT_EQ(name.identity.sessionId, 0x7FFFFFFFU);
-    EXPECT_EQ(name.identity.logonTime, 0x7FFFFFFFFFFFFFFF);
-    EXPECT_EQ(name.identity.logonId.LowPart, 0x4B2E0U);
+TEST(QueueName, readsTheNameOfAClaimedQueue) {
+    QueueName name;
+    ASSERT_TRUE(parseQueueName(
+        TEXT("applet-7fffffff-000000000004b2e0-7FFFFFFFFFFFFFFF-r-6F9619FF8B86D011b42d00c04fc964ff"), name));
+    EXPECT_TRUE(name.identity == (LogonIdentity{0x7FFFFFFF, {0x4B2E0, 0}, 0x7FFFFFFFFFFFFFFF}));
     EXPECT_EQ(utf8(name.claimToken), "6F9619FF8B86D011b42d00c04fc964ff");
 }
 
 TEST(QueueName, refusesEverythingElseAndLeavesNothingBehind) {
     const WideString plain = TEXT("applet-00000002-000000000003A1F7-01DC2F6A5B3C4D10");
     const WideString claimed = plain + TEXT("-r-6F9619FF8B86D011B42D00C04FC964FF");
-    struct Row {
-        const char* what;
-        const WideString* base;
-        std::size_t position;
-        const WCHAR* replacement;
-    };
-    const Row rows[] = {
-        {"capital in the prefix", &plain, 0, TEXT("A")},
-        {"first hyphen", &plain, 6, TEXT("_")},
-        {"second hyphen", &plain, 15, TEXT("0")},
-        {"third hyphen", &plain, 32, TEXT("0")},
-        {"letter behind F", &plain, 8, TEXT("G")},
-        {"letter behind f", &plain, 8, TEXT("g")},
-        {"before 0", &plain, 8, TEXT("/")},
-        {"behind 9", &plain, 8, TEXT(":")},
-        {"before A", &plain, 8, TEXT("@")},
-        {"before a", &plain, 8, TEXT("`")},
-        {"blank for a digit", &plain, 7, TEXT(" ")},
-        {"sign for a digit", &plain, 16, TEXT("+")},
-        {"wide digit", &plain, 14, TEXT("\uFF12")},
-        {"session 0", &plain, 7, TEXT("00000000")},
-        {"session above the largest", &plain, 7, TEXT("80000000")},
-        {"logon id 0", &plain, 16, TEXT("0000000000000000")},
-        {"logon time 0", &plain, 33, TEXT("0000000000000000")},
-        {"logon time with the sign", &plain, 33, TEXT("8000000000000001")},
-        {"hyphen before r", &claimed, 49, TEXT("_")},
-        {"capital R", &claimed, 50, TEXT("R")},
-        {"hyphen behind r", &claimed, 51, TEXT("0")},
-        {"first half of the token", &claimed, 52, TEXT("x")},
-        {"second half of the token", &claimed, 83, TEXT("-")},
-    };
-    for (const Row& row : rows) {
-        WideString text = *row.base;
-        text.replace(row.position, WideView(row.replacement).size(), row.replacement);
-        QueueName name;
-        ASSERT_TRUE(parseQueueName(*row.base, name));
-        EXPECT_FALSE(parseQueueName(text, name)) << row.what;
-        EXPECT_EQ(name.identity.sessionId, 0U) << row.what;
-        EXPECT_TRUE(name.claimToken.empty()) << row.what;
-    }
+    // Where what is put in.
+    const std::tuple<const WideString&, std::size_t, std::vector<const WCHAR*>> rows[] = {
+        {plain, 0, {TEXT("A")}},
+        {plain, 6, {TEXT("_")}},
+        {plain, 15, {TEXT("0")}},
+        {plain, 32, {TEXT("0")}},
+        {plain, 8, {TEXT("G"), TEXT("g"), TEXT("/"), TEXT(":"), TEXT("@"), TEXT("`"), TEXT(" "), TEXT("\uFF12")}},
+        {plain, 16, {TEXT("+"), TEXT("0000000000000000")}},
+        {plain, 7, {TEXT("00000000"), TEXT("80000000")}},
+        {plain, 33, {TEXT("0000000000000000"), TEXT("8000000000000001")}},
+        {claimed, 49, {TEXT("_"), TEXT("-R"), TEXT("-r0")}},
+        {claimed, 52, {TEXT("x")}},
+        {claimed, 83, {TEXT("-")}}};
+    for (const auto& [base, position, replacements] : rows)
+        for (const WCHAR* replacement : replacements) {
+            WideString text = base;
+            text.replace(position, WideView(replacement).size(), replacement);
+            QueueName name;
+            ASSERT_TRUE(parseQueueName(base, name));
+            EXPECT_FALSE(parseQueueName(text, name)) << utf8(text);
+            EXPECT_TRUE(name.identity.sessionId == 0 && name.claimToken.empty()) << utf8(text);
+        }
+}
+
+TEST(QueueName, refusesNamesOfAnotherLength) {
+    const WideString plain = TEXT("applet-00000002-000000000003A1F7-01DC2F6A5B3C4D10");
+    const WideString claimed = plain + TEXT("-r-6F9619FF8B86D011B42D00C04FC964FF");
     QueueName name;
     for (const WideString& text :
          {WideString(), plain.substr(1), plain + TEXT("0"), claimed.substr(0, 83), claimed + TEXT("0")})

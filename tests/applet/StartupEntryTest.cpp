@@ -2,58 +2,60 @@
 
 #include <gtest/gtest.h>
 
-#include "support/Text.h"
+#include "common/Handles.h"
+#include "common/Identity.h"
 
 using namespace AppletNotes;
 
 namespace {
 
-constexpr const WCHAR* kTestKey = TEXT("Software\\Vellumd tests");
+constexpr const WCHAR* kValue = TEXT("OmbrelAppletNotes");
+
+// Every case has a key of its own.
+class StartupEntry : public testing::Test {
+  protected:
+    StartupEntry() {
+        EXPECT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, (TEXT("Software\\Vellumd tests\\") + newGuidText()).c_str(), 0,
+                                  nullptr, 0, KEY_QUERY_VALUE | KEY_SET_VALUE, nullptr, key.put(), nullptr),
+                  ERROR_SUCCESS);
+    }
+    bool isThere() const {
+        return RegQueryValueExW(key.get(), kValue, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+    }
+
+    const WideString expected = TEXT("\"C:\\x\\Vellumd.exe\" --applet-recover");
+    RegistryKey key;
+};
 
 }  // namespace
 
-TEST(StartupEntry, valueGoesOnlyWhenItIsOurs) {
-    const WideString expected = TEXT("\"C:\\x\\Vellumd.exe\" --applet-recover");
-    HKEY key = nullptr;
-    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kTestKey, 0, nullptr, 0, KEY_QUERY_VALUE | KEY_SET_VALUE, nullptr,
-                              &key, nullptr),
-              ERROR_SUCCESS);
-    const auto set = [&](const WideString& text, DWORD type, std::size_t bytes) {
-        RegSetValueExW(key, TEXT("OmbrelAppletNotes"), 0, type, reinterpret_cast<const BYTE*>(text.c_str()),
-                       static_cast<DWORD>(bytes));
-    };
-    const auto isThere = [&] {
-        return RegQueryValueExW(key, TEXT("OmbrelAppletNotes"), nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-    };
-    EXPECT_EQ(removeRunValue(key, expected), 0U) << "no value";
+TEST_F(StartupEntry, removesTheValueOnlyWhenItIsOurs) {
     const std::size_t whole = (expected.size() + 1) * sizeof(WCHAR);
+    const WideString longest(260, TEXT('x'));
     WideString otherCase = expected;
     otherCase[1] = TEXT('c');
-    const WideString longest(260, TEXT('x'));
-    struct Row {
-        const char* what;
-        WideString text;
-        DWORD type;
-        std::size_t bytes;
-        DWORD result;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, WideString, DWORD, std::size_t, DWORD> rows[] = {
         {"ours", expected, REG_SZ, whole, 0},
-        {"other capitals", otherCase, REG_SZ, whole, 13},
-        {"something behind it", expected + TEXT(" "), REG_SZ, whole + 2, 13},
-        {"another type", expected, REG_EXPAND_SZ, whole, 13},
-        {"without its zero", expected + TEXT("x"), REG_SZ, whole - 2, 13},
-        {"an odd size", expected, REG_SZ, whole - 1, 13},
-        {"empty", expected, REG_SZ, 0, 13},
-        {"longest that is looked at", longest.substr(0, 259), REG_SZ, 520, 13},
-        {"longer", longest, REG_SZ, 522, 234},
-    };
-    for (const Row& row : rows) {
-        set(row.text, row.type, row.bytes);
-        EXPECT_EQ(removeRunValue(key, expected), row.result) << row.what;
-        EXPECT_EQ(isThere(), row.result != 0) << row.what;
+        {"other capitals", otherCase, REG_SZ, whole, ERROR_INVALID_DATA},
+        {"something behind it", expected + TEXT(" "), REG_SZ, whole + 2, ERROR_INVALID_DATA},
+        {"another type", expected, REG_EXPAND_SZ, whole, ERROR_INVALID_DATA},
+        {"without its zero", expected + TEXT("x"), REG_SZ, whole - 2, ERROR_INVALID_DATA},
+        {"an odd size", expected, REG_SZ, whole - 1, ERROR_INVALID_DATA},
+        {"empty", expected, REG_SZ, 0, ERROR_INVALID_DATA},
+        {"longest that is looked at", longest.substr(0, 259), REG_SZ, 520, ERROR_INVALID_DATA},
+        {"longer", longest, REG_SZ, 522, ERROR_MORE_DATA}};
+    for (const auto& [what, text, type, bytes, result] : rows) {
+        RegSetValueExW(key.get(), kValue, 0, type, reinterpret_cast<const BYTE*>(text.c_str()),
+                       static_cast<DWORD>(bytes));
+        EXPECT_EQ(removeRunValue(key.get(), expected), result) << what;
+        EXPECT_EQ(isThere(), result != 0) << what;
     }
-    RegDeleteValueW(key, TEXT("OmbrelAppletNotes"));
-    RegCloseKey(key);
-    EXPECT_EQ(removeStartupEntry(TEXT("C:\\store")), 5U) << "this is not the staged program";
+}
+
+TEST_F(StartupEntry, keyWithoutTheValueIsFine) {
+    EXPECT_EQ(removeRunValue(key.get(), expected), 0U);
+}
+
+TEST_F(StartupEntry, programThatIsNotStagedRemovesNothing) {
+    EXPECT_EQ(removeStartupEntry(TEXT("C:\\store")), DWORD{ERROR_ACCESS_DENIED});
 }

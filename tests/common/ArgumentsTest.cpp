@@ -18,17 +18,15 @@ std::string shown(const std::vector<WideString>& arguments) {
 
 }  // namespace
 
-TEST(Arguments, quotesSoThatTheSplitGivesItBack) {
-    const std::pair<const WCHAR*, const WCHAR*> rows[] = {
-        {TEXT(""), TEXT("\"\"")},
-        {TEXT("plain"), TEXT("\"plain\"")},
-        {TEXT("C:\\a b\\"), TEXT("\"C:\\a b\\\\\"")},
-        {TEXT("a\"b"), TEXT("\"a\\\"b\"")},
-        {TEXT("a\\\"b"), TEXT("\"a\\\\\\\"b\"")},
-        {TEXT("a\\b\\\\c"), TEXT("\"a\\b\\\\c\"")},
-        {TEXT("\\\\"), TEXT("\"\\\\\\\\\"")},
-        {TEXT("\"\""), TEXT("\"\\\"\\\"\"")},
-    };
+TEST(Arguments, quotedArgumentSplitsIntoItself) {
+    const std::pair<const WCHAR*, const WCHAR*> rows[] = {{TEXT(""), TEXT("\"\"")},
+                                                          {TEXT("plain"), TEXT("\"plain\"")},
+                                                          {TEXT("C:\\a b\\"), TEXT("\"C:\\a b\\\\\"")},
+                                                          {TEXT("a\"b"), TEXT("\"a\\\"b\"")},
+                                                          {TEXT("a\\\"b"), TEXT("\"a\\\\\\\"b\"")},
+                                                          {TEXT("a\\b\\\\c"), TEXT("\"a\\b\\\\c\"")},
+                                                          {TEXT("\\\\"), TEXT("\"\\\\\\\\\"")},
+                                                          {TEXT("\"\""), TEXT("\"\\\"\\\"\"")}};
     for (const auto& [text, quoted] : rows)
         EXPECT_EQ(utf8(quoteArgument(text)), utf8(quoted));
 }
@@ -52,8 +50,7 @@ TEST(Arguments, splitsAsTheSystemDoes) {
         // The program's name knows neither backslashes nor quotes in its middle.
         {TEXT("\"a\\\" b"), "<a\\><b>"},
         {TEXT("\"a b\"c d"), "<a b><c><d>"},
-        {TEXT("p\"q r\"s t"), "<p\"q><rs t>"},
-    };
+        {TEXT("p\"q r\"s t"), "<p\"q><rs t>"}};
     for (const auto& [line, arguments] : rows)
         EXPECT_EQ(shown(splitCommandLine(line)), arguments) << utf8(line);
     EXPECT_EQ(shown(splitCommandLine(TEXT(""))), "<" + utf8(executablePath()) + ">");

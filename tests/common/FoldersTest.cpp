@@ -25,11 +25,10 @@ TEST(Folders, refusesWhatCannotBecomeAFolder) {
     EXPECT_FALSE(createDirectoryTree(folder / TEXT("file\\below")));
     EXPECT_EQ(readFile(folder / TEXT("file")), "kept");
     EXPECT_FALSE(createDirectoryTree(TEXT("Q:\\x"))) << "a drive that is not there";
-    EXPECT_FALSE(createDirectoryTree(folder / TEXT("a|b")));
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_NAME));
+    EXPECT_EQ(errorAfter(createDirectoryTree(folder / TEXT("a|b"))), ERROR_INVALID_NAME);
 }
 
-TEST(Folders, tellsOwnImageAndDefaultFolder) {
+TEST(Folders, knowsItsImageAndTheDefaultFolder) {
     EXPECT_TRUE(exists(executablePath())) << utf8(executablePath());
     EXPECT_EQ(leafName(executablePath()).substr(0, 6), TEXT("vellum"));
 

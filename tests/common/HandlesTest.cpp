@@ -21,7 +21,7 @@ using Letter = Guard<LetterTraits>;
 
 }  // namespace
 
-TEST(Handles, everyPathReleasesOnceAndKeepsTheLastError) {
+TEST(Handles, guardReleasesOnceAndKeepsTheLastError) {
     closed.clear();
     SetLastError(1234);
     {
@@ -44,7 +44,7 @@ TEST(Handles, everyPathReleasesOnceAndKeepsTheLastError) {
     EXPECT_EQ(GetLastError(), 1234U);
 }
 
-TEST(Handles, fileHandleIsEmptyInBothWays) {
+TEST(Handles, nullAndInvalidFileHandlesAreEmpty) {
     EXPECT_FALSE(FileHandle());
     EXPECT_FALSE(FileHandle(nullptr));
     EXPECT_EQ(FileHandle().get(), INVALID_HANDLE_VALUE);

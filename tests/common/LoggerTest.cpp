@@ -44,7 +44,7 @@ using LoggerThreads = Logger;
 
 }  // namespace
 
-TEST_F(Logger, fileIsNamedAfterSessionUserAndDay) {
+TEST_F(Logger, logFileIsNamedAfterSessionUserAndDay) {
     EXPECT_EQ(utf8(logPath()), "");
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     const std::string path = utf8(logPath());
@@ -53,7 +53,7 @@ TEST_F(Logger, fileIsNamedAfterSessionUserAndDay) {
     EXPECT_TRUE(std::regex_match(path.substr(folder.size()), std::regex(R"(Vellumd_\d+_[^\\]+_20\d{6}\.log)"))) << path;
     logClose();
     ASSERT_TRUE(logOpen(LogLevel::Info, TEXT("blue")));
-    EXPECT_NE(utf8(logPath()).find("\\OmbrelService_Common_blue\\Logs\\Vellumd_"), std::string::npos);
+    EXPECT_TRUE(has(utf8(logPath()), "\\OmbrelService_Common_blue\\Logs\\Vellumd_"));
 }
 
 TEST_F(Logger, lineHasItsExactForm) {
@@ -159,15 +159,14 @@ TEST_F(Logger, secondOpenChangesOnlyLevelAndInstance) {
     EXPECT_EQ(logGetLevel(), LogLevel::Debug);
     logClose();
     EXPECT_TRUE(logOpen(LogLevel::Debug, nullptr));
-    EXPECT_NE(utf8(logPath()).find("OmbrelService_Common_green"), std::string::npos);
+    EXPECT_TRUE(has(utf8(logPath()), "OmbrelService_Common_green"));
 }
 
-TEST_F(Logger, readersAreLetInAndASecondWriterIsNot) {
+TEST_F(Logger, readersMayOpenTheLogAndASecondWriterMayNot) {
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     const FileHandle writer(CreateFileW(logPath().c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                         nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    EXPECT_FALSE(writer);
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
+    EXPECT_EQ(errorAfter(writer), ERROR_SHARING_VIOLATION);
     const FileHandle reader(CreateFileW(logPath().c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                         OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     EXPECT_TRUE(reader);
@@ -227,7 +226,7 @@ TEST_F(LoggerThreads, fileMayCloseUnderAWriter) {
         ASSERT_TRUE(line.ends_with(".log")) << line;
 }
 
-TEST(LogLevelWords, anyCaseAndNothingElse) {
+TEST(LogLevelWords, levelsAreReadInAnyCase) {
     struct Row {
         const WCHAR* word;
         int level;  // -1: refused

@@ -36,7 +36,7 @@ TEST(OrderedMap, iteratesInInsertionOrderAndTellsCaseApart) {
     EXPECT_EQ(map.find(TEXT("a")), nullptr);
 }
 
-TEST(OrderedMap, anElementStaysWhereItIsAndMayNameItselfToBeErased) {
+TEST(OrderedMap, elementKeepsItsAddressAndMayBeErasedByItsOwnKey) {
     OrderedMap<std::unique_ptr<int>> map;
     map.set(TEXT("first"), std::make_unique<int>(1));
     const auto* const value = map.find(TEXT("first"));

@@ -5,24 +5,17 @@
 #include "support/Text.h"
 
 TEST(Paths, joinsWithOneSeparatorAndNormalisesNothing) {
-    struct Row {
-        const WCHAR *left, *right, *joined;
-    };
-    const Row rows[] = {
+    const std::tuple<const WCHAR*, const WCHAR*, const WCHAR*> rows[] = {
         {TEXT("C:\\x"), TEXT("y"), TEXT("C:\\x\\y")},       {TEXT("C:\\x\\"), TEXT("y"), TEXT("C:\\x\\y")},
         {TEXT("C:/x/"), TEXT("y"), TEXT("C:/x/y")},         {TEXT(""), TEXT("y"), TEXT("y")},
         {TEXT("C:\\x"), TEXT(""), TEXT("C:\\x")},           {TEXT("C:\\x"), TEXT("\\y"), TEXT("C:\\x\\\\y")},
-        {TEXT("C:\\x\\"), TEXT("\\y"), TEXT("C:\\x\\\\y")}, {TEXT(""), TEXT(""), TEXT("")},
-    };
-    for (const Row& row : rows)
-        EXPECT_EQ(utf8(joinPath(row.left, row.right)), utf8(row.joined));
+        {TEXT("C:\\x\\"), TEXT("\\y"), TEXT("C:\\x\\\\y")}, {TEXT(""), TEXT(""), TEXT("")}};
+    for (const auto& [left, right, joined] : rows)
+        EXPECT_EQ(utf8(joinPath(left, right)), utf8(joined));
 }
 
 TEST(Paths, splitsAtTheLastSeparatorOfEitherKind) {
-    struct Row {
-        const WCHAR *path, *parent, *leaf, *extension;
-    };
-    const Row rows[] = {
+    const std::tuple<const WCHAR*, const WCHAR*, const WCHAR*, const WCHAR*> rows[] = {
         {TEXT("C:\\"), TEXT("C:\\"), TEXT(""), TEXT("")},
         {TEXT("C:\\a"), TEXT("C:\\"), TEXT("a"), TEXT("")},
         {TEXT("C:\\a\\b"), TEXT("C:\\a"), TEXT("b"), TEXT("")},
@@ -40,17 +33,16 @@ TEST(Paths, splitsAtTheLastSeparatorOfEitherKind) {
         {TEXT("x.AZ[@"), TEXT(""), TEXT("x.AZ[@"), TEXT("az[@")},
         {TEXT(".json"), TEXT(""), TEXT(".json"), TEXT("")},
         {TEXT("C:\\x.y\\file"), TEXT("C:\\x.y"), TEXT("file"), TEXT("")},
-        {TEXT("a.\u00C4Z\u0130"), TEXT(""), TEXT("a.\u00C4Z\u0130"), TEXT("\u00C4z\u0130")},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(utf8(row.path));
-        EXPECT_EQ(utf8(parentPath(row.path)), utf8(row.parent));
-        EXPECT_EQ(utf8(leafName(row.path)), utf8(row.leaf));
-        EXPECT_EQ(utf8(lowerExtension(row.path)), utf8(row.extension));
+        {TEXT("a.\u00C4Z\u0130"), TEXT(""), TEXT("a.\u00C4Z\u0130"), TEXT("\u00C4z\u0130")}};
+    for (const auto& [path, parent, leaf, extension] : rows) {
+        SCOPED_TRACE(utf8(path));
+        EXPECT_EQ(utf8(parentPath(path)), utf8(parent));
+        EXPECT_EQ(utf8(leafName(path)), utf8(leaf));
+        EXPECT_EQ(utf8(lowerExtension(path)), utf8(extension));
     }
 }
 
-TEST(Paths, aPlainStemNamesAFileOfTheFolderItself) {
+TEST(Paths, plainStemNamesAFileOfTheFolderItself) {
     const WCHAR* const plain[] = {TEXT("a"),    TEXT("hidden"),     TEXT("..."),   TEXT("a."),   TEXT(" a "),
                                   TEXT("a..b"), TEXT("\x7F\u00E9"), TEXT("COM"),   TEXT("com0"), TEXT("com10"),
                                   TEXT("nul1"), TEXT("xnul"),       TEXT("a.nul"), TEXT("lpta")};

@@ -20,45 +20,19 @@ TEST(WideText, formatsAlikeOnEveryPlatform) {
               "-9000000000 9000000000");
 }
 
-TEST(WideText, cutsAtTheCapacityAndAlwaysTerminates) {
-    struct Row {
-        const WCHAR* text;
-        int length;
-        const char* kept;
-    };
-    const Row rows[] = {{TEXT("abcdef"), 6, "abcdef"},
-                        {TEXT("abcdefg"), 7, "abcdefg"},
-                        {TEXT("abcdefgh"), 8, "abcdefg"},
-                        {TEXT("abcdefghijkl"), 12, "abcdefg"},
-                        {TEXT(""), 0, ""}};
-    for (const Row& row : rows) {
+TEST(WideText, formattedTextIsCutAtTheCapacityAndTerminated) {
+    const std::tuple<const WCHAR*, int, const char*> rows[] = {{TEXT("abcdef"), 6, "abcdef"},
+                                                               {TEXT("abcdefg"), 7, "abcdefg"},
+                                                               {TEXT("abcdefgh"), 8, "abcdefg"},
+                                                               {TEXT("abcdefghijkl"), 12, "abcdefg"},
+                                                               {TEXT(""), 0, ""}};
+    for (const auto& [text, length, kept] : rows) {
         WCHAR buffer[9];
         std::fill(std::begin(buffer), std::end(buffer), TEXT('#'));
-        EXPECT_EQ(formatWide(buffer, 8, TEXT("%ls"), row.text), row.length);
-        EXPECT_EQ(utf8(buffer), row.kept);
+        EXPECT_EQ(formatWide(buffer, 8, TEXT("%ls"), text), length);
+        EXPECT_EQ(utf8(buffer), kept);
         EXPECT_EQ(buffer[8], TEXT('#')) << "nothing is written behind the buffer";
     }
-}
-
-TEST(WideText, comparesOrdinallyWithoutCase) {
-    struct Row {
-        const WCHAR *left, *right;
-        bool equal;
-    };
-    const Row rows[] = {
-        {TEXT("JSON"), TEXT("json"), true},       {TEXT(""), TEXT(""), true},
-        {TEXT("a"), TEXT("ab"), false},           {TEXT("\u00C4\u00D6"), TEXT("\u00E4\u00F6"), true},
-        {TEXT("\u0416"), TEXT("\u0436"), true},   {TEXT("\u03A3"), TEXT("\u03C3"), true},
-        {TEXT("\u03A3"), TEXT("\u03C2"), false},  {TEXT("i"), TEXT("\u0131"), false},
-        {TEXT("I"), TEXT("\u0130"), false},       {TEXT("s"), TEXT("\u017F"), false},
-        {TEXT("k"), TEXT("\u212A"), false},       {TEXT("ss"), TEXT("\u00DF"), false},
-        {TEXT("e\u0301"), TEXT("\u00E9"), false}, {TEXT("\uFF21"), TEXT("\uFF41"), true},
-        {TEXT("\u01C4"), TEXT("\u01C6"), true},   {TEXT("\u01C5"), TEXT("\u01C6"), false},
-        {TEXT("[a"), TEXT("{a"), false},
-    };
-    EXPECT_TRUE(equalsIgnoreCase(WideView(), WideView()));
-    for (const Row& row : rows)
-        EXPECT_EQ(equalsIgnoreCase(row.left, row.right), row.equal) << utf8(row.left) << " " << utf8(row.right);
 }
 
 TEST(WideText, hexDigitsOfEitherCaseHaveTheirValue) {
@@ -67,4 +41,20 @@ TEST(WideText, hexDigitsOfEitherCaseHaveTheirValue) {
         const std::size_t at = kDigits.find(unit);
         EXPECT_EQ(hexValue(unit), at == WideView::npos ? -1 : static_cast<int>(at % 16)) << int{unit};
     }
+}
+
+TEST(WideText, comparesOrdinallyWithoutCase) {
+    const std::tuple<const WCHAR*, const WCHAR*, bool> rows[] = {
+        {TEXT("JSON"), TEXT("json"), true},       {TEXT(""), TEXT(""), true},
+        {TEXT("a"), TEXT("ab"), false},           {TEXT("\u00C4\u00D6"), TEXT("\u00E4\u00F6"), true},
+        {TEXT("\u0416"), TEXT("\u0436"), true},   {TEXT("\u03A3"), TEXT("\u03C3"), true},
+        {TEXT("\u03A3"), TEXT("\u03C2"), false},  {TEXT("i"), TEXT("\u0131"), false},
+        {TEXT("I"), TEXT("\u0130"), false},       {TEXT("s"), TEXT("\u017F"), false},
+        {TEXT("k"), TEXT("\u212A"), false},       {TEXT("ss"), TEXT("\u00DF"), false},
+        {TEXT("e\u0301"), TEXT("\u00E9"), false}, {TEXT("\uFF21"), TEXT("\uFF41"), true},
+        {TEXT("\u01C4"), TEXT("\u01C6"), true},   {TEXT("\u01C5"), TEXT("\u01C6"), false},
+        {TEXT("[a"), TEXT("{a"), false}};
+    EXPECT_TRUE(equalsIgnoreCase(WideView(), WideView()));
+    for (const auto& [left, right, equal] : rows)
+        EXPECT_EQ(equalsIgnoreCase(left, right), equal) << utf8(left) << " " << utf8(right);
 }

@@ -5,7 +5,7 @@
 #include "common/Arguments.h"
 #include "support/Text.h"
 
-TEST(SessionPlan, sessionsOfUsersAreServed) {
+TEST(SessionPlan, onlyActiveConnectedAndDisconnectedSessionsAreServed) {
     for (const DWORD state : {0U, 1U, 4U})
         EXPECT_TRUE(SessionLauncher::isDispatchableSession(1, state)) << state;
     for (const DWORD state : {2U, 3U, 5U, 6U, 7U, 8U, 9U, 100U})

@@ -35,11 +35,9 @@ TEST(FileIo, readsWhatIsWritten) {
 TEST(FileIo, refusesWhatCannotBeRead) {
     const TempFolder folder;
     std::string bytes = "old content";
-    EXPECT_FALSE(readFileBytes(folder / TEXT("none"), bytes));
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(errorAfter(readFileBytes(folder / TEXT("none"), bytes)), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(bytes, "");
-    EXPECT_FALSE(readFileBytes(folder / TEXT("none\\x"), bytes));
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
+    EXPECT_EQ(errorAfter(readFileBytes(folder / TEXT("none\\x"), bytes)), ERROR_PATH_NOT_FOUND);
     EXPECT_FALSE(readFileBytes(folder.path(), bytes)) << "a folder";
 
     writeFile(folder / TEXT("large"), "x");
@@ -51,21 +49,20 @@ TEST(FileIo, refusesWhatCannotBeRead) {
     EXPECT_EQ(bytes, "");
 }
 
-TEST(FileIo, targetThatIsHeldStands) {
+TEST(FileIo, noteThatSomebodyHoldsOpenIsNotReplaced) {
     const TempFolder folder;
     const WideString path = folder / TEXT("a.json");
     writeFile(path, "old");
     {
         const FileHandle reader = hold(path, kReadWrite);
-        EXPECT_FALSE(writeFileAtomic(path, "new"));
-        EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED)) << "the reason outlives the clean-up";
+        EXPECT_EQ(errorAfter(writeFileAtomic(path, "new")), ERROR_ACCESS_DENIED) << "the reason outlives the clean-up";
     }
     EXPECT_EQ(readFile(path), "old");
     EXPECT_FALSE(exists(path + TEXT(".tmp")));
     EXPECT_FALSE(writeFileAtomic(folder / TEXT("none\\a.json"), "new"));
 }
 
-TEST(FileIo, othersMayWriteWhileItReads) {
+TEST(FileIo, readsWhileAnotherProcessWrites) {
     const TempFolder folder;
     const WideString path = folder / TEXT("a.json");
     writeFile(path, "half");
@@ -76,7 +73,7 @@ TEST(FileIo, othersMayWriteWhileItReads) {
     EXPECT_EQ(bytes, "half");
 }
 
-TEST(FileIo, deletesTolerantly) {
+TEST(FileIo, deletingAMissingFileSucceeds) {
     const TempFolder folder;
     const WideString path = folder / TEXT("a.json");
     writeFile(path, "x");

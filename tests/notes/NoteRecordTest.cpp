@@ -48,59 +48,69 @@ std::string now() {
 
 }  // namespace
 
-TEST(NoteRecord, whatSurvivesOneLoadAndSave) {
-    struct Row {
-        const char *members, *key, *after;
-    };
-    const Row rows[] = {
-        {"\"unknown\":1", "unknown", ""},
-        {"\"bgColor\":\"#FEEB4D\"", "bgColor", ""},
-        {"\"bgColor\":\"#feeb4d\"", "bgColor", ""},
-        {"\"noteTitleColor\":\"#1e1E1e\"", "noteTitleColor", ""},
-        {"\"noteBodyColor\":\"#1E1E1E\"", "noteBodyColor", ""},
-        {"\"noteTitleColor\":\"#1E1E1F\"", "noteTitleColor", "\"#1E1E1F\""},
-        {"\"bgColor\":\"#abc\"", "bgColor", "\"#AABBCC\""},
-        {"\"bgColor\":\"#ffcc00\"", "bgColor", "\"#FFCC00\""},
-        {"\"bgColor\":\"#GGGGGG\"", "bgColor", ""},
-        {"\"bgColor\":\"FEEB4D\"", "bgColor", ""},
-        {"\"noteBodyColor\":16711680", "noteBodyColor", ""},
-        {"\"titleBarBGColor\":\"#FEEB4D\"", "titleBarBGColor", "\"#FEEB4D\""},
-        {"\"titleBarBGColor\":\"yellow\"", "titleBarBGColor", ""},
-        {"\"created\":\"2026-03-14T09:26:53.9+02:00\"", "created", "\"2026-03-14T09:26:53Z\""},
-        {"\"created\":\"2026-03-14T09:26:53Z\",\"modified\":\"yesterday\"", "modified", "\"2026-03-14T09:26:53Z\""},
-        {"\"created\":\"?\",\"modified\":\"2026-03-14T09:26:53Z\"", "modified", "\"2026-03-14T09:26:53Z\""},
-        {"\"position\":{}", "position", "{\"x\":0,\"y\":0,\"width\":260,\"height\":260}"},
-        {"\"position\":{\"width\":1,\"height\":99999}", "position", "{\"x\":0,\"y\":0,\"width\":120,\"height\":8000}"},
-        {"\"position\":{\"width\":8001,\"height\":99}", "position", "{\"x\":0,\"y\":0,\"width\":8000,\"height\":100}"},
-        {"\"position\":{\"x\":-1.9,\"y\":7.9,\"width\":\"300\"}", "position",
-         "{\"x\":-1,\"y\":7,\"width\":260,\"height\":260}"},
-        {"\"position\":{\"x\":1e10,\"y\":-1e999,\"width\":1e10,\"height\":120.99}", "position",
-         "{\"x\":-2147483648,\"y\":-2147483648,\"width\":120,\"height\":120}"},
-        {"\"position\":{\"x\":2147483647.5,\"y\":-2147483648.9}", "position",
-         "{\"x\":2147483647,\"y\":-2147483648,\"width\":260,\"height\":260}"},
-        {"\"monitor\":{\"device\":5,\"bounds\":[1]}", "monitor",
-         "{\"device\":\"\",\"bounds\":{\"left\":0,\"top\":0,\"right\":0,\"bottom\":0}}"},
-        {"\"monitor\":{\"bounds\":{\"left\":1e10,\"top\":2147483648}}", "monitor",
-         "{\"device\":\"\",\"bounds\":{\"left\":-2147483648,\"top\":-2147483648,\"right\":0,\"bottom\":0}}"},
-        {"\"monitor\":{\"bounds\":{\"left\":-5.5,\"right\":\"7\",\"bottom\":9}}", "monitor",
-         "{\"device\":\"\",\"bounds\":{\"left\":-5,\"top\":0,\"right\":0,\"bottom\":9}}"},
+TEST(NoteRecord, savesOnlyWhatIsValidAndNotTheDefault) {
+    const std::pair<const char*, std::vector<const char*>> rows[] = {
+        {"unknown", {R"("unknown":1)"}},
+        {"bgColor",
+         {R"("bgColor":"#FEEB4D")", R"("bgColor":"#feeb4d")", R"("bgColor":"#GGGGGG")", R"("bgColor":"FEEB4D")"}},
+        {"noteTitleColor", {R"("noteTitleColor":"#1e1E1e")"}},
+        {"noteBodyColor", {R"("noteBodyColor":"#1E1E1E")", R"("noteBodyColor":16711680)"}},
+        {"titleBarBGColor", {R"("titleBarBGColor":"yellow")"}},
+        {"allowNewNote", {R"("allowNewNote":false)"}},
+        {"contentRtf", {R"("contentRtf":"")", R"("contentRtf":true)"}},
+        {"logo", {R"("logo":"")", R"("logo":{"a":"b"})"}}};
+    for (const auto& [key, all] : rows)
+        for (const char* members : all)
+            EXPECT_EQ(saved(members, key), "") << members;
+}
+
+TEST(NoteRecord, savesTextsColoursAndTimesInOneForm) {
+    const std::tuple<const char*, const char*, const char*> rows[] = {
+        {R"("noteTitleColor":"#1E1E1F")", "noteTitleColor", R"("#1E1E1F")"},
+        {R"("bgColor":"#abc")", "bgColor", R"("#AABBCC")"},
+        {R"("bgColor":"#ffcc00")", "bgColor", R"("#FFCC00")"},
+        {R"("titleBarBGColor":"#FEEB4D")", "titleBarBGColor", R"("#FEEB4D")"},
+        {R"("created":"2026-03-14T09:26:53.9+02:00")", "created", R"("2026-03-14T09:26:53Z")"},
+        {R"("created":"2026-03-14T09:26:53Z","modified":"yesterday")", "modified", R"("2026-03-14T09:26:53Z")"},
+        {R"("created":"?","modified":"2026-03-14T09:26:53Z")", "modified", R"("2026-03-14T09:26:53Z")"},
+        {R"("allowNewNote":true)", "allowNewNote", "true"},
+        {R"("title":7)", "title", R"("")"},
+        {R"("content":null)", "content", R"("")"},
+        {R"("author":[])", "author", R"("")"},
+        {R"("title":"one","title":"two")", "title", R"("two")"},
         {"", "editable", "false"},
-        {"\"editable\":\"true\"", "editable", "false"},
-        {"\"editable\":1", "editable", "false"},
-        {"\"editable\":true", "editable", "true"},
-        {"\"allowNewNote\":false", "allowNewNote", ""},
-        {"\"allowNewNote\":true", "allowNewNote", "true"},
-        {"\"contentRtf\":\"\"", "contentRtf", ""},
-        {"\"logo\":\"\"", "logo", ""},
-        {"\"logo\":{\"a\":\"b\"}", "logo", ""},
-        {"\"title\":7", "title", "\"\""},
-        {"\"content\":null", "content", "\"\""},
-        {"\"contentRtf\":true", "contentRtf", ""},
-        {"\"author\":[]", "author", "\"\""},
-        {"\"title\":\"one\",\"title\":\"two\"", "title", "\"two\""},
-    };
-    for (const Row& row : rows)
-        EXPECT_EQ(saved(row.members, row.key), row.after) << row.members;
+        {R"("editable":"true")", "editable", "false"},
+        {R"("editable":1)", "editable", "false"},
+        {R"("editable":true)", "editable", "true"}};
+    for (const auto& [members, key, after] : rows)
+        EXPECT_EQ(saved(members, key), after) << members;
+}
+
+TEST(NoteRecord, numbersOfThePlaceAreCutToTheirRanges) {
+    const std::tuple<const char*, const char*, const char*> rows[] = {
+        {"{}", "0 0", "260 260"},
+        {R"({"width":1,"height":99999})", "0 0", "120 8000"},
+        {R"({"width":8001,"height":99})", "0 0", "8000 100"},
+        {R"({"x":-1.9,"y":7.9,"width":"300"})", "-1 7", "260 260"},
+        {R"({"x":1e10,"y":-1e999,"width":1e10,"height":120.99})", "-2147483648 -2147483648", "120 120"},
+        {R"({"x":2147483647.5,"y":-2147483648.9})", "2147483647 -2147483648", "260 260"}};
+    for (const auto& [position, corner, size] : rows) {
+        const NoteRecord record = noteWith(std::string("\"position\":") + position);
+        EXPECT_EQ(std::to_string(record.x) + " " + std::to_string(record.y), corner) << position;
+        EXPECT_EQ(std::to_string(record.width) + " " + std::to_string(record.height), size) << position;
+    }
+    EXPECT_EQ(saved(R"("position":{"x":5,"width":300})", "position"), R"({"x":5,"y":0,"width":300,"height":260})");
+}
+
+TEST(NoteRecord, numbersOfTheMonitorAreCutToTheirRanges) {
+    const std::pair<const char*, const char*> rows[] = {
+        {R"({"device":5,"bounds":[1]})", R"("left":0,"top":0,"right":0,"bottom":0)"},
+        {R"({"bounds":{"left":1e10,"top":2147483648}})",
+         R"("left":-2147483648,"top":-2147483648,"right":0,"bottom":0)"},
+        {R"({"bounds":{"left":-5.5,"right":"7","bottom":9}})", R"("left":-5,"top":0,"right":0,"bottom":9)"}};
+    for (const auto& [monitor, bounds] : rows)
+        EXPECT_EQ(saved(std::string("\"monitor\":") + monitor, "monitor"),
+                  std::string(R"({"device":"","bounds":{)") + bounds + "}}");
 }
 
 TEST(NoteRecord, missingTimesBecomeTheTimeOfTheLoad) {
@@ -120,7 +130,7 @@ TEST(NoteRecord, smallestNoteTakesEveryDefault) {
     EXPECT_FALSE(noteWith("\"position\":[1,2]").hasPosition);
 }
 
-TEST(NoteRecord, valueThatIsNoNoteLeavesTheRecordAlone) {
+TEST(NoteRecord, documentWithoutAnIdLeavesTheRecordAlone) {
     for (const char* document :
          {"{}", "{\"id\":\"\"}", "{\"id\":5}", "{\"id\":null}", "[]", "\"a\"", "{\"ID\":\"a\"}"}) {
         JsonValue value;
@@ -153,33 +163,25 @@ TEST(NoteRecord, filesOfTheFormatReadAndWriteBack) {
     EXPECT_EQ(readFile(folder / TEXT("bom.json")), whole) << "the mark is read and never written";
 }
 
-TEST(NoteRecord, samplesAreWhatTheDocumentationSays) {
-    const struct {
-        const WCHAR* file;
-        const char* error;  // empty: it loads
-    } rows[] = {
-        {TEXT("good\\smallest.json"), ""},
-        {TEXT("good\\whole.json"), ""},
-        {TEXT("good\\unicode.json"), ""},
-        {TEXT("bad\\no-id.json"), "invalid note structure"},
-        {TEXT("bad\\empty-id.json"), "invalid note structure"},
-        {TEXT("bad\\number-id.json"), "invalid note structure"},
-        {TEXT("bad\\list.json"), "invalid note structure"},
-        {TEXT("bad\\trailing-comma.json"), "JSON parse error at line 1 col 63: expected string"},
-        {TEXT("bad\\comment.json"), "JSON parse error at line 2 col 3: expected string"},
-        {TEXT("bad\\utf-16.json"), "JSON parse error at line 1 col 1: unexpected character"},
-        {TEXT("bad\\missing.json"), "cannot read file"},
-    };
-    for (const auto& row : rows) {
-        NoteRecord record;
-        WideString error;
-        const WideString path =
-            joinPath(parentPath(executablePath()), WideString(TEXT("test-data\\format\\")) + row.file);
-        record.title = TEXT("kept");
-        EXPECT_EQ(loadNoteFile(path, record, &error), *row.error == 0) << utf8(row.file);
-        EXPECT_EQ(utf8(record.title) == "kept", *row.error != 0) << "a failure changes nothing";
-        EXPECT_EQ(utf8(error), row.error) << utf8(row.file);
-    }
+TEST(NoteRecord, documentedSamplesLoadOrFailAsDocumented) {
+    const std::pair<const char*, std::vector<const WCHAR*>> rows[] = {
+        {"", {TEXT("good\\smallest.json"), TEXT("good\\whole.json"), TEXT("good\\unicode.json")}},
+        {"invalid note structure",
+         {TEXT("bad\\no-id.json"), TEXT("bad\\empty-id.json"), TEXT("bad\\number-id.json"), TEXT("bad\\list.json")}},
+        {"JSON parse error at line 1 col 63: expected string", {TEXT("bad\\trailing-comma.json")}},
+        {"JSON parse error at line 2 col 3: expected string", {TEXT("bad\\comment.json")}},
+        {"JSON parse error at line 1 col 1: unexpected character", {TEXT("bad\\utf-16.json")}},
+        {"cannot read file", {TEXT("bad\\missing.json")}}};
+    const WideString folder = joinPath(parentPath(executablePath()), TEXT("test-data\\format\\"));
+    for (const auto& [why, files] : rows)
+        for (const WCHAR* file : files) {
+            NoteRecord record;
+            WideString error;
+            record.title = TEXT("kept");
+            EXPECT_EQ(loadNoteFile(folder + file, record, &error), *why == 0) << utf8(file);
+            EXPECT_EQ(utf8(record.title) == "kept", *why != 0) << "a failure changes nothing";
+            EXPECT_EQ(utf8(error), why) << utf8(file);
+        }
 }
 
 TEST(NoteRecord, newNoteIsWrittenInItsShortForm) {

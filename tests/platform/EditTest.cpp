@@ -9,6 +9,10 @@ class Edit : public testing::Test {
     ControlParent parent;
     const HWND edit = parent.makeEdit(TEXT("hello"));
 
+    void resetAndSelect(int first, int last) {
+        SetWindowTextW(edit, TEXT("hello"));
+        select(first, last);
+    }
     void select(int first, int last) {
         SendMessageW(edit, EM_SETSEL, static_cast<WPARAM>(first), last);
         parent.take();
@@ -17,39 +21,39 @@ class Edit : public testing::Test {
 
 }  // namespace
 
-TEST_F(Edit, everyNewTextIsAnUpdateAndAChange) {
-    const struct {
-        const char* title;
-        int first, last;
-        void (*act)(HWND);
-        const char* text;
-        const char* selection;
-        const char* told;
-    } rows[] = {
-        {"a text", 1, 2, [](HWND e) { SetWindowTextW(e, TEXT("new")); }, "new", "0-0", "400 300"},
-        {"the same text", 1, 1, [](HWND e) { SetWindowTextW(e, TEXT("hello")); }, "hello", "0-0", "400 300"},
-        {"no text", 1, 1, [](HWND e) { SetWindowTextW(e, TEXT("")); }, "", "0-0", "400 300"},
-        {"a character", 2, 2, [](HWND e) { typeText(e, TEXT("x")); }, "hexllo", "3-3", "400 300"},
-        {"two characters", 5, 5, [](HWND e) { typeText(e, TEXT("xy")); }, "helloxy", "7-7", "400 300 400 300"},
-        {"over a selection", 1, 4, [](HWND e) { typeText(e, TEXT("\u00e9")); }, "h\u00e9o", "2-2", "400 300"},
-        {"backspace", 2, 2, pressBackspace, "hllo", "1-1", "400 300"},
-        {"backspace on a selection", 0, -1, pressBackspace, "", "0-0", "400 300"},
-        {"backspace at the start", 0, 0, pressBackspace, "hello", "0-0", ""},
-        {"delete", 0, 0, [](HWND e) { press(e, VK_DELETE); }, "ello", "0-0", "400 300"},
-        {"delete on a selection", 3, 1, [](HWND e) { press(e, VK_DELETE); }, "hlo", "1-1", "400 300"},
-        {"delete at the end", 5, 5, [](HWND e) { press(e, VK_DELETE); }, "hello", "5-5", ""},
-        {"return", 5, 5, pressReturn, "hello", "5-5", ""},
-        {"tab, escape, bell, line feed", 5, 5, [](HWND e) { typeText(e, TEXT("\t\x1b\a\n")); }, "hello", "5-5", ""},
-        {"a letter's key alone", 5, 5, [](HWND e) { press(e, 'X'); }, "hello", "5-5", ""},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.title);
-        SetWindowTextW(edit, TEXT("hello"));
-        select(row.first, row.last);
-        row.act(edit);
-        EXPECT_EQ(textOf(edit), row.text);
-        EXPECT_EQ(selectionOf(edit), row.selection);
-        EXPECT_EQ(parent.take(), row.told);
+TEST_F(Edit, everyNewTextIsReportedAsAnUpdateAndAChange) {
+    const std::tuple<void (*)(HWND), int, int, const char*, const char*> rows[] = {
+        {[](HWND e) { SetWindowTextW(e, TEXT("new")); }, 1, 2, "new", "0-0"},
+        {[](HWND e) { SetWindowTextW(e, TEXT("hello")); }, 1, 1, "hello", "0-0"},
+        {[](HWND e) { SetWindowTextW(e, TEXT("")); }, 1, 1, "", "0-0"},
+        {[](HWND e) { typeText(e, TEXT("x")); }, 2, 2, "hexllo", "3-3"},
+        {[](HWND e) { typeText(e, TEXT("\u00e9")); }, 1, 4, "h\u00e9o", "2-2"},
+        {pressBackspace, 2, 2, "hllo", "1-1"},
+        {pressBackspace, 0, -1, "", "0-0"},
+        {[](HWND e) { press(e, VK_DELETE); }, 0, 0, "ello", "0-0"},
+        {[](HWND e) { press(e, VK_DELETE); }, 3, 1, "hlo", "1-1"}};
+    for (const auto& [act, first, last, text, selection] : rows) {
+        resetAndSelect(first, last);
+        act(edit);
+        EXPECT_EQ(textOf(edit) + " " + selectionOf(edit), text + std::string(" ") + selection);
+        EXPECT_EQ(parent.take(), "400 300") << text;
+    }
+    typeText(edit, TEXT("xy"));
+    EXPECT_EQ(parent.take(), "400 300 400 300") << "each character is one";
+}
+
+TEST_F(Edit, keysWithoutAnEffectAreNotReported) {
+    const std::tuple<void (*)(HWND), int, const char*> rows[] = {
+        {pressBackspace, 0, "0-0"},
+        {[](HWND e) { press(e, VK_DELETE); }, 5, "5-5"},
+        {pressReturn, 5, "5-5"},
+        {[](HWND e) { typeText(e, TEXT("\t\x1b\a\n")); }, 5, "5-5"},
+        {[](HWND e) { press(e, 'X'); }, 5, "5-5"}};
+    for (const auto& [act, caret, selection] : rows) {
+        resetAndSelect(caret, caret);
+        act(edit);
+        EXPECT_EQ(textOf(edit) + " " + selectionOf(edit), std::string("hello ") + selection);
+        EXPECT_EQ(parent.take(), "");
     }
 }
 
@@ -71,7 +75,7 @@ TEST_F(Edit, readOnlyStopsTheUserAndNotTheProgram) {
     EXPECT_EQ(textOf(edit), "xby the program");
 }
 
-TEST_F(Edit, newFontBringsMarginsOfItsOwn) {
+TEST_F(Edit, newFontSetsMarginsOfItsOwn) {
     LOGFONTW description = {};
     description.lfHeight = -20;
     WideView(TEXT("Segoe UI")).copy(description.lfFaceName, LF_FACESIZE);

@@ -40,7 +40,7 @@ DWORD dispose(const FileHandle& file, bool isToGo = true) {
 
 }  // namespace
 
-TEST(FileHandles, fileTellsItsKindSizeAndLinks) {
+TEST(FileHandles, fileHasItsKindSizeAndLinks) {
     const TempFolder folder;
     writeFile(folder / TEXT("a"), "12345");
     BY_HANDLE_FILE_INFORMATION told = {};
@@ -57,13 +57,11 @@ TEST(FileHandles, fileTellsItsKindSizeAndLinks) {
     ASSERT_TRUE(GetFileInformationByHandle(directory.get(), &told));
     EXPECT_EQ(told.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT),
               DWORD{FILE_ATTRIBUTE_DIRECTORY});
-    EXPECT_FALSE(open(folder.path(), GENERIC_READ)) << "a folder needs its flag";
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(errorAfter(open(folder.path(), GENERIC_READ)), ERROR_ACCESS_DENIED) << "a folder needs its flag";
     const FileHandle plain = open(folder / TEXT("a"), FILE_LIST_DIRECTORY, 3, OPEN_EXISTING, flags);
     ASSERT_TRUE(GetFileInformationByHandle(plain.get(), &told)) << "with the flag a file opens as well";
     EXPECT_EQ(told.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY, 0U);
-    EXPECT_FALSE(GetFileInformationByHandle(nullptr, &told));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+    EXPECT_EQ(errorAfter(GetFileInformationByHandle(nullptr, &told)), ERROR_INVALID_HANDLE);
 }
 
 TEST(FileHandles, renamesByHandle) {
@@ -105,7 +103,7 @@ TEST(FileHandles, removesByHandleWhenItIsClosed) {
     EXPECT_EQ(readFile(path), "another");
 }
 
-TEST(FileHandles, foldersWithoutShareDeleteKeepTheirNames) {
+TEST(FileHandles, foldersHeldWithoutShareDeleteCannotBeRenamed) {
     const TempFolder folder;
     const WideString path = folder / TEXT("queue"), moved = folder / TEXT("moved");
     std::filesystem::create_directory(hostPath(path));
@@ -118,10 +116,8 @@ TEST(FileHandles, foldersWithoutShareDeleteKeepTheirNames) {
         const FileHandle pinned = pin();
         ASSERT_TRUE(pinned);
         EXPECT_TRUE(pin()) << "as often as wanted";
-        EXPECT_FALSE(pin(DELETE));
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
-        EXPECT_FALSE(MoveFileExW(path.c_str(), moved.c_str(), 0));
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
+        EXPECT_EQ(errorAfter(pin(DELETE)), ERROR_SHARING_VIOLATION);
+        EXPECT_EQ(errorAfter(MoveFileExW(path.c_str(), moved.c_str(), 0)), ERROR_SHARING_VIOLATION);
     }
     FileHandle claimed = pin(DELETE);
     ASSERT_TRUE(claimed);

@@ -8,7 +8,7 @@
 #include "support/Files.h"
 #include "support/Text.h"
 
-TEST(FindFiles, namesMatchWhateverTheirCaseAndComeInOrder) {
+TEST(FindFiles, namesMatchInAnyCaseAndAreSorted) {
     const TempFolder folder;
     std::filesystem::create_directory(hostPath(folder / TEXT("d.json")));
     for (const WideView name : {TEXT("_.json"), TEXT("a-.json"), TEXT("a.json"), TEXT("B.JSON"), TEXT("c0.json"),

@@ -38,58 +38,47 @@ bool hasWord(const std::string& rtf, const std::string& word) {
 }  // namespace
 
 TEST_F(RichEdit, linesOfPlainTextEndInCrLf) {
-    const struct {
-        const WCHAR* set;
-        const char* text;
-    } rows[] = {
+    const std::pair<const WCHAR*, const char*> rows[] = {
         {TEXT("a\r\nb"), "a\r\nb"},
         {TEXT("a\rb\nc"), "a\r\nb\r\nc"},
         {TEXT("a\r\n\r\nb\r\n"), "a\r\n\r\nb\r\n"},
         {TEXT("\n"), "\r\n"},
         {TEXT(""), ""},
         {TEXT("\t\u00e9\u20ac\u2605\U0001F600"), "\t\u00e9\u20ac\u2605\U0001F600"},
-        {nullptr, ""},
-    };
-    for (const auto& row : rows) {
-        SetWindowTextW(edit, row.set);
-        EXPECT_EQ(textOf(edit), row.text);
+        {nullptr, ""}};
+    for (const auto& [set, text] : rows) {
+        SetWindowTextW(edit, set);
+        EXPECT_EQ(textOf(edit), text);
     }
 }
 
-TEST_F(RichEdit, changesAreToldOnceAndOnlyWhenAsked) {
-    const struct {
-        const char* title;
-        void (*act)(HWND);
-        const char* text;
-        int told;
-    } rows[] = {
-        {"a text", [](HWND e) { SetWindowTextW(e, TEXT("new")); }, "new", 1},
-        {"the same text", [](HWND e) { SetWindowTextW(e, TEXT("ab\r\ncd")); }, "ab\r\ncd", 1},
-        {"RTF", [](HWND e) { streamIn(e, "{\\rtf1 x\\par y}"); }, "x\r\ny", 1},
-        {"what is no RTF", [](HWND e) { streamIn(e, "x"); }, "", 1},
-        {"RTF out", [](HWND e) { streamOut(e); }, "ab\r\ncd", 0},
-        {"a character over the selection", [](HWND e) { typeText(e, TEXT("x")); }, "axcd", 1},
-        {"a tab", [](HWND e) { typeText(e, TEXT("\t")); }, "a\tcd", 1},
-        {"return", pressReturn, "a\r\ncd", 1},
-        {"backspace", pressBackspace, "acd", 1},
-        {"delete", [](HWND e) { press(e, VK_DELETE); }, "acd", 1},
-        {"escape, bell, line feed", [](HWND e) { typeText(e, TEXT("\x1b\a\n")); }, "ab\r\ncd", 0},
-    };
-    for (const auto& row : rows)
+TEST_F(RichEdit, reportsAChangeOnceAndOnlyWhenAsked) {
+    const std::tuple<void (*)(HWND), const char*, int> rows[] = {
+        {[](HWND e) { SetWindowTextW(e, TEXT("new")); }, "new", 1},
+        {[](HWND e) { SetWindowTextW(e, TEXT("ab\r\ncd")); }, "ab\r\ncd", 1},
+        {[](HWND e) { streamIn(e, "{\\rtf1 x\\par y}"); }, "x\r\ny", 1},
+        {[](HWND e) { streamIn(e, "x"); }, "", 1},
+        {[](HWND e) { streamOut(e); }, "ab\r\ncd", 0},
+        {[](HWND e) { typeText(e, TEXT("x")); }, "axcd", 1},
+        {[](HWND e) { typeText(e, TEXT("\t")); }, "a\tcd", 1},
+        {pressReturn, "a\r\ncd", 1},
+        {pressBackspace, "acd", 1},
+        {[](HWND e) { press(e, VK_DELETE); }, "acd", 1},
+        {[](HWND e) { typeText(e, TEXT("\x1b\a\n")); }, "ab\r\ncd", 0}};
+    for (const auto& [act, text, changes] : rows)
         for (const LPARAM mask : {0, ENM_CHANGE}) {
-            SCOPED_TRACE(row.title);
             SetWindowTextW(edit, TEXT("ab\r\ncd"));
             select(1, 3);
             SendMessageW(edit, EM_SETEVENTMASK, 0, mask);
             parent.take();
-            row.act(edit);
-            EXPECT_EQ(textOf(edit), row.text);
-            EXPECT_EQ(parent.takeChanges(), mask == 0 ? 0 : row.told) << "mask " << mask;
+            act(edit);
+            EXPECT_EQ(textOf(edit), text);
+            EXPECT_EQ(parent.takeChanges(), mask == 0 ? 0 : changes) << text << ", mask " << mask;
         }
 }
 
 // Wine does not tell of a font, others may: a program has to live with both.
-TEST_F(RichEdit, fontIsToldOnceAtMost) {
+TEST_F(RichEdit, newFontIsReportedAtMostOnce) {
     for (const int most : {1, 0}) {
         SendMessageW(edit, EM_SETEVENTMASK, 0, most * ENM_CHANGE);
         parent.take();
@@ -99,10 +88,7 @@ TEST_F(RichEdit, fontIsToldOnceAtMost) {
 }
 
 TEST_F(RichEdit, readsTheTextOfRtf) {
-    const struct {
-        const char* rtf;
-        const char* text;
-    } rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {R"({\rtf1 plain})", "plain"},
         {R"({\rtf1\ansi\deff0 a\par b\par})", "a\r\nb"},
         {R"({\rtf1 a\par b\par\par})", "a\r\nb\r\n"},
@@ -130,17 +116,16 @@ TEST_F(RichEdit, readsTheTextOfRtf) {
         {R"({\rtf1 {\*\unknown hidden{\b hidden}}{\colortbl;\red1;}x})", "x"},
         {R"({\rtf1 a{\b b{\i c}}\unknown3 d\zzz e})", "abcde"},
         {R"({\rtf1 a}}}junk)", "a"},
-        {R"({\rtf1 a}{\rtf1 b})", "a"},
-    };
-    for (const auto& row : rows) {
+        {R"({\rtf1 a}{\rtf1 b})", "a"}};
+    for (const auto& [rtf, text] : rows) {
         SetWindowTextW(edit, TEXT("old"));
-        EXPECT_EQ(streamIn(edit, row.rtf), 0U) << row.rtf;
-        EXPECT_EQ(textOf(edit), row.text) << row.rtf;
-        EXPECT_EQ(selection(), "0-0") << row.rtf;
+        EXPECT_EQ(streamIn(edit, rtf), 0U) << rtf;
+        EXPECT_EQ(textOf(edit), text) << rtf;
+        EXPECT_EQ(selection(), "0-0") << rtf;
     }
 }
 
-TEST_F(RichEdit, damagedRtfLeavesWhatWasReadAndSaysSo) {
+TEST_F(RichEdit, damagedRtfIsAnErrorAndKeepsTheTextBeforeTheDamage) {
     for (const char* none : {"", "{", "{\\rt", "text", "{\\pwd a}", "\xef\xbb\xbf{\\rtf1 a}", " {\\rtf1 a}"}) {
         SetWindowTextW(edit, TEXT("old"));
         Stream stream{none};
@@ -159,10 +144,7 @@ TEST_F(RichEdit, formatsAndTextSurviveRoundTrips) {
     const char* const texts[] = {
         R"({\rtf1 {\colortbl;\red1\green2\blue3;}a\i i\i0\ul u\ulnone\strike s\strike0\cf1 c\cf0\fs48 big\b b\par})",
         R"({\rtf1 \\\{\}caf\'e9\'80\u9733?\u-10179?\u-8704?\~ \'a0\tab\bullet\line x})",
-        R"({\rtf1 a\par\par b\par\par})",
-        R"({\rtf1 {\i a\par}{\strike b}\par c})",
-        R"({\rtf1 })",
-    };
+        R"({\rtf1 a\par\par b\par\par})", R"({\rtf1 {\i a\par}{\strike b}\par c})", R"({\rtf1 })"};
     for (const char* rtf : texts) {
         SCOPED_TRACE(rtf);
         streamIn(edit, rtf);
@@ -183,7 +165,7 @@ TEST_F(RichEdit, formatsAndTextSurviveRoundTrips) {
         EXPECT_FALSE(hasWord(streamOut(edit), word)) << word << " outlived the text";
 }
 
-TEST_F(RichEdit, oneColourForAllReplacesThoseOfTheText) {
+TEST_F(RichEdit, oneColourForTheWholeTextReplacesItsColours) {
     streamIn(edit, R"({\rtf1 {\colortbl;\red1\green2\blue3;}a\cf1 b\par c})");
     select(1, 2);
     parent.take();
@@ -203,7 +185,7 @@ TEST_F(RichEdit, oneColourForAllReplacesThoseOfTheText) {
     EXPECT_EQ(textOf(edit), "ab\r\nc");
 }
 
-TEST_F(RichEdit, textsGoThroughInPiecesOfAnySize) {
+TEST_F(RichEdit, readsAndWritesInPiecesOfAnySize) {
     for (const std::size_t most : {7, 10, 1000}) {
         Stream stream{R"({\rtf1\ansi caf\'e9\u9733?{\b x}\par})", most};
         stream.into(edit);
@@ -227,7 +209,7 @@ TEST_F(RichEdit, textsGoThroughInPiecesOfAnySize) {
 }
 
 // A control that was told no limit may cut what is longer; one that was has all of it, and takes more.
-TEST_F(RichEdit, limitIsLifted) {
+TEST_F(RichEdit, raisedLimitLetsLongTextsIn) {
     SendMessageW(edit, EM_EXLIMITTEXT, 0, 0x7FFFFFFE);
     std::string rtf = "{\\rtf1 ";
     for (int line = 0; line < 340; ++line)

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common/Handles.h"
+#include "support/Files.h"
 
 namespace {
 
@@ -28,14 +29,20 @@ KernelHandle ownToken(DWORD access) {
 // Variable-size data in two calls.
 Bytes tokenData(HANDLE token, TOKEN_INFORMATION_CLASS what) {
     DWORD needed = 0;
-    EXPECT_FALSE(GetTokenInformation(token, what, nullptr, 0, &needed));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
+    EXPECT_EQ(errorAfter(GetTokenInformation(token, what, nullptr, 0, &needed)), ERROR_INSUFFICIENT_BUFFER);
     Bytes data(needed);
-    EXPECT_FALSE(GetTokenInformation(token, what, data.data(), needed - 1, &needed)) << "a byte too short";
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
+    EXPECT_EQ(errorAfter(GetTokenInformation(token, what, data.data(), needed - 1, &needed)), ERROR_INSUFFICIENT_BUFFER)
+        << "a byte too short";
     EXPECT_TRUE(GetTokenInformation(token, what, data.data(), needed, &needed));
     EXPECT_EQ(needed, data.size());
     return data;
+}
+
+template <typename Field>
+Field fieldOf(const Bytes& data, std::size_t offset = 0) {
+    Field field;
+    std::memcpy(&field, data.data() + offset, sizeof field);
+    return field;
 }
 
 // Whether the pointer leads into the data, with all of the SID.
@@ -47,37 +54,36 @@ bool holds(const Bytes& data, PSID sid) {
 
 }  // namespace
 
-TEST(Security, sidsAreTheirBytes) {
-    const struct {
-        WELL_KNOWN_SID_TYPE type;
-        Bytes bytes;
-    } rows[] = {{WinLocalSystemSid, {1, 1, 0, 0, 0, 0, 0, 5, 18, 0, 0, 0}},
-                {WinBuiltinAdministratorsSid, {1, 2, 0, 0, 0, 0, 0, 5, 32, 0, 0, 0, 0x20, 2, 0, 0}},
-                {WinMediumLabelSid, {1, 1, 0, 0, 0, 0, 0, 16, 0, 0x20, 0, 0}}};
-    for (const auto& row : rows) {
-        Bytes sid = wellKnown(row.type);
-        EXPECT_EQ(sid, row.bytes);
-        EXPECT_EQ(GetLengthSid(sid.data()), row.bytes.size());
+TEST(Security, wellKnownSidsHaveTheirBytes) {
+    const std::pair<WELL_KNOWN_SID_TYPE, Bytes> rows[] = {
+        {WinLocalSystemSid, {1, 1, 0, 0, 0, 0, 0, 5, 18, 0, 0, 0}},
+        {WinBuiltinAdministratorsSid, {1, 2, 0, 0, 0, 0, 0, 5, 32, 0, 0, 0, 0x20, 2, 0, 0}},
+        {WinMediumLabelSid, {1, 1, 0, 0, 0, 0, 0, 16, 0, 0x20, 0, 0}}};
+    for (const auto& [type, bytes] : rows) {
+        Bytes sid = wellKnown(type), copy(sid.size());
+        EXPECT_EQ(sid, bytes);
+        EXPECT_EQ(GetLengthSid(sid.data()), bytes.size());
         for (const auto& other : rows)
-            EXPECT_EQ(IsWellKnownSid(sid.data(), other.type) != FALSE, other.type == row.type);
+            EXPECT_EQ(IsWellKnownSid(sid.data(), other.first) != FALSE, other.first == type);
         DWORD small = static_cast<DWORD>(sid.size() - 1);
-        EXPECT_FALSE(CreateWellKnownSid(row.type, nullptr, sid.data(), &small));
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
+        EXPECT_FALSE(CopySid(small, copy.data(), sid.data()));  // Wine leaves the last error as it was
+        EXPECT_EQ(errorAfter(CreateWellKnownSid(type, nullptr, sid.data(), &small)), ERROR_INSUFFICIENT_BUFFER);
         EXPECT_EQ(small, sid.size());
-        Bytes copy(sid.size());
-        EXPECT_FALSE(CopySid(static_cast<DWORD>(copy.size() - 1), copy.data(), sid.data()));
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
         ASSERT_TRUE(CopySid(static_cast<DWORD>(copy.size()), copy.data(), sid.data()));
         EXPECT_TRUE(EqualSid(copy.data(), sid.data()));
         copy.back() ^= 1;
         EXPECT_FALSE(EqualSid(copy.data(), sid.data()));
-        copy[1] = 16;
-        EXPECT_FALSE(IsValidSid(copy.data())) << "more parts than there can be";
-        copy = {2, 0, 0, 0, 0, 0, 0, 5};
-        EXPECT_FALSE(IsValidSid(copy.data())) << "no known revision";
     }
-    EXPECT_FALSE(IsValidSid(nullptr));
+}
 
+TEST(Security, damagedSidsAreNotValid) {
+    Bytes unknownRevision = {2, 0, 0, 0, 0, 0, 0, 5}, tooManyParts = wellKnown(WinLocalSystemSid);
+    tooManyParts[1] = 16;
+    for (const PSID sid : {PSID{nullptr}, PSID{unknownRevision.data()}, PSID{tooManyParts.data()}})
+        EXPECT_FALSE(IsValidSid(sid));
+}
+
+TEST(Security, sidIsMadeOfItsParts) {
     SID_IDENTIFIER_AUTHORITY authority = {SECURITY_NT_AUTHORITY};
     PSID made = nullptr;
     ASSERT_TRUE(AllocateAndInitializeSid(&authority, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS, 3, 4, 5,
@@ -88,31 +94,27 @@ TEST(Security, sidsAreTheirBytes) {
     FreeSid(made);
 }
 
-TEST(Security, tokenAnswersInTwoCalls) {
+TEST(Security, tokenTellsTheSizeFirstAndThenTheData) {
     const KernelHandle token = ownToken(TOKEN_QUERY);
-    const Bytes user = tokenData(token.get(), TokenUser);
-    TOKEN_USER owner;
-    std::memcpy(&owner, user.data(), sizeof owner);
-    EXPECT_TRUE(holds(user, owner.User.Sid));
-    EXPECT_FALSE(IsWellKnownSid(owner.User.Sid, WinLocalSystemSid));
-
-    const Bytes label = tokenData(token.get(), TokenIntegrityLevel);
-    TOKEN_MANDATORY_LABEL level;
-    std::memcpy(&level, label.data(), sizeof level);
-    ASSERT_TRUE(holds(label, level.Label.Sid));
-    EXPECT_EQ(*GetSidSubAuthorityCount(level.Label.Sid), 1);
-    EXPECT_GE(*GetSidSubAuthority(level.Label.Sid, 0), 0x2000U);
-
-    const Bytes groups = tokenData(token.get(), TokenGroups);
-    DWORD count = 0;
-    std::memcpy(&count, groups.data(), sizeof count);
+    const Bytes user = tokenData(token.get(), TokenUser), label = tokenData(token.get(), TokenIntegrityLevel),
+                groups = tokenData(token.get(), TokenGroups);
+    const PSID owner = fieldOf<TOKEN_USER>(user).User.Sid, level = fieldOf<TOKEN_MANDATORY_LABEL>(label).Label.Sid;
+    EXPECT_TRUE(holds(user, owner));
+    EXPECT_FALSE(IsWellKnownSid(owner, WinLocalSystemSid));
+    ASSERT_TRUE(holds(label, level));
+    EXPECT_EQ(*GetSidSubAuthorityCount(level), 1);
+    EXPECT_GE(*GetSidSubAuthority(level, 0), 0x2000U);
+    const DWORD count = fieldOf<DWORD>(groups);
     EXPECT_GT(count, 1U);
-    for (DWORD i = 0; i < count; ++i) {
-        SID_AND_ATTRIBUTES group;
-        std::memcpy(&group, groups.data() + offsetof(TOKEN_GROUPS, Groups) + i * sizeof group, sizeof group);
-        EXPECT_TRUE(holds(groups, group.Sid)) << i;
-    }
+    for (DWORD i = 0; i < count; ++i)
+        EXPECT_TRUE(holds(
+            groups,
+            fieldOf<SID_AND_ATTRIBUTES>(groups, offsetof(TOKEN_GROUPS, Groups) + i * sizeof(SID_AND_ATTRIBUTES)).Sid))
+            << i;
+}
 
+TEST(Security, tokenHasFieldsOfFixedSize) {
+    const KernelHandle token = ownToken(TOKEN_QUERY);
     DWORD session = 77, needed = 0, ofProcess = 78;
     EXPECT_TRUE(GetTokenInformation(token.get(), TokenSessionId, &session, sizeof session, &needed));
     ASSERT_TRUE(ProcessIdToSessionId(GetCurrentProcessId(), &ofProcess));
@@ -127,21 +129,19 @@ TEST(Security, tokenAnswersInTwoCalls) {
 
 TEST(Security, tokenRefusesWhatItsHandleMayNotDo) {
     HANDLE none = nullptr;
-    EXPECT_FALSE(OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, &none));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_TOKEN});
+    EXPECT_EQ(errorAfter(OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, &none)), ERROR_NO_TOKEN);
 
     const KernelHandle token = ownToken(TOKEN_DUPLICATE);
     DWORD session = 0, needed = 0;
-    EXPECT_FALSE(GetTokenInformation(token.get(), TokenSessionId, &session, sizeof session, &needed));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(errorAfter(GetTokenInformation(token.get(), TokenSessionId, &session, sizeof session, &needed)),
+              ERROR_ACCESS_DENIED);
     TOKEN_PRIVILEGES wanted = {1, {{{}, SE_PRIVILEGE_ENABLED}}};
     ASSERT_TRUE(LookupPrivilegeValueW(nullptr, SE_TCB_NAME, &wanted.Privileges[0].Luid));
     EXPECT_EQ(wanted.Privileges[0].Luid.LowPart, 7U);
-    EXPECT_FALSE(AdjustTokenPrivileges(token.get(), FALSE, &wanted, 0, nullptr, nullptr));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(errorAfter(AdjustTokenPrivileges(token.get(), FALSE, &wanted, 0, nullptr, nullptr)), ERROR_ACCESS_DENIED);
     LUID privilege;
-    EXPECT_FALSE(LookupPrivilegeValueW(nullptr, TEXT("SeNoSuchPrivilege"), &privilege));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_SUCH_PRIVILEGE});
+    EXPECT_EQ(errorAfter(LookupPrivilegeValueW(nullptr, TEXT("SeNoSuchPrivilege"), &privilege)),
+              ERROR_NO_SUCH_PRIVILEGE);
 
     BOOL isMember = TRUE;
     EXPECT_TRUE(CheckTokenMembership(nullptr, wellKnown(WinLocalSystemSid).data(), &isMember));

@@ -71,7 +71,7 @@ TEST_F(Subclass, lastOneSetRunsFirst) {
     EXPECT_EQ(ask(), "own = 1");
 }
 
-TEST_F(Subclass, hearsTheEndOfItsWindow) {
+TEST_F(Subclass, procedureHearsTheEndOfItsWindow) {
     for (const UINT_PTR id : {1, 2})
         SetWindowSubclass(window, passing, id, 5);
     DestroyWindow(window);

@@ -21,20 +21,10 @@ std::size_t slotOf(Method method) {
     return (word - 1) / sizeof(void*);
 }
 
-std::string textOf(const GUID& id) {
-    WCHAR text[39] = {};
-    StringFromGUID2(id, text, 39);
-    return utf8(text);
-}
-
 }  // namespace
 
-TEST(TaskInterfaces, methodsLieWhereTheyArePublished) {
-    const struct {
-        const char* method;
-        std::size_t slot;
-        std::size_t published;
-    } rows[] = {
+TEST(TaskInterfaces, methodsHaveTheirPublishedPlaces) {
+    const std::tuple<const char*, std::size_t, std::size_t> rows[] = {
 #define METHOD(name, published) {#name, slotOf(&name), published}
         // clang-format off
         METHOD(ITaskService::GetFolder, 7), METHOD(ITaskService::NewTask, 9), METHOD(ITaskService::Connect, 10),
@@ -60,15 +50,21 @@ TEST(TaskInterfaces, methodsLieWhereTheyArePublished) {
     // clang-format on
 #undef METHOD
     };
-    for (const auto& row : rows)
-        EXPECT_EQ(row.slot, row.published) << row.method;
+    for (const auto& [method, slot, published] : rows)
+        EXPECT_EQ(slot, published) << method;
 }
 
 TEST(TaskInterfaces, numbersAreThePublishedOnes) {
-    EXPECT_EQ(textOf(CLSID_TaskScheduler), "{0F87369F-A4E5-4CFC-BD3E-73E6154572DD}");
-    EXPECT_EQ(textOf(IID_ITaskService), "{2FABA4C7-4DA9-4013-9697-20CC3FD40F85}");
-    EXPECT_EQ(textOf(IID_ILogonTrigger), "{72DADE38-FAE4-4B3E-BAF4-5D009AF02B1C}");
-    EXPECT_EQ(textOf(IID_IBootTrigger), "{2A9C35DA-D357-41F4-BBC1-207AC1B1F3CB}");
-    EXPECT_EQ(textOf(IID_ISessionStateChangeTrigger), "{754DA71B-4385-4475-9DD9-598294FA3641}");
-    EXPECT_EQ(textOf(IID_IExecAction), "{4C3D624D-FD6B-49A3-B9B7-09CB3CD3F047}");
+    const std::pair<GUID, const char*> rows[] = {
+        {CLSID_TaskScheduler, "{0F87369F-A4E5-4CFC-BD3E-73E6154572DD}"},
+        {IID_ITaskService, "{2FABA4C7-4DA9-4013-9697-20CC3FD40F85}"},
+        {IID_ILogonTrigger, "{72DADE38-FAE4-4B3E-BAF4-5D009AF02B1C}"},
+        {IID_IBootTrigger, "{2A9C35DA-D357-41F4-BBC1-207AC1B1F3CB}"},
+        {IID_ISessionStateChangeTrigger, "{754DA71B-4385-4475-9DD9-598294FA3641}"},
+        {IID_IExecAction, "{4C3D624D-FD6B-49A3-B9B7-09CB3CD3F047}"}};
+    for (const auto& [id, published] : rows) {
+        WCHAR text[39] = {};
+        StringFromGUID2(id, text, 39);
+        EXPECT_EQ(utf8(text), published);
+    }
 }

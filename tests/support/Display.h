@@ -39,11 +39,11 @@ class DisplayProcess {
     // What an installer does that wants to replace the program's file: the end of the session for this program alone,
     // and WM_CLOSE to each note at once.
     void closeForInstaller() const;
-    // Closes the hidden message window, as nobody does in daily life, and waits for the process. False when it does not
-    // end within 20 seconds.
-    bool end(DWORD& exitCode);
+    // Closes the hidden message window, as nobody does in daily life, and waits for the process. Its exit code; -1 when
+    // it does not end in time.
+    int end();
     // Waits in the same way for a process that ends of itself.
-    bool ends(DWORD& exitCode);
+    int ends();
 
   private:
     struct Platform;

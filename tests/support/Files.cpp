@@ -47,3 +47,11 @@ EnvironmentScope::EnvironmentScope(const WCHAR* name, const WCHAR* value) : name
 EnvironmentScope::~EnvironmentScope() {
     SetEnvironmentVariableW(name_.c_str(), wasSet_ ? before_.c_str() : nullptr);
 }
+
+std::string readAllFiles(const WideString& folder) {
+    std::string text;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(hostPath(folder), error))
+        if (entry.is_regular_file()) text += readFile(productPath(entry.path()));
+    return text;
+}

@@ -18,6 +18,14 @@ std::string readFile(const WideString& path);
 std::string contentOf(const std::filesystem::path& hostFile);
 void writeFile(const WideString& path, const std::string& bytes);
 bool exists(const WideString& path);
+// All files below a folder, one after the other.
+std::string readAllFiles(const WideString& folder);
+
+// 0 behind a call that has succeeded, else the last error.
+template <typename Result>
+long errorAfter(const Result& result) {
+    return result ? 0 : static_cast<long>(GetLastError());
+}
 
 // Made empty; removed with all it holds at the end of the scope.
 class TempFolder {

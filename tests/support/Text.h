@@ -9,3 +9,7 @@
 // exactly if they are equal in UTF-16.
 std::string utf8(WideView text);
 WideString wide(const std::string& asciiText);
+
+inline bool has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}

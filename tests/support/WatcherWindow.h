@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -53,6 +54,14 @@ class WatcherWindow {
     }
     bool awaits(const std::string& message) {
         return eventually([&] { return has(message); });
+    }
+    // Adds what comes to `seen` until it holds all that is expected.
+    bool awaitsAll(const std::set<std::string>& expected, std::set<std::string>& seen) {
+        return eventually([&] {
+            for (std::string& message : take())
+                seen.insert(std::move(message));
+            return std::includes(seen.begin(), seen.end(), expected.begin(), expected.end());
+        });
     }
     // What came since the last call.
     std::vector<std::string> take() {

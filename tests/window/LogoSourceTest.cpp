@@ -22,32 +22,27 @@ std::string chosen(const WideString& folder, const WideString& logo, std::vector
 
 }  // namespace
 
-TEST(LogoSource, base64EndsAtAMarkAndRefusesWhatIsNone) {
-    const struct {
-        const WCHAR* text;
-        const char* bytes;
-    } rows[] = {
-        {TEXT(""), ""},
-        {TEXT("TWFu"), "Man"},
-        {TEXT("TWE="), "Ma"},
-        {TEXT("TQ=="), "M"},
-        {TEXT("TWE"), "Ma"},
-        {TEXT("TQ"), "M"},
-        {TEXT("T"), ""},
-        {TEXT("TWFu-TWFu"), "Man"},
-        {TEXT("TWFu=\x20AC"), "Man"},
-        {TEXT("TW\x00E9u"), ""},
-        {TEXT("TWFu.png"), ""},
-        {TEXT("TW u"), ""},
-        {TEXT("TWFuTWE_"), ""},
-        {TEXT("++//"), "\xFB\xEF\xFF"},
-        {TEXT("=TWFu"), ""},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(decoded(row.text), row.bytes) << utf8(row.text);
+TEST(LogoSource, readsBase64UpToAMarkAndRefusesOtherLetters) {
+    const std::pair<const WCHAR*, const char*> rows[] = {{TEXT(""), ""},
+                                                         {TEXT("TWFu"), "Man"},
+                                                         {TEXT("TWE="), "Ma"},
+                                                         {TEXT("TQ=="), "M"},
+                                                         {TEXT("TWE"), "Ma"},
+                                                         {TEXT("TQ"), "M"},
+                                                         {TEXT("T"), ""},
+                                                         {TEXT("TWFu-TWFu"), "Man"},
+                                                         {TEXT("TWFu=\x20AC"), "Man"},
+                                                         {TEXT("TW\x00E9u"), ""},
+                                                         {TEXT("TWFu.png"), ""},
+                                                         {TEXT("TW u"), ""},
+                                                         {TEXT("TWFuTWE_"), ""},
+                                                         {TEXT("++//"), "\xFB\xEF\xFF"},
+                                                         {TEXT("=TWFu"), ""}};
+    for (const auto& [text, bytes] : rows)
+        EXPECT_EQ(decoded(text), bytes) << utf8(text);
 }
 
-TEST(LogoSource, theHeadOfADataUriAndBlanksGo) {
+TEST(LogoSource, headOfADataUriAndBlanksAreRemoved) {
     EXPECT_EQ(utf8(logoBase64(TEXT("data:image/png;base64,TWFu"))), "TWFu");
     EXPECT_EQ(utf8(logoBase64(TEXT("data:,a,b"))), "a,b") << "up to the first comma";
     EXPECT_EQ(utf8(logoBase64(TEXT("DATA:image/png;base64,TWFu"))), "DATA:image/png;base64,TWFu");
@@ -56,7 +51,7 @@ TEST(LogoSource, theHeadOfADataUriAndBlanksGo) {
 }
 
 TEST(LogoSource, filesAreLookedForInTheFolderOnly) {
-    const WideString folder = TEXT("D:\\logos"), none;
+    const WideString folder = TEXT("D:\\logos");
     EXPECT_EQ(chosen(folder, TEXT("a.png"), {"D:\\logos\\a.png"}), "D:\\logos\\a.png");
     EXPECT_EQ(chosen(folder, TEXT("sub\\a.png"), {"D:\\logos\\sub\\a.png"}), "D:\\logos\\sub\\a.png");
     EXPECT_EQ(chosen(folder, TEXT(""), {"D:\\logos\\default.gif", "D:\\logos\\default.jpg"}), "D:\\logos\\default.jpg");
@@ -65,13 +60,18 @@ TEST(LogoSource, filesAreLookedForInTheFolderOnly) {
     EXPECT_EQ(asked,
               "D:\\logos\\default.png D:\\logos\\default.jpg D:\\logos\\default.jpeg D:\\logos\\default.bmp "
               "D:\\logos\\default.gif ");
-    asked.clear();
-    chosen(none, TEXT("a.png"), {}, &asked);
-    chosen(none, TEXT(""), {}, &asked);
-    chosen(folder, TEXT("a b.png"), {}, &asked);
-    chosen(folder, TEXT("a\nb"), {}, &asked);
-    chosen(folder, WideString(260, TEXT('a')), {}, &asked);
-    EXPECT_EQ(asked, "") << "these can be no file names";
+}
+
+TEST(LogoSource, textsThatCannotBeFileNamesAreNotLookedFor) {
+    const WideString folder = TEXT("D:\\logos"), none;
+    std::string asked;
+    for (const auto& [where, logo] : {std::pair{none, WideString(TEXT("a.png"))},
+                                      {none, none},
+                                      {folder, WideString(TEXT("a b.png"))},
+                                      {folder, WideString(TEXT("a\nb"))},
+                                      {folder, WideString(260, TEXT('a'))}})
+        chosen(where, logo, {}, &asked);
+    EXPECT_EQ(asked, "");
     chosen(folder, WideString(259, TEXT('a')), {}, &asked);
     EXPECT_EQ(asked.size(), 9U + 259 + 1);
 }

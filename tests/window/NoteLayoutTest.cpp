@@ -21,13 +21,7 @@ constexpr Size kNoLogo = {0, 0};
 }  // namespace
 
 TEST(NoteLayout, controlsHaveTheirPlacesAtEveryDpi) {
-    struct Row {
-        LONG dpi;
-        Size client;
-        bool allowNewNote;
-        std::vector<LONG> title, body;
-    };
-    const Row rows[] = {
+    const std::tuple<LONG, Size, bool, std::vector<LONG>, std::vector<LONG>> rows[] = {
         {96, {260, 260}, false, {10, 2, 220, 22}, {10, 30, 240, 200}},
         {96, {260, 260}, true, {10, 2, 196, 22}, {10, 30, 240, 200}},
         {120, {325, 325}, false, {13, 2, 274, 28}, {13, 38, 299, 249}},
@@ -35,13 +29,12 @@ TEST(NoteLayout, controlsHaveTheirPlacesAtEveryDpi) {
         {192, {520, 520}, false, {20, 4, 440, 44}, {20, 60, 480, 400}},
         {96, {20, 20}, true, {10, 2, 10, 22}, {10, 30, 10, 10}},  // nothing gets under 10 pixels
     };
-    for (const Row& row : rows) {
-        const NoteMetrics metrics = NoteMetrics::at(row.dpi);
-        EXPECT_EQ(
-            sides(titlePlace(metrics, row.client.width, row.allowNewNote, kNoLogo, TitleMetrics::unknown(metrics))),
-            row.title)
-            << row.dpi;
-        EXPECT_EQ(sides(bodyPlace(metrics, row.client)), row.body) << row.dpi;
+    for (const auto& [dpi, client, allowNewNote, title, body] : rows) {
+        const NoteMetrics metrics = NoteMetrics::at(dpi);
+        EXPECT_EQ(sides(titlePlace(metrics, client.width, allowNewNote, kNoLogo, TitleMetrics::unknown(metrics))),
+                  title)
+            << dpi;
+        EXPECT_EQ(sides(bodyPlace(metrics, client)), body) << dpi;
     }
 }
 
@@ -52,36 +45,27 @@ TEST(NoteLayout, capitalsOfTheTitleStandInTheMiddle) {
     EXPECT_EQ(titlePlace(metrics, 260, false, kNoLogo, {0, 0, 10}).height, 1);
 }
 
-TEST(NoteLayout, theLogoKeepsItsShapeAndLeavesTheTitleTheRest) {
+TEST(NoteLayout, logoKeepsItsShapeAndTheTitleTakesTheRest) {
     const NoteMetrics metrics = NoteMetrics::at(96);
     const TitleMetrics ink = TitleMetrics::unknown(metrics);
-    struct Row {
-        Size image;
-        std::vector<LONG> logo;
-        LONG titleX, titleWidth;
-    };
-    const Row rows[] = {
+    const std::tuple<Size, std::vector<LONG>, LONG, LONG> rows[] = {
         {{44, 44}, {10, 2, 22, 22}, 36, 194},
         {{88, 44}, {10, 2, 44, 22}, 58, 172},
         {{10, 30}, {10, 2, 7, 22}, 21, 209},
         {{1000, 10}, {10, 12, 220, 2}, 234, 10},  // cut in width: it gives up height
         {{1, 1000}, {10, 2, 0, 22}, 10, 220},     // too thin to be seen: nothing is reserved
         {{2147483647, 1}, {10, 13, 220, 0}, 234, 10},
-        {{0, 5}, {0, 0, 0, 0}, 10, 220},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(sides(logoPlace(metrics, 260, false, row.image)), row.logo) << row.image.width;
-        const Place title = titlePlace(metrics, 260, false, row.image, ink);
-        EXPECT_EQ(title.x, row.titleX) << row.image.width;
-        EXPECT_EQ(title.width, row.titleWidth) << row.image.width;
+        {{0, 5}, {0, 0, 0, 0}, 10, 220}};
+    for (const auto& [image, logo, titleX, titleWidth] : rows) {
+        EXPECT_EQ(sides(logoPlace(metrics, 260, false, image)), logo) << image.width;
+        const Place title = titlePlace(metrics, 260, false, image, ink);
+        EXPECT_EQ(title.x, titleX) << image.width;
+        EXPECT_EQ(title.width, titleWidth) << image.width;
     }
 }
 
-TEST(NoteLayout, everyPointHasItsMeaning) {
-    const struct {
-        LRESULT zone;
-        std::vector<POINT> points;
-    } rows[] = {
+TEST(NoteLayout, everyPointOfANoteHasItsHitCode) {
+    const std::pair<LRESULT, std::vector<POINT>> rows[] = {
         {HTTOPLEFT, {{0, 0}, {7, 7}, {-5, -5}}},
         {HTTOPRIGHT, {{252, 7}}},
         {HTBOTTOMLEFT, {{7, 252}}},
@@ -93,8 +77,7 @@ TEST(NoteLayout, everyPointHasItsMeaning) {
         {HTCLOSE, {{240, 8}, {251, 22}, {235, 22}}},
         {HT_NEW_NOTE, {{230, 15}, {211, 8}, {211, 22}}},
         {HTCAPTION, {{234, 15}, {240, 23}, {231, 15}, {210, 15}, {220, 23}, {8, 8}, {100, 25}}},
-        {HTCLIENT, {{100, 26}, {251, 251}}},
-    };
+        {HTCLIENT, {{100, 26}, {251, 251}}}};
     for (const auto& [zone, points] : rows)
         for (const POINT& point : points) {
             SCOPED_TRACE(std::to_string(point.x) + "," + std::to_string(point.y));
@@ -106,7 +89,7 @@ TEST(NoteLayout, everyPointHasItsMeaning) {
     EXPECT_EQ(hitTest(NoteMetrics::at(192), {520, 520}, {16, 100}, false), HTCLIENT);
 }
 
-TEST(NoteLayout, coloursStopAtTheirEnds) {
+TEST(NoteLayout, derivedColoursStayInRange) {
     EXPECT_EQ(derivedTitleBarColor(RGB(254, 235, 77)), RGB(236, 217, 59));
     EXPECT_EQ(derivedTitleBarColor(RGB(18, 19, 0)), RGB(0, 1, 0));
     EXPECT_EQ(titleLineColor(RGB(16, 17, 255)), RGB(0, 0, 238));
@@ -115,7 +98,7 @@ TEST(NoteLayout, coloursStopAtTheirEnds) {
     EXPECT_EQ(argb(RGB(1, 2, 3)), 0xFF010203U);
 }
 
-TEST(NoteLayout, theFooterJoinsAuthorAndDate) {
+TEST(NoteLayout, footerJoinsAuthorAndDate) {
     EXPECT_EQ(utf8(footerText(TEXT("Ann"), TEXT("3/14/2026"))), "Ann  \xE2\x80\xA2  3/14/2026");
     EXPECT_EQ(utf8(footerText(TEXT(""), TEXT("3/14/2026"))), "3/14/2026");
     EXPECT_EQ(utf8(footerText(TEXT("Ann"), TEXT(""))), "Ann");
@@ -123,18 +106,15 @@ TEST(NoteLayout, theFooterJoinsAuthorAndDate) {
 }
 
 TEST(NoteText, lineEndsGoBothWays) {
-    const struct {
-        const WCHAR *text, *crLf, *lf;
-    } rows[] = {
+    const std::tuple<const WCHAR*, const WCHAR*, const WCHAR*> rows[] = {
         {TEXT(""), TEXT(""), TEXT("")},
         {TEXT("a\nb"), TEXT("a\r\nb"), TEXT("a\nb")},
         {TEXT("a\rb"), TEXT("a\r\nb"), TEXT("a\nb")},
         {TEXT("a\r\nb"), TEXT("a\r\nb"), TEXT("a\nb")},
         {TEXT("\r\r\n\n\r"), TEXT("\r\n\r\n\r\n\r\n"), TEXT("\n\n\n\n")},
-        {TEXT("\n\r"), TEXT("\r\n\r\n"), TEXT("\n\n")},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(utf8(normalizeToCrLf(row.text)), utf8(row.crLf));
-        EXPECT_EQ(utf8(normalizeToLf(row.text)), utf8(row.lf));
+        {TEXT("\n\r"), TEXT("\r\n\r\n"), TEXT("\n\n")}};
+    for (const auto& [text, crLf, lf] : rows) {
+        EXPECT_EQ(utf8(normalizeToCrLf(text)), utf8(crLf));
+        EXPECT_EQ(utf8(normalizeToLf(text)), utf8(lf));
     }
 }

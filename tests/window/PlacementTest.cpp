@@ -17,20 +17,14 @@ std::vector<LONG> sides(const RECT& rect) {
 }  // namespace
 
 TEST(Placement, newNotesGoToTheTopRightCorner) {
-    struct Row {
-        RECT workArea;
-        LONG dpi, width, height, x, y;
-    };
-    const Row rows[] = {
+    const std::tuple<RECT, LONG, LONG, LONG, LONG, LONG> rows[] = {
         {kDesktop, 96, 260, 260, 1648, 12},   {kDesktop, 144, 260, 260, 1642, 18},
         {kDesktop, 192, 260, 260, 1636, 24},  {kLeftOfPrimary, 96, 260, 260, -272, -388},
         {kDesktop, 96, 8000, 100, -6092, 12}, {{100, 50, 100, 50}, 96, 120, 100, -32, 62},
-        {kDesktop, 1, 260, 260, 1660, 0},
-    };
-    for (const Row& row : rows)
-        EXPECT_EQ(sides(topRightCorner(row.workArea, row.dpi, row.width, row.height)),
-                  sides({row.x, row.y, row.x + row.width, row.y + row.height}))
-            << row.dpi << " " << row.width;
+        {kDesktop, 1, 260, 260, 1660, 0}};
+    for (const auto& [workArea, dpi, width, height, x, y] : rows)
+        EXPECT_EQ(sides(topRightCorner(workArea, dpi, width, height)), sides({x, y, x + width, y + height}))
+            << dpi << " " << width;
 }
 
 TEST(Placement, centringRoundsTowardsZero) {
@@ -40,7 +34,7 @@ TEST(Placement, centringRoundsTowardsZero) {
     EXPECT_EQ(sides(centredIn({-1920, -200, 0, 880}, 261, 261)), sides({-1091, 209, -830, 470}));
 }
 
-TEST(Placement, lengthsScaleLikeTheSystems) {
+TEST(Placement, lengthsScaleAsTheSystemScalesThem) {
     const LONG rows[][3] = {{12, 96, 12}, {12, 120, 15}, {12, 144, 18}, {24, 192, 48},
                             {1, 144, 2},  {1, 143, 1},   {26, 120, 33}, {5, 120, 6}};
     for (const auto& [length, dpi, pixels] : rows)
@@ -56,7 +50,7 @@ TEST(Placement, touchingIsNotIntersecting) {
     EXPECT_FALSE(intersect(note, {150, 150, 150, 160})) << "an empty rectangle";
 }
 
-TEST(Placement, theSecondNoteAvoidsTheFirst) {
+TEST(Placement, secondNoteAvoidsTheFirst) {
     const RECT first = {1648, 12, 1908, 272};
     const auto isFree = [&](const RECT& place) { return !intersect(place, first); };
     EXPECT_EQ(sides(findFreePlace(first, kDesktop, 96, isFree)), sides({1660, 276, 1920, 536}));
@@ -79,7 +73,7 @@ TEST(Placement, triesGoAlongFourDiagonalsAndStayInTheWorkArea) {
     EXPECT_EQ(sides(placementTry(rectAt(-300, -300, 100, 100), kLeftOfPrimary, 96, 49)), sides({-100, 900, 0, 1000}));
 }
 
-TEST(Placement, withoutAFreePlaceTheWantedOneStands) {
+TEST(Placement, noteStaysAtItsWantedPlaceWhenNoneIsFree) {
     const RECT wanted = rectAt(-50, 20, 260, 260);
     int tries = 0;
     const RECT place = findFreePlace(wanted, kDesktop, 96, [&](const RECT&) { return ++tries < 0; });

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -36,7 +37,7 @@ bool readLine(const std::string& line, ShownWindow& window) {
                    static_cast<LONG>(top + height)};
     window.style = style;
     window.exStyle = exStyle;
-    window.isVisible = line.find(" shown ") != std::string::npos;
+    window.isVisible = has(line, " shown ");
     window.isActive = line.ends_with(" active") || line.ends_with(" focus");
     return true;
 }
@@ -51,6 +52,7 @@ DisplayProcess::DisplayProcess(const WideString& arguments, const Environment& e
     texts[0] = hostPath(joinPath(parentPath(executablePath()), TEXT("Vellumd"))).string();
     platform_->child = fork();
     if (platform_->child != 0) return;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     const int nowhere = open("/dev/null", O_WRONLY);
     dup2(nowhere, STDERR_FILENO);
     for (const auto& [name, value] : environment)
@@ -74,25 +76,23 @@ std::vector<ShownWindow> DisplayProcess::notes() const {
     std::istringstream list(platform_->ask("list"));
     for (std::string line; std::getline(list, line);) {
         ShownWindow window;
-        if (line.find("Vellumd.NoteWindow") != std::string::npos && readLine(line, window)) shown.push_back(window);
+        if (has(line, "Vellumd.NoteWindow") && readLine(line, window)) shown.push_back(window);
     }
     return shown;
 }
 
-bool DisplayProcess::end(DWORD& exitCode) {
+int DisplayProcess::end() {
     std::istringstream list(platform_->ask("list"));
     for (std::string line; std::getline(list, line);)
-        if (line.find("Vellumd.MsgWindow") != std::string::npos)
-            platform_->ask("close " + line.substr(0, line.find(' ')));
-    return ends(exitCode);
+        if (has(line, "Vellumd.MsgWindow")) platform_->ask("close " + line.substr(0, line.find(' ')));
+    return ends();
 }
 
-bool DisplayProcess::ends(DWORD& exitCode) {
+int DisplayProcess::ends() {
     int status = 0;
-    if (!eventually([&] { return waitpid(platform_->child, &status, WNOHANG) == platform_->child; })) return false;
+    if (!eventually([&] { return waitpid(platform_->child, &status, WNOHANG) == platform_->child; })) return -1;
     platform_->child = -1;
-    exitCode = WIFEXITED(status) ? static_cast<DWORD>(WEXITSTATUS(status)) : 0xffffffff;
-    return true;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 void DisplayProcess::endSession() const {

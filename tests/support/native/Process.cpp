@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <shellapi.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -24,6 +25,7 @@ constexpr std::chrono::seconds kLimit(60);
 
 [[noreturn]] void becomeChild(const std::vector<std::string>& arguments, const Environment& environment,
                               const std::array<int, 2>& out, const std::array<int, 2>& err) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     dup2(out[1], STDOUT_FILENO);
     dup2(err[1], STDERR_FILENO);
     for (const auto& [name, value] : environment)

@@ -104,18 +104,19 @@ std::vector<ShownWindow> DisplayProcess::notes() const {
     return listing.windows;
 }
 
-bool DisplayProcess::end(DWORD& exitCode) {
+int DisplayProcess::end() {
     for (HWND window = nullptr;
          (window = FindWindowExW(HWND_MESSAGE, window, TEXT("Vellumd.MsgWindow"), nullptr)) != nullptr;)
         if (isOf(window, platform_->id, TEXT("Vellumd.MsgWindow"))) PostMessageW(window, WM_CLOSE, 0, 0);
-    return ends(exitCode);
+    return ends();
 }
 
-bool DisplayProcess::ends(DWORD& exitCode) {
-    if (WaitForSingleObject(platform_->process.get(), 20000) != WAIT_OBJECT_0) return false;
+int DisplayProcess::ends() {
+    if (WaitForSingleObject(platform_->process.get(), 20000) != WAIT_OBJECT_0) return -1;
+    DWORD exitCode = 0;
     GetExitCodeProcess(platform_->process.get(), &exitCode);
     platform_->process.reset();
-    return true;
+    return static_cast<int>(exitCode);
 }
 
 void DisplayProcess::endSession() const {

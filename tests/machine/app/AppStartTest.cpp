@@ -1,0 +1,67 @@
+// The life of App with the platform failing under it.
+
+#include <objbase.h>
+
+#include "app/App.h"
+#include "app/ExitCode.h"
+#include "machine/support/MachineFixture.h"
+
+using namespace platform;
+
+namespace {
+
+using AppStart = MachineTest;
+
+int runApp(const std::vector<std::string>& arguments) {
+    setCommandLine(arguments);
+    App app;
+    const int exitCode = app.initialize(nullptr, WideString());
+    app.shutdown();
+    return exitCode;
+}
+
+}  // namespace
+
+TEST_F(AppStart, startInitialisesComAndTheControls) {
+    setCommandLine({"Vellumd", "--register", "--delete"});
+    App app;
+    app.initialize(nullptr, WideString());
+    EXPECT_EQ(CoInitializeEx(nullptr, 0), RPC_E_CHANGED_MODE) << "it is an apartment of its own";
+    EXPECT_EQ(faults::uses("InitCommonControlsEx"), 1U);
+    const std::vector<std::u16string> lines = notices::takeDebugOutput();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_TRUE(utf8(lines[0]).ends_with("App: Vellumd starting; pid=" + std::to_string(getpid()) + "\r\n"));
+    app.shutdown();
+    EXPECT_EQ(faults::openApartments(), 0U);
+}
+
+TEST_F(AppStart, commandLineThatCannotBeSplitHasNoOptions) {
+    failCall("CommandLineToArgvW", 1, ERROR_NOT_ENOUGH_MEMORY);
+    EXPECT_EQ(runApp({"Vellumd", "--register", "--delete"}), kEnterMessageLoop);
+}
+
+TEST_F(AppStart, helpShowsABoxAndStopsTheScan) {
+    EXPECT_EQ(runApp({"Vellumd", "--applet-queue", "--register", "/?", "--delete"}), kSuccess);
+    const std::vector<MessageBox> boxes = notices::takeMessageBoxes();
+    ASSERT_EQ(boxes.size(), 1U);
+    EXPECT_EQ(boxes[0].type, static_cast<UINT>(MB_ICONINFORMATION));
+    EXPECT_EQ(faults::uses("CreateFileW"), 0U) << "no log";
+}
+
+TEST_F(AppStart, everyRoleEndsWithADocumentedCodeWhateverFails) {
+    const std::pair<std::vector<std::string>, std::vector<int>> rows[] = {
+        {{"Vellumd", "--help"}, {0, kEnterMessageLoop, 1}},
+        // An option that is lost with the command line leaves a plain start.
+        {{"Vellumd", "--register", "--delete"}, {12, kEnterMessageLoop, 1}},
+        {{"Vellumd", "--applet-recover", "x"}, {14, kEnterMessageLoop, 1}}};
+    for (const auto& [arguments, exitCodes] : rows) {
+        int exitCode = 0;
+        forEachFailingCall([&] { exitCode = runApp(arguments); },
+                           [&](bool fired) {
+                               EXPECT_EQ(std::ranges::count(exitCodes, exitCode), 1) << exitCode;
+                               EXPECT_TRUE(fired || exitCode == exitCodes.front());
+                               EXPECT_EQ(faults::openApartments(), 0U);
+                               notices::takeDebugOutput();
+                           });
+    }
+}
