@@ -21,6 +21,7 @@ usage: ./dev.sh COMMAND
   soak [MINUTES] [SEED]   runs random writers, users, logons and kills on one machine of the stand-in for MINUTES (3),
                           then checks every note. The same seed gives the same plan; --plan prints it
   soak wine [MINUTES] [SEED]  the same for the plain display role under Wine
+  check [--tidy]          checks floors, sizes, forbidden constructs and the format; --tidy adds clang-tidy over src/
   format                  formats the sources
 TEXT
 }
@@ -71,7 +72,7 @@ command_test() {
     need_native
     need_windows
     need_wine
-    need python3-pytest python3-pefile python3-jsonschema
+    need python3-pytest python3-pefile python3-jsonschema clang-format
     rm -rf build/reports
     mkdir -p build/reports
     reports=()
@@ -174,6 +175,19 @@ command_soak() {
     /usr/bin/python3 -B tools/soak "$@"
 }
 
+# Floors, sizes, forbidden constructs and the format; with --tidy also what clang-tidy says of src/.
+command_check() {
+    need clang-format python3
+    /usr/bin/python3 tools/check.py || return 1
+    [ "${1:-}" = --tidy ] || return 0
+    need_native
+    need clang-tidy
+    cmake_options=(-DCMAKE_EXPORT_COMPILE_COMMANDS=ON)
+    build native vellum_core
+    say "clang-tidy, about six minutes"
+    git ls-files 'src/*.cpp' | xargs -P "$(nproc)" -n 4 clang-tidy -p build/native --quiet 2>/dev/null
+}
+
 command_format() {
     need clang-format
     git ls-files '*.h' '*.cpp' | xargs clang-format -i
@@ -191,6 +205,7 @@ case "${1:-}" in
     bench) shift; command_bench "$@" ;;
     fuzz) command_fuzz "${2:-30}" ;;
     soak) shift; command_soak "$@" ;;
+    check) command_check "${2:-}" ;;
     format) command_format ;;
     -h | --help | help) usage ;;
     *) usage >&2; exit 2 ;;

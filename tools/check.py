@@ -8,6 +8,7 @@ import ast
 import collections
 import pathlib
 import re
+import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -24,6 +25,7 @@ NO_FLOOR = {"src/resources", "platform/include", "platform/supplement"}  # no so
 MOST_FUNCTION_LINES = 60
 MOST_FILE_LINES = 500
 MEASURED = ["src", "platform", "tests", "tools"]
+FORMATTED = ["src", "platform", "tests", "bench", "fuzz", "tools"]
 
 DECLARATIONS = "platform/include"
 USERS = ["src", "platform", "tests", "bench", "fuzz"]
@@ -46,10 +48,15 @@ def text_of(path):
 
 
 def without_comments(text):
-    """C++ whose comments and quoted texts are blank, with every line where it was."""
+    """C++ whose comments and quoted texts are blank, with every line where it was. The quotes stay."""
     quoted = r'"(?:\\.|[^"\\\n])*"|(?<!\w)\'(?:\\.|[^\'\\\n])+\''
     token = re.compile(r'//[^\n]*|/\*.*?\*/|R"\(.*?\)"|' + quoted, re.S)
-    return token.sub(lambda match: re.sub(r"[^\n]", " ", match[0]), text)
+
+    def blank(match):
+        quote = match[0][0] if match[0][0] in "\"'" else ""
+        inner = match[0][1:-1] if quote else match[0]
+        return quote + re.sub(r"[^\n]", " ", inner) + quote
+    return token.sub(blank, text)
 
 
 def line_at(text, offset):
@@ -176,13 +183,18 @@ def python_functions(path):
             yield node.name, node.lineno, node.end_lineno
 
 
-def long_functions():
+def all_functions():
     for path in files_in(MEASURED, ".h", ".cpp", ".py"):
         functions = python_functions if path.endswith(".py") else cpp_functions
         for name, first, last in functions(path):
-            if last - first + 1 > MOST_FUNCTION_LINES:
-                yield Finding(path, first, f"{name} has {last - first + 1} lines, more than {MOST_FUNCTION_LINES}",
-                              "take a step of it out, under a name of its own")
+            yield path, name, first, last
+
+
+def long_functions():
+    for path, name, first, last in all_functions():
+        if last - first + 1 > MOST_FUNCTION_LINES:
+            yield Finding(path, first, f"{name} has {last - first + 1} lines, more than {MOST_FUNCTION_LINES}",
+                          "take a step of it out, under a name of its own")
 
 
 def long_files():
@@ -225,10 +237,55 @@ def unused_declarations():
                 yield Finding(path, line, f"nobody uses {name}", "delete it")
 
 
-RULES = [floors, long_functions, long_files, unused_declarations]
+# --- constructs
+
+FORBIDDEN = [
+    (["src", "tests"], r"\bwchar_t\b", "wchar_t has another size on Linux", "write WCHAR"),
+    (["src", "tests"], r'\bL(?="|\')', "a wide literal has another size on Linux", "write TEXT(...)"),
+    (["src"], r"^\s*#\s*(?:if|ifdef|ifndef|elif)\b", "code for one platform", "let platform/ stand in for the call"),
+]
+
+
+def forbidden_constructs():
+    for folders, pattern, what, cure in FORBIDDEN:
+        for path in files_in(folders, ".h", ".cpp"):
+            text = without_comments(text_of(path))
+            for match in re.finditer(pattern, text, re.M):
+                yield Finding(path, line_at(text, match.start()), what, cure)
+
+
+# --- format
+
+def format_differences():
+    paths = list(files_in(FORMATTED, ".h", ".cpp"))
+    run = subprocess.run(["clang-format", "--dry-run", *paths], cwd=ROOT, capture_output=True, text=True, check=False)
+    lines = re.findall(r"^([^:\s]+):(\d+):\d+: warning: code should be clang-formatted", run.stderr, re.M)
+    for path, line in dict.fromkeys(lines):
+        yield Finding(path, int(line), "not formatted", "run ./dev.sh format")
+    if run.returncode != 0 and not lines:
+        yield Finding(".clang-format", 1, f"clang-format failed: {run.stderr.strip()}", "mend its configuration")
+
+
+# --- what a person reads
+
+def longest():
+    """The twenty longest functions and files."""
+    functions = [(last - first + 1, f"{path}:{first} {name}") for path, name, first, last in all_functions()]
+    files = [(text_of(path).count("\n"), path) for path in files_in(MEASURED, ".h", ".cpp", ".py", ".sh")]
+    for title, entries in (("functions", functions), ("files", files)):
+        lengths = sorted(length for length, _ in entries)
+        print(f"{len(lengths)} {title}: median {lengths[len(lengths) // 2]} lines, 90th percentile "
+              f"{lengths[len(lengths) * 9 // 10]}; the longest:")
+        for length, name in sorted(entries, reverse=True)[:20]:
+            print(f"{length:6}  {name}")
+
+
+RULES = [floors, long_functions, long_files, unused_declarations, forbidden_constructs, format_differences]
 
 
 def main():
+    if "--quiet" not in sys.argv[1:]:
+        longest()
     findings = [finding for rule in RULES for finding in rule()]
     for finding in findings:
         print(f"{finding.path}:{finding.line}: {finding.what}: {finding.cure}")

@@ -63,13 +63,13 @@ class App {
 
     int startApplet(const CommandLineOptions& options);
     int startAppletDisplay(const CommandLineOptions& options);
-    int dispatchOrManageTask(const CommandLineOptions& options);
+    static int dispatchOrManageTask(const CommandLineOptions& options);
 
     int startDisplay(const CommandLineOptions& options);
     int openNotesFolder(const CommandLineOptions& options);
     bool claimInstance(const WideString& mutexName, int& exitCode);
     bool startDrawing();
-    void registerAutoStart(const WideString& folderOption);
+    void registerAutoStart(const WideString& folderOption) const;
     bool createMessageWindow();
     void startWatching();
 
@@ -99,7 +99,7 @@ class App {
 
     bool saveNote(NoteWindow* window);
     void createNewNote();
-    bool writeNote(const WideString& path, const NoteRecord& record, WideString& error) const;
+    bool writeNote(const WideString& path, const NoteRecord& note, WideString& error) const;
     void dismissNote(const WideString& id);
     void dismissPrivateNote(const WideString& id);
     void cleanupStartup(const WCHAR* occasion) const;

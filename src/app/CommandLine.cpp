@@ -73,9 +73,9 @@ CommandLineOptions scanOptions(const std::vector<WideString>& arguments) {
     for (std::size_t i = 1; i < arguments.size() && !options.helpRequested; ++i) {
         const bool isLast = i + 1 == arguments.size();
         WideString value;
-        const auto option = std::find_if(std::begin(kOptions), std::end(kOptions), [&](const Option& candidate) {
-            return matches(candidate, arguments[i], isLast, value);
-        });
+        const Option* const option =
+            std::find_if(std::begin(kOptions), std::end(kOptions),
+                         [&](const Option& candidate) { return matches(candidate, arguments[i], isLast, value); });
         if (option == std::end(kOptions)) {
             options.unknownSeen = true;
             continue;

@@ -97,7 +97,7 @@ bool App::startDrawing() {
     return false;
 }
 
-void App::registerAutoStart(const WideString& folderOption) {
+void App::registerAutoStart(const WideString& folderOption) const {
     if (noAutostart_) {
         logWrite(LogLevel::Info, kComponent, TEXT("Auto-start skipped (--no-autostart)"));
         return;

@@ -28,7 +28,7 @@ bool QueueLease::open(const QueueStore& store, const WideString& queueName, cons
     if (!folder) return false;
     OwnedHandle display = files.openLockFile(joinPath(path, kDisplayLock), err);
     if (!display) return false;
-    lease.state_.reset(new State{store, path, std::move(folder), std::move(display)});
+    lease.state_ = std::make_unique<State>(State{store, path, std::move(folder), std::move(display)});
     return true;
 }
 

@@ -44,7 +44,7 @@ UINT messageFor(DWORD action) {
 // The worker's data and code. Only the stop event is used by both threads.
 class FolderWatcher::Worker {
   public:
-    Worker(const WideString& folder, HWND target) : folder_(folder), target_(target) {}
+    Worker(WideString folder, HWND target) : folder_(std::move(folder)), target_(target) {}
 
     // False when the system cannot create the event.
     bool prepare() {
@@ -77,7 +77,7 @@ class FolderWatcher::Worker {
     bool watchFolder(Outage& outage) const;
     void readChanges(Reading& reading, Outage& outage) const;
     DWORD awaitRead(const Reading& reading, Outage& outage) const;
-    void failRead(Outage& outage, const WCHAR* warning) const;
+    static void failRead(Outage& outage, const WCHAR* warning);
     void endOutage(Outage& outage) const;
     void reportRecords(const BYTE* buffer) const;
     void reportChange(DWORD action, const WideString& name) const;
@@ -189,7 +189,7 @@ DWORD FolderWatcher::Worker::awaitRead(const Reading& reading, Outage& outage) c
 }
 
 // `warning` is a format with one %lu for the last error.
-void FolderWatcher::Worker::failRead(Outage& outage, const WCHAR* warning) const {
+void FolderWatcher::Worker::failRead(Outage& outage, const WCHAR* warning) {
     const DWORD err = GetLastError();
     if (!outage.readWarned) logWrite(LogLevel::Warn, kComponent, warning, err);
     outage.readWarned = outage.readFailed = true;

@@ -63,7 +63,7 @@ class NoteWindow {
     LRESULT onGetMinMaxInfo(WPARAM, LPARAM info);
     LRESULT onPosChanging(WPARAM wParam, LPARAM position);
     LRESULT onNcDestroy(WPARAM, LPARAM);
-    LRESULT onNcHitTest(WPARAM, LPARAM point);
+    LRESULT onNcHitTest(WPARAM, LPARAM packed);
     LRESULT onNcMouseMove(WPARAM zone, LPARAM);
     LRESULT onNcMouseLeave(WPARAM, LPARAM);
     LRESULT onNcButtonDown(WPARAM zone, LPARAM point);

@@ -57,8 +57,9 @@ RECT clampedInto(const RECT& rect, const RECT& workArea) {
 
 RECT placementTry(const RECT& wanted, const RECT& workArea, LONG dpi, int n) {
     const Direction& direction = kDirections[n / kTriesADirection];
-    const LONG distance = (n % kTriesADirection + 1) * std::max(scaleToDpi(kStep, dpi), kSmallestStep);
-    const RECT moved = movedTo(wanted, wrap(std::int64_t{wanted.left} + distance * direction.x),
-                               wrap(std::int64_t{wanted.top} + distance * direction.y));
+    const std::int64_t step = std::max(scaleToDpi(kStep, dpi), kSmallestStep);
+    const std::int64_t distance = (n % kTriesADirection + 1) * step;
+    const RECT moved =
+        movedTo(wanted, wrap(wanted.left + distance * direction.x), wrap(wanted.top + distance * direction.y));
     return clampedInto(moved, workArea);
 }
