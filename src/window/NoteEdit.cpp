@@ -241,7 +241,7 @@ bool NoteWindow::readPendingEdit() {
 }
 
 void NoteWindow::reportEdit() {
-    if (readPendingEdit() && app_ != nullptr) notifyApp(WM_APP_NOTE_CHANGED);
+    if (readPendingEdit()) notifyApp(WM_APP_NOTE_CHANGED);
 }
 
 // Posts the message; the App handles it when its current work is done. If it cannot be posted, the change stays in the

@@ -190,7 +190,7 @@ LRESULT NoteWindow::onPaint(WPARAM, LPARAM) {
 LRESULT NoteWindow::onClose(WPARAM, LPARAM) {
     readControls();
     captureNotePlacement();
-    if (app_ != nullptr) notifyApp(WM_APP_NOTE_DISMISS);
+    notifyApp(WM_APP_NOTE_DISMISS);
     return 0;
 }
 
@@ -268,7 +268,7 @@ LRESULT NoteWindow::onExitSizeMove(WPARAM, LPARAM) {
     moveToFreePlace();
     captureNotePlacement();
     unsaved_ = true;
-    if (app_ != nullptr) notifyApp(WM_APP_NOTE_MOVED);
+    notifyApp(WM_APP_NOTE_MOVED);
     return 0;
 }
 
