@@ -30,13 +30,7 @@ pass() {
 shown() {
     local display
     for display in $(displays "$1"); do
-        /usr/bin/python3 - "$VELLUM_MACHINE/desktops/$1/$display" 2> /dev/null <<'ASK'
-import re, socket, sys
-connection = socket.socket(socket.AF_UNIX)
-connection.connect(sys.argv[1])
-connection.sendall(b"list\n")
-print("\n".join(re.findall("note_[a-z]+", b"".join(iter(lambda: connection.recv(65536), b"")).decode())))
-ASK
+        tools/desktop --process "$display" list 2> /dev/null | grep -o 'note_[a-z]*'
     done | sort
 }
 shows() { [ "$(shown "$1" | xargs)" = "$2" ]; }
