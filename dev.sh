@@ -82,7 +82,7 @@ command_test() {
     build native-tsan
     run_tests native-tsan ctest --preset native-tsan -j4 --output-junit "$reports_folder/native-tsan.xml"
     build windows
-    run_tests executable /usr/bin/python3 -m pytest -q -p no:cacheprovider tests/package \
+    run_tests executable /usr/bin/python3 -m pytest -q -p no:cacheprovider tests/package tests/docs \
         --junitxml="$reports_folder/executable.xml"
     run_tests windows tools/wine-session.sh ctest --preset windows -j4 --output-junit "$reports_folder/windows.xml"
     say "all suites"
