@@ -156,6 +156,13 @@ TEST_F(Interaction, noteDroppedOnAnotherSlidesAwayAndASizedOneStays) {
     EXPECT_TRUE(has(get("n.json"), "\"x\": 664"));
 }
 
+TEST_F(Interaction, noteDroppedOnAnotherAtTheEdgeSlidesAlongIt) {
+    putNote("other", ",\"position\":{\"x\":1660,\"y\":100,\"width\":260,\"height\":260}");
+    open();
+    drag(kOnFreeBar, {kOnFreeBar.x + 1560, kOnFreeBar.y});
+    EXPECT_EQ(places(), "1660,364-1920,624 1660,100-1920,360");
+}
+
 TEST_F(Interaction, noteClosesWhenItsFileIsDeletedDuringADrag) {
     open(",\"title\":\"T\"");
     for (const POINT handle : {kOnFreeBar, kInTitle, POINT{359, 359}}) {
