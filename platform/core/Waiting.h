@@ -14,9 +14,9 @@ constexpr std::uint64_t kNever = std::numeric_limits<std::uint64_t>::max();
 // Milliseconds of GetTickCount64: since the system started, or the test's own time.
 std::uint64_t ticks();
 
-// Held by whoever changes or looks at something that a wait may be for. Nothing else is called while it is held.
+// Guards everything that a thread can wait for: take it to read or change such state. Call nothing while it is held.
 std::mutex& lock();
-// Every waiter looks again. To be called after a change.
+// Makes every waiter check its condition again. Call it after a change.
 void wake();
 // Sleeps until wake(), or until the tick clock has reached `deadline`; wakes at times for no reason.
 void sleep(std::unique_lock<std::mutex>& held, std::uint64_t deadline);

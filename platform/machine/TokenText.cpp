@@ -54,7 +54,7 @@ bool readWord(const std::string& word, Token& token) {
     return true;
 }
 
-// The Administrators group goes with the level: an administrator below "high" has it to be denied things only.
+// An administrator's token has the Administrators group; below the level "high" the group counts for denying only.
 void settleAdministrators(const MachineDescription& machine, Token& token) {
     const Session* session = findSession(machine, token.sessionId);
     const bool isFull = token.integrity >= SECURITY_MANDATORY_HIGH_RID;

@@ -7,9 +7,9 @@
 
 namespace platform {
 
-// The form is told in Machine.h. False, with the reason in `mistake`.
+// Reads a token; Machine.h describes the form. False, with the reason in `mistake`.
 bool readToken(const std::string& text, const MachineDescription& machine, Token& token, std::string& mistake);
-// readToken makes the same token of it.
+// Writes a token so that readToken gives it back.
 std::string writeToken(const Token& token);
 
 // What a user's processes run under: his only token, or the limited one of an administrator's two.

@@ -1,5 +1,4 @@
-// Splits command lines. The product calls it through CommandLineToArgvW, and whoever starts a process does; there is
-// no state.
+// Splits command lines, for CommandLineToArgvW and for starting processes. No state.
 #include "process/CommandLine.h"
 
 #include <shellapi.h>

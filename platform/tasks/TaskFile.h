@@ -1,5 +1,5 @@
 // Scheduled tasks as the machine folder keeps them: tasks/<name>.txt, which a person can read. Nothing watches the
-// triggers; whoever wants one to fire runs the task.
+// triggers: to let one fire, run the task with vellum-fire-task.
 #pragma once
 
 #include <tasktriggers.h>

@@ -1,6 +1,6 @@
-// Named mutexes between the processes of a machine. A name belongs to a session, unless it stands in the namespace
-// "Global\". Each mutex is a file in the machine folder: whoever has a handle holds a shared lock on its first byte,
-// the owner an exclusive one on its second. Both belong to the open file description and vanish with the process.
+// Named mutexes between the processes of a machine. A name belongs to a session, unless it begins with "Global\".
+// Each mutex is a file in the machine folder: every process with a handle has a shared lock on its first byte, the
+// owner an exclusive lock on its second. Both belong to the open file description, so they end with the process.
 #include <fcntl.h>
 #include <unistd.h>
 #include <windows.h>

@@ -22,7 +22,7 @@ void sayMovedAndSized(const Window& window, const WINDOWPOS& done) {
     if ((done.flags & SWP_NOSIZE) == 0) callWindow(window, WM_SIZE, SIZE_RESTORED, MAKELPARAM(done.cx, done.cy));
 }
 
-// The parent has the first word; whoever has the last shows the cursor of the window that is pointed at.
+// Asks the parent first. If no window up to the top has set a cursor, shows that of the window under the mouse.
 bool setCursor(const Window& window, WPARAM pointed, LPARAM place) {
     if (window.parent != nullptr && SendMessageW(window.parent, WM_SETCURSOR, pointed, place) != 0) return true;
     const auto under = findWindow(reinterpret_cast<HWND>(pointed));
