@@ -119,8 +119,9 @@ def faulty_blocks(page, text):
 # --- running
 
 def copy_sources(folder):
-    listed = subprocess.run(["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard"], cwd=ROOT,
-                            check=True, capture_output=True, text=True).stdout
+    # The sources may belong to another user than the one who tests them.
+    command = ["git", "-c", "safe.directory=*", "ls-files", "-z", "--cached", "--others", "--exclude-standard"]
+    listed = subprocess.run(command, cwd=ROOT, check=True, capture_output=True, text=True).stdout
     for name in filter(None, listed.split("\0")):
         if (ROOT / name).is_file():
             (folder / name).parent.mkdir(parents=True, exist_ok=True)
