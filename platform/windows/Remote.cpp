@@ -119,7 +119,7 @@ void listenOn(const fs::path& folder, const std::shared_ptr<Queue>& queue) {
     const sockaddr_un address = addressIn(opened, early);
     if (bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return;
     if (::listen(listener.get(), 16) != 0) return;
-    // Only now may it be found: whoever is refused by a socket takes its process for dead and removes it.
+    // The socket gets its name last: a client that a socket refuses takes the process for dead and removes the file.
     if (renameat(opened.get(), early.c_str(), opened.get(), name.c_str()) != 0) return;
     std::atexit([] { unlink(socketFile.c_str()); });
     std::thread([listener = std::move(listener), queue] {

@@ -26,7 +26,7 @@ class RichEdit : public testing::Test {
     }
 };
 
-// Whether the control word stands in the RTF.
+// True when the RTF has this control word.
 bool hasWord(const std::string& rtf, const std::string& word) {
     for (std::size_t at = 0; (at = rtf.find("\\" + word, at)) != std::string::npos; ++at) {
         const char next = rtf[at + 1 + word.size()];

@@ -1,5 +1,5 @@
-// The writer of private queues, which is another program than Vellumd and does what Vellumd demands of it. Here it
-// serves tests and whoever wants to see queues at work; it writes for the logon that it runs in.
+// Writes private queues as Vellumd expects other programs to write them, for the logon that it runs in. Tests and
+// samples use it.
 //
 //     vellum-applet-writer queue                     makes the store and a queue, prints the queue's name
 //     vellum-applet-writer note QUEUE ID TEXT        writes a note

@@ -141,9 +141,9 @@ unsigned forEachFailingCall(Body body, Check check, DWORD error = 5) {
     return 0;
 }
 
-// Runs `body` in a process that is killed at its 1st, 2nd, 3rd ... use of any call, until one ends by itself: `prepare`
-// before each, then in the process `begin`, whose calls do not count and whose result `body` gets, and `check` after
-// it.
+// Runs `body` in a process that is killed at its 1st, 2nd, 3rd ... call, until a run ends without a kill. `prepare`
+// runs before each process, `check` after it. `begin` runs in the process first: its calls do not count, and `body`
+// gets its result.
 template <typename Prepare, typename Begin, typename Body, typename Check>
 void forEachKilledCall(Prepare prepare, Begin begin, Body body, Check check) {
     for (unsigned use = 1; use < 500; ++use) {
