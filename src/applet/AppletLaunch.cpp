@@ -120,14 +120,15 @@ bool resumeIfExpected(const Child& child, const AppletContext& context, DWORD& e
     return ResumeThread(child.thread.get()) != static_cast<DWORD>(-1) || failWithLastError(err);
 }
 
-bool startChild(const AppletContext& context, const WideString& queueName, HANDLE token, DWORD& err) {
+DWORD startChild(const AppletContext& context, const WideString& queueName, HANDLE token) {
     PinnedImage image;
     Child child;
-    if (!image.pin(err) || !createSuspended(image, queueName, token, child, err)) return false;
-    if (resumeIfExpected(child, context, err)) return true;
+    DWORD err = ERROR_SUCCESS;
+    if (!image.pin(err) || !createSuspended(image, queueName, token, child, err)) return err;
+    if (resumeIfExpected(child, context, err)) return ERROR_SUCCESS;
     if (!TerminateProcess(child.process.get(), kRejectedExitCode))
         OutputDebugStringW(TEXT("AppletNotes: rejected child termination failed\n"));
-    return false;
+    return err;
 }
 
 OwnedHandle computeNormalUser(HANDLE processToken, DWORD& err) {
@@ -177,9 +178,8 @@ OwnedHandle makeMediumToken(HANDLE processToken, DWORD& err) {
 }
 
 DWORD launchApplet(const AppletContext& context, const WideString& queueName, HANDLE token) {
-    DWORD err = checkQueue(context, queueName);
-    if (err != ERROR_SUCCESS) return err;
-    return startChild(context, queueName, token, err) ? DWORD{ERROR_SUCCESS} : err;
+    if (const DWORD err = checkQueue(context, queueName)) return err;
+    return startChild(context, queueName, token);
 }
 
 bool startAtMediumIntegrity(const WideString& queueName, bool& relaunched, DWORD& err) {

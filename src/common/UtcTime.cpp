@@ -49,7 +49,6 @@ bool takeUnit(WideView& text, WCHAR unit) {
 // Does not call the printf formatter, which is slow: each save formats two times.
 WideString formatUtcTime(const SYSTEMTIME& time) {
     WideString text;
-    text.reserve(20);
     appendNumber(text, time.wYear, 4);
     appendNumber(text += TEXT('-'), time.wMonth, 2);
     appendNumber(text += TEXT('-'), time.wDay, 2);
