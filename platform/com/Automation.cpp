@@ -1,4 +1,4 @@
-// Strings and variants of automation. The product calls it, on any thread; the counts are atomic.
+// BSTR and VARIANT functions. Called by the product on any thread; the counters are atomic.
 #include <oleauto.h>
 #include <winerror.h>
 
@@ -42,7 +42,7 @@ void VariantInit(VARIANTARG* value) {
     countOpened(Open::Variants);
 }
 
-// Of an empty variant or a string, which always succeeds.
+// Handles only empty variants and strings. Always succeeds.
 HRESULT VariantClear(VARIANTARG* value) {
     static constinit CallSite site{__func__};
     site.pass();

@@ -1,4 +1,4 @@
-// Apartments, GUIDs and COM's memory. The product calls it. An apartment belongs to the calling thread.
+// Apartments, GUIDs and COM memory. Called by the product. Each apartment belongs to the thread that entered it.
 #include "com/Com.h"
 
 #include <objbase.h>

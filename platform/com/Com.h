@@ -1,5 +1,5 @@
-// COM: the apartment of a thread, GUIDs, streams over memory, and the strings and variants of automation. The one class
-// that can be made is on a higher floor, in tasks/.
+// COM: thread apartments, GUIDs, memory streams, BSTRs and VARIANTs. The only class that CoCreateInstance can create is
+// implemented in tasks/.
 #pragma once
 
 #include <objidl.h>
@@ -11,10 +11,10 @@ namespace platform {
 // Whether the calling thread has entered an apartment.
 bool isInApartment();
 
-// All bytes of a stream that CreateStreamOnHGlobal made.
+// Returns all bytes of a stream that CreateStreamOnHGlobal made.
 std::vector<unsigned char> bytesOf(IStream* stream);
 
-// For tests: the GUID that the next CoCreateGuid makes. Those behind it are random again.
+// For tests: sets the GUID that the next CoCreateGuid call returns. Later calls return random GUIDs again.
 void setNextGuid(const GUID& guid);
 
 }  // namespace platform

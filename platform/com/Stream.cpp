@@ -1,4 +1,4 @@
-// Movable memory, and streams over it.
+// GlobalAlloc memory, and streams over it.
 #include <objbase.h>
 #include <winbase.h>
 #include <winerror.h>
@@ -14,7 +14,7 @@
 namespace platform {
 namespace {
 
-// Movable memory: its handle is no address.
+// Movable memory blocks. A handle is an opaque number, not an address.
 struct Blocks {
     std::mutex lock;
     std::unordered_map<HGLOBAL, std::vector<unsigned char>> blocks;
@@ -82,7 +82,7 @@ LPVOID GlobalLock(HGLOBAL memory) {
 BOOL GlobalUnlock(HGLOBAL) {
     static constinit CallSite site{__func__};
     site.pass();
-    return FALSE;  // no lock is left
+    return FALSE;  // false: the lock count is now 0
 }
 
 HGLOBAL GlobalFree(HGLOBAL memory) {

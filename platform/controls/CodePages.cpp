@@ -1,4 +1,4 @@
-// The tables behind CodePages.h. The reader of RTF calls it for each byte that is no ASCII; there is no state.
+// The tables behind CodePages.h. RtfReader.cpp calls this for each non-ASCII byte. Stateless.
 #include "controls/CodePages.h"
 
 #include <iconv.h>
@@ -11,7 +11,7 @@
 namespace platform {
 namespace {
 
-// The characters of 0x80 to 0x9F; the five bytes without one stand for themselves.
+// Characters for the bytes 0x80 to 0x9F. Five of these bytes are undefined and map to themselves.
 constexpr std::array<char16_t, 32> kWestern = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
                                                0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
                                                0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,

@@ -11,7 +11,7 @@ class Edit : public TextControl {
   public:
     explicit Edit(Window& window) : TextControl(window, kMostTyped) { content_.append(window.text, {}); }
 
-    // A new font brings margins of its own, whatever was set before.
+    // WM_SETFONT resets the margins to values that depend on the font.
     std::optional<LRESULT> answer(UINT message, WPARAM wParam, LPARAM lParam) override {
         const std::optional<LRESULT> result = TextControl::answer(message, wParam, lParam);
         if (message != WM_SETFONT) return result;

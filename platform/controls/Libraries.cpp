@@ -1,4 +1,4 @@
-// LoadLibraryW and what follows from it, and InitCommonControlsEx. The product calls it, on any thread.
+// LoadLibraryW, GetProcAddress and InitCommonControlsEx. Called by the product on any thread.
 #include "controls/Libraries.h"
 
 #include <commctrl.h>
@@ -25,8 +25,8 @@ struct Library {
     const char16_t* name;
     const char* call = "";
     FARPROC address = nullptr;
-    const std::atomic<bool>* offered = nullptr;  // null: it has no calls
-    void (*loaded)() = nullptr;                  // what loading it does
+    const std::atomic<bool>* offered = nullptr;  // null: it exports nothing
+    void (*loaded)() = nullptr;                  // runs when the library is loaded
 };
 
 template <typename Call>

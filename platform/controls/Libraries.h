@@ -1,10 +1,11 @@
-// Libraries that the product loads while it runs: those of controls, and those with calls that older systems lack. Each
-// is always there; what it offers can be less.
+// Libraries that the product loads at run time: the control libraries, and those whose exports older systems lack.
+// Loading one of them always succeeds, but an export can be missing.
 #pragma once
 
 namespace platform::desktop {
 
-// Whether the libraries have the calls that tell the DPI of a monitor and of a window. Older systems do not.
+// Sets whether the libraries export the functions that return the DPI of a monitor and of a window. Older systems lack
+// them.
 void offerDpiCalls(bool ofMonitor, bool ofWindow);
 
 }  // namespace platform::desktop

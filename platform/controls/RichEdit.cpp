@@ -1,4 +1,4 @@
-// RICHEDIT50W: paragraphs of text with formats, which it takes and gives as RTF.
+// RICHEDIT50W: paragraphs of formatted text, read and written as RTF.
 #include <richedit.h>
 
 #include <algorithm>
@@ -11,9 +11,9 @@ namespace platform {
 namespace {
 
 constexpr std::size_t kMostTyped = 32767, kDefaultLimit = 65536;
-constexpr LONG kStreamBytes = 4096;  // what one call of a stream's callback moves at most
+constexpr LONG kStreamBytes = 4096;  // the most bytes that one call of a stream callback transfers
 
-// Calls back for more when what it has is used up, until there is no more or the callback refuses.
+// Calls the stream callback for more bytes when its buffer is empty, until the data ends or the callback fails.
 class IncomingBytes {
   public:
     explicit IncomingBytes(EDITSTREAM& stream) : stream_(stream) {}
@@ -38,7 +38,8 @@ class IncomingBytes {
     bool ended_ = false;
 };
 
-// Returns how many bytes were taken. It ends with a callback that refuses, or takes less than it is given.
+// Passes `bytes` to the stream callback. Stops if the callback fails or takes fewer bytes than offered. Returns how
+// many bytes the callback took.
 LRESULT giveAway(EDITSTREAM& stream, std::string bytes) {
     LRESULT taken = 0;
     for (std::size_t at = 0; at < bytes.size();) {
@@ -53,7 +54,7 @@ LRESULT giveAway(EDITSTREAM& stream, std::string bytes) {
     return taken;
 }
 
-// Any line end of plain text ends a paragraph.
+// Turns every kind of line end in plain text into a paragraph end.
 std::u16string paragraphs(std::u16string_view text) {
     std::u16string result;
     for (std::size_t i = 0; i < text.size(); ++i)
@@ -77,7 +78,8 @@ class RichEdit : public TextControl {
             case WM_SETTEXT:
                 setText(paragraphs(lParam == 0 ? u"" : reinterpret_cast<LPCWSTR>(lParam)));
                 return TRUE;
-            // Not every system tells of a font as a change; one that does is the harder to live with.
+            // Only some Windows versions send EN_CHANGE when the font changes. The stand-in sends it, so that tests
+            // cover the harder case.
             case WM_SETFONT: {
                 const std::optional<LRESULT> result = TextControl::answer(message, wParam, lParam);
                 sayChanged();
@@ -122,7 +124,7 @@ class RichEdit : public TextControl {
                 text += unit == kLineEnd ? u' ' : unit;
         return text;
     }
-    // The last paragraph has an end of its own, which no text shows.
+    // Counts the final paragraph mark, which is not part of the text.
     std::size_t furthest() const override { return content_.size() + 1; }
     std::u16string typed(char16_t unit) const override {
         const bool isText = (unit >= 0x20 && unit != 0x7F) || unit == u'\t' || unit == kParagraphEnd;
@@ -134,7 +136,7 @@ class RichEdit : public TextControl {
         return static_cast<LRESULT>(std::exchange(background_, color));
     }
 
-    // Of a format, only its colour can be set.
+    // Only the colour of a format can be set.
     LRESULT setFormat(WPARAM where, const CHARFORMAT2W& format) {
         if (format.cbSize != sizeof(CHARFORMAT2W) && format.cbSize != sizeof(CHARFORMATW)) return FALSE;
         if (format.dwMask != CFM_COLOR || (where != SCF_DEFAULT && where != SCF_SELECTION)) return FALSE;
@@ -166,7 +168,7 @@ class RichEdit : public TextControl {
         stream.dwError = 0;
         if (form != SF_RTF) return refuse(stream);
         std::string bytes = writeRtf(content_);
-        bytes += '\0';  // the system's own control ends so, and whoever keeps the text has to cope with it
+        bytes += '\0';  // Windows ends the RTF with a zero byte too; callers must cope with it
         return giveAway(stream, std::move(bytes));
     }
     static LRESULT refuse(EDITSTREAM& stream) {

@@ -1,4 +1,4 @@
-// Text with the format of each of its characters, as the text controls hold it.
+// Text with a format for each character, as the text controls store it.
 #pragma once
 
 #include <windef.h>
@@ -11,22 +11,22 @@
 namespace platform {
 
 constexpr char16_t kParagraphEnd = u'\r';
-constexpr char16_t kLineEnd = u'\v';  // a new line in the same paragraph
+constexpr char16_t kLineEnd = u'\v';  // a line break inside a paragraph
 
 struct TextFormat {
     bool bold = false;
     bool italic = false;
     bool underline = false;
     bool strike = false;
-    std::optional<COLORREF> color;  // none: the control's own colour
-    std::optional<int> halfPoints;  // the size; none: that of the control's font
+    std::optional<COLORREF> color;  // nullopt: the control's own colour
+    std::optional<int> halfPoints;  // the size; nullopt: the size of the control's font
 
     friend bool operator==(const TextFormat&, const TextFormat&) = default;
 };
 
-// A stretch of text with one format, as long as it can be.
+// A maximal run of text with one format.
 struct TextRun {
-    std::u16string_view text;  // of the RichText that was asked
+    std::u16string_view text;  // points into the RichText
     TextFormat format;
 };
 
@@ -37,14 +37,14 @@ class RichText {
     const TextFormat& formatAt(std::size_t index) const { return formats_[index]; }
     std::vector<TextRun> runs() const;
 
-    // Puts `text` in the place of the units from `first` up to `last`.
+    // Replaces the units in [first, last) with `text`.
     void replace(std::size_t first, std::size_t last, std::u16string_view text, const TextFormat& format);
     void append(std::u16string_view text, const TextFormat& format) { replace(size(), size(), text, format); }
     void setColor(std::size_t first, std::size_t last, std::optional<COLORREF> color);
 
   private:
     std::u16string text_;
-    std::vector<TextFormat> formats_;  // one for each unit
+    std::vector<TextFormat> formats_;  // one for each UTF-16 unit
 };
 
 }  // namespace platform

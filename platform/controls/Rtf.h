@@ -1,5 +1,5 @@
-// Rich text as RTF: what a note needs of it, which is characters with their weight, slant, lines, colour and size.
-// Paragraph layout, pictures, tables and fonts are not kept.
+// Rich text as RTF. Keeps what a note needs: characters with bold, italic, underline, strike-through, colour and size.
+// Drops paragraph layout, pictures, tables and fonts.
 #pragma once
 
 #include <windef.h>
@@ -11,20 +11,20 @@
 
 namespace platform {
 
-// How reading ended, by the numbers that EDITSTREAM::dwError then has.
+// The result of reading. EDITSTREAM::dwError gets these values.
 constexpr DWORD kRtfOk = 0;
-constexpr DWORD kRtfIsNone = static_cast<DWORD>(-16);     // it does not begin as RTF does: there is no text
+constexpr DWORD kRtfIsNone = static_cast<DWORD>(-16);     // not RTF: there is no text
 constexpr DWORD kRtfIsDamaged = static_cast<DWORD>(-14);  // the text is what came before the damage
-constexpr DWORD kRtfIsCutShort = 0x80070026;              // it ends inside a group: the text is what came
+constexpr DWORD kRtfIsCutShort = 0x80070026;              // the data ends inside a group: the text is what came before
 
-// Gives the next byte, or -1 at the end.
+// Returns the next byte, or -1 at the end.
 using RtfBytes = std::function<int()>;
 
-// Reads up to the end of the outermost group, and no byte further. Any bytes will do: time and memory are bounded by
-// their number.
+// Reads up to the end of the outermost group and not a byte further. Accepts any input: time and memory grow linearly
+// with the number of bytes.
 DWORD readRtf(const RtfBytes& next, RichText& text);
 
-// 7-bit bytes that readRtf makes the same text of, and then these bytes again.
+// Writes 7-bit RTF. readRtf returns the same text for it, and writing that text again gives the same bytes.
 std::string writeRtf(const RichText& text);
 
 }  // namespace platform

@@ -1,5 +1,4 @@
-// Reads RTF into a RichText. The rich edit control calls it, on the thread of its window; a reader has no other
-// state than its own.
+// Reads RTF into a RichText. The rich edit control calls it on the thread of its window. There is no global state.
 #include <algorithm>
 #include <string_view>
 #include <utility>
@@ -11,15 +10,15 @@ namespace platform {
 namespace {
 
 constexpr std::size_t kDeepestGroup = 512;
-constexpr int kPlainHalfPoints = 24;  // what \plain goes back to
+constexpr int kPlainHalfPoints = 24;  // the size that \plain restores
 
 enum class Destination { Text, Colors, Nowhere };
 
-// What a group begins with as its parent has it, and loses at its end.
+// The state of an RTF group. A group starts with a copy of its parent's state, which is dropped when the group ends.
 struct Group {
     TextFormat format;
     Destination destination = Destination::Text;
-    int fallbackUnits = 1;  // how many characters after \u are for readers that do not know it
+    int fallbackUnits = 1;  // how many characters after \u to skip: the fallback for readers without Unicode
 };
 
 struct Word {
@@ -167,7 +166,7 @@ class Reader {
             addByte(high * 16 + low);
     }
 
-    // The rest of a word that begins with these letters, its number, and the blank that ends it.
+    // Reads the rest of a control word that starts with `name`, its number, and the space that ends it.
     Word readWord(std::string name) {
         Word word{std::move(name)};
         int byte = take();
@@ -273,7 +272,7 @@ class Reader {
         text_.append({&kept, 1}, group().format);
     }
 
-    // Bytes are decoded together, since a character may have several of them.
+    // Decodes the collected bytes together, since one character may span several bytes.
     void flush() {
         if (bytes_.empty()) return;
         std::u16string text = decodeCodePage(bytes_, codePage_);
@@ -282,7 +281,7 @@ class Reader {
         bytes_.clear();
     }
 
-    // What ends the last paragraph begins no other one.
+    // The mark that ends the last paragraph does not start another paragraph.
     void dropLastParagraphEnd() {
         if (text_.text().ends_with(kParagraphEnd)) text_.replace(text_.size() - 1, text_.size(), {}, {});
     }
@@ -292,9 +291,9 @@ class Reader {
     int held_ = -1;
     DWORD error_ = kRtfOk;
     std::vector<Group> groups_;
-    std::string bytes_;  // of text in the code page, not decoded yet
+    std::string bytes_;  // text in the code page, not decoded yet
     unsigned codePage_ = kWesternCodePage;
-    int fallback_ = 0;  // characters to pass over
+    int fallback_ = 0;  // how many characters to skip
     std::vector<std::optional<COLORREF>> colors_;
     std::optional<COLORREF> mixed_;
 };

@@ -1,4 +1,4 @@
-// Writes a RichText as RTF. The rich edit control calls it, on the thread of its window; there is no state.
+// Writes a RichText as RTF. The rich edit control calls it on the thread of its window. Stateless.
 #include <algorithm>
 #include <cstdio>
 
@@ -18,7 +18,7 @@ Colors colorsOf(const std::vector<TextRun>& runs) {
     return colors;
 }
 
-// The first entry is empty, so that \cf0 is the control's own colour.
+// The first entry is empty, so that \cf0 means the control's own colour.
 std::string colorTable(const Colors& colors) {
     std::string table = "{\\colortbl;";
     for (const COLORREF color : colors) {
@@ -72,7 +72,7 @@ std::string written(char16_t unit) {
 
 }  // namespace
 
-// There is no table of fonts: all text is shown in the font of the control.
+// Writes no font table: all text is shown in the control's font.
 std::string writeRtf(const RichText& text) {
     const std::vector<TextRun> runs = text.runs();
     const Colors colors = colorsOf(runs);

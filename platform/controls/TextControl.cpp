@@ -1,5 +1,5 @@
-// What both text controls do: typing, selection, colours, margins, messages to the parent. Edit.cpp and RichEdit.cpp
-// build on it, on the thread of the window.
+// What both text controls share: typing, selection, colours, margins, notifications to the parent. Edit.cpp and
+// RichEdit.cpp build on it. Runs on the thread of the window.
 #include "controls/TextControl.h"
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 namespace platform {
 namespace {
 
-constexpr char16_t kSelectAll = 1;  // what the keyboard makes of Ctrl and A
+constexpr char16_t kSelectAll = 1;  // the character that the keyboard sends for Ctrl+A
 constexpr char16_t kBackspace = 8;
 
 bool isPair(std::u16string_view text, std::size_t first) {
@@ -22,7 +22,7 @@ const TextControl* textControlOf(const Window& window) {
 
 LRESULT runTextControl(std::unique_ptr<TextControl> (*make)(Window& window), HWND handle, UINT message, WPARAM wParam,
                        LPARAM lParam) {
-    const std::shared_ptr<Window> window = findWindow(handle);  // lives on until the message is done
+    const std::shared_ptr<Window> window = findWindow(handle);  // keeps the window alive until the message is handled
     if (window == nullptr) return 0;
     if (message == WM_NCCREATE && window->control == nullptr) {
         const LRESULT result = DefWindowProcW(handle, message, wParam, lParam);
@@ -77,7 +77,7 @@ std::optional<LRESULT> TextControl::answer(UINT message, WPARAM wParam, LPARAM l
     }
 }
 
-// The window may be gone when this returns.
+// The window may be destroyed when this returns.
 void TextControl::tellParent(WORD code) const {
     if (window_.parent == nullptr || findWindow(window_.handle) == nullptr) return;
     SendMessageW(window_.parent, WM_COMMAND, MAKEWPARAM(window_.id, code), reinterpret_cast<LPARAM>(window_.handle));
@@ -101,7 +101,7 @@ void TextControl::setText(std::u16string_view text) {
     load(std::move(content));
 }
 
-// A range from before the text takes the selection away; one to -1, or beyond the text, reaches its end.
+// A negative `first` clears the selection. A negative `last`, or one beyond the text, selects up to the end.
 void TextControl::select(LONG first, LONG last) {
     const LONG length = static_cast<LONG>(content_.size()), end = static_cast<LONG>(furthest());
     if (first < 0) first = last = std::min(static_cast<LONG>(last_), length);
@@ -149,7 +149,7 @@ void TextControl::eraseBehind() {
     replace(first_, first_ + (isPair(content_.text(), first_) ? 2 : 1), {});
 }
 
-// What the user does; a program may change the text of a read-only control all the same.
+// Edits on behalf of the user. A program can change the text even if the control is read-only.
 void TextControl::replace(std::size_t first, std::size_t last, std::u16string_view text) {
     if (isReadOnly()) return;
     content_.replace(first, last, text, formatForTyping());
@@ -159,7 +159,8 @@ void TextControl::replace(std::size_t first, std::size_t last, std::u16string_vi
     sayChanged();
 }
 
-// That of the selection's first character, without a selection that of the character before, in its paragraph.
+// The format of the first selected character. Without a selection, that of the character before the caret in the same
+// paragraph.
 TextFormat TextControl::formatForTyping() const {
     const std::size_t size = content_.size();
     if (size == 0) return {};

@@ -1,4 +1,4 @@
-// Counted memory, and LocalFree. Calls that hand out memory use it, on any thread.
+// Counted memory blocks, and LocalFree. Used on any thread by the functions that return memory to the caller.
 #include "core/Allocations.h"
 
 #include <winbase.h>

@@ -1,4 +1,4 @@
-// Memory that a call hands to its caller, who owes it to a release call. It is counted, so that a leak shows.
+// Memory that a call allocates and its caller must free. The blocks are counted, so that tests find leaks.
 #pragma once
 
 #include <cstddef>
@@ -6,6 +6,6 @@
 namespace platform {
 
 void* allocate(std::size_t bytes);
-void release(void* memory);  // null is allowed
+void release(void* memory);  // accepts null
 
 }  // namespace platform

@@ -11,7 +11,7 @@ namespace {
 std::atomic<bool> taken{false};
 std::atomic<std::int64_t> testTime{0};
 
-// Under the lock, so that no thread that is about to sleep misses the change.
+// Holds the waiting lock, so that a thread about to sleep does not miss the change.
 void change(bool takes, std::int64_t milliseconds) {
     {
         std::lock_guard hold(waiting::lock());

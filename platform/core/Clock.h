@@ -1,13 +1,13 @@
-// The clock: real time until a test sets it; from then on it stands still, and only the test moves it.
+// The clock. It shows real time until a test sets it. From then on it moves only when the test moves it.
 #pragma once
 
 #include <cstdint>
 
 namespace platform::clock {
 
-// Milliseconds since 1970 in UTC.
+// Milliseconds since 1970 (UTC).
 std::int64_t now();
-// Whether a test has taken the clock.
+// Whether a test controls the clock.
 bool standsStill();
 
 // For tests.

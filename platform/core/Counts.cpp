@@ -1,4 +1,4 @@
-// One counter for each kind of open thing. The calls that open and close count here, on any thread.
+// One counter for each kind of resource. The calls that open and close resources count here, on any thread.
 #include "core/Counts.h"
 
 #include <array>

@@ -1,4 +1,4 @@
-// How many things the process has open that one call gives out and another takes back. Tests look for what is left.
+// Counts the resources that the process has open. Tests use it to find leaks.
 #pragma once
 
 #include <cstddef>
@@ -6,20 +6,20 @@
 namespace platform {
 
 enum class Open {
-    Handles,         // files, keys and the like
-    Allocations,     // memory that the caller owes to LocalFree, CoTaskMemFree, WTSFreeMemory
+    Handles,         // files, registry keys and so on
+    Allocations,     // memory that the caller must free with LocalFree, CoTaskMemFree or WTSFreeMemory
     Apartments,      // CoInitializeEx without its CoUninitialize
-    GdiPlus,         // its starts
+    GdiPlus,         // GdiplusStartup without its GdiplusShutdown
     GdiPlusObjects,  // graphics, brushes, pens, images, memory
     GdiObjects,      // contexts, bitmaps, brushes, fonts
     Memory,          // GlobalAlloc without its GlobalFree
-    Interfaces,      // references to objects of the task scheduler
+    Interfaces,      // references to task scheduler objects
     Strings,         // SysAllocString without its SysFreeString
     Variants,        // VariantInit without its VariantClear
 };
 
 void countOpened(Open kind);
-// How many are left.
+// Returns how many are still open.
 std::size_t countClosed(Open kind);
 std::size_t countOf(Open kind);
 

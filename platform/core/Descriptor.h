@@ -1,4 +1,4 @@
-// A descriptor of Linux, closed by its owner.
+// Owns a Linux file descriptor and closes it.
 #pragma once
 
 #include <unistd.h>

@@ -1,5 +1,5 @@
-// UTF-8 and UTF-16. All floors call it, and the product through MultiByteToWideChar and WideCharToMultiByte, on any
-// thread; there is no state.
+// UTF-8 and UTF-16. All layers call it, and the product through MultiByteToWideChar and WideCharToMultiByte, on any
+// thread. Stateless.
 #include "core/Encoding.h"
 
 #include <winbase.h>
@@ -45,15 +45,15 @@ void appendUtf8(std::string& out, char32_t c) {
 
 constexpr char32_t kMalformed = 0xFFFFFFFF;
 
-// The bytes that may follow a lead, which excludes what is overlong, a surrogate, or beyond the last character.
+// Whether `second` may follow the lead byte. Rejects overlong forms, surrogates, and values above U+10FFFF.
 bool mayFollow(unsigned lead, unsigned second) {
     const unsigned least = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
     const unsigned most = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
     return second >= least && second <= most;
 }
 
-// The character that starts at `at`, which moves behind it. A malformed sequence ends before the first byte that cannot
-// continue it, or at the end of the text: each longest beginning of a character counts as one, as Windows has it.
+// Decodes the character at `at` and moves `at` behind it. A malformed sequence ends before the first byte that cannot
+// continue it, or at the end of the text. Like Windows, returns one U+FFFD for each longest valid prefix.
 char32_t decodeUtf8(std::string_view bytes, std::size_t& at) {
     const unsigned lead = static_cast<unsigned char>(bytes[at++]);
     if (lead < 0x80) return lead;
@@ -134,7 +134,7 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWCH wide, int wideUnits, 
     if (codePage != CP_UTF8 || flags != 0 || defaultChar != nullptr || usedDefaultChar != nullptr || wide == nullptr ||
         wideUnits == 0 || wideUnits < -1 || byteCapacity < 0)
         return refuse(ERROR_INVALID_PARAMETER);
-    // With a length of -1 the terminator is part of the text.
+    // With a length of -1, the terminator counts as part of the text.
     const std::u16string_view text = wideUnits == -1
                                          ? std::u16string_view(wide, std::char_traits<char16_t>::length(wide) + 1)
                                          : std::u16string_view(wide, static_cast<std::size_t>(wideUnits));

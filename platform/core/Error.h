@@ -1,4 +1,4 @@
-// The last error of a thread, and how a call refuses.
+// The last error of a thread, and the value that a failing call returns.
 #pragma once
 
 #include <windef.h>
@@ -6,7 +6,7 @@
 
 namespace platform {
 
-// The failure of a call, whatever type it returns: FALSE, 0 or null.
+// The return value of a failing call. Converts to FALSE, 0 or null.
 struct Refused {
     template <typename Result>
     operator Result() const {
@@ -14,10 +14,10 @@ struct Refused {
     }
 };
 
-// Sets the last error. To be returned: `return refuse(ERROR_ACCESS_DENIED);`
+// Sets the last error. Use it as `return refuse(ERROR_ACCESS_DENIED);`.
 Refused refuse(DWORD error);
 
-// For calls that fail with another value, such as INVALID_HANDLE_VALUE.
+// For calls that report failure with another value, such as INVALID_HANDLE_VALUE.
 template <typename Result>
 Result refuse(DWORD error, Result failure) {
     refuse(error);

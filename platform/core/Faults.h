@@ -1,4 +1,4 @@
-// Faults that the gate carries out. testing/Faults.h is the whole of what a test arms them with.
+// The faults that the gate injects. Tests arm them through testing/Faults.h.
 #pragma once
 
 #include <windef.h>
@@ -11,26 +11,26 @@ namespace platform::faults {
 enum class Action {
     Fail,   // the call fails with the error `value`
     Short,  // a read or write moves at most `value` bytes
-    Delay,  // the call starts `value` milliseconds later
-    Kill,   // the process ends at once, as if it were killed from outside
-    Hold,   // the call starts when the fault is disarmed; for tests of what happens meanwhile on another thread
+    Delay,  // the call starts `value` milliseconds late
+    Kill,   // the process ends at once, as if killed from outside
+    Hold,   // the call blocks until the fault is disarmed, so that a test can act on another thread meanwhile
 };
 
 struct Fault {
-    std::string call;  // "*" matches every call, with Fail and Short every call that can fail in that way
-    unsigned use = 1;  // counted from the moment of arming; 0 means every use
+    std::string call;  // "*" matches every call; for Fail and Short, every call that can fail that way
+    unsigned use = 1;  // 1: the first call after arming; 0: every call
     Action action = Action::Fail;
     DWORD value = 31;  // ERROR_GEN_FAILURE
 };
 
 void arm(Fault fault);
-// Disarms what was armed for this name, and lets the calls go on that it holds. The counts stay.
+// Disarms all faults for this name and releases the calls that they hold. Keeps the counters.
 void disarm(std::string_view call);
-// Disarms everything. Also resets the counts.
+// Disarms everything and resets the counters.
 void clear();
-// Whether any armed fault was carried out since clear().
+// Whether any fault was injected since clear().
 bool fired();
-// How often the call was used since the process started or clear() was called.
+// How often the function was called since the process started or clear() was called.
 unsigned uses(std::string_view call);
 
 }  // namespace platform::faults

@@ -1,5 +1,5 @@
-// The gate: the list of armed faults, and what a call site does about them. Every call of the stand-in passes it, on
-// any thread; a test arms it meanwhile, so that the list is under a lock.
+// The gate: the list of armed faults, and how a call site reacts to them. Every function of the stand-in passes it, on
+// any thread. A lock guards the list, since a test may change it meanwhile.
 #include "core/Gate.h"
 
 #include <winbase.h>
@@ -21,13 +21,13 @@
 namespace platform {
 namespace {
 
-// What a call that succeeds leaves as last error: Windows leaves anything, so nobody may read it.
+// The last error that a successful call leaves. On Windows it can be anything, so no code may read it.
 constexpr DWORD kMeaningless = 0x2BADBAD0;
 
 struct Armed {
     faults::Fault fault;
     unsigned seen = 0;
-    unsigned number = 0;  // of the arming
+    unsigned number = 0;  // identifies this arming
 };
 
 struct Gate {
@@ -40,7 +40,7 @@ struct Gate {
 };
 
 Gate& gate() {
-    static Gate& instance = *new Gate;  // calls are made until the very end of the process
+    static Gate& instance = *new Gate;  // never destroyed: calls continue until the process ends
     return instance;
 }
 
@@ -51,10 +51,10 @@ struct Verdict {
     DWORD value = 0;
     std::optional<DWORD> limit;
     DWORD delayMs = 0;
-    unsigned heldBy = 0;  // the arming that holds the call, if any
+    unsigned heldBy = 0;  // number of the arming that holds the call; 0 if none
 };
 
-// What a site is able to do; a fault on "*" counts only the calls that it can hit.
+// How a site can be affected. A fault on "*" counts only the calls that it can affect.
 enum class Ability { PassOnly, Fail, Transfer };
 
 bool canHit(faults::Action action, Ability ability) {
@@ -127,7 +127,7 @@ bool CallSite::fails() {
     return verdict.fails;
 }
 
-// The answer is the return value: the last error means as little as after a success.
+// The error is the return value, so the last error is meaningless here as well.
 DWORD CallSite::error() {
     const DWORD refused = fails() ? GetLastError() : ERROR_SUCCESS;
     SetLastError(kMeaningless);

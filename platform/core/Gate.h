@@ -1,10 +1,10 @@
-// The one gate that every call of the stand-in passes. It counts the call by name and carries out the faults
-// that Faults.h or the environment armed. A call begins with
+// The gate that every function of the stand-in passes. It counts the calls by name and injects the faults that Faults.h
+// or the environment armed. A function begins with
 //
 //     static constinit CallSite site{__func__};
 //     if (site.fails()) return FALSE;
 //
-// and behaves from there on as if the system had refused it.
+// and then does its work.
 #pragma once
 
 #include <windef.h>
@@ -20,15 +20,16 @@ class CallSite {
     CallSite(const CallSite&) = delete;
     CallSite& operator=(const CallSite&) = delete;
 
-    // For calls that answer with the last error: true when the call has to fail, with the last error set.
+    // For functions that set the last error: true if the call must fail. The last error is set.
     bool fails();
-    // For calls that return a Windows error number: that number, 0 to go on.
+    // For functions that return a Windows error code: that code, or 0 to continue.
     DWORD error();
-    // For calls that return an HRESULT: a negative value to return, or S_OK to go on.
+    // For functions that return an HRESULT: a failure code to return, or S_OK to continue.
     HRESULT hresult();
-    // For reads and writes: as fails(); otherwise the most bytes that may be moved, of `wanted`.
+    // For reads and writes: true if the call must fail. Otherwise limits `wanted` to the bytes that the call may
+    // transfer.
     bool failsTransfer(DWORD& wanted);
-    // For calls that cannot fail.
+    // For functions that cannot fail.
     void pass();
 
     const char* name() const { return name_; }

@@ -1,5 +1,5 @@
-// The table of open handles, and CloseHandle. All families open and find their objects here, on any thread, under
-// the table's own lock.
+// The table of open handles, and CloseHandle. The rest of the stand-in opens and looks up objects here, on any thread.
+// The table has its own lock.
 #include "core/HandleTable.h"
 
 #include <winbase.h>
@@ -16,7 +16,7 @@ namespace {
 struct Table {
     std::mutex lock;
     std::unordered_map<ULONG_PTR, std::shared_ptr<Object>> objects;
-    ULONG_PTR next = 0x100;  // grows for ever: a handle is never handed out twice
+    ULONG_PTR next = 0x100;  // only grows: no handle value is used twice
 };
 
 Table& table() {
@@ -42,7 +42,7 @@ std::shared_ptr<Object> findObject(HANDLE handle) {
 }
 
 bool closeHandle(HANDLE handle) {
-    std::shared_ptr<Object> dying;  // ends outside the lock
+    std::shared_ptr<Object> dying;  // destroyed after the lock is released
     std::lock_guard hold(table().lock);
     const auto found = table().objects.find(reinterpret_cast<ULONG_PTR>(handle));
     if (found == table().objects.end()) return false;
@@ -60,7 +60,7 @@ BOOL CloseHandle(HANDLE handle) {
     static constinit CallSite site{__func__};
     if (std::dynamic_pointer_cast<KeyBase>(findObject(handle)) != nullptr) return refuse(ERROR_INVALID_HANDLE);
     if (site.fails()) {
-        closeHandle(handle);  // whatever the answer, nobody can use it any more
+        closeHandle(handle);  // even if CloseHandle reports a failure, the handle is closed
         return FALSE;
     }
     if (closeHandle(handle)) return TRUE;

@@ -1,5 +1,5 @@
-// Handles of the process. An object lives as long as a handle is open or a call is using it; a handle that was
-// closed, or is of another kind than the call wants, gives ERROR_INVALID_HANDLE and is never reused.
+// The handles of the process. An object lives while a handle to it is open or a call uses it. A closed handle, or one
+// of the wrong kind, gives ERROR_INVALID_HANDLE. Handle values are never reused.
 #pragma once
 
 #include <windef.h>
@@ -19,13 +19,13 @@ struct Object {
 
 HANDLE openHandle(std::shared_ptr<Object> object);
 std::shared_ptr<Object> findObject(HANDLE handle);
-// False, with nothing changed, when there is no such handle.
+// Returns false and changes nothing if the handle is not open.
 bool closeHandle(HANDLE handle);
 
-// Keys are no handles for CloseHandle, and files none for RegCloseKey.
+// Registry keys have their own base class: CloseHandle refuses them, and RegCloseKey refuses everything else.
 struct KeyBase : Object {};
 
-// Null, with the last error ERROR_INVALID_HANDLE, when the handle is no open one of this kind.
+// Null, with ERROR_INVALID_HANDLE, if the handle is not open or has another kind.
 template <typename Kind>
 std::shared_ptr<Kind> find(HANDLE handle) {
     std::shared_ptr<Kind> found = std::dynamic_pointer_cast<Kind>(findObject(handle));

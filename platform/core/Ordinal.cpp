@@ -1,4 +1,4 @@
-// Ordinal comparison: unit by unit, by numbers, after folding case with the system's own table.
+// Ordinal comparison: compares UTF-16 units by value, optionally after folding case with the system's table.
 #include <clocale>
 #include <cwctype>
 #include <string_view>
@@ -16,8 +16,8 @@ namespace platform {
 char16_t foldOrdinal(char16_t unit) {
     static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
     if (unit < 0x80) return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 0x20) : unit;
-    // The table of Windows folds a letter only where the way back leads to the same letter: not the dotless i,
-    // the long s, the final sigma, the title-case digraphs.
+    // The Windows table maps a letter to upper case only if lower-casing leads back to the same letter. This excludes
+    // the dotless i, the long s, the final sigma and the title-case digraphs.
     const wint_t upper = towupper_l(unit, unicode);
     return upper <= 0xFFFF && towlower_l(upper, unicode) == unit ? static_cast<char16_t>(upper) : unit;
 }

@@ -1,4 +1,4 @@
-// Names of files, keys and variables are compared ordinally, ignoring case.
+// Ordinal comparison, which Windows uses for the names of files, registry keys and variables.
 #pragma once
 
 #include <string_view>
@@ -7,7 +7,7 @@ namespace platform {
 
 char16_t foldOrdinal(char16_t unit);
 bool equalsOrdinal(std::u16string_view left, std::u16string_view right);
-// Negative, 0 or positive: which one comes first, by the numbers of their units.
+// Returns a negative value, 0 or a positive value, by the numeric values of the units.
 int compareOrdinal(std::u16string_view left, std::u16string_view right, bool ignoreCase);
 
 }  // namespace platform

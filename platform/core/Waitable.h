@@ -1,4 +1,4 @@
-// What a thread can wait for through a handle.
+// An object that a thread can wait for through a handle.
 #pragma once
 
 #include <memory>
@@ -8,7 +8,7 @@
 namespace platform {
 
 struct Waitable : Object {
-    // To be looked at and changed under waiting::lock().
+    // Read and write it only under waiting::lock().
     bool signalled = false;
 };
 

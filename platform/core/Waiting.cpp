@@ -1,4 +1,4 @@
-// The lock and the condition that every wait uses. Families call it on any thread.
+// The lock and the condition variable that every wait uses. Called on any thread.
 #include "core/Waiting.h"
 
 #include <algorithm>
@@ -16,11 +16,12 @@ using namespace std::chrono;
 constexpr std::uint32_t kInfinite = 0xffffffff;
 
 std::condition_variable& changed() {
-    static std::condition_variable& instance = *new std::condition_variable;  // threads may outlive main()
+    static std::condition_variable& instance =
+        *new std::condition_variable;  // never destroyed: threads may outlive main()
     return instance;
 }
 
-// Of those who sleep while a test has the clock, under lock().
+// The deadlines of the threads that sleep while a test controls the clock. Guarded by lock().
 std::multiset<std::uint64_t>& deadlines() {
     static std::multiset<std::uint64_t>& instance = *new std::multiset<std::uint64_t>;
     return instance;

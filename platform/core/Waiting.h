@@ -1,6 +1,6 @@
-// What every wait of the process stands on: one lock and one condition for all that can end a wait (an event, the
-// end of a thread, a message, a timer, a finished read), and the tick clock that time limits are counted by. When a
-// test has taken the clock (Clock.h), a time limit passes only when the test moves it.
+// The base of every wait in the process. One lock and one condition variable serve everything that can end a wait: an
+// event, a thread that ends, a message, a timer, a finished read. The tick clock measures timeouts. While a test
+// controls the clock (Clock.h), a timeout expires only when the test moves the clock.
 #pragma once
 
 #include <cstdint>
@@ -11,17 +11,18 @@ namespace platform::waiting {
 
 constexpr std::uint64_t kNever = std::numeric_limits<std::uint64_t>::max();
 
-// Milliseconds of GetTickCount64: since the system started, or the test's own time.
+// GetTickCount64 in milliseconds: the time since the system started, or the time that the test set.
 std::uint64_t ticks();
 
-// Guards everything that a thread can wait for: take it to read or change such state. Call nothing while it is held.
+// Guards everything that a thread can wait for. Take it to read or change such state, and call nothing while you hold
+// it.
 std::mutex& lock();
-// Makes every waiter check its condition again. Call it after a change.
+// Makes every waiting thread check its condition again. Call it after each change.
 void wake();
-// Sleeps until wake(), or until the tick clock has reached `deadline`; wakes at times for no reason.
+// Sleeps until wake() or until the tick clock reaches `deadline`. Spurious wake-ups are possible.
 void sleep(std::unique_lock<std::mutex>& held, std::uint64_t deadline);
 
-// Sleeps until `ready()` or the deadline; says what `ready()` answered last.
+// Sleeps until `ready()` returns true or the deadline passes. Returns the last result of `ready()`.
 template <typename Ready>
 bool sleepUntil(std::unique_lock<std::mutex>& held, std::uint64_t deadline, Ready ready) {
     while (!ready()) {
@@ -31,10 +32,10 @@ bool sleepUntil(std::unique_lock<std::mutex>& held, std::uint64_t deadline, Read
     return true;
 }
 
-// While a test has the clock: whether anybody sleeps whose time has not come yet.
+// While a test controls the clock: whether any thread sleeps with a deadline in the future.
 bool isTimeAwaited();
 
-// The tick that lies a Windows time limit away from now; INFINITE gives kNever.
+// Converts a Windows timeout to a deadline in ticks; INFINITE gives kNever.
 std::uint64_t deadlineAfter(std::uint32_t milliseconds);
 
 }  // namespace platform::waiting

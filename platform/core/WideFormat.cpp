@@ -1,6 +1,6 @@
-// The wide formatter of the C runtime that the Windows build is linked with, on the Windows data model: `l` makes
-// an integer 32 bits, `ll` and `z` 64 bits, `%ls` takes UTF-16. Only what the product's formats use is known;
-// anything else is an error of the format, which the caller hears of by a result below 0.
+// The wide formatter of the C runtime that the Windows build uses, with the Windows data model: `l` means a 32-bit
+// integer, `ll` and `z` mean 64 bits, `%ls` takes UTF-16. It supports only what the product's formats use. Any other
+// format returns a negative number.
 #include <winnls.h>
 
 #include <algorithm>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// Counts every unit and keeps those that fit, with room for the terminator.
+// Counts every unit and stores those that fit, leaving room for the terminator.
 class Sink {
   public:
     Sink(WCHAR* buffer, std::size_t capacity) : buffer_(buffer), capacity_(capacity) {}
@@ -91,7 +91,7 @@ int vsnwprintf(WCHAR* buffer, std::size_t capacity, const WCHAR* format, std::va
         return -1;
     }
     for (const WCHAR* at = format; *at != 0;) {
-        if (most-- == 0) {  // armed to give up in the middle
+        if (most-- == 0) {  // a fault stops the output here
             sink.end();
             return -1;
         }

@@ -16,7 +16,7 @@ namespace {
 
 using GdiObject = std::variant<std::shared_ptr<Surface>, COLORREF, FontFace>;
 
-// A handle is never used again. Windows may be drawn by several threads, each its own.
+// Handle values are never reused. Several threads may draw at once, each its own windows.
 struct Gdi {
     std::mutex lock;
     std::map<HDC, DeviceContext> contexts;
@@ -49,7 +49,7 @@ HGDIOBJ addObject(GdiObject object) {
     return handle;
 }
 
-// The proportions of Segoe UI: of 2048 units, 2210 above the line and 514 below it; capitals have 1434.
+// The metrics of Segoe UI in 1/2048 em: ascent 2210, descent 514, capital height 1434.
 LONG ofFont(const FontFace& font, LONG units) {
     return (font.height * units + 1024) / 2048;
 }
@@ -107,7 +107,7 @@ int ReleaseDC(HWND, HDC context) {
     return closeContext(context);
 }
 
-// The screen has the DPI of the primary monitor.
+// The screen reports the DPI of the primary monitor.
 int GetDeviceCaps(HDC, int index) {
     static constinit CallSite site{__func__};
     if (site.fails() || index != LOGPIXELSX) return 0;
@@ -163,7 +163,7 @@ BOOL DeleteObject(HGDIOBJ object) {
 HGDIOBJ SelectObject(HDC context, HGDIOBJ object) {
     static constinit CallSite site{__func__};
     if (site.fails()) return nullptr;
-    static int stock;  // what a fresh DC has selected: no object that could be deleted
+    static int stock;  // stands for the stock objects of a new DC, which cannot be deleted
     DeviceContext* const target = findContext(context);
     if (target == nullptr) return nullptr;
     const auto* const surface = findObject<std::shared_ptr<Surface>>(object);
@@ -223,7 +223,7 @@ BOOL GetTextMetricsW(HDC context, TEXTMETRICW* metrics) {
     return TRUE;
 }
 
-// Every glyph has the size of a capital.
+// Every glyph is as large as a capital letter.
 DWORD GetGlyphOutlineW(HDC context, UINT, UINT, GLYPHMETRICS* metrics, DWORD, LPVOID, const MAT2*) {
     static constinit CallSite site{__func__};
     const DeviceContext* const source = site.fails() ? nullptr : findContext(context);
@@ -237,7 +237,7 @@ DWORD GetGlyphOutlineW(HDC context, UINT, UINT, GLYPHMETRICS* metrics, DWORD, LP
     return 0;
 }
 
-// Copies whole surfaces, which is all that anybody asks for.
+// Copies whole surfaces only; the product needs no more.
 BOOL BitBlt(HDC to, int x, int y, int width, int height, HDC from, int sourceX, int sourceY, DWORD operation) {
     static constinit CallSite site{__func__};
     const DeviceContext* const source = site.fails() ? nullptr : findContext(from);

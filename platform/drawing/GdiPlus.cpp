@@ -1,4 +1,4 @@
-// The flat calls of GDI+. The product paints with them, on the thread of the window; what they draw is added to the
+// The flat GDI+ API. The product paints with it on the thread of the window. Each call adds a drawing operation to the
 // surface of a device context.
 #include <windows.h>
 
@@ -74,7 +74,8 @@ GpStatus Gdiplus::GdiplusStartup(ULONG_PTR* token, const GdiplusStartupInput* in
     return Ok;
 }
 
-// What is left behind would be released into a library that has ended: an undefined act, which ends the process here.
+// Objects that are still open would later be freed by a library that has shut down, which is undefined behaviour. So
+// this aborts.
 void Gdiplus::GdiplusShutdown(ULONG_PTR) {
     static constinit CallSite site{__func__};
     site.pass();
@@ -113,7 +114,7 @@ GpStatus GdipDeleteGraphics(GpGraphics* graphics) {
     return take(graphics);
 }
 
-// There are no pixels to smooth.
+// Does nothing: surfaces have no pixels to smooth.
 GpStatus GdipSetSmoothingMode(GpGraphics* graphics, SmoothingMode) {
     static constinit CallSite site{__func__};
     return site.fails() || graphics == nullptr ? GenericError : Ok;

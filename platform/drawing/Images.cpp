@@ -20,7 +20,7 @@ std::string mediaTypeOf(const std::vector<unsigned char>& bytes) {
 
 }  // namespace
 
-// Decoded as a whole, so that a truncated image is none.
+// Decodes the whole image, so that a truncated file is refused.
 std::shared_ptr<const ImageData> decodeImage(std::vector<unsigned char> bytes) {
     auto image = std::make_shared<ImageData>();
     image->mediaType = mediaTypeOf(bytes);

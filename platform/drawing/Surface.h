@@ -1,4 +1,4 @@
-// Where drawing lands: not in pixels, but in a list of exact operations, in the order in which they were made.
+// What a DC draws on: a list of exact drawing operations in call order instead of pixels.
 #pragma once
 
 #include <windows.h>
@@ -10,7 +10,7 @@
 namespace platform {
 
 struct ImageData {
-    std::vector<unsigned char> bytes;  // of the file, as it was read
+    std::vector<unsigned char> bytes;  // the file content, unchanged
     std::string mediaType;
     LONG width = 0;
     LONG height = 0;
@@ -18,18 +18,18 @@ struct ImageData {
 
 struct FontFace {
     std::u16string name;
-    LONG height = 0;  // of the letters, in pixels
+    LONG height = 0;  // letter height in pixels
     LONG weight = 400;
 };
 
 struct DrawOp {
     enum class Kind { Fill, Line, Text, Image };
     Kind kind = Kind::Fill;
-    RECT rect = {};      // a line runs from its top left to its bottom right
+    RECT rect = {};      // for a line: from the top left to the bottom right
     DWORD color = 0;     // ARGB
-    float penWidth = 0;  // of a line
+    float penWidth = 0;  // lines only
     std::u16string text;
-    UINT format = 0;  // of a text: DT_...
+    UINT format = 0;  // text only: DT_...
     FontFace font;
     std::shared_ptr<const ImageData> image;
 };
@@ -40,9 +40,9 @@ struct Surface {
     std::vector<DrawOp> ops;
 };
 
-// What a DC draws on, and with what.
+// A device context: its surface and the selected objects.
 struct DeviceContext {
-    std::shared_ptr<Surface> surface;  // null for the screen and for a fresh memory DC: nothing is kept
+    std::shared_ptr<Surface> surface;  // null for the screen and for a new memory DC: drawing is discarded
     HGDIOBJ bitmap = nullptr;
     HGDIOBJ font = nullptr;
     COLORREF textColor = 0;
@@ -50,16 +50,16 @@ struct DeviceContext {
     int backMode = OPAQUE;
 };
 
-// Null, with ERROR_INVALID_HANDLE, for what is no DC.
+// Null, with ERROR_INVALID_HANDLE, if the handle is not a DC.
 DeviceContext* findContext(HDC context);
 HDC openContext(std::shared_ptr<Surface> surface);
 bool closeContext(HDC context);
-// The font as it was asked for; that of the system for what is no font.
+// The font as requested; the system font if the handle is not a font.
 FontFace faceOf(HGDIOBJ font);
-// Null for what is no brush.
+// Null if the handle is not a brush.
 const COLORREF* colorOfBrush(HBRUSH brush);
 
-// Null for bytes that are no image of a known kind.
+// Null if the bytes are not an image of a supported format.
 std::shared_ptr<const ImageData> decodeImage(std::vector<unsigned char> bytes);
 
 }  // namespace platform

@@ -15,8 +15,8 @@ struct Directory : OpenItem {
         : OpenItem(std::move(opened), accessRights), path(std::move(native)) {}
     ~Directory() override;
 
-    std::string path;                      // when it was opened
-    std::shared_ptr<ChangeQueue> changes;  // from the first read on; set under waiting::lock()
+    std::string path;                      // at the time of opening
+    std::shared_ptr<ChangeQueue> changes;  // created by the first read; set under waiting::lock()
 };
 
 }  // namespace platform

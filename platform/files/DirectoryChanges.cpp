@@ -1,6 +1,6 @@
-// Reads of the changes in a folder, on inotify. Each open folder that is read has an inotify instance of its own; one
-// thread, started on first need, serves them all. What happens while no read is pending is kept, as much as the first
-// read's buffer can take: what is more is lost, and the next read says so with no bytes.
+// ReadDirectoryChangesW on top of inotify. Each folder that is read has its own inotify instance. One thread serves
+// them all; the first read starts it. Changes without a pending read are queued, up to the size of the first read's
+// buffer. If the queue overflows, the changes are lost and the next read returns 0 bytes to say so.
 #include <sys/epoll.h>
 #include <sys/inotify.h>
 #include <unistd.h>
@@ -49,25 +49,26 @@ struct PendingRead {
 
 }  // namespace
 
-// All of it under waiting::lock(), but for what never changes.
+// The mutable members are guarded by waiting::lock().
 struct ChangeQueue {
     ChangeQueue(int instance, std::string native) : notify(instance), path(std::move(native)) {}
 
     const Descriptor notify;
     const std::string path;
-    int folder = -1;  // watch descriptors of the folder and of the one above it
+    int folder = -1;  // watch descriptors of the folder and of its parent
     int parent = -1;
-    std::string leafName;  // of the folder in the one above it
+    std::string leafName;  // name of the folder in its parent
     DWORD filter = 0;
 
-    std::size_t capacity = 0;  // of the first read's buffer
+    std::size_t capacity = 0;  // buffer size of the first read
     std::vector<Change> changes;
     std::size_t bytes = 0;
     bool overflowed = false;
     bool gone = false;
-    std::string movedFrom;  // the first half of a rename
+    std::string movedFrom;  // old name of a rename whose second half has not arrived
     std::uint32_t moveCookie = 0;
-    std::unordered_set<std::string> names;  // what is in the folder: a rename does not say that it replaces something
+    std::unordered_set<std::string>
+        names;  // names in the folder: a rename event does not say whether it replaced a file
     PendingRead read;
 
     bool isPending() const { return read.overlapped != nullptr; }
@@ -92,14 +93,14 @@ struct ChangeQueue {
         bytes = 0;
         overflowed = true;
     }
-    // Gives the pending read what there is.
+    // Completes the pending read if there are changes.
     void deliver();
 };
 
 namespace {
 
 struct Hub {
-    std::unordered_map<int, std::weak_ptr<ChangeQueue>> queues;  // by inotify descriptor, under waiting::lock()
+    std::unordered_map<int, std::weak_ptr<ChangeQueue>> queues;  // by inotify descriptor; guarded by waiting::lock()
     int poll = -1;
 };
 
@@ -123,7 +124,7 @@ bool wants(const ChangeQueue& queue, DWORD filter) {
     return (queue.filter & filter) != 0;
 }
 
-// A rename comes in two halves; a first half whose second does not follow is a move out of the folder.
+// A rename arrives as two events. If the second one is missing, the file was moved out of the folder.
 void finishMoveOut(ChangeQueue& queue) {
     if (queue.movedFrom.empty()) return;
     queue.add(FILE_ACTION_REMOVED, queue.movedFrom.c_str());
@@ -137,7 +138,7 @@ void listNames(ChangeQueue& queue) {
         queue.names.insert(entry->path().filename());
 }
 
-// A file gets a name, by being made or moved. What had the name before is removed by that.
+// A file gets a name because it was created or moved there. A file that had the name before counts as removed.
 void takeName(ChangeQueue& queue, DWORD action, const inotify_event& event) {
     const bool replaces = !queue.names.insert(event.name).second && (event.mask & IN_MOVED_TO) != 0;
     if (replaces) queue.add(FILE_ACTION_REMOVED, event.name);
@@ -178,7 +179,7 @@ void takeEvent(ChangeQueue& queue, const inotify_event& event) {
     }
 }
 
-// Takes over what the kernel has gathered, one answer of it. False when there was nothing.
+// Handles the events that one read() of inotify returns. False if there were none.
 bool takeEvents(ChangeQueue& queue) {
     alignas(inotify_event) std::array<char, 65536> bytes;
     const ssize_t got = read(queue.notify.get(), bytes.data(), bytes.size());
@@ -190,8 +191,8 @@ bool takeEvents(ChangeQueue& queue) {
     return got > 0;
 }
 
-// One answer at a time, so that a pending read completes in the middle of a burst too. The halves of a rename may lie
-// in two answers.
+// Makes one read() at a time, so that a pending read completes even during a burst. The two events of a rename may come
+// in separate reads.
 void drain(ChangeQueue& queue) {
     takeEvents(queue);
     for (int lookAgain = 0; lookAgain < 2 && !queue.movedFrom.empty(); ++lookAgain)
@@ -217,7 +218,7 @@ void drain(ChangeQueue& queue) {
 constexpr std::uint32_t kFolderEvents =
     IN_CREATE | IN_DELETE | IN_MODIFY | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_ONLYDIR;
 
-// Null, with errno set, when the folder cannot be watched.
+// Null, with errno set, if the folder cannot be watched.
 std::shared_ptr<ChangeQueue> watch(const std::string& path) {
     const auto queue = std::make_shared<ChangeQueue>(inotify_init1(IN_NONBLOCK | IN_CLOEXEC), path);
     if (queue->notify.get() < 0) return nullptr;
@@ -226,7 +227,7 @@ std::shared_ptr<ChangeQueue> watch(const std::string& path) {
     listNames(*queue);
     const std::filesystem::path folder = std::filesystem::path(path).lexically_normal();
     queue->leafName = (folder.has_filename() ? folder : folder.parent_path()).filename();
-    // An open folder that is removed says nothing itself.
+    // While the folder is open, inotify sends no event for its removal, so watch the parent as well.
     queue->parent = inotify_add_watch(queue->notify.get(), (path + "/..").c_str(), IN_DELETE | IN_MASK_ADD);
     if (hub().poll < 0) {
         hub().poll = epoll_create1(EPOLL_CLOEXEC);
@@ -267,7 +268,7 @@ Directory::~Directory() {
         if (changes == nullptr) return;
         changes->finish(ERROR_OPERATION_ABORTED, 0);
         hub().queues.erase(changes->notify.get());
-        changes.reset();  // closes its descriptor, which leaves the poll with it
+        changes.reset();  // closes the descriptor, which also removes it from epoll
     }
     waiting::wake();
 }

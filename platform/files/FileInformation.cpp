@@ -1,4 +1,4 @@
-// What files and folders tell of themselves, and what is done to them through their handles.
+// Queries and changes files and folders through their handles.
 #include <sys/stat.h>
 #include <windows.h>
 
@@ -14,7 +14,7 @@
 namespace platform {
 namespace {
 
-// A link has the kind of its target, which is looked for under `native`.
+// A link has the type of its target. `native` is the path of the link.
 DWORD attributesOf(struct stat status, const std::string& native) {
     const bool isLink = S_ISLNK(status.st_mode);
     struct stat target;
@@ -47,7 +47,7 @@ BY_HANDLE_FILE_INFORMATION informationOf(const struct stat& status, DWORD attrib
     return information;
 }
 
-// The target is a full path, as long as the request says.
+// Reads the target, a full path, from the request. The request states the length of the path.
 bool renameTo(const OpenItem& item, const BYTE* request, DWORD byteCount) {
     constexpr DWORD kNameAt = offsetof(FILE_RENAME_INFO, FileName);
     FILE_RENAME_INFO head = {};
@@ -61,7 +61,7 @@ bool renameTo(const OpenItem& item, const BYTE* request, DWORD byteCount) {
     return nativePath(target.c_str(), native) && renameItem(item, native, head.ReplaceIfExists != 0);
 }
 
-// Of files only: nobody removes folders.
+// Marks a file for deletion. Folders are not supported.
 bool dispose(const std::shared_ptr<OpenItem>& item, const BYTE* request, DWORD byteCount) {
     const auto file = std::dynamic_pointer_cast<FileObject>(item);
     struct stat status;

@@ -1,4 +1,4 @@
-// Share modes as locks of open file descriptions. Files.cpp and Moves.cpp call it, on any thread; the kernel keeps
+// Share modes, built on open-file-description locks. Files.cpp and Moves.cpp call it on any thread. The kernel keeps
 // the state.
 #include "files/FileLocks.h"
 
@@ -59,7 +59,7 @@ void unlockOpening(int descriptor) {
 }
 
 bool takeRights(int descriptor, unsigned rights, unsigned shared) {
-    // Two openers at once must not refuse each other: one looks and takes while the other waits.
+    // Serializes two processes that open the file at the same time. Otherwise each could refuse the other.
     lockOpening(descriptor);
     const bool free = !rightsConflict(descriptor, rights, shared);
     if (free) hold(descriptor, kOpen);

@@ -1,22 +1,23 @@
-// Share modes that hold between processes. What an open file may do, and what its opener denies to others, are
-// locks on a few bytes far beyond the end of any file: one for each right taken, one for each right denied, one for
-// being open at all. They belong to the open file description and vanish with it, however the process ends.
+// Share modes that work across processes. The access rights of an open file, and the rights that its opener denies to
+// others, are locks on single bytes far beyond the end of any file: one byte for each right taken, one for each right
+// denied, and one for being open at all. The locks belong to the open file description. The kernel releases them when
+// it is closed, even if the process crashes.
 #pragma once
 
 namespace platform {
 
-// Rights of an open file, and the rights that it lets others have. The values are those of FILE_SHARE_*.
+// The rights of an open file, and the rights that it shares. The values equal FILE_SHARE_*.
 constexpr unsigned kReadRight = 1, kWriteRight = 2, kDeleteRight = 4;
 
-// Takes the rights and denies those that are not shared. False, with nothing taken, when that conflicts with
-// another open file. An opener without any right (who asks for attributes only) denies nothing and is denied nothing.
+// Takes the rights and denies the rights that are not shared. Returns false and takes nothing if that conflicts with
+// another open file. An opener without rights (attributes only) never conflicts.
 bool takeRights(int descriptor, unsigned rights, unsigned shared);
-// Whether takeRights would be refused.
+// Whether takeRights would fail.
 bool rightsConflict(int descriptor, unsigned rights, unsigned shared);
-// Whether anybody has the file open, with whatever rights.
+// Whether the file is open anywhere, with any rights.
 bool isOpenElsewhere(int descriptor);
 
-// Keeps others from taking rights on the file until the descriptor is closed or the lock is given back.
+// Blocks others in takeRights on this file until unlockOpening or until the descriptor is closed.
 void lockOpening(int descriptor);
 void unlockOpening(int descriptor);
 

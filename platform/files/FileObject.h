@@ -9,37 +9,37 @@
 
 namespace platform {
 
-// Whatever CreateFileW opened: a file, a folder, a symbolic link.
+// Anything that CreateFileW opened: a file, a folder or a symbolic link.
 struct OpenItem : Object {
     OpenItem(Descriptor opened, DWORD accessRights) : descriptor(std::move(opened)), access(accessRights) {}
 
     Descriptor descriptor;
-    DWORD access;  // as granted, with the generic rights spelled out
+    DWORD access;  // as granted; generic rights are mapped to specific ones
 };
 
 struct FileObject : OpenItem {
     using OpenItem::OpenItem;
     ~FileObject() override;
 
-    bool isDoomed = false;      // loses its name when the handle is closed
-    std::string exclusiveName;  // where nobody else may have it open; empty otherwise
+    bool isDoomed = false;      // deleted when the handle is closed
+    std::string exclusiveName;  // the file name if the share mode is 0; otherwise empty
 };
 
-// A symbolic link that was opened as itself. Share modes do not reach it.
+// A symbolic link opened with FILE_FLAG_OPEN_REPARSE_POINT. It has no share mode.
 struct LinkObject : OpenItem {
     LinkObject(Descriptor opened, DWORD accessRights, std::string native)
         : OpenItem(std::move(opened), accessRights), path(std::move(native)) {}
     std::string path;
 };
 
-// For tests: which files the process opened for itself alone (with a share mode of 0) since the last call, and let go
-// of, in this order: "+name" and "-name", separated by blanks. The first call begins the record.
+// For tests: lists the files that the process opened with share mode 0 ("+name") and closed ("-name") since the last
+// call, in order, separated by spaces. The first call starts the recording.
 std::string takeExclusiveOpenings();
 void noteExclusiveOpening(char sign, const std::string& name);
 
-// Null, with the last error 6 or 5, when it is no handle of an open item or was not opened with that right.
+// Null, with error 6 if the handle is not an open item, or error 5 if it was opened without that right.
 std::shared_ptr<OpenItem> findItem(HANDLE handle, DWORD right);
-// Where an open file or folder lies now; empty when it has lost its name.
+// The current path of an open file or folder; empty if it was deleted.
 std::string nativePathOf(int descriptor);
 
 }  // namespace platform

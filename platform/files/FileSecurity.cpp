@@ -1,5 +1,5 @@
-// Owner and mode bits as security descriptors, and back. The calls that make files use it, and the product through
-// GetSecurityInfo, on any thread; the kernel keeps the state.
+// Converts owner and mode bits to security descriptors and back. The functions that create files use it, and the
+// product through GetSecurityInfo, on any thread. The kernel keeps the state.
 #include "files/FileSecurity.h"
 
 #include <aclapi.h>
@@ -50,7 +50,7 @@ std::vector<AccessEntry> entriesOf(const struct stat& status, const Sid& user) {
     return entries;
 }
 
-// Mode bits of one holder of entries.
+// Adds the mode bits of one access entry. False if mode bits cannot express the entry.
 bool addEntry(const AccessEntry& entry, const Sid& owner, bool isFolder, mode_t& mode) {
     const mode_t bits = bitsOf(entry.mask, isFolder);
     if (entry.type != ACCESS_ALLOWED_ACE_TYPE) return false;
@@ -65,7 +65,7 @@ bool addEntry(const AccessEntry& entry, const Sid& owner, bool isFolder, mode_t&
     return true;
 }
 
-// Header, owner, list in one block, with the offsets that a self-relative descriptor has.
+// The header of a self-relative descriptor, with the offsets of the owner and the list that follow it.
 struct RelativeHead {
     BYTE revision, reserved;
     WORD control;
@@ -113,7 +113,7 @@ mode_t inheritedMode(const std::string& native, bool isFolder) {
 
 using namespace platform;
 
-// Of files, and of owner and list together: nobody asks for anything else.
+// Supports files only, and only the owner together with the DACL.
 DWORD GetSecurityInfo(HANDLE handle, SE_OBJECT_TYPE type, SECURITY_INFORMATION what, PSID* owner, PSID*, PACL* list,
                       PACL*, PSECURITY_DESCRIPTOR* descriptor) {
     static constinit CallSite site{__func__};

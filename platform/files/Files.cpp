@@ -1,5 +1,5 @@
-// Opens, reads and writes files, and makes folders: what CreateFileW and its neighbours do. The product calls it, on
-// any thread; share modes hold between processes.
+// Opens, reads and writes files, and creates folders: CreateFileW and related functions. Called by the product on any
+// thread. Share modes work across processes.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -27,7 +27,7 @@ bool isReadOnly(const struct stat& status) {
 }
 
 constexpr unsigned kMostWaits = 1000;
-constexpr DWORD kFileRights = 0x1FF;  // those of the data and of the attributes
+constexpr DWORD kFileRights = 0x1FF;  // data and attribute rights
 
 DWORD grantedAccess(DWORD wanted) {
     DWORD access = (wanted & (kFileRights | DELETE | READ_CONTROL)) | FILE_READ_ATTRIBUTES;
@@ -41,19 +41,19 @@ unsigned rightsOf(DWORD access) {
            ((access & (FILE_WRITE_DATA | FILE_APPEND_DATA)) ? kWriteRight : 0) | ((access & DELETE) ? kDeleteRight : 0);
 }
 
-// What CreateFileW is asked for.
+// The parameters of CreateFileW.
 struct Opening {
     DWORD access;
     DWORD shareMode;
     DWORD disposition;
     DWORD flags;
-    std::optional<NewSecurity> security;  // of a file that is made
+    std::optional<NewSecurity> security;  // for a new file
 
     bool writes() const { return (access & (FILE_WRITE_DATA | FILE_APPEND_DATA)) != 0; }
     int linkFlag() const { return (flags & FILE_FLAG_OPEN_REPARSE_POINT) != 0 ? O_NOFOLLOW : 0; }
 };
 
-// -1, with the last error set, when it cannot be made or not be given to its owner.
+// Returns -1, with the last error set, if the file cannot be created or cannot be given to its owner.
 int makeFile(const std::string& native, int flags, const Opening& opening) {
     const mode_t mode = opening.security ? opening.security->mode & 0600 : inheritedMode(native, false);
     const int descriptor = open(native.c_str(), flags | O_CREAT | O_EXCL, mode);
@@ -64,7 +64,7 @@ int makeFile(const std::string& native, int flags, const Opening& opening) {
     return -1;
 }
 
-// Makes the file if the disposition asks for it. -1, with the last error set, when there is nothing to open.
+// Creates the file if the disposition says so. Returns -1, with the last error set, if nothing can be opened.
 int openDescriptor(const std::string& native, const Opening& opening, bool& made) {
     const bool appendsOnly = opening.writes() && (opening.access & FILE_WRITE_DATA) == 0;
     const int flags = (opening.writes() || opening.disposition == CREATE_ALWAYS ? O_RDWR : O_RDONLY) |
@@ -83,11 +83,11 @@ int openDescriptor(const std::string& native, const Opening& opening, bool& made
     const int descriptor = makeFile(native, flags, opening);
     made = descriptor >= 0;
     if (made || GetLastError() != ERROR_ALREADY_EXISTS) return descriptor;
-    if (opening.disposition != CREATE_NEW) return openExisting();  // somebody was faster
+    if (opening.disposition != CREATE_NEW) return openExisting();  // another process created it first
     return refuse(ERROR_FILE_EXISTS, -1);
 }
 
-// Whether the name still leads to what was opened: it may have been deleted, moved or replaced meanwhile.
+// Whether the path still names the opened file. It may have been deleted, moved or replaced meanwhile.
 bool isStillNamed(const std::string& native, const struct stat& opened, const Opening& opening) {
     struct stat named;
     const int flags = opening.linkFlag() == 0 ? 0 : AT_SYMLINK_NOFOLLOW;
@@ -95,7 +95,7 @@ bool isStillNamed(const std::string& native, const struct stat& opened, const Op
            named.st_dev == opened.st_dev;
 }
 
-// The whole of CreateFileW on a native path of a file. Null with the last error set.
+// CreateFileW for the native path of a file. Null with the last error set on failure.
 std::shared_ptr<OpenItem> openFile(const std::string& native, const Opening& opening) {
     for (;;) {
         bool made = false;
@@ -106,7 +106,8 @@ std::shared_ptr<OpenItem> openFile(const std::string& native, const Opening& ope
             (opening.writes() && !made && isReadOnly(status)))
             return refuse(ERROR_ACCESS_DENIED);
         bool taken = takeRights(descriptor.get(), rightsOf(opening.access), opening.shareMode);
-        // Its maker comes first: who opened it before the rights were taken is waited for.
+        // The creator has priority: another process may have opened the new file before we took the rights. Wait until
+        // it closes.
         for (unsigned tries = 0; made && !taken && tries < kMostWaits; ++tries) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
             taken = takeRights(descriptor.get(), rightsOf(opening.access), opening.shareMode);
@@ -147,8 +148,8 @@ std::shared_ptr<OpenItem> openLink(const std::string& native, const Opening& ope
     return std::make_shared<LinkObject>(std::move(descriptor), opening.access, native);
 }
 
-// A link is opened as itself where that is asked for; it is a folder where its target is one. Null with the last error
-// set.
+// Opens a link itself if the flags say so. Otherwise a link to a folder counts as a folder. Null with the last error
+// set on failure.
 std::shared_ptr<OpenItem> openItem(const std::string& native, const Opening& opening) {
     struct stat own = {}, target = {};
     const bool exists = lstat(native.c_str(), &own) == 0;
@@ -160,7 +161,7 @@ std::shared_ptr<OpenItem> openItem(const std::string& native, const Opening& ope
 }
 
 std::mutex exclusiveLock;
-std::optional<std::string> exclusiveOpenings;  // from the first question on
+std::optional<std::string> exclusiveOpenings;  // recording starts with the first call of takeExclusiveOpenings
 
 }  // namespace
 
@@ -252,17 +253,17 @@ BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES wanted) {
     std::string native;
     std::optional<NewSecurity> security;
     if (site.fails()) return FALSE;
-    if (path != nullptr && std::char_traits<WCHAR>::length(path) >= MAX_PATH - 12)  // room for a short file name
+    if (path != nullptr && std::char_traits<WCHAR>::length(path) >= MAX_PATH - 12)  // leaves room for an 8.3 file name
         return refuse(ERROR_FILENAME_EXCED_RANGE);
     if (!nativePath(path, native) || !readSecurity(wanted, native, true, security)) return FALSE;
     if (mkdir(native.c_str(), security ? security->mode & 0700 : inheritedMode(native, true)) != 0) {
         const int error = errno;
         setFileError(error, native);
-        if (error == ENOENT) SetLastError(ERROR_PATH_NOT_FOUND);  // a missing parent is the only way to it
+        if (error == ENOENT) SetLastError(ERROR_PATH_NOT_FOUND);  // mkdir gives ENOENT only if the parent is missing
         return FALSE;
     }
     if (!security) return TRUE;
-    chmod(native.c_str(), 0700);  // an owner from whom the umask takes the right to read cannot open it
+    chmod(native.c_str(), 0700);  // the umask may have removed the owner's read right, which open() needs
     const Descriptor made(open(native.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (made.get() >= 0 && applySecurity(made.get(), *security)) return TRUE;
     rmdir(native.c_str());

@@ -1,4 +1,4 @@
-// Listing of a folder by a pattern with "*". As on NTFS the names come in order, as if they stood in capitals.
+// Lists a folder by a pattern with "*". As on NTFS, names are sorted as if they were upper case.
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -39,7 +39,7 @@ bool matches(std::u16string_view pattern, std::u16string_view name) {
            matches(pattern.substr(1), name.substr(1));
 }
 
-// What is gone meanwhile is an empty file.
+// A file that was deleted meanwhile is listed as an empty file.
 Entry entryOf(int folder, const char* name) {
     Entry entry;
     entry.name = toWide(name);
@@ -63,7 +63,7 @@ void fill(WIN32_FIND_DATAW& data, const Entry& entry) {
     std::memcpy(data.cFileName, entry.name.data(), units * sizeof(WCHAR));
 }
 
-// "." and ".." come first. Names that differ in case alone, which NTFS would not hold, are in order as well.
+// "." and ".." come first. Names that differ only in case cannot exist together on NTFS, but get a fixed order too.
 bool comesBefore(const Entry& left, const Entry& right) {
     const auto isDots = [](const Entry& entry) { return entry.name == u"." || entry.name == u".."; };
     if (isDots(left) != isDots(right)) return isDots(left);
@@ -71,7 +71,7 @@ bool comesBefore(const Entry& left, const Entry& right) {
     return order != 0 ? order < 0 : left.name < right.name;
 }
 
-// False, with the last error set, when the folder cannot be read.
+// False, with the last error set, if the folder cannot be read.
 bool list(const std::string& folder, std::u16string_view pattern, std::vector<Entry>& entries) {
     DIR* const stream = opendir(folder.c_str());
     if (stream == nullptr) {

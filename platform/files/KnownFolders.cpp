@@ -1,4 +1,4 @@
-// Where the folders of a user are.
+// The known folders of a user.
 #include <shlobj.h>
 #include <windows.h>
 
@@ -14,7 +14,7 @@ using namespace platform;
 
 namespace {
 
-// Empty for a user without folders.
+// Empty if the user has no profile.
 std::u16string localAppData(const std::string& name) {
     const User* user = findUser(name);
     if (user == nullptr || user->profile.empty()) return {};

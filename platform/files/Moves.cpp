@@ -1,5 +1,5 @@
-// Renames, replaces and deletes. The product calls it, and FileInformation.cpp for what is asked through a handle,
-// on any thread; locks keep others from opening a name that is about to change.
+// Renames, replaces and deletes files. Called by the product on any thread, and by FileInformation.cpp for requests
+// through a handle. Locks keep others from opening a file while its name changes.
 #include "files/Moves.h"
 
 #include <fcntl.h>
@@ -22,7 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Whether anybody has a file or folder below this one open.
+// Whether any file or folder below this one is open.
 bool isOpenBelow(const std::string& folder) {
     std::error_code ended;
     for (fs::recursive_directory_iterator entry(folder, ended), end; entry != end; entry.increment(ended)) {
@@ -33,10 +33,10 @@ bool isOpenBelow(const std::string& folder) {
     return false;
 }
 
-// A file or folder that is to lose its name. Nobody can open it from lock() on to the end of this object.
+// A file or folder that is about to lose its name. From lock() until destruction nobody can open it.
 class DoomedName {
   public:
-    // False, with the last error set, when there is nothing of that name.
+    // False, with the last error set, if the path does not exist.
     bool open(const std::string& native) {
         path_ = native;
         if (lstat(native.c_str(), &status_) != 0) return setFileError(errno, native);
@@ -47,14 +47,14 @@ class DoomedName {
     void lock() const {
         if (descriptor_.get() >= 0) lockOpening(descriptor_.get());
     }
-    // False, with the last error set, when somebody has it open who does not share its deletion.
+    // False, with the last error set, if someone has it open without FILE_SHARE_DELETE.
     bool mayGo() const {
         constexpr unsigned kAll = kReadRight | kWriteRight | kDeleteRight;
         if (descriptor_.get() < 0 || !rightsConflict(descriptor_.get(), kDeleteRight, kAll)) return true;
         return refuse(ERROR_SHARING_VIOLATION);
     }
     bool isFolder() const { return S_ISDIR(status_.st_mode); }
-    // A folder stays where it is while anything below it is open.
+    // A folder cannot be moved while anything below it is open.
     bool isHeldFromBelow() const { return isFolder() && isOpenBelow(path_); }
     bool isOpenAnywhere() const { return descriptor_.get() >= 0 && isOpenElsewhere(descriptor_.get()); }
     bool isReadOnly() const { return S_ISREG(status_.st_mode) && (status_.st_mode & 0222) == 0; }
@@ -71,7 +71,7 @@ bool exists(const std::string& native) {
     return lstat(native.c_str(), &status) == 0;
 }
 
-// `isMine`: the one who moves has it open himself, with DELETE.
+// `isMine`: the caller itself has the source open with DELETE.
 bool move(const std::string& source, const std::string& target, bool replaces, bool isMine) {
     DoomedName moved, replaced;
     if (!moved.open(source)) return false;
@@ -79,19 +79,19 @@ bool move(const std::string& source, const std::string& target, bool replaces, b
     if (isTaken && !replaces) return refuse(ERROR_ALREADY_EXISTS);
     if (isTaken && !replaced.open(target)) return refuse(ERROR_ACCESS_DENIED);
     if (isTaken && (moved.isFolder() || replaced.isFolder())) return refuse(ERROR_ACCESS_DENIED);
-    // In one order for everybody, so that two who move across each other do not wait for each other.
+    // Everyone locks in the same order, so that two opposite moves cannot deadlock.
     const bool movedFirst = moved.number() < replaced.number();
     (movedFirst ? moved : replaced).lock();
     if (moved.number() != replaced.number()) (movedFirst ? replaced : moved).lock();
     if (!isMine && !moved.mayGo()) return false;
-    // An open file cannot be replaced, whatever its opener shares.
+    // An open file cannot be replaced, whatever share mode it has.
     if (replaced.isReadOnly() || replaced.isOpenAnywhere() || moved.isHeldFromBelow())
         return refuse(ERROR_ACCESS_DENIED);
     if (rename(source.c_str(), target.c_str()) == 0) return true;
     return setFileError(errno, target);
 }
 
-// The name is on disk when this returns.
+// Makes sure that the changed name is on disk.
 void flushFolderOf(const std::string& native) {
     const Descriptor folder(open(native.substr(0, native.rfind('/') + 1).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.get() >= 0) fsync(folder.get());
@@ -112,7 +112,7 @@ std::string nativePathOf(int descriptor) {
 FileObject::~FileObject() {
     if (!exclusiveName.empty()) noteExclusiveOpening('-', exclusiveName);
     if (!isDoomed) return;
-    lockOpening(descriptor.get());  // nobody moves it, or puts another in its place
+    lockOpening(descriptor.get());  // keeps others from moving or replacing the file
     const std::string native = nativePathOf(descriptor.get());
     if (!native.empty()) unlink(native.c_str());
 }

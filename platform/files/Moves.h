@@ -1,4 +1,4 @@
-// Files and folders that lose their names or get others.
+// Deletes and renames files and folders.
 #pragma once
 
 #include <string>
@@ -7,12 +7,12 @@ namespace platform {
 
 struct OpenItem;
 
-// Each is false, with the last error set, when Windows would refuse.
+// These functions return false, with the last error set, if Windows would refuse.
 bool removeFile(const std::string& native);
-// Either of them may be a folder; a folder does not replace and is not replaced.
+// Source and target may be folders. A folder cannot replace anything and cannot be replaced.
 bool moveItem(const std::string& source, const std::string& target, bool replaces);
-// Gives an open file or folder another name, wherever it lies now. Others that have it open share that, or it would not
-// have been opened with DELETE.
+// Renames an open file or folder. Its current path is looked up. Does not check the share modes: an item opened with
+// DELETE can only be open elsewhere with FILE_SHARE_DELETE.
 bool renameItem(const OpenItem& item, const std::string& target, bool replaces);
 
 }  // namespace platform

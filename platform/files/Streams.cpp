@@ -14,7 +14,8 @@
 namespace platform {
 namespace {
 
-// A stream that was closed when the process began stays absent: its number must not pass to a file opened later.
+// A standard stream that was closed at process start stays closed. Its descriptor number is reserved, so that no file
+// opened later gets it.
 std::array<bool, 3> reserveClosedStreams() {
     std::array<bool, 3> present{};
     for (int stream = 0; stream < 3; ++stream) {
@@ -29,7 +30,7 @@ const std::array<bool, 3> presentAtStart = reserveClosedStreams();
 std::mutex lock;
 HANDLE output = nullptr;
 
-// The stream belongs to the process, not to the handle.
+// The process owns the stream; closing the handle does not close it.
 struct StreamObject : FileObject {
     explicit StreamObject(int stream) : FileObject(Descriptor(stream), FILE_WRITE_DATA) {}
     ~StreamObject() override { descriptor.release(); }
@@ -54,7 +55,7 @@ BOOL AttachConsole(DWORD processId) {
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;
     if (processId != ATTACH_PARENT_PROCESS) return refuse(ERROR_INVALID_PARAMETER);
-    // The console of the parent is the terminal that this process was started from.
+    // The parent's console is the terminal that started this process.
     Descriptor terminal(open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY));
     if (terminal.get() < 0) return refuse(ERROR_INVALID_HANDLE);
     std::lock_guard hold(lock);

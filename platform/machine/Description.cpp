@@ -1,5 +1,5 @@
-// Reads machine.txt, section by section. Machine.cpp calls it when a process starts and when a call asks for the
-// machine as it is now; any thread.
+// Parses machine.txt. Machine.cpp calls it at process start, and whenever a call needs the current state of the
+// machine. Any thread.
 #include "machine/Description.h"
 
 #include <unistd.h>
@@ -31,7 +31,7 @@ std::string trimmed(const std::string& text) {
     return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
 }
 
-// One section of machine.txt: "[kind name]", then lines "key = value". What is asked for is taken out.
+// One section of machine.txt: "[kind name]" and its "key = value" lines. Reading a value removes it.
 class Section {
   public:
     Section(const fs::path& file, const std::string& head) : file_(file) {
@@ -64,7 +64,7 @@ class Section {
         if (value != "yes" && value != "no") refuse(std::string(key) + " is yes or no");
         return value == "yes";
     }
-    // Nothing may be left.
+    // Refuses the section if it has unknown keys left.
     void end() const {
         if (!values_.empty()) refuse("knows no \"" + values_.begin()->first + "\"");
     }
@@ -122,7 +122,7 @@ Monitor commonMonitor() {
     return {u"\\\\.\\DISPLAY1", {0, 0, 1920, 1080}, {0, 0, 1920, 1040}, 96, true};
 }
 
-// The first user is who runs the stand-in, so that the files that it makes are his.
+// The first user gets the uid that runs the stand-in, so that the files it creates belong to that user.
 User readUser(Section& section, std::size_t usersBefore) {
     const bool isSystem = section.name() == "SYSTEM";
     const auto order = static_cast<std::uint32_t>(usersBefore);

@@ -1,4 +1,4 @@
-// machine.txt: the text, and what it says.
+// The default machine.txt, and its parser.
 #pragma once
 
 #include <filesystem>
@@ -8,12 +8,12 @@
 namespace platform {
 
 constexpr std::uint64_t kSystemLogonId = 0x3E7;
-constexpr std::uint64_t kFirstLogonId = 0x3A000;  // and on from there by the session's number
+constexpr std::uint64_t kFirstLogonId = 0x3A000;  // the first session's; the others add the session number
 
-// What a new machine is.
+// The text of a new machine.txt.
 extern const char* const kNewMachine;
 
-// A mistake in the file ends the process with its reason.
+// A mistake in the file ends the process with a message.
 MachineDescription readDescription(const std::filesystem::path& file);
 
 // Ends the process with a message.

@@ -1,5 +1,5 @@
-// The variables of the process. The product reads and sets them, Children.cpp hands them on; any thread, under one
-// lock.
+// The environment variables of the process. The product reads and sets them, Children.cpp passes them to children. Any
+// thread; one lock.
 #include "machine/Environment.h"
 
 #include <unistd.h>

@@ -1,4 +1,4 @@
-// The environment of the process: that of Linux, over what machine.txt gives every process.
+// The environment of the process: the variables from machine.txt, overridden by the Linux environment.
 #pragma once
 
 #include <string>
@@ -6,11 +6,11 @@
 
 namespace platform {
 
-void resetEnvironment();  // after a move to another machine
-// "NAME=value", for a child.
+void resetEnvironment();  // call it after moving to another machine
+// "NAME=value" strings for a child process.
 std::vector<std::string> environmentTexts();
 
-// Pointers for exec, with a null at the end, to texts that have to live on.
+// Null-terminated array of pointers for exec. `texts` must outlive the array.
 inline std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
     for (std::string& text : texts)

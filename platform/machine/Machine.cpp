@@ -1,5 +1,5 @@
-// Finds, makes and reads the machine folder, and decides who the process is. All families ask it, on any thread;
-// only tests change it, when no other thread runs.
+// Finds, creates and reads the machine folder, and decides the token of the process. Called on any thread. Only tests
+// change it, while no other thread runs.
 #include "machine/Machine.h"
 
 #include <unistd.h>
@@ -29,7 +29,7 @@ fs::path defaultFolder() {
     return fs::path(home == nullptr ? "/tmp" : home) / ".local/share/vellum-machine";
 }
 
-// Several processes may find no machine at the same time: the first whole file wins.
+// Several processes may create the machine at the same time. The first complete file wins.
 void makeDescription(const fs::path& file) {
     const fs::path draft = file.string() + "." + std::to_string(getpid());
     std::ofstream(draft) << kNewMachine;

@@ -1,27 +1,26 @@
 // The machine that this process runs on.
 //
-// A machine is a folder, named by the environment variable VELLUM_MACHINE (default: "vellum-machine" under the
-// user's data folder). All processes that name the same folder run on the same machine. It holds
+// A machine is a folder, named by the environment variable VELLUM_MACHINE (default: "vellum-machine" under the user's
+// data folder). All processes with the same folder run on the same machine. The folder holds
 //
 //     machine.txt    users, sessions, monitors and the system's environment variables; meant to be edited
 //     drive_c/       drive C:
-//     registry/      one folder a key, one file a value
+//     registry/      one folder for each key, one file for each value
 //
 // A process runs under the ordinary token of the first session that has a user. The environment variable VELLUM_TOKEN
-// describes another: "user@session", such as "operator@2" or "SYSTEM@0", and behind that, in any order,
+// selects another token: "user@session", such as "operator@2" or "SYSTEM@0", followed by any of these, in any order:
 //
 //     untrusted, low, medium, high, system, 0x2100    its integrity level
-//     logon=0x3A001                                   its logon session, else that of the session
-//     impersonating                                   the thread impersonates this very user
+//     logon=0x3A001                                   its logon session, if it is not the session's own
+//     impersonating                                   the thread also impersonates this user
 //
-// VELLUM_CHILD_TOKEN, in the same form, is what the children of the process run under instead of the token that they
-// are given, as if somebody had exchanged it.
+// For an administrator, "high" is the full token; any lower level is the limited token.
 //
-// VELLUM_DESKTOP is the desktop that the process stands on; without it the one of its session's user, or in session 0
-// that of the services. VELLUM_JOB is the job that it is in, "name", or "name breakaway" where its children may leave
-// the job.
+// VELLUM_CHILD_TOKEN, in the same form, overrides the token of child processes, to simulate a wrong token.
 //
-// Of an administrator, "high" is the token with all rights, and any lower level the one without them.
+// VELLUM_DESKTOP names the desktop of the process. The default is the desktop of the session's user, in session 0 that
+// of the services. VELLUM_JOB names the job of the process: "name", or "name breakaway" if its children may leave the
+// job.
 #pragma once
 
 #include <windef.h>
@@ -39,13 +38,13 @@ struct User {
     std::string profile;  // Windows path of the profile folder
     std::string sid;      // S-1-...
     bool isAdministrator = false;
-    std::uint32_t uid = 0;  // who owns the user's files on Linux
+    std::uint32_t uid = 0;  // owner of the user's files on Linux
 };
 
-// A logon session, as the LSA knows it.
+// A logon session, as LsaGetLogonSessionData describes it.
 struct Logon {
-    std::uint64_t id = 0;  // a LUID: its high part, its low part
-    std::string user;      // empty: the data holds no SID
+    std::uint64_t id = 0;  // a LUID: high part and low part
+    std::string user;      // empty: the data has no SID
     DWORD sessionId = 0;
     std::int64_t time = 0;
     DWORD type = 2;
@@ -58,14 +57,14 @@ struct Session {
     DWORD state = 0;   // WTS_CONNECTSTATE_CLASS
     std::uint64_t logonId = 0;
     bool hasShell = false;
-    bool isElevated = false;  // its token is an administrator's full one, with a limited one beside it
+    bool isElevated = false;  // the user has an administrator's full token and a limited one linked to it
     std::string shellToken;   // empty: the shell runs under the session's ordinary token
-    std::string userToken;    // empty: the system has the session's own token for it
+    std::string userToken;    // empty: WTSQueryUserToken gives the session's own token
 };
 
-enum class Administrators { Absent, DenyOnly, Enabled };  // the group in a token
+enum class Administrators { Absent, DenyOnly, Enabled };  // how the token holds the group
 
-// Who a process is. Decided when the process starts: it stays as it is when the logon ends.
+// The identity of a process. Set when the process starts; it does not change when the user logs off.
 struct Token {
     std::string user;
     DWORD sessionId = 0;
@@ -73,7 +72,7 @@ struct Token {
     DWORD integrity = 0;
     Administrators administrators = Administrators::Absent;
     DWORD elevationType = 1;       // TOKEN_ELEVATION_TYPE
-    bool isImpersonating = false;  // the thread has a token like this one, too
+    bool isImpersonating = false;  // the thread also has an impersonation token of this user
 };
 
 struct Monitor {
@@ -89,25 +88,25 @@ struct MachineDescription {
     std::map<std::string, std::string> environment;
     std::vector<User> users;
     std::vector<Session> sessions;
-    std::vector<Logon> logons;      // those of the sessions as well
-    std::vector<Monitor> monitors;  // of every session's desktop
+    std::vector<Logon> logons;      // includes those of the sessions
+    std::vector<Monitor> monitors;  // the same for the desktop of every session
 };
 
-// The folder, made and filled on first need. A machine that cannot be made or read ends the process with a
-// message, since nothing can run without one.
+// The machine folder, created and filled when first needed. If it cannot be created or read, the process ends with a
+// message.
 const std::filesystem::path& machineFolder();
 const MachineDescription& machine();  // as it was when the process started
 const Token& processToken();
 // Whether the Administrators group is enabled for this process.
 bool isAdministrator();
-// Null when machine.txt names no such user.
+// Null if machine.txt has no such user.
 const User* findUser(std::string_view name);
-// What machine.txt says at this moment: sessions and logons come and go while processes run.
+// Reads machine.txt again: sessions and logons change while processes run.
 MachineDescription machineNow();
 
-// Moves this process to another machine, with the token that VELLUM_TOKEN or that machine gives it; or gives it the
-// token of a description in the form of VELLUM_TOKEN. testing/Machine.h has the calls for tests, which tell the other
-// floors as well.
+// enterMachine moves this process to another machine, with the token that VELLUM_TOKEN or that machine gives it.
+// takeToken gives it another token, described as in VELLUM_TOKEN. Tests use the calls in testing/Machine.h, which also
+// reset the other layers.
 void enterMachine(const std::filesystem::path& folder);
 void takeToken(const std::string& description);
 

@@ -1,5 +1,5 @@
-// Turns a path of Windows into one of Linux and back, and errno into a Windows error. All families that touch files
-// call it, on any thread; it keeps no state.
+// Converts paths between Windows and Linux, and errno to Windows error codes. The file functions call it on any thread.
+// Stateless.
 #include "machine/NativePath.h"
 
 #include <dirent.h>
@@ -35,7 +35,7 @@ bool exists(const std::string& path) {
     return lstat(path.c_str(), &status) == 0;
 }
 
-// The entry of `folder` that has this name whatever its case; the name itself where there is none.
+// The entry of `folder` with this name, ignoring case; `name` itself if there is none.
 std::string entryOf(const std::string& folder, const std::string& name) {
     if (exists(folder + "/" + name)) return name;
     std::string found = name;
@@ -51,7 +51,7 @@ std::string entryOf(const std::string& folder, const std::string& name) {
     return found;
 }
 
-// Adds one part of a Windows path: "." and ".." are resolved, trailing dots and blanks fall off.
+// Adds one component of a Windows path. Resolves "." and "..", and drops trailing dots and spaces.
 bool addPart(std::vector<std::string>& parts, std::u16string_view part) {
     if (part.empty() || part == u".") return true;
     if (part == u"..") {
@@ -76,7 +76,7 @@ std::string assemble(const std::string& root, const std::vector<std::string>& pa
     return resolved;
 }
 
-// The program's manifest asks for long paths; the machine's registry has the last word.
+// Long paths need an entry in the program's manifest, which the product has. The registry of the machine decides.
 bool allowsLongPaths() {
     std::ifstream value(machineFolder() / "registry/HKEY_LOCAL_MACHINE/SYSTEM/CurrentControlSet/Control/FileSystem" /
                         "LongPathsEnabled.REG_DWORD");

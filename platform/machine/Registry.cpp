@@ -1,7 +1,7 @@
-// The registry: a folder for each key, a file for each value, all under registry/ in the machine folder. The file
-// of a value is named after it and its type; REG_SZ and REG_EXPAND_SZ hold plain UTF-8 text, so that a person can
-// read and write them, any other type holds hexadecimal digits. So does, behind "hex:", a text that does not end as it
-// should.
+// The registry: a folder for each key and a file for each value, below registry/ in the machine folder. The file name
+// holds the name and the type of the value. REG_SZ and REG_EXPAND_SZ are stored as plain UTF-8 that people can read and
+// edit. Other types are stored as hexadecimal digits. A text value without a proper terminator is stored as "hex:" and
+// digits.
 #include <windows.h>
 #include <winreg.h>
 
@@ -43,7 +43,7 @@ bool isText(DWORD type) {
     return type == REG_SZ || type == REG_EXPAND_SZ;
 }
 
-// Characters that a Linux file name cannot carry, or that would make it special, are written as %XX.
+// Writes characters that a Linux file name cannot contain, or that have a special meaning there, as %XX.
 std::string fileNameOf(std::u16string_view name) {
     std::string out;
     for (const char c : toUtf8(name)) {
@@ -62,7 +62,7 @@ bool sameName(const std::string& left, const std::string& right) {
     return equalsOrdinal(toWide(left), toWide(right));
 }
 
-// The folder of a key below `base`. Names are found whatever their case.
+// The folder of a key below `base`. Names are matched ignoring case.
 fs::path folderOf(const fs::path& base, std::u16string_view path) {
     fs::path folder = base;
     while (!path.empty()) {
@@ -84,7 +84,7 @@ struct Value {
     DWORD type = REG_NONE;
 };
 
-// The file of a value; false when there is none.
+// Finds the file of a value. False if it does not exist.
 bool findValue(const fs::path& folder, LPCWSTR name, Value& value) {
     const std::string wanted = fileNameOf(name == nullptr ? u"" : name);
     std::error_code error;
@@ -100,7 +100,7 @@ bool findValue(const fs::path& folder, LPCWSTR name, Value& value) {
     return false;
 }
 
-constexpr std::string_view kHexMark = "hex:";  // before the bytes of a text value that no text gives back
+constexpr std::string_view kHexMark = "hex:";  // marks the bytes of a text value that cannot be stored as UTF-8 text
 
 std::vector<BYTE> bytesOf(std::string_view digits) {
     std::vector<BYTE> bytes;
@@ -110,7 +110,7 @@ std::vector<BYTE> bytesOf(std::string_view digits) {
 }
 
 std::vector<BYTE> decode(DWORD type, std::string content) {
-    if (!content.empty() && content.back() == '\n') content.pop_back();  // an editor's
+    if (!content.empty() && content.back() == '\n') content.pop_back();  // editors add this newline
     if (!isText(type)) return bytesOf(content);
     if (content.starts_with(kHexMark)) return bytesOf(std::string_view(content).substr(kHexMark.size()));
     const std::u16string text = toWide(content);
@@ -159,7 +159,7 @@ LSTATUS open(HKEY parent, LPCWSTR path, REGSAM access, bool make, PHKEY key) {
     return ERROR_SUCCESS;
 }
 
-// The key, if it was opened with the right that the call needs.
+// Finds the key and checks that it was opened with the right that the call needs.
 LSTATUS use(HKEY key, REGSAM right, std::shared_ptr<KeyObject>& object) {
     object = find<KeyObject>(reinterpret_cast<HANDLE>(key));
     if (object == nullptr) return ERROR_INVALID_HANDLE;
@@ -175,7 +175,7 @@ LSTATUS RegOpenCurrentUser(REGSAM access, PHKEY key) {
     static constinit CallSite site{__func__};
     if (const DWORD error = site.error()) return static_cast<LSTATUS>(error);
     std::error_code error;
-    fs::create_directories(userHive(), error);  // it is there from the first logon on
+    fs::create_directories(userHive(), error);  // Windows creates it at the first logon
     return open(HKEY_CURRENT_USER, u"", access, false, key);
 }
 

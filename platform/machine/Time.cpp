@@ -1,4 +1,4 @@
-// Points in time: what the clock says, and its forms.
+// The system time and its representations.
 #include <windows.h>
 
 #include <algorithm>
@@ -42,7 +42,7 @@ void GetLocalTime(LPSYSTEMTIME time) {
 
 namespace {
 
-// FILETIME counts tenths of microseconds since 1601.
+// FILETIME counts 100 ns units since 1601.
 constexpr std::int64_t kTicksPerMs = 10'000, kMsFrom1601To1970 = 11'644'473'600'000;
 
 FILETIME fileTimeOf(std::int64_t ticks) {
@@ -84,7 +84,7 @@ BOOL SystemTimeToFileTime(const SYSTEMTIME* time, FILETIME* fileTime) {
     return TRUE;
 }
 
-// With the difference that counts now, whatever time of the year the other time lies in.
+// Uses the UTC offset of today, even if the given time lies in another season.
 BOOL FileTimeToLocalFileTime(const FILETIME* utc, FILETIME* local) {
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;
@@ -112,7 +112,7 @@ BOOL FileTimeToSystemTime(const FILETIME* fileTime, LPSYSTEMTIME time) {
     return TRUE;
 }
 
-// As the United States write it, which is what Wine gives in the same place.
+// Uses the format of the United States, as Wine does.
 int GetDateFormatEx(LPCWSTR, DWORD, const SYSTEMTIME* date, LPCWSTR, LPWSTR text, int capacity, LPCWSTR) {
     static constinit CallSite site{__func__};
     if (site.fails()) return 0;

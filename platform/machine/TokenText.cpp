@@ -1,5 +1,5 @@
-// Reads and writes tokens as text, and derives the tokens of a session. Machine.cpp and the families that start
-// processes call it; there is no state.
+// Reads and writes tokens as text, and derives the tokens of a session. Called by Machine.cpp and by the functions that
+// start processes. Stateless.
 #include "machine/TokenText.h"
 
 #include <winnt.h>
@@ -54,7 +54,7 @@ bool readWord(const std::string& word, Token& token) {
     return true;
 }
 
-// An administrator's token has the Administrators group; below the level "high" the group counts for denying only.
+// Sets the Administrators group of an administrator's token. Below the level "high" the group is deny-only.
 void settleAdministrators(const MachineDescription& machine, Token& token) {
     const Session* session = findSession(machine, token.sessionId);
     const bool isFull = token.integrity >= SECURITY_MANDATORY_HIGH_RID;
@@ -64,7 +64,7 @@ void settleAdministrators(const MachineDescription& machine, Token& token) {
     if (isSplit) token.elevationType = isFull ? TokenElevationTypeFull : TokenElevationTypeLimited;
 }
 
-// For what the machine itself says a token is; a mistake in it ends the process.
+// Parses a token from machine.txt. A mistake in it ends the process.
 Token describedToken(const MachineDescription& machine, const std::string& text) {
     Token token;
     std::string mistake;

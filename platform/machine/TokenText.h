@@ -1,4 +1,4 @@
-// Tokens as text: what VELLUM_TOKEN and machine.txt say. A process that starts another gives it its token this way.
+// Tokens as text, as in VELLUM_TOKEN and machine.txt. A process passes its child's token this way.
 #pragma once
 
 #include <string>
@@ -7,18 +7,18 @@
 
 namespace platform {
 
-// Reads a token; Machine.h describes the form. False, with the reason in `mistake`.
+// Parses a token; Machine.h describes the format. On failure returns false and puts the reason in `mistake`.
 bool readToken(const std::string& text, const MachineDescription& machine, Token& token, std::string& mistake);
-// Writes a token so that readToken gives it back.
+// Writes a token so that readToken can parse it.
 std::string writeToken(const Token& token);
 
-// What a user's processes run under: his only token, or the limited one of an administrator's two.
+// The token of the user's processes: the only one, or the limited one of an administrator's two.
 Token ordinaryToken(const MachineDescription& machine, const Session& session);
-// What the system has for the session: of an administrator's two tokens the full one.
+// The token that the system returns for the session: for an administrator, the full one.
 Token sessionToken(const MachineDescription& machine, const Session& session);
-// What the session's shell runs under.
+// The token of the session's shell.
 Token shellToken(const MachineDescription& machine, const Session& session);
-// The other one of an administrator's two tokens. False when there is none.
+// The other one of an administrator's two linked tokens. False if there is only one.
 bool linkedToken(const Token& token, Token& linked);
 
 }  // namespace platform
