@@ -1,4 +1,4 @@
-// What security descriptors are made of and asked for.
+// Trustees, access entries and the kinds of securable objects.
 #pragma once
 
 #include <winnt.h>
@@ -14,7 +14,7 @@ struct TRUSTEE_W {
     MULTIPLE_TRUSTEE_OPERATION MultipleTrusteeOperation;
     TRUSTEE_FORM TrusteeForm;
     TRUSTEE_TYPE TrusteeType;
-    LPWSTR ptstrName;  // with TRUSTEE_IS_SID the SID
+    LPWSTR ptstrName;  // the SID if the form is TRUSTEE_IS_SID
 };
 
 struct EXPLICIT_ACCESS_W {

@@ -3,8 +3,8 @@
 
 #include <accctrl.h>
 
-// The caller owes the list to LocalFree.
+// The caller frees the list with LocalFree.
 DWORD SetEntriesInAclW(ULONG count, PEXPLICIT_ACCESS_W entries, PACL before, PACL* list);
-// Owner and list lie in the descriptor, which the caller owes to LocalFree.
+// Owner and list point into the descriptor, which the caller frees with LocalFree.
 DWORD GetSecurityInfo(HANDLE handle, SE_OBJECT_TYPE type, SECURITY_INFORMATION what, PSID* owner, PSID* group,
                       PACL* list, PACL* auditList, PSECURITY_DESCRIPTOR* descriptor);

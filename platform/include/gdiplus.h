@@ -1,4 +1,4 @@
-// GDI+: start and end, and the flat calls.
+// GDI+: startup, shutdown and the flat API.
 #pragma once
 
 #include <objidl.h>

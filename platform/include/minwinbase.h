@@ -1,4 +1,4 @@
-// What several headers share.
+// Types that several headers share.
 #pragma once
 
 #include <windef.h>

@@ -44,7 +44,7 @@ struct SECURITY_LOGON_SESSION_DATA {
 };
 using PSECURITY_LOGON_SESSION_DATA = SECURITY_LOGON_SESSION_DATA*;
 
-// The caller owes the data to LsaFreeReturnBuffer.
+// The caller frees the data with LsaFreeReturnBuffer.
 NTSTATUS LsaGetLogonSessionData(PLUID logon, PSECURITY_LOGON_SESSION_DATA* data);
 NTSTATUS LsaFreeReturnBuffer(PVOID buffer);
 ULONG LsaNtStatusToWinError(NTSTATUS status);

@@ -1,9 +1,9 @@
-// Automation: strings, variants, and what every scriptable interface begins with.
+// Automation: BSTR, VARIANT and IDispatch.
 #pragma once
 
 #include <objidl.h>
 
-using BSTR = WCHAR*;  // a zero-terminated text that SysAllocString made; null counts as an empty one
+using BSTR = WCHAR*;  // a string from SysAllocString; null counts as empty
 using VARIANT_BOOL = std::int16_t;
 using VARTYPE = USHORT;
 using DISPID = LONG;
@@ -14,7 +14,7 @@ using LCID = DWORD;
 
 enum VARENUM { VT_EMPTY = 0, VT_BSTR = 8 };
 
-// The types that nobody passes are left out; they make it no larger than this.
+// Only the members that the product uses, padded to the real size.
 struct VARIANT {
     VARTYPE vt;
     WORD wReserved1;

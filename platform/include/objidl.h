@@ -12,7 +12,7 @@ struct IUnknown {
     ~IUnknown() = default;
 };
 
-// A stream of bytes. The product hands it on and reads none itself.
+// A byte stream. The product only passes it on and never reads it.
 struct IStream : IUnknown {
   protected:
     ~IStream() = default;

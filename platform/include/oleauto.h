@@ -1,4 +1,4 @@
-// Strings and variants of automation.
+// BSTR and VARIANT functions.
 #pragma once
 
 #include <oaidl.h>

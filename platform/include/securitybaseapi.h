@@ -13,7 +13,7 @@ PUCHAR GetSidSubAuthorityCount(PSID sid);
 PDWORD GetSidSubAuthority(PSID sid, DWORD index);
 BOOL IsWellKnownSid(PSID sid, WELL_KNOWN_SID_TYPE type);
 BOOL CreateWellKnownSid(WELL_KNOWN_SID_TYPE type, PSID domain, PSID sid, DWORD* byteCount);
-// The caller owes the SID to FreeSid.
+// The caller frees the SID with FreeSid.
 BOOL AllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authority, BYTE count, DWORD first, DWORD second, DWORD third,
                               DWORD fourth, DWORD fifth, DWORD sixth, DWORD seventh, DWORD eighth, PSID* sid);
 PVOID FreeSid(PSID sid);

@@ -1,4 +1,4 @@
-// DPI of monitors. The product looks these calls up while it runs.
+// DPI of monitors. The product finds these functions with GetProcAddress.
 #pragma once
 
 #include <windef.h>

@@ -1,5 +1,5 @@
-// The Task Scheduler 2.0. An interface has its methods in the published order and ends with the last one that is
-// called, or with its last one where another is built on it.
+// The Task Scheduler 2.0 API. Each interface lists its methods in the published order. The list ends after the last
+// method that the product calls, or is complete if another interface derives from it.
 #pragma once
 
 #include <oaidl.h>

@@ -1,4 +1,4 @@
-// Environments of users.
+// Environment blocks of users.
 #pragma once
 
 #include <windef.h>

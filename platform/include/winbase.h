@@ -156,7 +156,7 @@ BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags);
 DWORD GetFileAttributesW(LPCWSTR path);
 BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security);
 
-// One read of the changes in a folder, which completes through the event in `overlapped`.
+// Starts one asynchronous read of the changes in a folder. Its completion sets the event in `overlapped`.
 BOOL ReadDirectoryChangesW(HANDLE directory, LPVOID buffer, DWORD bufferBytes, BOOL subtree, DWORD filter,
                            LPDWORD bytes, LPOVERLAPPED overlapped, LPOVERLAPPED_COMPLETION_ROUTINE routine);
 BOOL GetOverlappedResult(HANDLE file, LPOVERLAPPED overlapped, LPDWORD bytes, BOOL wait);

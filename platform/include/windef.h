@@ -1,4 +1,4 @@
-// Types, with the sizes and distinctness that they have on 64-bit Windows.
+// Basic types, with the sizes that they have on 64-bit Windows.
 #pragma once
 
 #include <cstddef>
@@ -58,7 +58,7 @@ using HANDLE = void*;
 using HGLOBAL = HANDLE;
 using HLOCAL = HANDLE;
 
-// Handle types are distinct: one kind cannot be passed for another.
+// Each handle type is its own C++ type, so that the compiler refuses to mix them.
 #define DECLARE_HANDLE(name) \
     struct name##__ {        \
         int unused;          \

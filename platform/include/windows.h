@@ -1,5 +1,5 @@
-// The platform's calls under their own names: what the product includes on Linux where it includes the
-// system's header of this name on Windows. It declares what the product calls and nothing else.
+// The Windows API that the product calls, under the real names. On Linux the product includes this header in place of
+// the system's <windows.h>.
 #pragma once
 
 #include <windef.h>

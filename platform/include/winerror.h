@@ -1,4 +1,4 @@
-// Windows error numbers and HRESULTs.
+// Windows error codes and HRESULTs.
 #pragma once
 
 #include <windef.h>

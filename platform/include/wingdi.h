@@ -1,4 +1,4 @@
-// Drawing.
+// GDI.
 #pragma once
 
 #include <windef.h>

@@ -22,7 +22,7 @@ int GetDateFormatEx(LPCWSTR locale, DWORD flags, const SYSTEMTIME* date, LPCWSTR
 
 int CompareStringOrdinal(LPCWCH left, int leftUnits, LPCWCH right, int rightUnits, BOOL ignoreCase);
 
-// The wide formatter of the C runtime the Windows build is linked with, which is the same whatever Windows it
-// runs on. Formats follow the Windows data model: `l` is 32 bits. Gives the length of the whole text, which may
-// be above what fits, and always ends what it wrote with a zero; below 0 on a format it cannot carry out.
+// The wide formatter of the C runtime that the Windows build links with; it is the same on every Windows version. It
+// uses the Windows data model: `l` is 32 bits. Returns the full length of the text, even if the buffer is too small,
+// and always terminates the buffer. Returns a negative number if the format is not supported.
 int vsnwprintf(WCHAR* buffer, std::size_t capacity, const WCHAR* format, std::va_list arguments);

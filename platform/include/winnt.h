@@ -1,4 +1,4 @@
-// Access rights, file attributes and the like.
+// Access rights, file attributes and other basic definitions.
 #pragma once
 
 #include <windef.h>
@@ -130,7 +130,7 @@ struct ACE_HEADER {
 struct ACCESS_ALLOWED_ACE {
     ACE_HEADER Header;
     ACCESS_MASK Mask;
-    DWORD SidStart;  // the SID begins here
+    DWORD SidStart;  // the first DWORD of the SID
 };
 
 struct ACL {

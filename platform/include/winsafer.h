@@ -1,4 +1,4 @@
-// Software restriction: tokens with less rights.
+// Software restriction levels: tokens with fewer rights.
 #pragma once
 
 #include <windef.h>

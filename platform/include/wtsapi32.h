@@ -1,4 +1,4 @@
-// Sessions.
+// Terminal Services sessions.
 #pragma once
 
 #include <windef.h>

@@ -1,7 +1,7 @@
-// A child is a real process on the same machine. Its token goes to it as VELLUM_TOKEN. One that is started suspended
-// has its image and waits at the very start of main(), on a pipe, for the byte that resumes it; when the pipe's other
-// end goes without one, it ends. No descriptor is inherited but that and the standard streams, unless the caller asks
-// for it: then all are that do not close with an exec. The stand-in opens none of that kind.
+// Starts child processes. A child is a real process on the same machine and gets its token through VELLUM_TOKEN. A
+// suspended child has run exec and waits at the start of main() for a byte on a pipe. If the pipe closes without that
+// byte, the child exits. The child inherits only this pipe and the standard streams. With bInheritHandles it inherits
+// every descriptor without close-on-exec; the stand-in itself opens none of those.
 #include "process/Children.h"
 
 #include <fcntl.h>
@@ -36,12 +36,12 @@ extern char** environ;
 namespace platform {
 namespace {
 
-constexpr const char* kSuspended = "VELLUM_SUSPENDED";  // the descriptor of the pipe
+constexpr const char* kSuspended = "VELLUM_SUSPENDED";  // holds the descriptor of the pipe
 
 std::mutex lock;
-std::list<pid_t> abandoned;  // children whose handles are gone, and whose end nobody has taken note of yet
+std::list<pid_t> abandoned;  // children without an open handle that waitpid has not collected yet
 
-// Leaves no dead children behind for longer than needed.
+// Collects zombies among the abandoned children.
 void reapAbandoned() {
     std::lock_guard hold(lock);
     abandoned.remove_if([](pid_t child) { return waitpid(child, nullptr, WNOHANG) != 0; });
@@ -86,13 +86,13 @@ struct Start {
     LPCWSTR commandLine;
     BOOL inherits;
     DWORD flags;
-    const WCHAR* environment;  // null: this process's
+    const WCHAR* environment;  // null: the child gets this process's environment
     LPCWSTR folder;
     const STARTUPINFOW* startup;
     std::shared_ptr<TokenState> token;
 };
 
-// A block of bytes, which lacks the flag, is something that nobody passes; what is passed would be taken for one.
+// Refuses what is not supported. An ANSI environment block would be misread as UTF-16.
 bool isUnderstood(const Start& wanted) {
     constexpr DWORD kKnown = CREATE_SUSPENDED | CREATE_UNICODE_ENVIRONMENT | CREATE_BREAKAWAY_FROM_JOB;
     const bool isWide = wanted.environment == nullptr || (wanted.flags & CREATE_UNICODE_ENVIRONMENT) != 0;
@@ -100,7 +100,8 @@ bool isUnderstood(const Start& wanted) {
     return (isWide && hasSize && (wanted.flags & ~kKnown) == 0) || refuse(ERROR_INVALID_PARAMETER);
 }
 
-// What the stand-in and its sanitizers need goes along whatever the child's environment is; faults do not.
+// Adds the variables that the stand-in and its sanitizers need, whatever the child's environment is. Faults are not
+// inherited.
 void addOwnVariables(std::vector<std::string>& environment, const Start& wanted, const Token& token,
                      const std::string& job, int resumeDescriptor) {
     for (const char* name : {"VELLUM_MACHINE", "VELLUM_TOKEN", "VELLUM_CHILD_TOKEN", "VELLUM_DESKTOP", "VELLUM_JOB",
@@ -129,7 +130,8 @@ struct Pipe {
     }
 };
 
-// What the child does between fork and exec: only what is safe there. It tells a failure through `report`.
+// Runs in the child between fork and exec, so it makes only async-signal-safe calls. Writes errno to `report` on
+// failure.
 [[noreturn]] void becomeImage(const char* image, const char* folder, char** arguments, char** environment, int resume,
                               int report, bool inherits) {
     if (!inherits) close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
@@ -174,7 +176,7 @@ bool start(const Start& wanted, PROCESS_INFORMATION* made) {
                     resume.read.get(), report.write.get(), wanted.inherits != FALSE);
     if (child < 0) return refuse(ERROR_NOT_ENOUGH_MEMORY);
 
-    // The other end closes with the exec, so that this process waits until the child has its image.
+    // exec closes the child's end of the pipe. So this read waits until exec has succeeded or failed.
     int error = 0;
     close(report.write.release());
     if (read(report.read.get(), &error, sizeof error) > 0) {
@@ -188,7 +190,7 @@ bool start(const Start& wanted, PROCESS_INFORMATION* made) {
     return true;
 }
 
-// A token of one's own with no more rights needs no privilege.
+// A token of the same user and logon without extra rights needs no privilege.
 bool mayStartUnder(const TokenState& token) {
     const Token& own = processToken();
     const bool isOwn = token.who.user == own.user && token.who.sessionId == own.sessionId &&
@@ -235,7 +237,7 @@ BOOL CreateProcessAsUserW(HANDLE handle, LPCWSTR image, LPWSTR commandLine, LPSE
                  made);
 }
 
-// How often the thread was suspended before; a thread that runs stays as it is.
+// Returns the previous suspend count. Has no effect on a running thread.
 DWORD ResumeThread(HANDLE handle) {
     static constinit CallSite site{__func__};
     constexpr DWORD kFailed = static_cast<DWORD>(-1);
@@ -248,7 +250,7 @@ DWORD ResumeThread(HANDLE handle) {
     return 1;
 }
 
-// Nobody asks for the code of a child: ended.txt tells it.
+// Appends the child's exit code to ended.txt, since there is no call that returns it.
 BOOL TerminateProcess(HANDLE handle, UINT exitCode) {
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;

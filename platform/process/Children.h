@@ -1,10 +1,10 @@
-// Processes that this one starts.
+// Child processes.
 #pragma once
 
 namespace platform {
 
-// To be called by a program before anything else: one that was started suspended stops here until it is resumed. It
-// ends at once when the process that started it gives it up.
+// Call this first in main(). If the process was started suspended, it blocks until it is resumed. If the parent exits
+// or closes its handles instead, the process exits.
 void waitUntilResumed();
 
 }  // namespace platform

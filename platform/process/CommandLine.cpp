@@ -1,4 +1,4 @@
-// Splits command lines, for CommandLineToArgvW and for starting processes. No state.
+// Splits command lines, for CommandLineToArgvW and for starting processes. Stateless.
 #include "process/CommandLine.h"
 
 #include <shellapi.h>
@@ -19,7 +19,7 @@ bool isBlank(WCHAR unit) {
     return unit == u' ' || unit == u'\t';
 }
 
-// The program's name knows no backslash rule: it ends at the closing quote, or at a blank.
+// Backslashes have no special meaning in the program name. It ends at the closing quote, or at a blank.
 std::u16string takeProgram(std::u16string_view line, std::size_t& at) {
     const bool quoted = at < line.size() && line[at] == u'"';
     const std::size_t start = quoted ? ++at : at;
@@ -30,8 +30,8 @@ std::u16string takeProgram(std::u16string_view line, std::size_t& at) {
     return program;
 }
 
-// Reads one argument. Backslashes count only before a quote. A third quote in a row, counted from the one that
-// opened the quoted part, is a literal one and closes that part.
+// Reads one argument. Backslashes are special only before a quote. The third of consecutive quotes, counting the
+// opening one, is a literal quote and ends the quoted part.
 std::u16string takeArgument(std::u16string_view line, std::size_t& at) {
     std::u16string argument;
     std::size_t backslashes = 0;
@@ -84,7 +84,7 @@ LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) {
     if (site.fails()) return nullptr;
     if (commandLine == nullptr || count == nullptr) return refuse(ERROR_INVALID_PARAMETER);
     const Arguments arguments = *commandLine == 0 ? Arguments{imagePath()} : splitCommandLine(commandLine);
-    // One block, as LocalFree releases it: the pointers, then the texts.
+    // Makes one block for LocalFree: first the pointers, then the strings.
     std::size_t bytes = (arguments.size() + 1) * sizeof(LPWSTR);
     for (const std::u16string& argument : arguments)
         bytes += (argument.size() + 1) * sizeof(WCHAR);

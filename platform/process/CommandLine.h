@@ -1,4 +1,4 @@
-// Command lines, split as the shell library of Windows splits them.
+// Splits command lines like the Windows shell library.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace platform {
 
-// The program's name first; the line has one.
+// The first element is the program name; the line must have one.
 std::vector<std::u16string> splitCommandLine(std::u16string_view line);
 
 }  // namespace platform

@@ -1,4 +1,4 @@
-// main() of a native program: makes the command line and calls the entry point of a Windows GUI program.
+// main() of a native program: builds the command line and calls wWinMain.
 #include <windows.h>
 
 #include <csignal>
@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kShowDefault = 10;
 
-// What stands behind the program's name, which setCommandLine always quotes.
+// The command line without the program name, which setCommandLine always puts in quotes.
 LPWSTR behindProgram(LPWSTR commandLine) {
     LPWSTR at = commandLine + 1;
     while (*at != u'"')
@@ -28,8 +28,8 @@ LPWSTR behindProgram(LPWSTR commandLine) {
 
 int main(int count, char** arguments) {
     platform::waitUntilResumed();
-    std::signal(SIGPIPE, SIG_IGN);  // a reader that has gone is an error of the write, not the end
+    std::signal(SIGPIPE, SIG_IGN);  // makes writing to a closed pipe fail instead of ending the process
     platform::setCommandLine(std::vector<std::string>(arguments, arguments + count));
-    static int image;  // its address stands for the module
+    static int image;  // its address serves as the module handle
     return wWinMain(reinterpret_cast<HINSTANCE>(&image), nullptr, behindProgram(GetCommandLineW()), kShowDefault);
 }

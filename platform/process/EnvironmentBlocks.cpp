@@ -1,5 +1,5 @@
-// The environment that a user's process starts with: that of the machine, or where it is inherited of this process, and
-// what belongs to the user.
+// Builds the environment block of a user's process: the machine's variables, with `inherit` also those of this process,
+// and the user's own.
 #include <userenv.h>
 #include <windows.h>
 

@@ -1,5 +1,5 @@
-// The command line and the path of this process. main() sets the first before any thread runs; the product asks for
-// both.
+// The command line and the image path of this process. main() sets the command line before it starts any thread. The
+// product reads both.
 #include "process/Process.h"
 
 #include <sys/auxv.h>
@@ -20,7 +20,7 @@ namespace {
 
 std::u16string commandLine;
 
-// One argument, quoted so that the split gives it back. Quotes inside double the backslashes before them.
+// Quotes one argument so that splitCommandLine restores it. Doubles the backslashes before a quote.
 std::u16string quoted(const std::string& argument) {
     const std::u16string text = toWide(argument);
     if (!text.empty() && text.find_first_of(u" \t\"") == std::u16string::npos) return text;
@@ -36,7 +36,7 @@ std::u16string quoted(const std::string& argument) {
 
 }  // namespace
 
-// As it was started: a link on the way stays in the path.
+// The path that was used to start the process; links in it are not resolved.
 std::u16string imagePath() {
     const char* const started = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
     if (started != nullptr && started[0] == '/') return windowsPath(started);
@@ -46,7 +46,7 @@ std::u16string imagePath() {
 }
 
 void setCommandLine(const std::vector<std::string>& arguments) {
-    // The program's own name knows no backslash rule: it is quoted as it stands.
+    // Backslashes have no special meaning in the program name, so quotes around it are enough.
     commandLine = u"\"" + imagePath() + u"\"";
     for (std::size_t i = 1; i < arguments.size(); ++i)
         commandLine += u" " + quoted(arguments[i]);

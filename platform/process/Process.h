@@ -1,4 +1,4 @@
-// What the process is.
+// The image path and command line of this process.
 #pragma once
 
 #include <string>
@@ -6,10 +6,10 @@
 
 namespace platform {
 
-// Windows path of the image.
+// Windows path of the executable.
 std::u16string imagePath();
 
-// Makes the text that GetCommandLineW gives from the arguments of main(), the program's name first.
+// Builds the text for GetCommandLineW from the arguments of main(). The first one is the program name.
 void setCommandLine(const std::vector<std::string>& arguments);
 
 }  // namespace platform

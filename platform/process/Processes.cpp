@@ -1,5 +1,5 @@
-// Opens processes, and the tokens of processes and threads. The product calls it, on any thread; what is a shell
-// comes from machine.txt at each call.
+// Opens processes, and the tokens of processes and threads. Called by the product on any thread. Each call reads the
+// shells from machine.txt.
 #include "process/Processes.h"
 
 #include <unistd.h>
@@ -12,7 +12,7 @@
 namespace platform {
 namespace {
 
-constexpr DWORD kFirstShell = 0x40000000;  // Linux numbers its processes far below
+constexpr DWORD kFirstShell = 0x40000000;  // far above the process ids of Linux
 
 template <typename Predicate>
 bool findShellIf(Predicate isWanted, Shell& shell) {
@@ -26,7 +26,7 @@ bool findShellIf(Predicate isWanted, Shell& shell) {
     return false;
 }
 
-// A user's processes are his own, and the administrators'.
+// A process may be opened by its user and by administrators.
 bool mayOpen(const Token& token) {
     return token.user == processToken().user || isAdministrator();
 }
@@ -71,7 +71,7 @@ HANDLE GetCurrentThread() {
     return reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-2));
 }
 
-// Of this process and of shells: nobody asks for another's.
+// Opens this process and shells only.
 HANDLE OpenProcess(DWORD access, BOOL, DWORD processId) {
     static constinit CallSite site{__func__};
     if (site.fails()) return nullptr;
@@ -105,7 +105,7 @@ BOOL OpenProcessToken(HANDLE process, DWORD access, PHANDLE token) {
     return TRUE;
 }
 
-// Of the calling thread only: nobody asks for another's.
+// Opens the token of the calling thread only.
 BOOL OpenThreadToken(HANDLE thread, DWORD access, BOOL, PHANDLE token) {
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;

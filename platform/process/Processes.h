@@ -1,5 +1,4 @@
-// Processes that handles are opened to: this one, those that the machine describes (the shell of a session), and
-// children.
+// Processes that a handle can refer to: this process, the shells that machine.txt describes, and child processes.
 #pragma once
 
 #include <windef.h>
@@ -13,7 +12,7 @@ namespace platform {
 
 constexpr DWORD kAllProcessRights = 0x1FFFFF;
 
-// A handle's view of a process. Who starts processes derives from it.
+// A process as a handle sees it. Children.cpp derives its child processes from it.
 struct ProcessObject : Waitable {
     ProcessObject(DWORD processId, std::shared_ptr<TokenState> runsUnder, DWORD granted)
         : id(processId), token(std::move(runsUnder)), access(granted) {}
@@ -22,20 +21,21 @@ struct ProcessObject : Waitable {
     const DWORD access;
 };
 
-// What GetCurrentProcess gives is a handle as well. Null, with the last error 6 or 5, when it is no handle of a
-// process or was not opened with that right.
+// Also accepts the pseudo handle of GetCurrentProcess. Null, with error 6 if the handle is not a process, or error 5 if
+// it was opened without that right.
 std::shared_ptr<ProcessObject> findProcess(HANDLE handle, DWORD right);
 
-// The shell of a session is no real process: it has a number beyond those of Linux, a thread and a window.
+// The shell of a session. It is not a real process: it only has a process id above those of Linux, a thread id and a
+// window.
 struct Shell {
     DWORD processId = 0;
     DWORD threadId = 0;
     DWORD sessionId = 0;
     Token token;
 };
-// False when there is none with this number at this moment.
+// False if no shell has this process id now.
 bool findShell(DWORD processId, Shell& shell);
-// The shell of the session that this process runs in.
+// The shell of this process's session.
 bool findOwnShell(Shell& shell);
 
 }  // namespace platform

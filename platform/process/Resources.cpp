@@ -1,5 +1,5 @@
-// FindResourceW and what reads a resource. Resources register before main(); the product asks for them later, on any
-// thread.
+// FindResourceW and the functions that read a resource. Resources register themselves before main(). The product reads
+// them later, on any thread.
 #include "process/Resources.h"
 
 #include <windows.h>

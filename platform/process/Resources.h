@@ -12,7 +12,7 @@ struct NativeResource {
     std::size_t size;
 };
 
-// Called once for each resource, before main.
+// Registers one resource. Instances are static, so they register before main.
 struct RegisterResource {
     explicit RegisterResource(const NativeResource& resource);
 };

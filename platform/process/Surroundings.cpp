@@ -1,5 +1,5 @@
-// Desktop and job, from the environment of the process. Children.cpp and the windows call it, on any thread; there
-// is no state.
+// The desktop and the job of a process, taken from its environment. Called by Children.cpp and the window code on any
+// thread. Stateless.
 #include "process/Surroundings.h"
 
 #include <windows.h>
@@ -24,7 +24,7 @@ std::string variable(const char* name) {
     return value == nullptr ? "" : value;
 }
 
-// Of another process, as it was started.
+// A variable of another process, as it was when that process started.
 std::string variableOf(int processId, const std::string& name) {
     std::ifstream file("/proc/" + std::to_string(processId) + "/environ");
     for (std::string entry; std::getline(file, entry, '\0');)

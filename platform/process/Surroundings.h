@@ -1,25 +1,25 @@
-// Where a process stands besides its token: on which desktop, and in which job. A child gets both in its environment.
+// The desktop and the job that a process belongs to. A child gets both through its environment.
 #pragma once
 
 #include <string>
 
 namespace platform {
 
-// As the process was given it, or that of its starter; without either what its session has: the user's desktop, and in
-// session 0 that of the services, which nobody sees.
+// The desktop that was given to this process or to its parent. Otherwise the session's default: the user's desktop, or
+// in session 0 the invisible desktop of the services.
 std::string processDesktop();
 bool isUsersDesktop(const std::string& desktop);
-// Its folder below desktops/: the session's number, and behind that the name of any other desktop than the user's.
+// The folder of the desktop below desktops/: the session number, followed by the desktop's name if it is not the
+// user's.
 std::string desktopFolderName();
 
-// In the form of VELLUM_JOB; empty for no job.
+// The job in the form of VELLUM_JOB; empty if there is none.
 std::string processJob();
-// The job of a child: that of its starter, unless it leaves it. False, with the last error 5, where the job does not
-// let it go, and where its session is another: all processes of a job are of one session.
+// The job of a new child: the parent's job, unless the child breaks away. False, with error 5, if the job forbids the
+// break-away or the child runs in another session: a job cannot span sessions.
 bool chooseChildJob(bool leavesJob, unsigned sessionId, std::string& job);
 
-// For tests: the desktop that a running process was given when it was started, and the job that it is in; empty where
-// it has none.
+// For tests: the desktop that was given to a running process at its start, and its job. Empty if it has none.
 std::string desktopOf(int processId);
 std::string jobOf(int processId);
 

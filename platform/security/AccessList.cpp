@@ -1,5 +1,5 @@
-// Builds and reads access lists and security descriptors. The product calls it, and files/FileSecurity.cpp; any
-// thread, no state.
+// Builds and reads access lists and security descriptors. Called by the product and by files/FileSecurity.cpp on any
+// thread. Stateless.
 #include "security/AccessList.h"
 
 #include <aclapi.h>
@@ -17,7 +17,7 @@ namespace {
 constexpr BYTE kListRevision = 2;
 constexpr std::size_t kSidAt = offsetof(ACCESS_ALLOWED_ACE, SidStart);
 
-// Where the entry begins; null behind the last.
+// The start of entry `index`; null if there are fewer entries.
 BYTE* entryAt(PACL list, DWORD index) {
     BYTE* at = reinterpret_cast<BYTE*>(list + 1);
     if (index >= list->AceCount) return nullptr;
@@ -26,7 +26,7 @@ BYTE* entryAt(PACL list, DWORD index) {
     return at;
 }
 
-// Null, with the last error set, when it was never initialised.
+// Null, with the last error set, if the descriptor was not initialised.
 SECURITY_DESCRIPTOR* viewed(PSECURITY_DESCRIPTOR raw) {
     auto* const descriptor = static_cast<SECURITY_DESCRIPTOR*>(raw);
     if (descriptor->Revision == SECURITY_DESCRIPTOR_REVISION) return descriptor;
@@ -101,7 +101,7 @@ BOOL InitializeSecurityDescriptor(PSECURITY_DESCRIPTOR raw, DWORD revision) {
     return TRUE;
 }
 
-// Whether owner or list were defaulted is nobody's question.
+// Ignores the flag that marks the owner as defaulted.
 BOOL SetSecurityDescriptorOwner(PSECURITY_DESCRIPTOR raw, PSID owner, BOOL) {
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;

@@ -1,4 +1,4 @@
-// Access control lists as values, of entries that allow and entries that deny.
+// Access control lists as values, with allow entries and deny entries.
 #pragma once
 
 #include <winnt.h>
@@ -13,12 +13,12 @@ struct AccessEntry {
     Sid sid;
     ACCESS_MASK mask = 0;
     BYTE flags = 0;
-    BYTE type = ACCESS_ALLOWED_ACE_TYPE;  // or ACCESS_DENIED_ACE_TYPE, which has the same form
+    BYTE type = ACCESS_ALLOWED_ACE_TYPE;  // or ACCESS_DENIED_ACE_TYPE, which has the same layout
 };
 
 // The bytes of an ACL.
 std::vector<BYTE> makeList(const std::vector<AccessEntry>& entries);
-// None of no list.
+// The entries of a list; empty if `list` is null.
 std::vector<AccessEntry> readList(PACL list);
 
 }  // namespace platform

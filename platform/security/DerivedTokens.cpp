@@ -1,4 +1,4 @@
-// Tokens made of others: copies, and such with fewer rights.
+// Creates tokens from other tokens: copies and restricted tokens.
 #include <windows.h>
 
 #include <winsafer.h>
@@ -15,7 +15,8 @@ namespace {
 
 constexpr BYTE kLabelAuthority = 16;
 
-// Of the one level there is; as with a key, CloseHandle does not close it.
+// The handle of SAFER_LEVELID_NORMALUSER, the only supported level. CloseHandle does not close it, as with registry
+// keys.
 struct LevelObject : KeyBase {};
 
 std::shared_ptr<TokenState> copyToken(TokenState& token) {
@@ -30,12 +31,12 @@ void dropPrivileges(TokenState& token) {
     std::erase_if(token.privileges, [](const auto& privilege) { return privilege.first != ChangeNotify; });
 }
 
-// A token to look at does not become one to act with.
+// A token for identification only cannot be turned into one that can act.
 bool mayBecome(const TokenState& token, SECURITY_IMPERSONATION_LEVEL level, TOKEN_TYPE type) {
     return token.type == TokenPrimary || token.level >= (type == TokenPrimary ? SecurityImpersonation : level);
 }
 
-// Only who acts as part of the operating system raises a level.
+// Raising the level needs SeTcbPrivilege.
 bool setIntegrity(TokenState& token, PSID label) {
     const bool isLabel = isValidSid(label) && static_cast<SID*>(label)->SubAuthorityCount == 1 &&
                          static_cast<SID*>(label)->IdentifierAuthority.Value[5] == kLabelAuthority;
@@ -67,7 +68,7 @@ BOOL DuplicateTokenEx(HANDLE handle, DWORD access, LPSECURITY_ATTRIBUTES, SECURI
     return TRUE;
 }
 
-// Nobody names single SIDs or privileges.
+// Supports DISABLE_MAX_PRIVILEGE only, without lists of SIDs or privileges.
 BOOL CreateRestrictedToken(HANDLE handle, DWORD flags, DWORD disabledCount, PSID_AND_ATTRIBUTES, DWORD deletedCount,
                            PLUID_AND_ATTRIBUTES, DWORD restrictedCount, PSID_AND_ATTRIBUTES, PHANDLE made) {
     static constinit CallSite site{__func__};
@@ -103,7 +104,7 @@ BOOL SaferCreateLevel(DWORD scope, DWORD levelId, DWORD flags, SAFER_LEVEL_HANDL
     return TRUE;
 }
 
-// The user's rights without those of Administrators. The integrity level stays, as it does on Windows.
+// Removes the rights of Administrators but keeps the integrity level, as Windows does.
 BOOL SaferComputeTokenFromLevel(SAFER_LEVEL_HANDLE level, HANDLE handle, PHANDLE made, DWORD, LPVOID) {
     static constinit CallSite site{__func__};
     *made = nullptr;

@@ -1,5 +1,4 @@
-// What the LSA knows of logon sessions. It answers from machine.txt as it is at the moment of the call, so that a
-// logon ends, or a new one gets its number, while processes run.
+// Logon sessions of the LSA. Each call reads machine.txt again, so logons can start and end while processes run.
 #include <ntsecapi.h>
 #include <windows.h>
 
@@ -18,7 +17,7 @@ namespace {
 constexpr NTSTATUS kNoSuchLogonSession = static_cast<NTSTATUS>(0xC000005F);
 constexpr NTSTATUS kInvalidParameter = static_cast<NTSTATUS>(0xC000000D);
 constexpr NTSTATUS kAccessDenied = static_cast<NTSTATUS>(0xC0000022);
-// A Windows error as a status, and back.
+// Maps a Windows error code to an NTSTATUS and back.
 constexpr DWORD kWin32Facility = 0xC0070000, kFacilityMask = 0xFFFF0000;
 
 NTSTATUS statusOf(DWORD error) {
@@ -29,7 +28,7 @@ std::uint64_t numberOf(const LUID& id) {
     return (std::uint64_t{static_cast<DWORD>(id.HighPart)} << 32) | id.LowPart;
 }
 
-// One block: the record, the SID, the user's name.
+// Builds one memory block: the record, the SID, the user name.
 PSECURITY_LOGON_SESSION_DATA dataOf(const Logon& logon, const Sid& sid) {
     const std::u16string name = toWide(logon.user);
     const std::size_t nameBytes = name.size() * sizeof(WCHAR);
@@ -69,7 +68,7 @@ NTSTATUS LsaGetLogonSessionData(PLUID id, PSECURITY_LOGON_SESSION_DATA* data) {
 NTSTATUS LsaFreeReturnBuffer(PVOID buffer) {
     static constinit CallSite site{__func__};
     const DWORD error = site.error();
-    release(buffer);  // whatever the answer, nobody can use it any more
+    release(buffer);  // even if the call fails, the memory is freed
     return statusOf(error);
 }
 

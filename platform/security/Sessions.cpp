@@ -1,4 +1,4 @@
-// Sessions, and who is logged on there.
+// Sessions and their logged-on users.
 #include <windows.h>
 #include <wtsapi32.h>
 
@@ -39,7 +39,7 @@ BOOL WTSQuerySessionInformationW(HANDLE, DWORD sessionId, WTS_INFO_CLASS what, L
         std::memcpy(*buffer, text.c_str(), *bytes);
         return TRUE;
     }
-    if (sessionId == 0) {  // the session of the services always exists; nobody is logged on there
+    if (sessionId == 0) {  // session 0 always exists and has no user
         *bytes = sizeof(WCHAR);
         *buffer = static_cast<LPWSTR>(allocate(*bytes));
         **buffer = 0;
@@ -54,7 +54,7 @@ void WTSFreeMemory(PVOID memory) {
     release(memory);
 }
 
-// Session 0, of the services, is always there.
+// The list always contains session 0, the services' session.
 BOOL WTSEnumerateSessionsW(HANDLE, DWORD, DWORD, PWTS_SESSION_INFOW* sessions, DWORD* count) {
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;
@@ -69,7 +69,7 @@ BOOL WTSEnumerateSessionsW(HANDLE, DWORD, DWORD, PWTS_SESSION_INFOW* sessions, D
     return TRUE;
 }
 
-// Only for who acts as part of the operating system.
+// The caller needs SeTcbPrivilege.
 BOOL WTSQueryUserToken(ULONG sessionId, PHANDLE token) {
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;

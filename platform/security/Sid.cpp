@@ -1,5 +1,5 @@
-// Builds, copies and compares SIDs, and finds those of users. The product and the whole family call it, on any
-// thread; there is no state.
+// Builds, copies and compares SIDs, and finds the SIDs of users. Called by the product and the security code on any
+// thread. Stateless.
 #include "security/Sid.h"
 
 #include <winbase.h>
@@ -36,7 +36,7 @@ Sid assemble(BYTE authority, const DWORD* parts, std::size_t count) {
     return sid;
 }
 
-// The three types that anybody asks for; empty for others.
+// Supports three types; returns an empty SID for others.
 Sid wellKnownSid(WELL_KNOWN_SID_TYPE type) {
     switch (type) {
         case WinLocalSystemSid:

@@ -16,9 +16,9 @@ namespace platform {
 using Sid = std::vector<BYTE>;
 
 Sid makeSid(BYTE authority, std::initializer_list<DWORD> parts);
-// Of the form "S-1-5-18". Empty for any other text.
+// Parses text like "S-1-5-18". Empty if the text is malformed.
 Sid readSid(std::string_view text);
-// Of a SID that IsValidSid accepts.
+// `sid` must be valid for IsValidSid.
 Sid copySid(PSID sid);
 bool isValidSid(PSID sid);
 bool sameSid(PSID left, PSID right);
@@ -26,9 +26,9 @@ bool sameSid(PSID left, PSID right);
 const Sid& everyoneSid();
 const Sid& administratorsSid();
 
-// A user whom machine.txt does not describe has one made of his name.
+// If machine.txt does not describe the user, returns a SID derived from the name.
 Sid sidOfUser(const MachineDescription& machine, const std::string& user);
-// The same for the number that Linux has for an owner, in both directions. False when no user of the machine has it.
+// Converts between SIDs and Linux uids. uidOfSid returns false if no user of the machine has the SID.
 Sid sidOfUid(const MachineDescription& machine, std::uint32_t uid);
 bool uidOfSid(const MachineDescription& machine, PSID sid, std::uint32_t& uid);
 

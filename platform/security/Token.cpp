@@ -1,5 +1,5 @@
-// Tokens: their groups and privileges, what GetTokenInformation tells, and AdjustTokenPrivileges. The product calls
-// it on any thread; each token has a lock.
+// Tokens: groups, privileges, GetTokenInformation and AdjustTokenPrivileges. Called by the product on any thread. Each
+// token has its own lock.
 #include "security/Token.h"
 
 #include <windows.h>
@@ -58,9 +58,9 @@ Sid labelOf(const Token& who) {
 
 std::vector<Group> groupsOf(const Token& who) {
     std::vector<Group> groups = {{everyoneSid(), kOrdinaryGroup},
-                                 {makeSid(5, {11}), kOrdinaryGroup},  // authenticated users
+                                 {makeSid(5, {11}), kOrdinaryGroup},  // Authenticated Users
                                  {labelOf(who), SE_GROUP_INTEGRITY | SE_GROUP_INTEGRITY_ENABLED}};
-    if (who.user != "SYSTEM") groups.push_back({makeSid(5, {4}), kOrdinaryGroup});  // interactive users
+    if (who.user != "SYSTEM") groups.push_back({makeSid(5, {4}), kOrdinaryGroup});  // Interactive
     if (who.administrators == Administrators::Enabled)
         groups.push_back({administratorsSid(), kOrdinaryGroup | SE_GROUP_OWNER});
     if (who.administrators == Administrators::DenyOnly)
@@ -74,7 +74,7 @@ struct Target {
     DWORD* needed;
 };
 
-// Data of one size, which Windows wants exactly that much room for.
+// Returns fixed-size data. Windows fails with ERROR_BAD_LENGTH if the buffer is too small.
 template <typename Data>
 bool giveFixed(const Target& target, const Data& data) {
     *target.needed = sizeof data;
@@ -83,7 +83,7 @@ bool giveFixed(const Target& target, const Data& data) {
     return true;
 }
 
-// SIDs with their attributes from `offset` on, and behind them the SIDs that they point to.
+// Writes SID_AND_ATTRIBUTES entries at `offset`, followed by the SIDs that they point to.
 bool giveSids(const Target& target, std::size_t offset, const std::vector<Group>& groups) {
     std::size_t end = offset + groups.size() * sizeof(SID_AND_ATTRIBUTES);
     std::size_t at = end;
@@ -122,7 +122,7 @@ bool giveStatistics(const Target& target, const TokenState& token, const Token& 
     return giveFixed(target, statistics);
 }
 
-// Only who acts as part of the operating system gets a token to start processes with; others get one to look at.
+// A caller with SeTcbPrivilege gets a primary token. Others get a token for identification only.
 bool giveLinked(const Target& target, const Token& who) {
     Token linked;
     if (target.data == nullptr || target.capacity < sizeof(TOKEN_LINKED_TOKEN))
@@ -224,7 +224,7 @@ BOOL LookupPrivilegeValueW(LPCWSTR, LPCWSTR name, PLUID privilege) {
     return refuse(ERROR_NO_SUCH_PRIVILEGE);
 }
 
-// Nobody disables all, or asks for what was before.
+// Does not support `disableAll` or returning the previous state.
 BOOL AdjustTokenPrivileges(HANDLE handle, BOOL disableAll, PTOKEN_PRIVILEGES wanted, DWORD, PTOKEN_PRIVILEGES before,
                            PDWORD) {
     static constinit CallSite site{__func__};

@@ -1,4 +1,4 @@
-// Tokens, which handles are opened to. All handles of one token share what is changed in it.
+// The tokens behind token handles. All handles of a token share its state.
 #pragma once
 
 #include <winnt.h>
@@ -14,34 +14,34 @@ namespace platform {
 
 constexpr DWORD kAllTokenRights = 0xF01FF;
 
-// Numbers of the privileges, as every Windows has them.
+// LUIDs of the privileges; the same on every Windows.
 enum Privilege : DWORD { AssignPrimaryToken = 3, IncreaseQuota = 5, Tcb = 7, ChangeNotify = 23 };
 
 struct TokenState {
-    std::mutex lock;  // of `who` and `privileges`
+    std::mutex lock;  // guards `who` and `privileges`
     Token who;
-    std::map<DWORD, bool> privileges;  // those it has, and whether they are enabled
+    std::map<DWORD, bool> privileges;  // privilege -> is enabled; a missing one is not held
     LUID id = {};
     TOKEN_TYPE type = TokenPrimary;
     SECURITY_IMPERSONATION_LEVEL level = SecurityImpersonation;
 };
 
-// A handle's view of a token.
+// A token as one handle sees it, with the access rights of that handle.
 struct TokenObject : Object {
     TokenObject(std::shared_ptr<TokenState> opened, DWORD granted) : token(std::move(opened)), access(granted) {}
     const std::shared_ptr<TokenState> token;
     const DWORD access;
 };
 
-// A new token with the privileges that such a user has.
+// Creates a token with the privileges that such a user has by default.
 std::shared_ptr<TokenState> makeToken(Token who, TOKEN_TYPE type = TokenPrimary);
 HANDLE openTokenHandle(std::shared_ptr<TokenState> token, DWORD access);
-// Null, with the last error 6 or 5, when it is no handle of a token or was not opened with that right.
+// Null, with error 6 if the handle is not a token, or error 5 if it was opened without that right.
 std::shared_ptr<TokenState> findToken(HANDLE handle, DWORD right);
 
 std::shared_ptr<TokenState> processTokenState();
-void resetProcessToken();  // after the process got another
-// Whether this process may use the privilege: it has it, and has enabled it.
+void resetProcessToken();  // call it after the process token has changed
+// Whether this process holds the privilege and has enabled it.
 bool mayUse(Privilege privilege);
 
 }  // namespace platform

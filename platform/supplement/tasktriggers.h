@@ -1,5 +1,5 @@
-// Published interfaces of the Task Scheduler 2.0 that mingw-w64's <taskschd.h> leaves out. They stand here once for
-// both platforms; where a <taskschd.h> has them, it goes first.
+// Published interfaces of Task Scheduler 2.0 that mingw-w64's <taskschd.h> lacks. Both platforms use these
+// declarations. If <taskschd.h> declares them, its version is used instead.
 #pragma once
 
 #include <taskschd.h>

@@ -1,4 +1,4 @@
-// vellum-fire-task NAME: runs a scheduled task of the machine now, as a trigger or the scheduler's user would.
+// vellum-fire-task NAME: runs a scheduled task of the machine now, as if it was triggered or started on demand.
 #include <cstdio>
 #include <string>
 

@@ -1,4 +1,4 @@
-// Writes, reads, removes and runs the file of a task. TaskService.cpp and vellum-fire-task call it, on one thread.
+// Writes, reads, deletes and runs task files. Called by TaskService.cpp and vellum-fire-task on one thread.
 #include "tasks/TaskFile.h"
 
 #include <fcntl.h>
@@ -35,7 +35,7 @@ bool isPlain(std::u16string_view text) {
     return std::ranges::none_of(text, [](char16_t unit) { return unit < u' '; });
 }
 
-// The file of the name, whatever its case, whether or not it exists.
+// Finds the file path of a task, ignoring case. The file need not exist.
 HRESULT findFile(const std::u16string& name, std::string& file) {
     const bool isName = !name.empty() && isPlain(name) && name.find_first_of(u"\\/:*?\"<>|") == name.npos;
     if (!isName) return HRESULT_FROM_WIN32(ERROR_INVALID_NAME);
@@ -47,13 +47,13 @@ HRESULT findFile(const std::u16string& name, std::string& file) {
     return S_OK;
 }
 
-// Of the call on the file that failed last.
+// The error of the last failed file operation, from errno.
 HRESULT fileError(const std::string& file) {
     setFileError(errno, file);
     return HRESULT_FROM_WIN32(GetLastError());
 }
 
-// "key = value" lines under headings.
+// Writes "key = value" lines under headings.
 class Lines {
   public:
     void heading(const std::string& text) { out_ << "\n[" << text << "]\n"; }
@@ -61,7 +61,7 @@ class Lines {
         isPlain_ = isPlain_ && tasks::isPlain(value);
         if (!value.empty()) out_ << key << " = " << toUtf8(value) << '\n';
     }
-    // Of integers; VARIANT_BOOL is one, with another type than the others.
+    // VARIANT_BOOL is an integer type too and gets its own overload.
     void line(const char* key, INT value) { out_ << key << " = " << value << '\n'; }
     void line(const char* key, VARIANT_BOOL value) { out_ << key << " = " << (value ? "yes" : "no") << '\n'; }
 
@@ -154,7 +154,7 @@ Lines write(const Task& task) {
     return lines;
 }
 
-// No key stands twice among those of settings and action.
+// Headings are ignored: every key of the settings and the action is unique in the file.
 std::map<std::string, std::string> readLines(std::istream& file) {
     std::map<std::string, std::string> values;
     for (std::string line; std::getline(file, line);)
@@ -162,7 +162,7 @@ std::map<std::string, std::string> readLines(std::istream& file) {
     return values;
 }
 
-// What the new process gets. The caller's own faults and pictures are not the task's.
+// The environment of the new process. It does not inherit the caller's faults and other VELLUM_ variables.
 std::vector<std::string> systemEnvironment() {
     std::vector<std::string> variables;
     for (char** variable = environ; *variable != nullptr; ++variable)
@@ -173,9 +173,9 @@ std::vector<std::string> systemEnvironment() {
     return variables;
 }
 
-// In the child of a process that may have threads: system calls only.
+// Runs in a forked child of a process that may have threads, so it makes only system calls.
 [[noreturn]] void becomeAction(char** arguments, char** environment, const char* directory) {
-    if (fork() != 0) _exit(0);  // the parent waits for this one; the action belongs to init
+    if (fork() != 0) _exit(0);  // the caller waits for this process; the action becomes a child of init
     setsid();
     const int nothing = open("/dev/null", O_RDWR);
     for (int stream = 0; stream <= 2; ++stream)

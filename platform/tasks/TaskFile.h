@@ -1,5 +1,5 @@
-// Scheduled tasks as the machine folder keeps them: tasks/<name>.txt, which a person can read. Nothing watches the
-// triggers: to let one fire, run the task with vellum-fire-task.
+// Scheduled tasks, stored as readable text in tasks/<name>.txt of the machine folder. No code waits for the triggers.
+// To simulate a trigger, run the task with vellum-fire-task.
 #pragma once
 
 #include <tasktriggers.h>
@@ -10,7 +10,7 @@
 
 namespace platform::tasks {
 
-// With the values that the scheduler of Windows begins with.
+// The initial values are the defaults of the Windows scheduler.
 struct Trigger {
     TASK_TRIGGER_TYPE2 type = TASK_TRIGGER_TIME;
     std::u16string id;
@@ -52,16 +52,16 @@ struct Task {
     std::u16string security;
 };
 
-// All three give E_INVALIDARG or the error of the name where the name, or a text of the task, is none that can be kept,
-// and E_ACCESSDENIED or the file's error where the file is out of reach.
+// All three functions return E_INVALIDARG or a name error if the name, or a text of the task, cannot be stored, and
+// E_ACCESSDENIED or the file's error if the file is not accessible.
 
-// Makes the task, or replaces the one of that name, in one step.
+// Creates or replaces the task atomically.
 HRESULT save(const std::u16string& name, const Task& task);
-// 0x80070002 when there is none.
+// Returns 0x80070002 if the task does not exist.
 HRESULT remove(const std::u16string& name);
-// Starts the action as LocalSystem, in a process that belongs to nobody and has no standard streams, and does not wait.
-// Whether the program can be executed is not looked at. 0x80070002 when there is no such task, 0x80041326 when it is
-// disabled or not to be started on demand.
+// Starts the action as LocalSystem, detached and without standard streams. Does not wait, and does not report whether
+// the program could be executed. Returns 0x80070002 if the task does not exist, 0x80041326 if it is disabled or cannot
+// be started on demand.
 HRESULT run(const std::u16string& name);
 
 }  // namespace platform::tasks

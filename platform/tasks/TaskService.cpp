@@ -1,4 +1,5 @@
-// The objects of the Task Scheduler. They are views of one task that is being made, or names of one that is kept.
+// The COM objects of the Task Scheduler. Each is a view of a task definition in memory, or holds the name of a
+// registered task.
 #include <objbase.h>
 #include <tasktriggers.h>
 #include <winerror.h>
@@ -29,13 +30,13 @@ bool isSame(const GUID& left, const GUID& right) {
     std::abort();
 }
 
-// A method that nobody calls.
+// A method that the product does not call. It aborts.
 #define NOT_CALLED(method, ...)            \
     HRESULT method(__VA_ARGS__) override { \
         abortUnbuilt(#method);             \
     }
 
-// A method that keeps a value.
+// A setter that stores the value.
 #define PUTS(name, method, Type, member)                    \
     HRESULT method(Type value) override {                   \
         static constinit CallSite site{#name "::" #method}; \
@@ -44,7 +45,7 @@ bool isSame(const GUID& left, const GUID& right) {
         return refused;                                     \
     }
 
-// A method that gives out a view of what the object sees.
+// A getter that returns a new view of the same data.
 #define GIVES(name, method, Type, View)                     \
     HRESULT method(Type** object) override {                \
         static constinit CallSite site{#name "::" #method}; \
@@ -62,7 +63,7 @@ void keep(std::u16string& member, BSTR value) {
     member = value == nullptr ? u"" : value;
 }
 
-// Made with one reference, which is the caller's.
+// A new object has one reference, which belongs to the caller.
 template <typename Interface, typename Seen>
 class View : public Interface {
   public:
@@ -103,7 +104,7 @@ class RepetitionView final : public View<IRepetitionPattern, tasks::Trigger> {
     PUTS(IRepetitionPattern, put_StopAtDurationEnd, VARIANT_BOOL, seen_->stopsAtDurationEnd)
 };
 
-// What all triggers have. It answers to the interface of its own type, which it is asked for as ITrigger.
+// The common part of all triggers. The product gets an ITrigger and queries it for the interface of its type.
 template <typename Interface>
 class TriggerView : public View<Interface, tasks::Trigger> {
   public:
@@ -223,7 +224,7 @@ class ActionView final : public View<IExecAction, tasks::Task> {
     PUTS(IExecAction, put_WorkingDirectory, BSTR, seen_->action->workingDirectory)
 };
 
-// One action is all that anybody makes.
+// A task has at most one action.
 class ActionsView final : public View<IActionCollection, tasks::Task> {
   public:
     using View::View;
@@ -346,7 +347,7 @@ class RegisteredView final : public View<IRegisteredTask, const std::u16string> 
     }
 };
 
-// The root, which has no folders below it.
+// The root folder. Subfolders are not supported.
 class FolderView final : public View<ITaskFolder, void> {
   public:
     using View::View;
@@ -375,7 +376,7 @@ class FolderView final : public View<ITaskFolder, void> {
         if (!isUnderstood) return E_INVALIDARG;
         if (!isAdministrator()) return E_ACCESSDENIED;
         tasks::Task task = static_cast<DefinitionView*>(definition)->task();
-        // Windows lets what is given here go before what the definition says; here the two have to agree.
+        // On Windows these arguments override the definition. The stand-in requires them to agree.
         if (task.user != user.bstrVal || task.logonType != logonType) return E_INVALIDARG;
         if (security.vt == VT_BSTR) keep(task.security, security.bstrVal);
         if (const HRESULT refused = tasks::save(name, task); FAILED(refused)) return refused;
@@ -406,7 +407,7 @@ class ServiceView final : public View<ITaskService, void> {
         *definition = new DefinitionView(std::make_shared<tasks::Task>());
         return S_OK;
     }
-    // To this machine, as the caller.
+    // Connects to this machine as the calling user.
     HRESULT Connect(VARIANT server, VARIANT user, VARIANT domain, VARIANT password) override {
         static constinit CallSite site{"ITaskService::Connect"};
         if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
@@ -426,7 +427,7 @@ class ServiceView final : public View<ITaskService, void> {
 
 using namespace platform;
 
-// Of the task scheduler, the one class there is.
+// Creates the task scheduler, the only registered class.
 HRESULT CoCreateInstance(REFCLSID id, IUnknown* outer, DWORD, REFIID interfaceId, LPVOID* object) {
     static constinit CallSite site{__func__};
     *object = nullptr;

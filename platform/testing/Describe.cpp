@@ -1,4 +1,4 @@
-// What a window shows, as lines of text: for people, and for tests that compare all of it at once.
+// Describes windows as lines of text, for people and for tests that compare everything at once.
 #include <cstdio>
 
 #include "controls/TextControl.h"
@@ -34,7 +34,7 @@ std::string described(const DrawOp& op) {
     return line + "\n";
 }
 
-// What the parent answers a control that asks for its colours.
+// The parent's answer to a control that asks for its colours.
 std::string answerOf(const Window& parent, UINT message, HWND control) {
     const HDC context = openContext(nullptr);
     findContext(context)->backMode = TRANSPARENT;

@@ -1,4 +1,4 @@
-// The hand of a test, or of a person behind the socket, on the thread of the windows; and the list of the windows.
+// Simulates the user's input and lists the windows. Tests and socket commands call it on the thread of the windows.
 #include "testing/Desktop.h"
 
 #include <algorithm>
@@ -80,7 +80,7 @@ void desktop::drag(POINT from, POINT to, const std::function<void()>& halfway) {
         releaseMouse();
     });
     pressMouse();
-    if (const auto rest = mouse::whenGripped(nullptr)) rest();  // no window took it up
+    if (const auto rest = mouse::whenGripped(nullptr)) rest();  // no window started a move, so make the drag here
 }
 
 void desktop::typeText(std::u16string_view text) {

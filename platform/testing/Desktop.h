@@ -1,5 +1,5 @@
-// The desktop that this process shows its windows on, in a test's hands: mouse and keyboard, the end of the session, a
-// look at the windows. Its monitors are set with windows/Monitors.h.
+// Controls the desktop of this process for tests: mouse and keyboard input, the end of the session, and a view of the
+// windows. windows/Monitors.h sets the monitors.
 #pragma once
 
 #include <windef.h>
@@ -15,46 +15,47 @@ namespace platform {
 
 namespace desktop {
 
-// Dispatches what the calling thread's queue holds, until it is empty. Says whether the quit mark was met.
+// Dispatches the messages of the calling thread until its queue is empty. Returns whether it met WM_QUIT.
 bool pump();
 
-// The mouse, in pixels of the virtual screen, and the keyboard of whatever window has it. They act as the user's would:
-// on the window under the point, as it says by its hit test; a press activates it and gives the keyboard to a control;
-// a press on a caption or an edge begins to move or size the window, which the release ends. To be called on the thread
-// of the windows; each call has had all its effects when it returns.
+// Mouse input in pixels of the virtual screen, and keyboard input to the window with the focus. The effects match real
+// input: the hit test of the window under the pointer decides; a press activates the window and focuses a control; a
+// press on a caption or an edge starts to move or size the window until the release. Call these on the thread of the
+// windows. All effects have happened when a call returns.
 void moveMouse(POINT point);
 void pressMouse();
 void releaseMouse();
 void click(POINT point);
 void doubleClick(POINT point);
-// `halfway` runs in the middle of the way, inside the window's own loop where there is one.
+// `halfway` runs in the middle of the drag, inside the window's move loop if it has one.
 void drag(POINT from, POINT to, const std::function<void()>& halfway = {});
 void typeText(std::u16string_view text);
-// The cursor that the last move of the mouse has set, by its number; null for the window's own.
+// The cursor that the last mouse move set, by its resource number; null if the window set none.
 HCURSOR shownCursor();
 
-// Asks every top-level window whether the user's session may end and tells them the answer. `reason` is the lParam of
-// both messages.
+// Sends WM_QUERYENDSESSION to every top-level window, then WM_ENDSESSION with the result. `reason` is the lParam of
+// both.
 void endSession(LPARAM reason = 0);
-// What an installer does to a program whose files it wants to replace: the end of a session, and WM_CLOSE behind it.
+// Does what an installer does to a program whose files it replaces: ends the session, then posts WM_CLOSE.
 void closeForInstaller();
 
 // The desktop as an SVG picture.
 std::string picture();
 
-// Which window is active in this thread; null when none is.
+// The active window of this thread; null if there is none.
 HWND activeWindow();
 
-// The window tree of the process as text, the uppermost window first: one line each, "class" rectangle flags text.
+// The window tree of the process as text, topmost window first. Each line is: "class" rectangle flags text.
 std::string describeWindows();
 
-// Such as "0,0-260,260".
+// Text like "0,0-260,260".
 std::string describeRect(const RECT& rect);
-// What the window has painted last, a line for each operation: kind, rectangle, ARGB, and the pen's width or the text's
+// The last painting of the window, one line for each operation: kind, rectangle, ARGB, and the pen width or the text's
 // format, font and words.
 std::string describePainting(HWND window);
-// The text controls of the window, a line each: class, place in the window, font, margins, the colours that the window
-// answers when they ask; then, of rich text, the control's own: of new text, of its first character, its background.
+// The text controls of the window, one line each: class, position in the window, font, margins, and the colours that
+// the parent returns for it. For rich text also the control's own colours: for new text, for its first character, and
+// its background.
 std::string describeControls(HWND window);
 
 }  // namespace desktop

@@ -1,5 +1,5 @@
-// What the lines mean that a person or a script sends to a process with windows (docs/platform.md), and how the upper
-// floors hang themselves into the lower ones. The lines are answered on the thread of the windows.
+// Executes the commands that a person or a script sends to a process with windows (docs/platform.md), on the thread of
+// the windows. Also connects the upper layers to the lower ones.
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -60,8 +60,8 @@ bool hasKeyboard(const Window& window) {
            (focus == window.handle || std::ranges::find(window.children, focus) != window.children.end());
 }
 
-// "in <window> click x y" and the like: the points are counted from the window's corner. Nothing is done when another
-// window covers the point, or has the keyboard.
+// "in <window> click x y" and similar: the coordinates are relative to the window's corner. Does nothing if another
+// window covers the point or has the focus.
 std::string useWindow(std::istringstream& rest) {
     std::string handle, command;
     rest >> handle >> command;
@@ -82,7 +82,7 @@ std::string useWindow(std::istringstream& rest) {
     return "done\n";
 }
 
-// What the process has open, one kind a line.
+// The open resources of the process, one kind per line.
 std::string counts() {
     const std::pair<const char*, std::size_t> kinds[] = {
         {"handles", faults::openHandles()},    {"allocations", faults::openAllocations()},
@@ -124,7 +124,7 @@ std::string answerTo(const std::string& line) {
     return "unknown command: " + command + "\n";
 }
 
-// VELLUM_PICTURE names a file that always holds a picture of the windows as they were when there was nothing to do.
+// VELLUM_PICTURE names a file. Whenever the process is idle, this updates the file with a picture of the windows.
 void keepPicture() {
     std::ofstream(std::getenv("VELLUM_PICTURE")) << desktop::picture();
 }
@@ -140,6 +140,6 @@ bool connectFloors() {
 }  // namespace
 }  // namespace platform
 
-// Runs before main(). CMake asks the linker for this name, so that every program has this file.
+// Runs before main(). CMake makes the linker keep this symbol, so that every program contains this file.
 extern "C" const bool vellumFloorsAreConnected;
 const bool vellumFloorsAreConnected = platform::connectFloors();

@@ -1,4 +1,4 @@
-// Reads faults from text: that of VELLUM_FAULTS before main(), that of the socket later.
+// Parses faults: from VELLUM_FAULTS before main(), from the socket later.
 #include "testing/Faults.h"
 
 #include <unistd.h>
@@ -31,7 +31,7 @@ bool parseAction(std::string_view text, Fault& fault) {
         return false;
     if (open == std::string_view::npos) return fault.action == Action::Fail || fault.action == Action::Kill;
     const bool isNumber = text.back() == ')' && parseNumber(text.substr(open + 1, text.size() - open - 2), fault.value);
-    return isNumber && !(fault.action == Action::Fail && fault.value == 0);  // an error of 0 is none
+    return isNumber && !(fault.action == Action::Fail && fault.value == 0);  // error 0 would be no failure
 }
 
 bool parseOne(std::string_view text, Fault& fault) {

@@ -1,9 +1,9 @@
-// Faults that a test, or the environment of a process, breaks the platform with; and what the process has open, which
-// is how a leak shows.
+// Injects faults into the stand-in, for tests or from the environment of a process. Also returns the counts of open
+// resources, to find leaks.
 //
-// The environment variable VELLUM_FAULTS holds faults separated by ";", each "call:use=action":
-// call is the name of a platform call, or "*" for any; use is the number of the use that is hit, counted from 1,
-// or "every"; action is fail, fail(error), short(bytes), delay(ms) or kill. An example:
+// The environment variable VELLUM_FAULTS holds faults separated by ";", each in the form "call:use=action". `call` is
+// the name of a function, or "*" for any. `use` is the number of the call to hit, starting at 1, or "every". `action`
+// is fail, fail(error), short(bytes), delay(ms) or kill. For example:
 //
 //     VELLUM_FAULTS="CreateDirectoryW:2=fail(5);WriteFile:1=short(10);*:40=kill"
 #pragma once
@@ -16,12 +16,13 @@
 
 namespace platform::faults {
 
-// Reads the form of VELLUM_FAULTS. False when the text is malformed; `faults` then holds those before the fault.
+// Parses the format of VELLUM_FAULTS. Returns false if the text is malformed; `faults` then holds those before the
+// mistake.
 bool parse(std::string_view text, std::vector<Fault>& faults);
-// Arms what VELLUM_FAULTS says. A malformed text ends the process.
+// Arms the faults in VELLUM_FAULTS. Ends the process if the text is malformed.
 void armFromEnvironment();
 
-// What is open of each kind; core/Counts.h says what the kinds are.
+// The number of open resources of each kind; see core/Counts.h.
 inline std::size_t openHandles() {
     return countOf(Open::Handles);
 }

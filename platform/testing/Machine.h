@@ -1,5 +1,5 @@
-// The machine in a test's hands: it moves the process to another machine, gives it another token, sets the clock, and
-// hands out what the process said and did.
+// Controls the machine for tests: moves the process to another machine, changes its token, sets the clock, and returns
+// recorded output.
 #pragma once
 
 #include <filesystem>
@@ -17,9 +17,9 @@ namespace platform {
 
 // Moves this process to another machine, with the token that VELLUM_TOKEN or that machine gives it.
 void useMachine(const std::filesystem::path& folder);
-// Gives this process the token of a description in the form of VELLUM_TOKEN. Handles of the old one keep it.
+// Gives this process the token that the text describes, as in VELLUM_TOKEN. Open handles keep the old token.
 void useToken(const std::string& description);
-// Replaces machine.txt in one step, as an editor does: what machineNow() tells is another then, for all processes.
+// Replaces machine.txt atomically, as an editor does. machineNow() then returns the new content in all processes.
 void rewriteMachine(const std::string& text);
 
 }  // namespace platform

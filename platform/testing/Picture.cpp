@@ -1,4 +1,4 @@
-// The desktop as an SVG picture: monitors, windows in their order, what they have painted, and their text controls.
+// Draws the desktop as an SVG picture: the monitors, the windows in z-order, their painting, and their text controls.
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -78,7 +78,7 @@ std::string draw(const DrawOp& op) {
     return {};
 }
 
-// The colours of an EDIT are its parent's choice.
+// The parent chooses the colours of an EDIT.
 struct ControlColors {
     COLORREF background, text;
 };
@@ -105,7 +105,7 @@ std::string styleOf(const TextFormat& format) {
     return style;
 }
 
-// The browser breaks the lines.
+// The browser wraps the lines.
 std::string drawControl(const Window& window) {
     const TextControl* const control = textControlOf(window);
     if (control == nullptr) return {};

@@ -1,4 +1,4 @@
-// Critical sections, as mutexes of Linux in the memory that the caller gives.
+// Critical sections: pthread mutexes inside the caller's memory.
 #include <pthread.h>
 
 #include <winbase.h>

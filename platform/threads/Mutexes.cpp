@@ -1,6 +1,6 @@
-// Named mutexes between the processes of a machine. A name belongs to a session, unless it begins with "Global\".
-// Each mutex is a file in the machine folder: every process with a handle has a shared lock on its first byte, the
-// owner an exclusive lock on its second. Both belong to the open file description, so they end with the process.
+// Named mutexes, shared by the processes of a machine. A name belongs to a session, unless it starts with "Global\".
+// Each mutex is a file in the machine folder. Every process with a handle holds a shared lock on the first byte; the
+// owner holds an exclusive lock on the second byte. The kernel releases both locks when the process ends.
 #include <fcntl.h>
 #include <unistd.h>
 #include <windows.h>
@@ -24,7 +24,7 @@ constexpr off_t kHandleByte = 0, kOwnerByte = 1, kMakingByte = 2;
 struct Mutex : Object {
     explicit Mutex(Descriptor opened) : descriptor(std::move(opened)) {}
     Descriptor descriptor;
-    std::thread::id owner;  // none, or the thread that may release it
+    std::thread::id owner;  // the thread that may release it, if any
 };
 
 bool setLock(const Descriptor& descriptor, int command, short type, off_t byte) {
@@ -45,7 +45,7 @@ bool hasOtherHandles(const Descriptor& descriptor) {
     return fcntl(descriptor.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
-// What a file name cannot hold, and "%", is written as %XX.
+// Writes "%" and characters that a file name cannot contain as %XX.
 std::string fileName(const std::string& name) {
     std::string out;
     for (const char byte : name) {
@@ -66,7 +66,7 @@ bool dropPrefix(std::string& name, std::string_view prefix) {
     return true;
 }
 
-// A name may be longer than that of a file: it is cut into folders, whose names differ from those of files.
+// A mutex name may be longer than a file name. Splits it into folders named "+...", and ends in a file named "=...".
 std::filesystem::path fileOf(std::string name) {
     constexpr std::size_t kLongestPart = 200;
     std::filesystem::path path = machineFolder() / "mutexes";
@@ -98,7 +98,7 @@ HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES, BOOL initialOwner, LPCWSTR name) {
         return refuse(ERROR_INVALID_NAME);
     const bool known = hasOtherHandles(mutex->descriptor);
     setLock(mutex->descriptor, F_OFD_SETLK, F_RDLCK, kHandleByte);
-    // Only the one who makes it owns it from the start.
+    // Only the process that creates the mutex owns it from the start.
     if (!known && initialOwner && setLock(mutex->descriptor, F_OFD_SETLK, F_WRLCK, kOwnerByte))
         mutex->owner = std::this_thread::get_id();
     setLock(mutex->descriptor, F_OFD_SETLK, F_UNLCK, kMakingByte);

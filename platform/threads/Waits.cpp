@@ -1,4 +1,4 @@
-// Events, waits, sleep and the tick clock.
+// Events, waits, Sleep and the tick clock.
 #include <windows.h>
 
 #include <algorithm>
@@ -22,7 +22,7 @@ void setSignal(Event& event, bool on) {
     waiting::wake();
 }
 
-// The first of the objects that is signalled decides.
+// If several objects are signalled, the first one wins.
 DWORD waitForAny(const std::vector<std::shared_ptr<Waitable>>& objects, DWORD milliseconds) {
     std::size_t first = 0;
     const auto ready = [&] {
@@ -41,7 +41,7 @@ DWORD waitForAny(const std::vector<std::shared_ptr<Waitable>>& objects, DWORD mi
 HANDLE CreateEventW(LPSECURITY_ATTRIBUTES, BOOL manualReset, BOOL signalled, LPCWSTR name) {
     static constinit CallSite site{__func__};
     if (site.fails()) return nullptr;
-    if (!manualReset || name != nullptr)  // nobody makes other events
+    if (!manualReset || name != nullptr)  // other kinds of events are not supported
         return refuse(ERROR_INVALID_PARAMETER);
     const auto event = std::make_shared<Event>();
     event->signalled = signalled != FALSE;
@@ -76,7 +76,7 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
 DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL all, DWORD milliseconds) {
     static constinit CallSite site{__func__};
     if (site.fails()) return WAIT_FAILED;
-    if (all)  // nobody waits for all of them
+    if (all)  // waiting for all objects is not supported
         return refuse(ERROR_INVALID_PARAMETER, WAIT_FAILED);
     std::vector<std::shared_ptr<Waitable>> objects;
     for (DWORD i = 0; i < count; ++i) {
@@ -86,7 +86,7 @@ DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL all, DWORD
     return waitForAny(objects, milliseconds);
 }
 
-// A clock that a test has set is moved: nobody else would, while the test's own thread sleeps.
+// While a test controls the clock, Sleep moves it, since the test's own thread would wait forever.
 void Sleep(DWORD milliseconds) {
     static constinit CallSite site{__func__};
     site.pass();

@@ -1,4 +1,4 @@
-// Messages known by name to all processes of the machine, and their way to all windows of a session.
+// Registered window messages, and broadcasts to all windows of a session.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -16,7 +16,7 @@
 
 using namespace platform;
 
-// The n-th line of the machine's list is the name of message 0xC000 + n.
+// Line n of the machine's list holds the name of message 0xC000 + n.
 UINT RegisterWindowMessageW(LPCWSTR name) {
     static constinit CallSite site{__func__};
     if (site.fails()) return 0;
@@ -31,7 +31,7 @@ UINT RegisterWindowMessageW(LPCWSTR name) {
     return write(held.get(), line.data(), line.size()) == static_cast<ssize_t>(line.size()) ? number : 0;
 }
 
-// The windows of this process are left out, as BSF_IGNORECURRENTTASK asks.
+// Skips the windows of this process, as BSF_IGNORECURRENTTASK requests.
 LONG BroadcastSystemMessageW(DWORD, LPDWORD, UINT message, WPARAM, LPARAM) {
     static constinit CallSite site{__func__};
     if (site.fails()) return 0;

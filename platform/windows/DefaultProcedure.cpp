@@ -1,4 +1,4 @@
-// What the system does with a message that a window does not handle itself.
+// DefWindowProcW.
 #include <algorithm>
 #include <cstring>
 
@@ -22,7 +22,7 @@ void sayMovedAndSized(const Window& window, const WINDOWPOS& done) {
     if ((done.flags & SWP_NOSIZE) == 0) callWindow(window, WM_SIZE, SIZE_RESTORED, MAKELPARAM(done.cx, done.cy));
 }
 
-// Asks the parent first. If no window up to the top has set a cursor, shows that of the window under the mouse.
+// Asks the parent first. If no window up to the root sets a cursor, sets the cursor of the window under the mouse.
 bool setCursor(const Window& window, WPARAM pointed, LPARAM place) {
     if (window.parent != nullptr && SendMessageW(window.parent, WM_SETCURSOR, pointed, place) != 0) return true;
     const auto under = findWindow(reinterpret_cast<HWND>(pointed));

@@ -1,5 +1,5 @@
-// The calls that ask for monitors and their DPI. The product and the window tree call it, on any thread; a test may
-// set other monitors, under a lock.
+// The functions that return monitors and their DPI. Called by the product and the window tree on any thread. Tests may
+// replace the monitors; a lock guards them.
 #include "windows/Monitors.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ namespace {
 
 struct Display {
     std::mutex lock;
-    std::optional<std::vector<Monitor>> monitors;  // none: as the machine says
+    std::optional<std::vector<Monitor>> monitors;  // nullopt: the monitors of machine.txt
 };
 
 Display& display() {
@@ -24,7 +24,7 @@ Display& display() {
     return instance;
 }
 
-// A monitor is known by its place in the list, counted from 1.
+// The handle of a monitor is its 1-based index in the list.
 HMONITOR handleOf(std::size_t index) {
     return reinterpret_cast<HMONITOR>(0x10000 + index);
 }
@@ -45,7 +45,7 @@ LONGLONG area(const RECT& rect) {
     return (LONGLONG{rect.right} - rect.left) * (LONGLONG{rect.bottom} - rect.top);
 }
 
-// The square of how far the two rectangles are apart.
+// The square of the distance between the two rectangles.
 LONGLONG distance(const RECT& one, const RECT& other) {
     const auto gap = [](LONGLONG oneFrom, LONGLONG oneTo, LONGLONG otherFrom, LONGLONG otherTo) {
         return std::max({otherFrom - oneTo, oneFrom - otherTo, LONGLONG{0}});
@@ -63,7 +63,7 @@ HMONITOR primaryOf(const std::vector<Monitor>& monitors) {
 
 HMONITOR monitorAt(RECT rect, DWORD otherwise) {
     const std::vector<Monitor> monitors = desktop::monitors();
-    // Nothing counts as a point.
+    // Treats an empty rectangle as a rectangle of one pixel.
     constexpr LONG kFarthest = std::numeric_limits<LONG>::max() - 1;
     if (rect.right <= rect.left) rect.right = std::min(rect.left, kFarthest) + 1;
     if (rect.bottom <= rect.top) rect.bottom = std::min(rect.top, kFarthest) + 1;

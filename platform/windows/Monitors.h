@@ -1,4 +1,4 @@
-// The monitors, and which of them something is on.
+// The monitors, and which monitor a window or rectangle is on.
 #pragma once
 
 #include <shellscalingapi.h>
@@ -12,20 +12,20 @@ namespace platform {
 
 namespace desktop {
 
-// The monitors of the machine, which machine.txt describes, until a test sets others. A change is told to the
-// top-level windows of the process with WM_DISPLAYCHANGE, and with WM_DPICHANGED to those whose DPI is another now.
+// The monitors of machine.txt, unless a test has set others. On a change, the top-level windows of the process get
+// WM_DISPLAYCHANGE, and those with a new DPI also get WM_DPICHANGED.
 std::vector<Monitor> monitors();
 void setMonitors(std::vector<Monitor> monitors);
 
 }  // namespace desktop
 
-// Of the monitor nearest to the window; 96 without any monitor.
+// The DPI of the monitor nearest to the window; 96 if there is no monitor.
 LONG dpiOfWindow(const Window& window);
 
-// Of the primary monitor; 96 without any.
+// The DPI of the primary monitor; 96 if there is none.
 LONG dpiOfScreen();
 
-// Calls that are reached through GetProcAddress only.
+// The product gets these through GetProcAddress only.
 HRESULT WINAPI getDpiForMonitor(HMONITOR monitor, MONITOR_DPI_TYPE type, UINT* x, UINT* y);
 UINT WINAPI getDpiForWindow(HWND window);
 

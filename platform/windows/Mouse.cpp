@@ -1,5 +1,5 @@
-// What the mouse does to windows: hit test, activation, moving and sizing. testing/Desktop.cpp moves it, on the
-// thread of the windows.
+// Delivers mouse input to windows: hit tests, activation, moving and sizing. testing/Desktop.cpp calls it on the thread
+// of the windows.
 #include "windows/Mouse.h"
 
 #include <algorithm>
@@ -11,15 +11,15 @@
 namespace platform {
 namespace {
 
-// One pointer for the desktop; it acts on the thread of the windows.
+// The mouse pointer. There is one for the desktop, used on the thread of the windows.
 struct Pointer {
     POINT at = {-1, -1};
-    HWND tracked = nullptr;  // wants to hear when the mouse leaves its outer zones
-    HWND moving = nullptr;   // is being moved or sized
+    HWND tracked = nullptr;  // gets WM_MOUSELEAVE or WM_NCMOUSELEAVE
+    HWND moving = nullptr;   // the window being moved or sized
     LRESULT zone = HTNOWHERE;
     POINT grip = {};
     RECT start = {};
-    std::function<void()> rest;  // of a drag: what the hand does after the press
+    std::function<void()> rest;  // the rest of a drag, to run after the press
 };
 
 Pointer& pointer() {
@@ -37,7 +37,7 @@ std::shared_ptr<Window> rootOf(std::shared_ptr<Window> window) {
     return window;
 }
 
-// The window that the mouse is over: the deepest one.
+// The deepest window under the mouse.
 std::shared_ptr<Window> windowAt(POINT point) {
     for (const auto& window : topLevelWindows()) {
         if (!window->visible || !containsPoint(screenRect(*window), point)) continue;
@@ -59,7 +59,7 @@ LRESULT zoneOf(const Window& window, POINT point) {
     return window.parent != nullptr ? HTCLIENT : callWindow(window, WM_NCHITTEST, 0, placeOf(point));
 }
 
-// The edges that a zone moves.
+// Moves the edges that belong to a hit-test zone.
 RECT stretched(RECT rect, LRESULT zone, LONG x, LONG y, POINT least) {
     const bool left = zone == HTLEFT || zone == HTTOPLEFT || zone == HTBOTTOMLEFT;
     const bool right = zone == HTRIGHT || zone == HTTOPRIGHT || zone == HTBOTTOMRIGHT;

@@ -1,5 +1,5 @@
-// The mouse: where it is, and what a move, a press and a release do to the windows. There is one for the desktop; it
-// acts on the thread of the windows. testing/Desktop.h is the hand that holds it.
+// The mouse: its position, and what moves, presses and releases do to windows. There is one for the desktop, used on
+// the thread of the windows. testing/Desktop.h controls it.
 #pragma once
 
 #include <windows.h>
@@ -11,18 +11,18 @@ namespace platform {
 
 struct Window;
 
-// Lets the mouse move or size the window until the button is released; `zone` is the one that was pressed. The default
-// procedure begins it, for a press on a caption or an edge. Of a whole drag it returns at the end, and the window may
-// be gone by then.
+// Moves or sizes the window with the mouse until the button is released. `zone` is the hit-test code of the press. The
+// default window procedure calls it for a press on a caption or an edge. During a whole drag it returns when the drag
+// ends; the window may be destroyed by then.
 void beginSizeMove(const std::shared_ptr<Window>& window, LRESULT zone);
 
 namespace mouse {
 
 void moveTo(POINT point);
-// What a client area is told: WM_LBUTTONDOWN or WM_LBUTTONDBLCLK.
+// `clientMessage` is sent for a press in the client area: WM_LBUTTONDOWN or WM_LBUTTONDBLCLK.
 void press(UINT clientMessage);
 void release();
-// What the hand does inside beginSizeMove, once. Returns what was set before and has not run.
+// Sets the code that runs once inside beginSizeMove. Returns the previous code if it has not run.
 std::function<void()> whenGripped(std::function<void()> rest);
 
 }  // namespace mouse

@@ -1,4 +1,4 @@
-// OutputDebugStringW and MessageBoxW. The product calls them, on any thread, under one lock.
+// OutputDebugStringW and MessageBoxW. Called by the product on any thread; one lock.
 #include "windows/Notices.h"
 
 #include <unistd.h>
@@ -16,12 +16,12 @@ namespace {
 std::mutex lock;
 bool silent = false;
 bool keep = false;
-// Never destroyed: a thread may speak while the process ends.
+// Never destroyed: a thread may write while the process ends.
 std::vector<std::u16string>& debugOutput = *new std::vector<std::u16string>;
 std::vector<MessageBox>& boxes = *new std::vector<MessageBox>;
 std::function<void()>& duringBox = *new std::function<void()>;
 
-// One write, so that what several threads or processes say does not mix.
+// Makes one write, so that output of several threads or processes does not mix.
 void toStandardError(const std::string& text) {
     if (silent) return;
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
@@ -61,7 +61,7 @@ void OutputDebugStringW(LPCWSTR text) {
     toStandardError(toUtf8(text));
 }
 
-// There is nobody to press the button: the box counts as read.
+// Returns IDOK at once: no user can press the button.
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT type) {
     static constinit CallSite site{__func__};
     if (site.fails()) return 0;

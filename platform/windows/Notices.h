@@ -1,5 +1,5 @@
-// What the process said: every OutputDebugStringW and every MessageBoxW. Both go to standard error, until a test
-// silences them; from then on they are kept for it instead.
+// OutputDebugStringW and MessageBoxW. Both print to standard error. After a test has called silence(true), they are
+// recorded instead.
 #pragma once
 
 #include <windef.h>
@@ -21,7 +21,7 @@ namespace notices {
 
 std::vector<std::u16string> takeDebugOutput();
 std::vector<MessageBox> takeMessageBoxes();
-// What happens while the next box is open.
+// `run` is called while the next message box is open.
 void duringNextBox(std::function<void()> run);
 void silence(bool on);
 

@@ -1,4 +1,4 @@
-// Message queues and the message loop. Each thread has a queue; other threads post to it under waiting::lock().
+// Message queues and the message loop. Each thread has one queue. Other threads post to it under waiting::lock().
 #include "windows/Queue.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ MSG makeMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     return {window, message, wParam, lParam, static_cast<DWORD>(waiting::ticks()), {}};
 }
 
-// What others have left for this thread: work first, then posted messages, then the quit mark.
+// Takes what other threads have queued: first requests, then posted messages, then WM_QUIT.
 bool takePosted(Queue& queue, MSG& message) {
     std::unique_lock held(waiting::lock());
     while (!queue.requests.empty()) {
@@ -55,7 +55,7 @@ bool takePaint(const Queue& queue, MSG& message) {
     return false;
 }
 
-// However late it is, a timer gives one message and counts anew from now.
+// However late it is, a timer gives one message and restarts from now.
 bool takeTimer(Queue& queue, MSG& message) {
     const std::uint64_t now = waiting::ticks();
     const auto due = std::min_element(queue.timers.begin(), queue.timers.end(),
@@ -115,8 +115,8 @@ void forgetWindow(Queue& queue, HWND window) {
     std::erase(queue.windows, window);
     if (queue.active == window) queue.active = nullptr;
     if (queue.focus == window) queue.focus = nullptr;
-    // What a lost message points to has no owner any more. The system cannot free it, and it is no leak of the
-    // sender's.
+    // A dropped message may own what its lParam points to. Windows cannot free that memory either. Keeping the messages
+    // reachable stops the leak checker from blaming the sender.
     static std::vector<MSG>& lost = *new std::vector<MSG>;
     std::lock_guard hold(waiting::lock());
     std::ranges::copy_if(queue.posted, std::back_inserter(lost),
@@ -164,7 +164,7 @@ BOOL PeekMessageW(LPMSG message, HWND, UINT, UINT, UINT) {
 BOOL TranslateMessage(const MSG*) {
     static constinit CallSite site{__func__};
     site.pass();
-    return FALSE;  // the keyboard here gives characters at once
+    return FALSE;  // WM_CHAR is posted directly, so there is nothing to translate
 }
 
 LRESULT DispatchMessageW(const MSG* message) {

@@ -1,4 +1,4 @@
-// The message queue of a thread: posted messages, timers, requests from outside, and who is active in it.
+// The message queue of a thread: posted messages, timers, requests from other threads, and the active window.
 #pragma once
 
 #include <unistd.h>
@@ -13,39 +13,39 @@
 
 namespace platform {
 
-// Windows takes this many posted messages and no more.
+// The limit of posted messages on Windows.
 constexpr std::size_t kMostPostedMessages = 10000;
 
 struct Timer {
     HWND window = nullptr;
     UINT_PTR id = 0;
     UINT periodMs = 0;
-    std::uint64_t due = 0;  // in ticks
+    std::uint64_t due = 0;  // tick count
 };
 
-// `posted`, `requests` and `quit` are shared and guarded by waiting::lock(); the rest is the thread's own.
+// waiting::lock() guards `posted`, `requests` and `quit`. Only the thread itself uses the rest.
 struct Queue {
     std::deque<MSG> posted;
-    std::deque<std::function<void()>> requests;  // run on the thread before it gets its next message
+    std::deque<std::function<void()>> requests;  // the thread runs them before it gets its next message
     std::optional<int> quit;
 
     std::vector<Timer> timers;
-    std::vector<HWND> windows;  // all of the thread, in the order they were made
+    std::vector<HWND> windows;  // all windows of the thread in creation order
     HWND active = nullptr;
     HWND focus = nullptr;
     const DWORD threadId = static_cast<DWORD>(gettid());
 };
 
-// Of the calling thread; made on first need, gone with the thread.
+// The queue of the calling thread. Created when first needed, destroyed with the thread.
 const std::shared_ptr<Queue>& currentQueue();
-// False when the queue is full.
+// Returns false if the queue is full.
 bool post(Queue& queue, const MSG& message);
-// Runs `request` on the queue's thread, the next time that it looks for a message.
+// Runs `request` on the queue's thread when it next looks for a message.
 void request(Queue& queue, std::function<void()> run);
-// What a higher floor does whenever a thread has no message left, before it waits. To be set before the first thread.
+// Sets the call that a thread makes when its queue is empty, before it waits. Set it before the first thread starts.
 using IdleCall = void (*)();
 void callWhenIdle(IdleCall call);
-// Drops what is still on the way to a window that is gone.
+// Drops the timers and messages of a destroyed window.
 void forgetWindow(Queue& queue, HWND window);
 
 }  // namespace platform

@@ -1,5 +1,5 @@
-// The socket of a process with windows. A thread of its own accepts the lines, the thread of the windows answers
-// them; Broadcast.cpp asks the other processes.
+// The socket of a process with windows. A separate thread accepts the requests; the thread of the windows answers them.
+// Broadcast.cpp sends requests to other processes.
 #include "windows/Remote.h"
 
 #include <fcntl.h>
@@ -32,7 +32,7 @@ fs::path desktopFolder() {
     return machineFolder() / "desktops" / desktopFolderName();
 }
 
-// A socket's name may have 107 bytes: it is reached through a descriptor of its folder.
+// A socket path is limited to 107 bytes, so this addresses it through a descriptor of its folder.
 sockaddr_un addressIn(const Descriptor& folder, const std::string& name) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -82,7 +82,7 @@ std::string answerTo(const std::string& line) {
     return driver == nullptr ? "unknown command: " + command + "\n" : driver(line);
 }
 
-// What the two threads share of one request; it outlives the one that gives up first.
+// The result that the two threads share. It lives until both are done with it.
 struct Reply {
     std::string answer;
     bool done = false;
@@ -107,7 +107,7 @@ void serve(const Descriptor& connection, const std::shared_ptr<Queue>& queue) {
     }
 }
 
-std::string socketFile;  // what the end of the process removes
+std::string socketFile;  // removed when the process exits
 
 void listenOn(const fs::path& folder, const std::shared_ptr<Queue>& queue) {
     fs::create_directories(folder);
@@ -119,7 +119,8 @@ void listenOn(const fs::path& folder, const std::shared_ptr<Queue>& queue) {
     const sockaddr_un address = addressIn(opened, early);
     if (bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return;
     if (::listen(listener.get(), 16) != 0) return;
-    // The socket gets its name last: a client that a socket refuses takes the process for dead and removes the file.
+    // The socket gets its final name last. A client that is refused would think that the process is dead and remove the
+    // file.
     if (renameat(opened.get(), early.c_str(), opened.get(), name.c_str()) != 0) return;
     std::atexit([] { unlink(socketFile.c_str()); });
     std::thread([listener = std::move(listener), queue] {
@@ -134,7 +135,7 @@ bool askOne(const Descriptor& folder, const std::string& name, const std::string
     const Descriptor connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const sockaddr_un address = addressIn(folder, name);
     if (connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        if (errno == ECONNREFUSED) unlinkat(folder.get(), name.c_str(), 0);  // its process was killed
+        if (errno == ECONNREFUSED) unlinkat(folder.get(), name.c_str(), 0);  // the process was killed
         return false;
     }
     writeAll(connection, line + "\n");

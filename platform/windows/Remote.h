@@ -1,6 +1,6 @@
-// How processes of one machine reach each other's windows: each process with windows listens on a socket in the folder
-// "desktops/<session>" of the machine. A request is one line, the answer all that comes until the end. Messages to all
-// windows of a session go this way; every other line is for the driver, which docs/platform.md tells of.
+// Connects the windows of the processes on one machine. Each process with windows listens on a socket in
+// "desktops/<session>" of the machine folder. A request is one line; the answer is everything up to the end of the
+// stream. Broadcast messages use this way. All other lines are commands for the driver (docs/platform.md).
 #pragma once
 
 #include <functional>
@@ -8,19 +8,19 @@
 
 namespace platform::remote {
 
-// Listens from the first call on, for the windows of the calling thread. Lines are answered on that thread.
+// The first call starts to listen, for the windows of the calling thread. That thread answers the requests.
 void listen();
 
-// Answers what is no broadcast. To be set before the first window.
+// Answers every request that is not a broadcast. Set it before the first window is created.
 using Driver = std::string (*)(const std::string& line);
 void driveWith(Driver answer);
 
-// Sends the request to every process with windows in the session of this one, and hands each answer to `answered`
-// together with the process's number. Processes that do not answer are passed over.
+// Sends the request to every process with windows in this session. Calls `answered` with each process id and answer.
+// Skips processes that do not answer.
 void ask(const std::string& request, bool alsoThisProcess,
          const std::function<void(int processId, const std::string& answer)>& answered = {});
 
-// Sends the request to one process; what it answers, empty when it does not.
+// Sends the request to one process and returns its answer; empty if it does not answer.
 std::string askProcess(int processId, const std::string& request);
 
 }  // namespace platform::remote

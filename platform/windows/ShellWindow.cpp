@@ -1,4 +1,4 @@
-// The window of the shell, which is nothing but a handle, and the processes that windows belong to.
+// The shell's window, which is only a handle, and the process ids of windows.
 #include <unistd.h>
 #include <windows.h>
 
@@ -12,19 +12,19 @@ using namespace platform;
 
 namespace {
 
-// Below the handles of the windows that programs make.
+// Smaller than all handles of program windows.
 const HWND kShellWindow = reinterpret_cast<HWND>(static_cast<ULONG_PTR>(0x10002));
 
 }  // namespace
 
-// On the user's desktop alone.
+// Returns the window only on the user's desktop.
 HWND GetShellWindow() {
     static constinit CallSite site{__func__};
     Shell shell;
     return !site.fails() && isUsersDesktop(processDesktop()) && findOwnShell(shell) ? kShellWindow : nullptr;
 }
 
-// Of the shell's window and of this process's own.
+// Supports the shell's window and the windows of this process.
 DWORD GetWindowThreadProcessId(HWND handle, LPDWORD processId) {
     static constinit CallSite site{__func__};
     if (site.fails()) return 0;

@@ -1,5 +1,5 @@
-// Procedures that a program puts before a window's own. The last one set runs first; each hands on to the one before
-// it, and the first of all to the window's own procedure.
+// Window subclassing. The subclass set last runs first. Each one calls the one set before it, and the first one calls
+// the window's own procedure.
 #include <commctrl.h>
 
 #include <utility>
@@ -20,22 +20,23 @@ struct Subclasses {
             return procedure == otherProcedure && id == otherId;
         }
     };
-    // An entry that has a message in hand. Entries may come and go meanwhile, and further messages may set out.
+    // A subclass that is handling a message. Meanwhile subclasses can be added and removed, and other messages can
+    // arrive.
     struct Step {
-        std::size_t below;  // how many entries come after it
+        std::size_t below;  // how many entries are left to call
         Step* outer;
     };
 
     WNDPROC original = nullptr;
-    std::vector<Entry> entries;  // the first one set is first
-    Step* step = nullptr;        // the innermost
+    std::vector<Entry> entries;  // in the order they were set
+    Step* step = nullptr;        // the innermost step
 
     void remove(std::size_t index) {
         entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(index));
         for (Step* each = step; each != nullptr; each = each->outer)
             if (each->below > index) --each->below;
     }
-    // Hands the message to the last of the first `count` entries.
+    // Passes the message to the last of the first `count` entries.
     LRESULT call(std::size_t count, HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
         if (count == 0) return original(window, message, wParam, lParam);
         const Entry entry = entries[count - 1];
@@ -61,7 +62,7 @@ LRESULT CALLBACK subclassedProcedure(HWND handle, UINT message, WPARAM wParam, L
     return result;
 }
 
-// Null for a window that is gone, or is another thread's.
+// Null if the window does not exist or belongs to another thread.
 std::shared_ptr<Window> findOwnWindow(HWND handle) {
     const std::shared_ptr<Window> window = findWindow(handle);
     return window != nullptr && window->queue == currentQueue() ? window : nullptr;

@@ -1,4 +1,4 @@
-// Calls around a window's text, and the cursor.
+// Functions for window text, and the cursor.
 #include <utility>
 
 #include "core/Gate.h"

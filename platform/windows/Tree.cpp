@@ -1,5 +1,5 @@
-// The window tree: classes, and how a window comes to life, is shown, activated and destroyed. The calls of this
-// family use it, on the thread of the window; the table of handles is shared under waiting::lock().
+// The window tree: classes, and how windows are created, shown, activated and destroyed. The functions in this folder
+// call it on the thread of the window. Threads share the handle table under waiting::lock().
 #include "windows/Tree.h"
 
 #include <algorithm>
@@ -15,10 +15,10 @@
 namespace platform {
 namespace {
 
-// Shared between threads under waiting::lock().
+// Shared by the threads, guarded by waiting::lock().
 struct Tree {
     std::unordered_map<HWND, std::shared_ptr<Window>> windows;
-    std::vector<HWND> order;  // all without a parent, the uppermost first
+    std::vector<HWND> order;  // all windows without a parent, topmost first
     std::vector<std::shared_ptr<const WindowClass>> classes;
     ULONG_PTR next = 0x10010;
 };
@@ -87,7 +87,7 @@ std::shared_ptr<Window> newWindow(std::shared_ptr<const WindowClass> kind, const
     return window;
 }
 
-// The messages of a window that comes to life. False when it refused.
+// Sends the messages of window creation. False if the window refused it.
 bool bringUp(const std::shared_ptr<Window>& window, const CREATESTRUCTW& wanted) {
     if (window->parent == nullptr) raiseWindow(*window);
     window->dpi = dpiOfWindow(*window);
@@ -224,7 +224,7 @@ void activateWindow(const std::shared_ptr<Window>& window, int how) {
     callWindow(*window, WM_ACTIVATE, static_cast<WPARAM>(how), reinterpret_cast<LPARAM>(before));
 }
 
-// Windows proposes a rectangle of the new size; here the size stays, as a note keeps its own.
+// Proposes a scaled rectangle, as Windows does. The size does not change by itself; a note keeps its size.
 void followMonitorDpi(const std::shared_ptr<Window>& window) {
     const LONG dpi = dpiOfWindow(*window);
     if (!window->isTopLevel() || dpi == window->dpi) return;

@@ -1,7 +1,7 @@
-// Windows of this process: the tree, the classes, and what a window is.
+// The windows of this process: the tree, the classes, and the state of a window.
 //
-// A window belongs to the thread that made it; only that thread looks inside or calls its procedure. Other threads
-// may post to it, for which the table of handles is shared. A handle is never used again after its window is gone.
+// A window belongs to the thread that created it. Only that thread accesses it or calls its procedure. Other threads
+// may post to it, so the handle table is shared. Handle values are never reused.
 #pragma once
 
 #include <windows.h>
@@ -22,7 +22,7 @@ struct WindowClass {
     HCURSOR cursor = nullptr;
 };
 
-// What the procedure of a control class keeps for one window.
+// The state that a control class keeps for one window.
 struct ControlState {
     ControlState() = default;
     ControlState(const ControlState&) = delete;
@@ -30,22 +30,22 @@ struct ControlState {
     virtual ~ControlState() = default;
 };
 
-// The procedures that stand before a window's own; see Subclasses.cpp.
+// The subclass procedures of a window; see Subclasses.cpp.
 struct Subclasses;
 
 struct Window {
     HWND handle = nullptr;
     std::shared_ptr<const WindowClass> kind;
     WNDPROC procedure = nullptr;
-    std::shared_ptr<Queue> queue;  // of the thread that it belongs to
+    std::shared_ptr<Queue> queue;  // the queue of its thread
 
-    HWND parent = nullptr;  // null: a top-level or message-only window
+    HWND parent = nullptr;  // null: top-level or message-only
     bool messageOnly = false;
-    std::vector<HWND> children;  // in the order they were made
+    std::vector<HWND> children;  // in creation order
 
     DWORD style = 0;
     DWORD exStyle = 0;
-    RECT rect = {};  // in the parent's coordinates, or the screen's; there is no frame, so all of it is client area
+    RECT rect = {};  // in coordinates of the parent or screen; the client area covers all of it
     ULONG_PTR id = 0;
     LONG_PTR userData = 0;
     std::u16string text;
@@ -53,30 +53,30 @@ struct Window {
     bool visible = false;
     bool invalid = false;  // waits for WM_PAINT
     bool dying = false;
-    std::shared_ptr<Surface> surface;  // what it has painted; null before the first time
+    std::shared_ptr<Surface> surface;  // the last painting; null before the first
     std::unique_ptr<ControlState> control;
     std::shared_ptr<Subclasses> subclasses;
 
     bool isTopLevel() const { return parent == nullptr && !messageOnly; }
 };
 
-// Null, with ERROR_INVALID_WINDOW_HANDLE, when there is no such window.
+// Null, with ERROR_INVALID_WINDOW_HANDLE, if the window does not exist.
 std::shared_ptr<Window> findWindow(HWND handle);
-// The top-level windows, the uppermost first.
+// The top-level windows, topmost first.
 std::vector<std::shared_ptr<Window>> topLevelWindows();
 std::vector<std::shared_ptr<Window>> messageOnlyWindows();
-// Where the window is on the screen.
+// The window's rectangle on the screen.
 RECT screenRect(const Window& window);
-// Runs the window's procedure on this thread.
+// Calls the window procedure on this thread.
 LRESULT callWindow(const Window& window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
-// Puts the window above the others of its kind; top-most windows stay above the rest.
+// Brings the window to the top of its z-order group: topmost windows stay above all others.
 void raiseWindow(const Window& window);
-// Makes the window active, with the messages that go with it.
+// Activates the window and sends the related messages.
 void activateWindow(const std::shared_ptr<Window>& window, int how);
 void focusWindow(HWND window);
-// Tells a window whose monitor has another DPI than before.
+// Sends WM_DPICHANGED if the window's monitor has a new DPI.
 void followMonitorDpi(const std::shared_ptr<Window>& window);
-// Registers a class of the system's own.
+// Registers a system class.
 void registerControlClass(const char16_t* name, UINT style, WNDPROC procedure);
 
 inline LONG widthOf(const RECT& rect) {

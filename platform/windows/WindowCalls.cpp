@@ -1,4 +1,4 @@
-// The calls that make, place, show and ask for windows, and send to them.
+// The functions that create, place, show and query windows, and send messages.
 #include <algorithm>
 #include <utility>
 
@@ -183,7 +183,7 @@ HWND GetParent(HWND handle) {
 HCURSOR LoadCursorW(HINSTANCE, LPCWSTR name) {
     static constinit CallSite site{__func__};
     if (site.fails()) return nullptr;
-    return reinterpret_cast<HCURSOR>(const_cast<LPWSTR>(name));  // a cursor is known by its number
+    return reinterpret_cast<HCURSOR>(const_cast<LPWSTR>(name));  // a cursor handle is its resource number
 }
 
 LRESULT SendMessageW(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) {
