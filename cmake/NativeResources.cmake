@@ -1,7 +1,7 @@
 # native_resource(<target> TYPE <number> NAME <name> DWORD <value>)
 #
-# What a line of a resource script is on Windows: compiles a 32-bit little-endian number into a native executable,
-# where FindResourceW finds it.
+# Replaces a line of a resource script on Windows: compiles a 32-bit little-endian number into a native executable.
+# FindResourceW finds it there.
 function(native_resource target)
   cmake_parse_arguments(ARG "" "TYPE;NAME;DWORD" "" ${ARGN})
   math(EXPR b0 "${ARG_DWORD} & 0xff")

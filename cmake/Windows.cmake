@@ -1,8 +1,8 @@
-# The platform on Windows: the system's own libraries, under the name that the stand-in has on Linux.
+# The platform library on Windows: the system's own libraries, under the name of the stand-in on Linux.
 add_library(vellum_platform INTERFACE)
 
-# delay_load(<dll> <call>...): the DLL is loaded when one of the calls is first used. For those that showing notes does not
-# need: each costs a start some milliseconds, and memory for as long as the process lives.
+# delay_load(<dll> <call>...): Windows loads the DLL at the first use of one of the calls. For DLLs that showing notes
+# does not need: each one costs some milliseconds at start, and memory as long as the process runs.
 function(delay_load dll)
   set(definition ${CMAKE_BINARY_DIR}/delayed/${dll}.def)
   set(library ${CMAKE_BINARY_DIR}/delayed/lib${dll}_delayed.a)
@@ -22,6 +22,6 @@ target_link_libraries(vellum_platform INTERFACE ole32 shell32 advapi32 wtsapi32 
 target_include_directories(vellum_platform SYSTEM INTERFACE ${PROJECT_SOURCE_DIR}/platform/supplement)
 target_compile_definitions(vellum_platform INTERFACE STRICT)
 
-# The entry point is wWinMain, in the GUI subsystem; smaller code wins, the program idles nearly all its life.
+# The entry point is wWinMain in the GUI subsystem. Optimises for size: the program is idle almost all the time.
 add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffunction-sections> $<$<COMPILE_LANGUAGE:CXX>:-fdata-sections>)
 add_link_options(-Wl,--gc-sections -Wl,--nxcompat -Wl,--dynamicbase -Wl,--high-entropy-va)

@@ -1,5 +1,5 @@
-// Facts that both builds compile: the stand-in is held to the real headers. Sizes and offsets where data crosses a
-// call, constants that are passed or compared, signatures of the calls that the product makes.
+// Facts that both builds compile, so that the stand-in matches the real headers: sizes and offsets of data that is
+// passed to calls, constants, and signatures of the calls that the product makes.
 #include <windows.h>
 
 #include <objidl.h>

@@ -5,7 +5,7 @@
 
 struct Activity {
     double cpuMilliseconds = 0;
-    double wakeUps = 0;  // voluntary context switches: each ends with a wake-up
+    double wakeUps = 0;  // voluntary context switches; each one ends with a wake-up
 };
 
 // The sums over all threads since their start. Zeros if there is no such process, as on Windows.

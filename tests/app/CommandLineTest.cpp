@@ -11,7 +11,7 @@ CommandLineOptions scan(const std::string& arguments) {
     return scanOptions(splitCommandLine(wide("p " + arguments)));
 }
 
-// Everything the options hold, in a form that a table can state.
+// All options as one text, so that a table can hold the expected value.
 std::string shown(const CommandLineOptions& options) {
     std::string text;
     const auto flag = [&text](bool on, const char* name) {

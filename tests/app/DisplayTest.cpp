@@ -1,4 +1,4 @@
-// The display of notes as a process: files come and go, windows follow, the log tells each step.
+// The display role as a process: files come and go, windows follow, and the log records each step.
 #include "support/Display.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ std::string note(const std::string& id, const std::string& more = "") {
     return "{\"id\":\"" + id + "\",\"title\":\"t\"" + more + "}";
 }
 
-// Every test has an instance of its own, so that tests may run side by side.
+// Every test has its own instance name, so that tests can run in parallel.
 class Display : public testing::Test {
   protected:
     WideString arguments(const WideString& more = {}) const {
@@ -29,7 +29,7 @@ class Display : public testing::Test {
         std::filesystem::create_directories(hostPath(parent / instance));
         writeFile(file(id + ".json"), note(id, more));
     }
-    // A display that shows these notes.
+    // Starts a display that shows `count` notes.
     std::unique_ptr<DisplayProcess> start(std::size_t count) const {
         auto display = std::make_unique<DisplayProcess>(arguments(), environment());
         EXPECT_TRUE(eventually([&] { return display->notes().size() == count && logged("Started; "); })) << log();
@@ -47,7 +47,7 @@ class Display : public testing::Test {
     bool comesIntoLog(const std::string& text) const {
         return eventually([&] { return logged(text); });
     }
-    // As writers do, again and again: the process may just be reading the file.
+    // Retries like a writer does, since the process may be reading the file.
     bool isRenamed(const std::string& from, const std::string& to) const {
         return succeeds(
             [&](std::error_code& error) { std::filesystem::rename(hostPath(file(from)), hostPath(file(to)), error); });
@@ -63,12 +63,13 @@ class Display : public testing::Test {
             return !error;
         });
     }
-    // Waits for that many saves of the note; looking at its file meanwhile could make a save fail.
+    // Waits for that many saves of the note. It watches the log: reading the file meanwhile could make a save fail.
     std::string fileAfterSave(int count) const {
         EXPECT_TRUE(eventually([&] { return linesWith("Saved note id=n") == count; })) << log();
         return readFile(file("n.json"));
     }
-    // Writes the file until the process has noticed it, which it does from the watcher's first read on.
+    // Writes the file again and again until the process notices it. The watcher reports changes only after its first
+    // read has started.
     template <typename Condition>
     bool isNoticed(const WideString& path, const std::string& text, Condition noticed) const {
         return eventually([&] {
@@ -77,7 +78,7 @@ class Display : public testing::Test {
         });
     }
 
-    // The first line of the log in which the text stands; -1 without one.
+    // The index of the first log line that contains the text; -1 if there is none.
     int lineOf(const std::string& text) const {
         const std::string all = log();
         const std::size_t at = all.find(text);
@@ -160,7 +161,7 @@ TEST_F(Display, windowsFollowTheFiles) {
         EXPECT_FALSE(window.isActive);
 }
 
-TEST_F(Display, secondProcessLeavesTheNotesToTheFirst) {
+TEST_F(Display, secondProcessExitsWhenItFindsTheFirst) {
     const auto display = start(0);
     const ProcessResult second = runVellumd(arguments(), environment());
     EXPECT_TRUE(second.finished);
@@ -172,7 +173,7 @@ TEST_F(Display, secondProcessLeavesTheNotesToTheFirst) {
     EXPECT_EQ(display->end(), 0) << "the first goes on until it is ended";
 }
 
-TEST_F(Display, instanceHasAFolderAndAMutexOfItsOwn) {
+TEST_F(Display, instanceHasItsOwnFolderAndMutex) {
     const WideString other = instance + TEXT("/ab"), folder = parent / (instance + TEXT("_ab"));
     const auto first = start(0);
     DisplayProcess second(arguments(TEXT("-i ") + other), environment());
@@ -189,42 +190,42 @@ TEST_F(Display, userEditsMovesAndSizesANote) {
     display->typeIntoBody("hello");
     std::string saved = fileAfterSave(1);
     EXPECT_TRUE(has(saved, "\"content\": \"hello\"") && !has(saved, "2020-01-01")) << saved << "modified moves";
-    display->drag(308, 113, 408, 163);  // the free part of the bar, between title and buttons
+    display->drag(308, 113, 408, 163);  // the free part of the title bar, between title and buttons
     saved = fileAfterSave(2);
     EXPECT_TRUE(has(saved, "\"x\": 200,") && has(saved, "\"y\": 150,")) << saved;
     EXPECT_TRUE(eventually([&] { return placeOf(display->notes().at(0)) == std::vector<LONG>{200, 150, 260, 200}; }));
-    display->drag(458, 348, 498, 378);  // the lower right corner
+    display->drag(458, 348, 498, 378);  // the bottom right corner
     saved = fileAfterSave(3);
     EXPECT_TRUE(has(saved, "\"width\": 300,") && has(saved, "\"height\": 230")) << saved;
 }
 
-TEST_F(Display, userMakesANoteAndClosesAnother) {
+TEST_F(Display, userCreatesANoteAndDeletesAnother) {
     put("n", kEditable);
     const auto display = start(1);
-    display->click(100 + 260 - 35, 113);  // the plus
+    display->click(100 + 260 - 35, 113);  // the "new note" button
     EXPECT_TRUE(eventually([&] { return display->notes().size() == 2; })) << log();
-    display->click(100 + 260 - 15, 113);  // the cross
+    display->click(100 + 260 - 15, 113);  // the close button
     EXPECT_TRUE(eventually([&] { return !exists(file("n.json")) && display->notes().size() == 1; })) << log();
     EXPECT_EQ(display->end(), 0);
 }
 
-TEST_F(Display, readerNeverSeesHalfANote) {
+TEST_F(Display, readerNeverSeesAPartlyWrittenNote) {
     put("n", ",\"editable\":true");
     const auto display = start(1);
     const auto isWhole = [](const std::string& text) { return text.starts_with('{') && text.ends_with('}'); };
-    // Wine refuses to replace a file that a reader has open: such a save fails, and the next one is looked at.
+    // Wine refuses to replace a file that a reader has open. Such a save fails, so check the next one.
     for (int round = 1; round <= 20 && linesWith("Saved note id=n") < 2; ++round) {
         display->typeIntoBody("abc");
         EXPECT_TRUE(eventually([&] {
             const std::string text = readFile(file("n.json"));
-            EXPECT_TRUE(text.empty() || isWhole(text)) << text;  // empty: it could not be opened
+            EXPECT_TRUE(text.empty() || isWhole(text)) << text;  // empty: the file could not be opened
             return linesWith("Saved note id=n") + linesWith("saveNote failed: id=n") == round || HasFailure();
         })) << log();
     }
     EXPECT_EQ(linesWith("Saved note id=n"), 2) << log();
 }
 
-TEST_F(Display, endOfTheSessionSavesAWaitingEdit) {
+TEST_F(Display, endOfTheSessionSavesAPendingEdit) {
     put("n", ",\"editable\":true");
     const auto display = start(1);
     display->typeIntoBody("abc");

@@ -4,7 +4,7 @@
 
 #include "support/Text.h"
 
-TEST(InstanceNames, folderAndSuffixReplaceWhatCannotStandInThem) {
+TEST(InstanceNames, folderAndSuffixReplaceInvalidCharacters) {
     const std::tuple<const WCHAR*, const WCHAR*, const WCHAR*> rows[] = {
         {TEXT(""), TEXT(""), TEXT("")},
         {TEXT("blue 1.\u00E9"), TEXT("blue 1.\u00E9"), TEXT(".blue 1.\u00E9")},

@@ -4,11 +4,11 @@
 
 namespace {
 
-constexpr std::uint64_t kStart = 0x100000000U;  // ticks need more than 32 bits
+constexpr std::uint64_t kStart = 0x100000000U;  // a tick count above 32 bits
 
 }  // namespace
 
-TEST(OwnWrites, reportsAreOursForThreeSecondsAfterTheLastWrite) {
+TEST(OwnWrites, changesCountAsOwnForThreeSecondsAfterTheLastWrite) {
     OwnWrites writes;
     EXPECT_FALSE(writes.isOwn(TEXT("a"), kStart));
     writes.mark(TEXT("a"), kStart);

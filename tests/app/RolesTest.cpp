@@ -1,4 +1,4 @@
-// The program as a process: exit codes, standard output, what the debugger hears, the log it leaves.
+// The program as a process: exit codes, standard output, debug output and the log file.
 #include <gtest/gtest.h>
 
 #include <regex>
@@ -45,7 +45,7 @@ TEST_F(Roles, contractQueryAnswersOnStandardOutput) {
     EXPECT_EQ(result.debugOutput, "") << "no App exists for it";
 }
 
-TEST_F(Roles, contractQueryAllowsNoOtherArgument) {
+TEST_F(Roles, contractQueryRefusesOtherArguments) {
     const WideString query = TEXT("--applet-contract-version");
     for (const WideString& arguments : {query + TEXT(" x"), TEXT("x ") + query, TEXT("--help ") + query,
                                         TEXT("-i ") + query, query + TEXT(" ") + query}) {
@@ -56,7 +56,7 @@ TEST_F(Roles, contractQueryAllowsNoOtherArgument) {
     EXPECT_EQ(log(), "");
 }
 
-TEST_F(Roles, helpIsABoxAndNothingElseHappens) {
+TEST_F(Roles, helpOnlyShowsAMessageBox) {
     for (const WCHAR* arguments :
          {TEXT("-h"), TEXT("--register --help"), TEXT("--help --register"), TEXT("--applet-queue /? x")}) {
         const ProcessResult result = run(arguments);
@@ -68,7 +68,7 @@ TEST_F(Roles, helpIsABoxAndNothingElseHappens) {
     EXPECT_EQ(log(), "");
 }
 
-TEST_F(Roles, everyRefusalHasItsExitCodeAndItsText) {
+TEST_F(Roles, everyErrorHasItsExitCodeAndMessage) {
     const char* const combined = "[ERROR] App: Task management and session dispatch actions cannot be combined\r\n";
     const char* const rejected = "AppletNotes: invalid applet queue arguments\n";
     const std::tuple<const WCHAR*, DWORD, const char*, bool> rows[] = {
@@ -94,8 +94,8 @@ TEST_F(Roles, everyRefusalHasItsExitCodeAndItsText) {
     }
 }
 
-// An ordinary user's process is refused at once; Wine lets everybody pass, and its scheduler then cannot be reached, or
-// makes no triggers.
+// Windows refuses an ordinary user's process at once. Wine accepts every user, but its scheduler cannot be reached or
+// creates no triggers.
 TEST_F(Roles, failedTaskRolesLogTheStepAndItsHresult) {
     const std::tuple<const WCHAR*, DWORD, std::string, std::string> rows[] = {
         {TEXT("--register -i x"), 11, "/register failed: ", "Connect to Task Scheduler|Create logon trigger"},
@@ -110,8 +110,9 @@ TEST_F(Roles, failedTaskRolesLogTheStepAndItsHresult) {
     }
 }
 
-TEST_F(Roles, unknownOptionsAreIgnoredAndTheLogHasEveryLine) {
-    writeFile(programData / TEXT("file"), "in the way");  // where the notes are to be: the start ends early
+TEST_F(Roles, unknownOptionsAreIgnoredAndTheLogIsComplete) {
+    writeFile(programData / TEXT("file"),
+              "in the way");  // a file where the notes folder belongs, so that the start fails early
     const WideString folder = TEXT(" --folder \"") + (programData / TEXT("file")) + TEXT("\"");
     const ProcessResult result = run(TEXT("-i blue --no-autostart --what \"a b\" --log-level loud") + folder);
     EXPECT_EQ(result.exitCode, 3U);
@@ -137,7 +138,7 @@ TEST_F(Roles, appletRolesLeaveNoLogFile) {
          {TEXT("--applet-recover"), TEXT("--applet-queue -i applet-00000002-000000000003A1F7-01DC2F6A5B3C4D10")}) {
         const ProcessResult result = run(arguments);
         EXPECT_TRUE(has(result.debugOutput, "[INFO ] App: Vellumd starting; pid=")) << result.debugOutput;
-        // Without a store there is nothing to recover. Under Wine no logon is complete enough to own one.
+        // Without a store there is nothing to recover. Under Wine the logon data is too incomplete to create a store.
         EXPECT_TRUE(result.exitCode == 15 || has(utf8(arguments), "recover")) << result.exitCode;
         EXPECT_TRUE(result.exitCode == 15 || result.exitCode == 0) << result.exitCode;
     }

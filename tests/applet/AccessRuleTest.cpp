@@ -22,7 +22,7 @@ struct Entry {
     Bytes sid;
 };
 
-// The bytes of an access list, as Windows lays it out.
+// The bytes of an access list in Windows' layout.
 Bytes listOf(const std::vector<Entry>& entries) {
     Bytes list(sizeof(ACL));
     for (const Entry& entry : entries) {
@@ -49,7 +49,7 @@ bool isGood(Bytes owner, const std::vector<Entry>& entries) {
 
 }  // namespace
 
-TEST(AccessRule, objectIsTheOwnersAloneWhenEveryEntryAllowsTheOwner) {
+TEST(AccessRule, objectIsPrivateIfEveryEntryAllowsItsOwner) {
     EXPECT_TRUE(isGood(kUser, {kOwn}));
     EXPECT_TRUE(isGood(kUser, {kOwn, {kAllow, kInheritOnly, kUser}, kOwn}));
 }

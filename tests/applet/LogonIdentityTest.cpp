@@ -10,7 +10,7 @@ constexpr LogonIdentity kGood = {2, {0x3A1F7, 0}, 0x1DC2F6A5B3C4D10};
 
 }  // namespace
 
-TEST(LogonIdentity, validityHasItsRanges) {
+TEST(LogonIdentity, acceptsOnlyValuesInRange) {
     for (const LogonIdentity& valid : std::initializer_list<LogonIdentity>{
              kGood, {0x7FFFFFFF, {1, 0}, 1}, {1, {0, 1}, 1}, {1, {0, -1}, 1}, {1, {1, 0}, 0x7FFFFFFFFFFFFFFF}})
         EXPECT_TRUE(isValid(valid)) << valid.sessionId << " " << valid.logonTime;
@@ -19,7 +19,7 @@ TEST(LogonIdentity, validityHasItsRanges) {
         EXPECT_FALSE(isValid(invalid)) << invalid.sessionId << " " << invalid.logonTime;
 }
 
-TEST(LogonIdentity, ownerIsLiveOnlyWhenEverythingAgrees) {
+TEST(LogonIdentity, ownerIsLiveOnlyIfEveryFieldMatches) {
     LogonIdentity otherSession = kGood, otherLow = kGood, otherHigh = kGood, tickLater = kGood;
     ++otherSession.sessionId;
     ++otherLow.logonId.LowPart;
@@ -31,12 +31,12 @@ TEST(LogonIdentity, ownerIsLiveOnlyWhenEverythingAgrees) {
         EXPECT_EQ(classifyOwner(kGood, &other, true, 0), OwnerState::Gone);
 }
 
-TEST(LogonIdentity, ownerIsGoneWhenThereIsNoSuchLogon) {
+TEST(LogonIdentity, ownerIsGoneIfTheLogonDoesNotExist) {
     for (const LogonIdentity* live : {static_cast<const LogonIdentity*>(nullptr), &kGood})
         EXPECT_EQ(classifyOwner(kGood, live, true, ERROR_NO_SUCH_LOGON_SESSION), OwnerState::Gone);
 }
 
-TEST(LogonIdentity, ownerIsUnknownWithoutAnAnswer) {
+TEST(LogonIdentity, ownerIsUnknownIfTheQueryFails) {
     const LogonIdentity invalid = {};
     EXPECT_EQ(classifyOwner(kGood, &kGood, true, ERROR_ACCESS_DENIED), OwnerState::Unknown);
     EXPECT_EQ(classifyOwner(kGood, nullptr, true, 0), OwnerState::Unknown);

@@ -23,10 +23,10 @@ TEST(QueueName, readsTheNameOfAClaimedQueue) {
     EXPECT_EQ(utf8(name.claimToken), "6F9619FF8B86D011b42d00c04fc964ff");
 }
 
-TEST(QueueName, refusesEverythingElseAndLeavesNothingBehind) {
+TEST(QueueName, refusesMalformedNamesAndClearsTheResult) {
     const WideString plain = TEXT("applet-00000002-000000000003A1F7-01DC2F6A5B3C4D10");
     const WideString claimed = plain + TEXT("-r-6F9619FF8B86D011B42D00C04FC964FF");
-    // Where what is put in.
+    // Each row: a valid name, a position, and texts that make it invalid there.
     const std::tuple<const WideString&, std::size_t, std::vector<const WCHAR*>> rows[] = {
         {plain, 0, {TEXT("A")}},
         {plain, 6, {TEXT("_")}},
@@ -50,7 +50,7 @@ TEST(QueueName, refusesEverythingElseAndLeavesNothingBehind) {
         }
 }
 
-TEST(QueueName, refusesNamesOfAnotherLength) {
+TEST(QueueName, refusesNamesOfWrongLength) {
     const WideString plain = TEXT("applet-00000002-000000000003A1F7-01DC2F6A5B3C4D10");
     const WideString claimed = plain + TEXT("-r-6F9619FF8B86D011B42D00C04FC964FF");
     QueueName name;
@@ -59,7 +59,7 @@ TEST(QueueName, refusesNamesOfAnotherLength) {
         EXPECT_FALSE(parseQueueName(text, name)) << utf8(text);
 }
 
-TEST(QueueName, isWrittenInCapitalsAndReadsBack) {
+TEST(QueueName, writesUpperCaseHexThatReadsBack) {
     LogonIdentity identity = {2, {0x3A1F7, 0}, 0x1DC2F6A5B3C4D10};
     EXPECT_EQ(utf8(formatQueueName(identity)), "applet-00000002-000000000003A1F7-01DC2F6A5B3C4D10");
     identity = {0x7FFFFFFF, {0xFFFFFFFF, -0x7FFFFFFF - 1}, 0x7FFFFFFFFFFFFFFF};
@@ -71,7 +71,7 @@ TEST(QueueName, isWrittenInCapitalsAndReadsBack) {
     EXPECT_TRUE(formatQueueName(identity).empty());
 }
 
-TEST(QueueName, notesHaveNamesOfTheirOwn) {
+TEST(QueueName, recognizesTheNamesOfPrivateNotes) {
     const auto ofLength = [](std::size_t units) {
         return TEXT("note_") + WideString(units - 10, TEXT('x')) + TEXT(".json");
     };

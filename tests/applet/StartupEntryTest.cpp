@@ -11,7 +11,7 @@ namespace {
 
 constexpr const WCHAR* kValue = TEXT("OmbrelAppletNotes");
 
-// Every case has a key of its own.
+// Every case has its own key.
 class StartupEntry : public testing::Test {
   protected:
     StartupEntry() {
@@ -52,10 +52,10 @@ TEST_F(StartupEntry, removesTheValueOnlyWhenItIsOurs) {
     }
 }
 
-TEST_F(StartupEntry, keyWithoutTheValueIsFine) {
+TEST_F(StartupEntry, succeedsIfTheValueIsMissing) {
     EXPECT_EQ(removeRunValue(key.get(), expected), 0U);
 }
 
-TEST_F(StartupEntry, programThatIsNotStagedRemovesNothing) {
+TEST_F(StartupEntry, unstagedProgramRemovesNothing) {
     EXPECT_EQ(removeStartupEntry(TEXT("C:\\store")), DWORD{ERROR_ACCESS_DENIED});
 }

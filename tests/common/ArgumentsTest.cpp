@@ -18,7 +18,7 @@ std::string shown(const std::vector<WideString>& arguments) {
 
 }  // namespace
 
-TEST(Arguments, quotedArgumentSplitsIntoItself) {
+TEST(Arguments, quotedArgumentSplitsBackToItself) {
     const std::pair<const WCHAR*, const WCHAR*> rows[] = {{TEXT(""), TEXT("\"\"")},
                                                           {TEXT("plain"), TEXT("\"plain\"")},
                                                           {TEXT("C:\\a b\\"), TEXT("\"C:\\a b\\\\\"")},
@@ -47,7 +47,7 @@ TEST(Arguments, splitsAsTheSystemDoes) {
         {TEXT("p \"a\"\"\"b c\""), "<p><a\"b c>"},
         {TEXT("p \"\"\"\" x"), "<p><\" x>"},
         {TEXT("a \"b c\" d"), "<a><b c><d>"},
-        // The program's name knows neither backslashes nor quotes in its middle.
+        // In the program name, backslashes and inner quotes have no special meaning.
         {TEXT("\"a\\\" b"), "<a\\><b>"},
         {TEXT("\"a b\"c d"), "<a b><c><d>"},
         {TEXT("p\"q r\"s t"), "<p\"q><rs t>"}};
@@ -56,7 +56,7 @@ TEST(Arguments, splitsAsTheSystemDoes) {
     EXPECT_EQ(shown(splitCommandLine(TEXT(""))), "<" + utf8(executablePath()) + ">");
 }
 
-TEST(Arguments, roundTripOfRandomTexts) {
+TEST(Arguments, randomTextsSurviveQuotingAndSplitting) {
     std::mt19937 random(20260314);
     constexpr WideView alphabet = TEXT("\\\\\\\\\"\"\" \tab\u00E9\u2605\xD83D\xDE00");
     for (int round = 0; round < 20000; ++round) {

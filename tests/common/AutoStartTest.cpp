@@ -9,7 +9,7 @@ namespace {
 
 constexpr const WCHAR* kRun = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run");
 
-// Its type and its text, the terminator included, or the error.
+// The value's type and text including the terminator, or the error.
 std::string stored() {
     RegistryKey key;
     BYTE bytes[1024];
@@ -29,8 +29,8 @@ void store(DWORD type, const WideString& text) {
 
 }  // namespace
 
-// One case alone, since all processes of a user share the value.
-TEST(AutoStart, writesFindsAndRemovesTheValueAndCountsTextOnly) {
+// A single case, since all processes of a user share the value.
+TEST(AutoStart, writesFindsAndRemovesTheValueAndAcceptsTextOnly) {
     EXPECT_TRUE(clearAutoStart());
     EXPECT_FALSE(isAutoStartSet());
     EXPECT_TRUE(clearAutoStart()) << "nothing to remove is as good";

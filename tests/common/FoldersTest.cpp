@@ -6,7 +6,7 @@
 #include "support/Files.h"
 #include "support/Text.h"
 
-TEST(Folders, makesEveryMissingFolder) {
+TEST(Folders, createsEveryMissingFolder) {
     const TempFolder folder;
     EXPECT_TRUE(createDirectoryTree(folder / TEXT("a\\b\\c")));
     EXPECT_TRUE(exists(folder / TEXT("a\\b\\c")));
@@ -28,7 +28,7 @@ TEST(Folders, refusesWhatCannotBecomeAFolder) {
     EXPECT_EQ(errorAfter(createDirectoryTree(folder / TEXT("a|b"))), ERROR_INVALID_NAME);
 }
 
-TEST(Folders, knowsItsImageAndTheDefaultFolder) {
+TEST(Folders, findsTheExecutableAndTheDefaultFolder) {
     EXPECT_TRUE(exists(executablePath())) << utf8(executablePath());
     EXPECT_EQ(leafName(executablePath()).substr(0, 6), TEXT("vellum"));
 

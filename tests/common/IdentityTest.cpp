@@ -7,7 +7,7 @@
 
 #include "support/Text.h"
 
-TEST(Identity, guidsHaveTheirFormAndDiffer) {
+TEST(Identity, guidsAreWellFormedAndUnique) {
     const std::regex form("[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}");
     std::set<std::string> texts, tails;
     for (int i = 0; i < 16; ++i) {

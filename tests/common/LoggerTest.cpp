@@ -23,13 +23,13 @@ std::vector<std::string> linesOf(const std::string& bytes) {
     return lines;
 }
 
-// Each test is a process of its own, with a log folder of its own.
+// Each test is its own process with its own log folder.
 class Logger : public testing::Test {
   protected:
     ~Logger() override { logClose(); }
 
     std::string logged() { return readFile(logPath()); }
-    // The line behind its timestamp.
+    // The last line without its timestamp.
     std::string lastLine() {
         const std::vector<std::string> lines = linesOf(logged());
         return lines.empty() ? std::string() : lines.back().substr(std::min<std::size_t>(25, lines.back().size()));
@@ -56,7 +56,7 @@ TEST_F(Logger, logFileIsNamedAfterSessionUserAndDay) {
     EXPECT_TRUE(has(utf8(logPath()), "\\OmbrelService_Common_blue\\Logs\\Vellumd_"));
 }
 
-TEST_F(Logger, lineHasItsExactForm) {
+TEST_F(Logger, lineHasTheExactFormat) {
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     logWrite(LogLevel::Info, TEXT("App"), TEXT("Vellumd starting; pid=%lu"), DWORD(4312));
     const std::string line = logged();
@@ -86,7 +86,7 @@ TEST_F(Logger, levelsBelowTheThresholdAreDropped) {
     EXPECT_EQ(lastLine(), "[DEBUG] App: d");
 }
 
-TEST_F(Logger, messageIsCutAt1999UnitsWithoutAMark) {
+TEST_F(Logger, messageIsCutAt1999UnitsWithoutAnEllipsis) {
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     const std::string head = "[INFO ] App: ";
     for (const std::size_t units : {1998U, 1999U, 2000U, 5000U}) {
@@ -98,7 +98,7 @@ TEST_F(Logger, messageIsCutAt1999UnitsWithoutAMark) {
         stars += "\xE2\x98\x85";
     logWrite(LogLevel::Info, TEXT("App"), TEXT("%ls"), WideString(2500, 0x2605).c_str());
     EXPECT_TRUE(lastLine() == head + stars) << "three bytes for each unit";
-    // A cut through a surrogate pair leaves half a character, which no encoding can carry.
+    // The cut splits a surrogate pair. The lone half becomes U+FFFD.
     logWrite(LogLevel::Info, TEXT("App"), TEXT("%ls\xD83D\xDE00"), message(1998).c_str());
     EXPECT_EQ(lastLine(), head + std::string(1998, 'm') + "\xEF\xBF\xBD");
 }
@@ -111,7 +111,7 @@ TEST_F(Logger, lineThatIsTooLongLosesItsEnd) {
     EXPECT_EQ(line.back(), 'm');
 }
 
-TEST_F(Logger, rotatesBehindTheLineThatFillsTheFile) {
+TEST_F(Logger, rotatesAfterTheLineThatFillsTheFile) {
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     logWrite(LogLevel::Info, TEXT("App"), TEXT("x"));
     const std::size_t lineBytes = logged().size();
@@ -135,7 +135,7 @@ TEST_F(Logger, rotatesBehindTheLineThatFillsTheFile) {
 }
 
 TEST_F(Logger, worksWithoutAFile) {
-    for (const std::size_t tooLong : {0U, 257U, 260U}) {  // 0: unset
+    for (const std::size_t tooLong : {0U, 257U, 260U}) {  // 0: the variable is unset
         const WideString value = TEXT("C:\\") + WideString(tooLong, TEXT('x'));
         const EnvironmentScope changed(TEXT("PROGRAMDATA"), tooLong == 0 ? nullptr : value.c_str());
         EXPECT_FALSE(logOpen(LogLevel::Debug, nullptr)) << tooLong;
@@ -162,7 +162,7 @@ TEST_F(Logger, secondOpenChangesOnlyLevelAndInstance) {
     EXPECT_TRUE(has(utf8(logPath()), "OmbrelService_Common_green"));
 }
 
-TEST_F(Logger, readersMayOpenTheLogAndASecondWriterMayNot) {
+TEST_F(Logger, readersMayOpenTheLogButASecondWriterMayNot) {
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     const FileHandle writer(CreateFileW(logPath().c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                         nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -172,7 +172,7 @@ TEST_F(Logger, readersMayOpenTheLogAndASecondWriterMayNot) {
     EXPECT_TRUE(reader);
 }
 
-TEST_F(Logger, secondProcessGoesOnWithoutAFile) {
+TEST_F(Logger, secondProcessContinuesWithoutAFile) {
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     logWrite(LogLevel::Info, TEXT("App"), TEXT("mine"));
     const std::string before = logged();
@@ -185,7 +185,7 @@ TEST_F(Logger, secondProcessGoesOnWithoutAFile) {
     EXPECT_EQ(logged().substr(0, before.size()), before);
 }
 
-TEST_F(LoggerThreads, noLineIsTorn) {
+TEST_F(LoggerThreads, linesOfTwoThreadsNeverMix) {
     constexpr int kLines = 10000;
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     const auto writeLines = [](const WCHAR* component) {
@@ -196,7 +196,7 @@ TEST_F(LoggerThreads, noLineIsTorn) {
     writeLines(TEXT("App"));
     other.join();
 
-    // More than one file is full by then: what is left is the end of it, in order for each thread.
+    // The lines fill more than one file. The two files together hold all lines, in order for each thread.
     std::vector<std::string> lines = linesOf(readFile(logPath() + TEXT(".1")));
     const std::vector<std::string> newer = linesOf(logged());
     lines.insert(lines.end(), newer.begin(), newer.end());
@@ -211,7 +211,7 @@ TEST_F(LoggerThreads, noLineIsTorn) {
     }
 }
 
-TEST_F(LoggerThreads, fileMayCloseUnderAWriter) {
+TEST_F(LoggerThreads, fileMayCloseWhileAnotherThreadWrites) {
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     std::thread other([] {
         for (int i = 0; i < 2000; ++i)
@@ -229,7 +229,7 @@ TEST_F(LoggerThreads, fileMayCloseUnderAWriter) {
 TEST(LogLevelWords, levelsAreReadInAnyCase) {
     struct Row {
         const WCHAR* word;
-        int level;  // -1: refused
+        int level;  // -1: not a level
     };
     const Row rows[] = {{TEXT("debug"), 0}, {TEXT("Info"), 1}, {TEXT("WARN"), 2},      {TEXT("warning"), 2},
                         {TEXT("eRRor"), 3}, {TEXT("err"), -1}, {TEXT(""), -1},         {TEXT("debug "), -1},

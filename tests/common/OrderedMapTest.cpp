@@ -17,7 +17,7 @@ std::string keys(OrderedMap<int>& map) {
 
 }  // namespace
 
-TEST(OrderedMap, iteratesInInsertionOrderAndTellsCaseApart) {
+TEST(OrderedMap, iteratesInInsertionOrderAndIsCaseSensitive) {
     OrderedMap<int> map;
     map.set(TEXT("b"), 1);
     map.set(TEXT("a"), 2);
@@ -36,14 +36,14 @@ TEST(OrderedMap, iteratesInInsertionOrderAndTellsCaseApart) {
     EXPECT_EQ(map.find(TEXT("a")), nullptr);
 }
 
-TEST(OrderedMap, elementKeepsItsAddressAndMayBeErasedByItsOwnKey) {
+TEST(OrderedMap, elementKeepsItsAddressAndCanBeErasedByItsOwnKey) {
     OrderedMap<std::unique_ptr<int>> map;
     map.set(TEXT("first"), std::make_unique<int>(1));
     const auto* const value = map.find(TEXT("first"));
     for (int i = 0; i < 1000; ++i)
         map.set(wide(std::to_string(i)), std::make_unique<int>(i));
     EXPECT_EQ(map.find(TEXT("first")), value);
-    map.erase(map.begin()->first);  // the key that is given lies in the element
+    map.erase(map.begin()->first);  // the key argument is part of the erased element
     EXPECT_EQ(map.find(TEXT("first")), nullptr);
     EXPECT_EQ(map.size(), 1000U);
 }

@@ -42,7 +42,7 @@ TEST(Paths, splitsAtTheLastSeparatorOfEitherKind) {
     }
 }
 
-TEST(Paths, plainStemNamesAFileOfTheFolderItself) {
+TEST(Paths, plainStemCannotNameADeviceOrAnotherFolder) {
     const WCHAR* const plain[] = {TEXT("a"),    TEXT("hidden"),     TEXT("..."),   TEXT("a."),   TEXT(" a "),
                                   TEXT("a..b"), TEXT("\x7F\u00E9"), TEXT("COM"),   TEXT("com0"), TEXT("com10"),
                                   TEXT("nul1"), TEXT("xnul"),       TEXT("a.nul"), TEXT("lpta")};

@@ -17,7 +17,7 @@ std::string fields(const SYSTEMTIME& time) {
 
 }  // namespace
 
-TEST(UtcTime, readsSixNumbersAndForgivesTheRest) {
+TEST(UtcTime, readsSixNumbersAndToleratesTheRest) {
     const std::pair<const WCHAR*, const char*> rows[] = {
         {TEXT("2026-03-14T09:26:53Z"), "2026 3 14 9 26 53"},
         {TEXT("2026-03-14T09:26:53"), "2026 3 14 9 26 53"},
@@ -41,7 +41,7 @@ TEST(UtcTime, readsSixNumbersAndForgivesTheRest) {
     }
 }
 
-TEST(UtcTime, refusesAndLeavesTheTimeAlone) {
+TEST(UtcTime, refusesMalformedTextAndKeepsTheTime) {
     for (const WCHAR* text :
          {TEXT(""), TEXT("2026-03-14"), TEXT("2026-3-4T9:6:3Z"), TEXT("2026-3-14T9:26:53Z"),
           TEXT("2026-03-14T09:26:\u00A053"), TEXT("2026-03-14 09:26:53"), TEXT("2026-03-14t09:26:53Z"),

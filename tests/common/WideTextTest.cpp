@@ -4,7 +4,7 @@
 
 #include "support/Text.h"
 
-TEST(WideText, formatsAlikeOnEveryPlatform) {
+TEST(WideText, formatsTheSameOnEveryPlatform) {
     const DWORD big = 4294967295U;
     const std::size_t size = 18446744073709551615U;
     const WORD month = 3;

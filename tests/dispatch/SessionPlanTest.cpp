@@ -14,7 +14,7 @@ TEST(SessionPlan, onlyActiveConnectedAndDisconnectedSessionsAreServed) {
     EXPECT_TRUE(SessionLauncher::isDispatchableSession(0xFFFFFFFF, 4));
 }
 
-TEST(SessionPlan, commandLineAndFolderFollowFromThePath) {
+TEST(SessionPlan, derivesCommandLineAndFolderFromThePath) {
     using SessionLauncher::commandLine;
     using SessionLauncher::workingFolder;
     const WideString program = TEXT("C:\\Program Files\\Vellumd.exe");

@@ -1,4 +1,4 @@
-// The case files beside the test program.
+// Reads the case files next to the test program.
 #pragma once
 
 #include <sstream>
@@ -10,10 +10,10 @@
 #include "support/Files.h"
 
 struct Case {
-    std::string left, right;  // around " => ", with their bytes
+    std::string left, right;  // the two sides of " => ", unescaped
 };
 
-// "<41>" is the byte 0x41.
+// Replaces "<41>" by the byte 0x41, and so on.
 inline std::string unescaped(const std::string& text) {
     std::string bytes;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -27,7 +27,7 @@ inline std::string unescaped(const std::string& text) {
     return bytes;
 }
 
-// Several texts stand with " || " between them.
+// Splits a list of texts at the separator "||".
 inline std::vector<std::string> texts(const std::string& side) {
     std::vector<std::string> all;
     for (std::size_t at = 0, end = 0; end != std::string::npos; at = end + 4) {
@@ -41,7 +41,7 @@ inline std::string readTestFile(WideView name) {
     return readFile(joinPath(joinPath(parentPath(executablePath()), TEXT("test-data")), name));
 }
 
-// Both sides of each line that is no comment; one case for each text of the left side with each of the right side.
+// Reads each line that is not a comment. Combines each text of the left side with each text of the right side.
 inline std::vector<Case> readCases(WideView name) {
     std::vector<Case> cases;
     std::istringstream file(readTestFile(name));

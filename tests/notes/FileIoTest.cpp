@@ -49,7 +49,7 @@ TEST(FileIo, refusesWhatCannotBeRead) {
     EXPECT_EQ(bytes, "");
 }
 
-TEST(FileIo, noteThatSomebodyHoldsOpenIsNotReplaced) {
+TEST(FileIo, noteThatIsOpenElsewhereIsNotReplaced) {
     const TempFolder folder;
     const WideString path = folder / TEXT("a.json");
     writeFile(path, "old");

@@ -14,7 +14,7 @@ namespace {
 
 struct Outcome {
     bool ok;
-    std::string text;  // compact, or the error
+    std::string text;  // compact JSON, or the error
 };
 
 Outcome parseBytes(const std::string& bytes) {
@@ -25,7 +25,7 @@ Outcome parseBytes(const std::string& bytes) {
     return {ok, ok ? serializeJsonUtf8(value, false) : utf8(error)};
 }
 
-// The same by way of UTF-16, which is the measure.
+// Parses after conversion to UTF-16. This is the reference for parseBytes.
 Outcome parseConverted(const std::string& bytes) {
     JsonValue value;
     WideString error;
@@ -75,8 +75,8 @@ TEST(Json, refusesWithTextAndPosition) {
     EXPECT_EQ(parseConverted("\xEF\xBB\xBF\xEF\xBB\xBF{}").text, errorAt(1, 1, "unexpected character"));
 }
 
-TEST(Json, malformedUtf8IsReplacedAsThePlatformReplacesIt) {
-    // Windows replaces each longest beginning of a character and each byte that begins none; Wine has its own rules.
+TEST(Json, replacesMalformedUtf8LikeThePlatform) {
+    // Windows replaces each longest valid prefix, and each byte that starts no character. Wine uses other rules.
     const struct {
         std::vector<std::string> bytes;
         std::size_t onWindows, underWine;
@@ -90,17 +90,17 @@ TEST(Json, malformedUtf8IsReplacedAsThePlatformReplacesIt) {
             EXPECT_EQ(parseBytes("[\"" + bytes + "x\",1]").text,
                       "[\"" + utf8(repeated(TEXT("\uFFFD"), isWine() ? row.underWine : row.onWindows)) + "x\",1]")
                 << bytes;
-    // Cut short by the end of the text. Under Wine the quote goes with it.
+    // The sequence is cut off by the end of the string. Under Wine the closing quote is lost too.
     EXPECT_EQ(parseBytes("{\"id\":\"a\xF0\"}").text,
               isWine() ? errorAt(1, 10, "unterminated string") : "{\"id\":\"a\xEF\xBF\xBD\"}");
 }
 
-TEST(Json, readsAndWritesTextsThatJustFillABuffer) {
+TEST(Json, readsAndWritesTextsThatExactlyFillABuffer) {
     const std::pair<const char*, const char*> rows[] = {{"\\ud83d\\ude00", "\xF0\x9F\x98\x80"},
                                                         {"\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},
                                                         {"\xE2\x82\xAC", "\xE2\x82\xAC"},
                                                         {"\\u001f", "\\u001f"}};
-    for (const std::size_t buffer : {2048U, 4096U})  // that of the parser, that of the writer
+    for (const std::size_t buffer : {2048U, 4096U})  // the buffer of the parser, the buffer of the writer
         for (std::size_t length = buffer - 8; length <= buffer + 2; ++length)
             for (const auto& [tail, written] : rows) {
                 const std::string head = "\"" + std::string(length, 'a');
@@ -109,7 +109,7 @@ TEST(Json, readsAndWritesTextsThatJustFillABuffer) {
             }
 }
 
-TEST(Json, limitsHoldAtTheirEdges) {
+TEST(Json, enforcesLimitsExactly) {
     JsonValue value;
     WideString error;
     EXPECT_TRUE(parseJson(repeated(TEXT("["), 65) + repeated(TEXT("]"), 65), value, &error));
@@ -128,7 +128,7 @@ TEST(Json, limitsHoldAtTheirEdges) {
     EXPECT_EQ(utf8(error), errorAt(1, 2097155, "too many array items"));
 }
 
-TEST(Json, objectsHaveUpTo1048576MembersHoweverFewTheirKeys) {
+TEST(Json, memberLimitOf1048576CountsRepeatedKeys) {
     std::string many = "{\"0\":0";
     for (std::size_t i = 1; i < 1048576; ++i)
         many += ",\"" + std::to_string(i % 10) + "\":1";
@@ -151,7 +151,7 @@ TEST(Json, largeObjectsAreReadInLinearTime) {
     EXPECT_EQ(value.members[48576].value.numberValue, 5);
 }
 
-TEST(Json, stringsHaveTheirLimit) {
+TEST(Json, stringsHaveALengthLimit) {
     constexpr std::size_t kMost = 16777217;
     const std::tuple<std::size_t, const char*, const char*> rows[] = {
         {kMost, "\"", ""},
@@ -166,7 +166,7 @@ TEST(Json, stringsHaveTheirLimit) {
     }
 }
 
-TEST(Json, lastValueOfARepeatedKeyWinsInTheFirstPlace) {
+TEST(Json, repeatedKeyKeepsItsFirstPositionAndLastValue) {
     for (const int members : {63, 64, 65, 200}) {
         std::string document = "{";
         for (int i = 0; i < members; ++i)
@@ -183,7 +183,7 @@ TEST(Json, lastValueOfARepeatedKeyWinsInTheFirstPlace) {
     }
 }
 
-TEST(Json, valueMayBeReplacedByItsOwnPart) {
+TEST(Json, valueCanBeReplacedByAPartOfItself) {
     JsonValue value;
     ASSERT_TRUE(parseJson(TEXT("[[1,2,3,4,5,6,7,8]]"), value, nullptr));
     value = value.items[0];
@@ -196,13 +196,13 @@ TEST(Json, valueMayBeReplacedByItsOwnPart) {
     EXPECT_EQ(serializeJsonUtf8(name, false), "{\"a name that is longer than its value holds in place\":true}");
 }
 
-TEST(Json, bothReadersAgreeOnDamagedDocuments) {
+TEST(Json, bothParsersAgreeOnDamagedDocuments) {
     std::mt19937 random(20260314);
     const std::string good =
         "{\"id\":\"a\\u00e9\\ud83d\\ude00\",\"t\":\"Gr\xC3\xBC\xC3\x9F \xE4\xBD\xA0 \xF0\x9F\x98\x80 \\\\par\\r\\n"
         "0123456789abcdef0123456789abcdef\",\n "
         "\"n\":[1,-2.5e3,1e999,0.1,12345678901234567],\"o\":{\"x\":true,\"y\":null}}";
-    // Of which parts are put in: what has a meaning, whole, half and out of place.
+    // Pieces of this text damage the document: characters with a meaning, whole, halved and misplaced.
     const std::string meaning("\"\\{}[],:\n\\u\\ud83d1-e x\xC3\x80\xED\xA0\x80\xF4\x90\0", 30);
     int accepted = 0;
     for (int round = 0; round < 20000; ++round) {
@@ -223,7 +223,7 @@ TEST(Json, bothReadersAgreeOnDamagedDocuments) {
     EXPECT_GT(accepted, 500) << "damage inside of strings is often no damage";
 }
 
-TEST(Json, runsAreCopiedAsOneByOne) {
+TEST(Json, vectorCopiesMatchTheScalarOnes) {
     std::mt19937 random(7);
     const WCHAR units[] = {TEXT('a'), TEXT('Z'), 0x20,  0x7F,   TEXT('"'), TEXT('\\'), 0x1F,   0,
                            0x80,      0xFF,      0x100, 0x7FFF, 0x8000,    0xD83D,     0xFF80, 0xFFFF};
@@ -247,7 +247,7 @@ TEST(Json, runsAreCopiedAsOneByOne) {
     }
 }
 
-TEST(JsonValue, readsWithoutFailing) {
+TEST(JsonValue, gettersNeverFail) {
     JsonValue value;
     ASSERT_TRUE(parseJson(TEXT("{\"s\":\"x\",\"a\":[1,\"two\"],\"o\":{\"k\":true}}"), value, nullptr));
     EXPECT_EQ(utf8(value.find(TEXT("s")).asString()), "x");
@@ -261,7 +261,7 @@ TEST(JsonValue, readsWithoutFailing) {
     EXPECT_EQ(&value.find(TEXT("no")), &value.at(0)) << "there is one Null for all";
 }
 
-TEST(JsonValue, changesInPlaceAndKeepsTheOrder) {
+TEST(JsonValue, editsInPlaceAndKeepsTheOrder) {
     JsonValue value(3.5);
     value.set(TEXT("b"), JsonValue(1.0));
     value.set(TEXT("a"), JsonValue(2.0));
@@ -277,9 +277,9 @@ TEST(JsonValue, changesInPlaceAndKeepsTheOrder) {
     value.erase(TEXT("b"));
 }
 
-TEST(JsonValue, moveLeavesNullAndMayTakeAPartOfItsTarget) {
+TEST(JsonValue, moveLeavesNullAndCanMoveAPartOfTheTarget) {
     JsonValue from(WideString(TEXT("moved"))), to(std::move(from)), outer;
-    EXPECT_EQ(from.kind, JsonKind::Null);  // NOLINT: what a move leaves is part of the contract
+    EXPECT_EQ(from.kind, JsonKind::Null);  // NOLINT: the state after a move is part of the contract
     EXPECT_TRUE(from.stringValue.empty());
     EXPECT_EQ(utf8(to.asString()), "moved");
     outer.set(TEXT("in"), JsonValue(WideString(TEXT("inner"))));

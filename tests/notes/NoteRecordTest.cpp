@@ -9,10 +9,10 @@
 
 namespace {
 
-// A note read from a document with this behind the id.
+// Reads a note from a document with these members after the id.
 NoteRecord noteWith(const std::string& members) {
     JsonValue value;
-    NoteRecord record;  // has held another note
+    NoteRecord record;  // filled with values of another note
     record.bgColor = record.titleBarBGColor = record.noteTitleColor = record.noteBodyColor = 1;
     record.titleBarBGColorSet = record.hasPosition = true;
     record.x = record.y = record.width = record.height = record.monitorBounds.top = 500;
@@ -23,7 +23,7 @@ NoteRecord noteWith(const std::string& members) {
     return record;
 }
 
-// What becomes of one member by one load and one save: the text behind its key; empty when the key is gone.
+// The JSON text of member `key` after one load and one save; empty if the save dropped it.
 std::string saved(const std::string& members, const std::string& key) {
     JsonValue value;
     EXPECT_TRUE(parseJsonUtf8(serializeNote(noteWith(members)), value, nullptr));
@@ -31,7 +31,7 @@ std::string saved(const std::string& members, const std::string& key) {
     return value.contains(name) ? serializeJsonUtf8(value.find(name), false) : "";
 }
 
-// The text of a note that has nothing but defaults.
+// The text of a note with default values only.
 std::string shortForm(const NoteRecord& record, const std::string& author, const std::string& editable) {
     return "{\n  \"id\": \"" + utf8(record.id) + "\",\n  \"title\": \"\",\n  \"content\": \"\",\n  \"author\": \"" +
            author + "\",\n  \"created\": \"" + utf8(formatUtcTime(record.created)) + "\",\n  \"modified\": \"" +
@@ -48,7 +48,7 @@ std::string now() {
 
 }  // namespace
 
-TEST(NoteRecord, savesOnlyWhatIsValidAndNotTheDefault) {
+TEST(NoteRecord, savesOnlyValidNonDefaultValues) {
     const std::pair<const char*, std::vector<const char*>> rows[] = {
         {"unknown", {R"("unknown":1)"}},
         {"bgColor",
@@ -64,7 +64,7 @@ TEST(NoteRecord, savesOnlyWhatIsValidAndNotTheDefault) {
             EXPECT_EQ(saved(members, key), "") << members;
 }
 
-TEST(NoteRecord, savesTextsColoursAndTimesInOneForm) {
+TEST(NoteRecord, normalisesTextsColoursAndTimesOnSave) {
     const std::tuple<const char*, const char*, const char*> rows[] = {
         {R"("noteTitleColor":"#1E1E1F")", "noteTitleColor", R"("#1E1E1F")"},
         {R"("bgColor":"#abc")", "bgColor", R"("#AABBCC")"},
@@ -86,7 +86,7 @@ TEST(NoteRecord, savesTextsColoursAndTimesInOneForm) {
         EXPECT_EQ(saved(members, key), after) << members;
 }
 
-TEST(NoteRecord, numbersOfThePlaceAreCutToTheirRanges) {
+TEST(NoteRecord, clampsPositionAndSize) {
     const std::tuple<const char*, const char*, const char*> rows[] = {
         {"{}", "0 0", "260 260"},
         {R"({"width":1,"height":99999})", "0 0", "120 8000"},
@@ -102,7 +102,7 @@ TEST(NoteRecord, numbersOfThePlaceAreCutToTheirRanges) {
     EXPECT_EQ(saved(R"("position":{"x":5,"width":300})", "position"), R"({"x":5,"y":0,"width":300,"height":260})");
 }
 
-TEST(NoteRecord, numbersOfTheMonitorAreCutToTheirRanges) {
+TEST(NoteRecord, clampsMonitorBounds) {
     const std::pair<const char*, const char*> rows[] = {
         {R"({"device":5,"bounds":[1]})", R"("left":0,"top":0,"right":0,"bottom":0)"},
         {R"({"bounds":{"left":1e10,"top":2147483648}})",
@@ -113,7 +113,7 @@ TEST(NoteRecord, numbersOfTheMonitorAreCutToTheirRanges) {
                   std::string(R"({"device":"","bounds":{)") + bounds + "}}");
 }
 
-TEST(NoteRecord, missingTimesBecomeTheTimeOfTheLoad) {
+TEST(NoteRecord, missingTimesBecomeTheLoadTime) {
     const std::string before = now();
     const NoteRecord record = noteWith("\"created\":\"2026-3-4\"");
     EXPECT_GE(utf8(formatUtcTime(record.created)), before);
@@ -121,7 +121,7 @@ TEST(NoteRecord, missingTimesBecomeTheTimeOfTheLoad) {
     EXPECT_EQ(utf8(formatUtcTime(record.modified)), utf8(formatUtcTime(record.created)));
 }
 
-TEST(NoteRecord, smallestNoteTakesEveryDefault) {
+TEST(NoteRecord, noteWithOnlyAnIdTakesEveryDefault) {
     const NoteRecord record = noteWith("");
     EXPECT_EQ(serializeNote(record), shortForm(record, "", "false"));
     EXPECT_EQ(record.titleBarBGColor, 0x004DEBFEU);
@@ -130,7 +130,7 @@ TEST(NoteRecord, smallestNoteTakesEveryDefault) {
     EXPECT_FALSE(noteWith("\"position\":[1,2]").hasPosition);
 }
 
-TEST(NoteRecord, documentWithoutAnIdLeavesTheRecordAlone) {
+TEST(NoteRecord, documentWithoutAnIdKeepsTheRecordUnchanged) {
     for (const char* document :
          {"{}", "{\"id\":\"\"}", "{\"id\":5}", "{\"id\":null}", "[]", "\"a\"", "{\"ID\":\"a\"}"}) {
         JsonValue value;
@@ -142,7 +142,7 @@ TEST(NoteRecord, documentWithoutAnIdLeavesTheRecordAlone) {
     }
 }
 
-TEST(NoteRecord, filesOfTheFormatReadAndWriteBack) {
+TEST(NoteRecord, filesSurviveLoadAndSaveByteForByte) {
     const TempFolder folder;
     const std::string whole = readTestFile(TEXT("format\\good\\whole.json"));
     ASSERT_GT(whole.size(), 600U);
@@ -184,13 +184,13 @@ TEST(NoteRecord, documentedSamplesLoadOrFailAsDocumented) {
         }
 }
 
-TEST(NoteRecord, newNoteIsWrittenInItsShortForm) {
+TEST(NoteRecord, newNoteIsSavedInShortForm) {
     const NoteRecord record = newNoteRecord(TEXT("ann"));
     EXPECT_EQ(record.id.size(), 36U);
     EXPECT_EQ(serializeNote(record), shortForm(record, "ann", "true"));
 }
 
-TEST(NoteRecord, colorsHaveTwoForms) {
+TEST(NoteRecord, readsTwoColourFormats) {
     const std::pair<WideView, COLORREF> rows[] = {
         {TEXT("#FFCC00"), 0x0000CCFF}, {TEXT("#ffcc01"), 0x0001CCFF}, {TEXT("#abc"), 0x00CCBBAA}, {TEXT("#000"), 0}};
     COLORREF color = 0;
