@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Checks the sources for what no compiler refuses. Prints each finding as "file:line: what: cure" and ends with 1 if
-there is any.
+"""Checks the sources for faults that compilers accept. Prints each finding as "file:line: what: cure" and exits with 1
+if there are any.
 
 A rule is a function that yields findings; RULES at the end lists them."""
 
@@ -13,14 +13,14 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
-# The floors of each tree, the lowest first. A folder includes itself and the folders of lower floors; those of one
-# floor do not include each other.
+# The floors (layers) of each tree, lowest first. A folder may include itself and lower floors, but not another folder
+# on its own floor.
 FLOORS = {
     "src": [["common"], ["notes"], ["watch", "dispatch", "applet", "window"], ["app"]],
     "platform": [["core"], ["machine"], ["security"], ["files", "threads", "process", "com"], ["windows"], ["drawing"],
                  ["controls", "tasks"], ["testing"]],
 }
-NO_FLOOR = {"src/resources", "platform/include", "platform/supplement"}  # no sources, or headers of Windows alone
+NO_FLOOR = {"src/resources", "platform/include", "platform/supplement"}  # no sources, or headers for one platform
 
 MOST_FUNCTION_LINES = 60
 MOST_FILE_LINES = 500
@@ -36,7 +36,7 @@ Finding = collections.namedtuple("Finding", "path line what cure")
 # --- sources
 
 def files_in(folders, *endings):
-    """The files of these folders with these endings, by their paths from the root."""
+    """The files in these folders with these suffixes, as paths from the root."""
     for folder in folders:
         for file in sorted((ROOT / folder).rglob("*")):
             if file.is_file() and file.suffix in endings:
@@ -48,7 +48,7 @@ def text_of(path):
 
 
 def without_comments(text):
-    """C++ whose comments and quoted texts are blank, with every line where it was. The quotes stay."""
+    """The C++ text with comments and literals replaced by blanks. Line numbers and quotes stay."""
     quoted = r'"(?:\\.|[^"\\\n])*"|(?<!\w)\'(?:\\.|[^\'\\\n])+\''
     token = re.compile(r'//[^\n]*|/\*.*?\*/|R"\(.*?\)"|' + quoted, re.S)
 
@@ -66,7 +66,7 @@ def line_at(text, offset):
 # --- floors
 
 def includes_of(path):
-    """Pairs of line and name for what a file includes with quotes."""
+    """Line and name of each quoted include in a file."""
     for number, line in enumerate(text_of(path).splitlines(), 1):
         match = re.match(r'#include "([^"]+)"', line)
         if match:
@@ -99,7 +99,7 @@ def climb(tree, path, line, name):
 
 
 def circles(tree):
-    """A finding for each include that closes a circle of files."""
+    """A finding for each include that closes a cycle of files."""
     paths = tree_files(tree)
     known = {path.removeprefix(tree + "/"): path for path in paths}
     state = {}
@@ -140,7 +140,7 @@ def without_directives(text):
 
 
 def kind_of_block(head, inside):
-    """What the brace behind `head` opens."""
+    """The kind of block that the brace after `head` opens."""
     if inside == "body":
         return "body"
     if head.rstrip().endswith(("=", ",", "(", "return")):
@@ -150,7 +150,7 @@ def kind_of_block(head, inside):
     if is_scope and not re.search(r"\)\s*(?:const|noexcept|override|\s)*$", head):
         return "scope"
     if re.search(r"\)\s*(?:noexcept\s*)?:", head) and re.search(r"\w\s*$", head):
-        return "value"  # of a member, before a constructor's body
+        return "value"  # starts a member's initialiser
     return "body" if "(" in head else "value"
 
 
@@ -207,8 +207,8 @@ def long_files():
 # --- declarations without a user
 
 def declarations(path):
-    """Pairs of name and line: functions outside of interfaces, macros, constants, enumerators with a value of their own
-    (the others hold the places of those behind them)."""
+    """Name and line of each function outside interfaces, macro, constant, and enumerator with an explicit value. Other
+    enumerators may be unused: they keep the values of those after them."""
     text = without_comments(text_of(path))
     call = r"^(?!using |#)\w[\w:*& ]*?\b(\w+)\([^;{}]*\);"
     for match in re.finditer(r"^#define (\w+)|^inline constexpr \w+ (\w+)|" + call, text, re.M):
@@ -219,7 +219,7 @@ def declarations(path):
 
 
 def words_used():
-    """How often each word is used in the sources. The definition of a call, which begins its line, is no use."""
+    """How often the sources use each word. A function definition, which starts its line, does not count as a use."""
     words = collections.Counter()
     for path in files_in(USERS, ".h", ".cpp"):
         text = without_comments(text_of(path))
@@ -269,7 +269,7 @@ def format_differences():
 # --- what a person reads
 
 def longest():
-    """The twenty longest functions and files."""
+    """Prints the twenty longest functions and files."""
     functions = [(last - first + 1, f"{path}:{first} {name}") for path, name, first, last in all_functions()]
     files = [(text_of(path).count("\n"), path) for path in files_in(MEASURED, ".h", ".cpp", ".py", ".sh")]
     for title, entries in (("functions", functions), ("files", files)):

@@ -13,7 +13,7 @@ for _ in $(seq 300); do
     if log | tail -n 50 | grep -q 'Started; '; then break; fi
     sleep .1
 done
-sleep 1.5  # until the last note is painted
+sleep 1.5  # wait until the last note is painted
 import -window root "$picture"
 status=$?
 kill "$program" 2>/dev/null

@@ -1,9 +1,8 @@
-"""The documents are right: their snippets run, their links lead somewhere, and the paths and commands that they name
-exist.
+"""Checks the documents: their snippets run, their links work, and the paths and commands that they name exist.
 
-A fenced block of sh, bash, console or python runs in a fresh copy of the sources beside the native build, with a
-machine, a home and a notes folder of its own and without a network. In a console block the lines after "$ " run. A
-block that cannot run here has the line <!-- not run: REASON --> before it. Blocks of data have no need of it."""
+Each fenced block of sh, bash, console or python runs in a fresh copy of the sources with the native build, with its
+own machine, home and notes folder, and without a network. In a console block the lines that start with "$ " run. A
+block that cannot run here has the line <!-- not run: REASON --> before it. Blocks of data do not need it."""
 import os
 import pathlib
 import re
@@ -25,7 +24,7 @@ RUNNERS = {"sh": SHELL, "bash": SHELL, "console": SHELL, "python": ["/usr/bin/py
 FENCE = re.compile(r"(?:^ *<!-- not run: (?P<reason>.*) -->\n)?^(?P<indent> *)```(?P<language>.*)\n"
                    r"(?P<text>(?:.*\n)*?)^(?P=indent)```$", re.M)
 LINK = re.compile(r"\]\(([^)\s]+)\)")
-SOURCES = ("", "src", "platform", "tests")  # where a path may begin
+SOURCES = ("", "src", "platform", "tests")  # prefixes of a path in the documents
 
 
 @dataclass
@@ -55,7 +54,7 @@ def without_blocks(text):
 
 
 def anchors_of(text):
-    """What a link may have after "#", one for each heading."""
+    """The anchors that links may use, one for each heading."""
     headings = re.findall(r"^#+ (.*)$", without_blocks(text), re.M)
     return [re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in headings]
 
@@ -77,7 +76,7 @@ def commands_of_dev():
 
 
 def exists(path):
-    """Also "core/Gate" for core/Gate.h and core/Gate.cpp, and "docs/*.md"."""
+    """Whether a path exists. Accepts patterns ("docs/*.md"), and "core/Gate" for core/Gate.h and core/Gate.cpp."""
     path = path.rstrip("/")
     return any(list((ROOT / place).glob(path)) or list((ROOT / place).glob(path + ".*")) for place in SOURCES)
 
@@ -89,7 +88,7 @@ def looks_like_a_path(name):
 
 
 def dead_names(text):
-    """Paths of the sources and commands of dev.sh that the page names and nobody has."""
+    """The source paths and dev.sh commands that the page names but that do not exist."""
     for name in re.findall(r"`([^`\n]+)`", without_blocks(text)):
         if name.startswith("./dev.sh "):
             if name.split()[1] not in commands_of_dev() + ["COMMAND"]:
@@ -99,7 +98,7 @@ def dead_names(text):
 
 
 def dead_cases(text):
-    """Cases of GoogleTest that a block runs and nobody has: the program would run none and end with 0."""
+    """The test cases that a block runs but that do not exist. GoogleTest would run none and exit with 0."""
     sources = "".join(path.read_text(encoding="utf-8") for path in sorted((ROOT / "tests").rglob("*.cpp")))
     for suite, case in re.findall(r"--gtest_filter=(\w+)\.(\w+)", text):
         if f"({suite}, {case})" not in sources:
@@ -119,7 +118,7 @@ def faulty_blocks(page, text):
 # --- running
 
 def copy_sources(folder):
-    # The sources may belong to another user than the one who tests them.
+    # The sources may belong to another user than the one who runs the tests.
     command = ["git", "-c", "safe.directory=*", "ls-files", "-z", "--cached", "--others", "--exclude-standard"]
     listed = subprocess.run(command, cwd=ROOT, check=True, capture_output=True, text=True).stdout
     for name in filter(None, listed.split("\0")):
@@ -131,7 +130,7 @@ def copy_sources(folder):
 
 
 def without_network():
-    """The words before a command that take the network away, where the system allows it."""
+    """The command prefix that removes network access, if the system allows it."""
     words = ["unshare", "--net"] if os.geteuid() == 0 else ["unshare", "--net", "--map-root-user"]
     allowed = shutil.which("unshare") and subprocess.run([*words, "true"], stderr=subprocess.DEVNULL).returncode == 0
     return words if allowed else []
@@ -147,7 +146,7 @@ def environment_in(folder):
 
 
 def kill_processes(folder):
-    """Kills the processes of machines in this folder; says whether there were any."""
+    """Kills the processes of machines in this folder. Returns whether there were any."""
     found = False
     for place in pathlib.Path("/proc").glob("[0-9]*/environ"):
         try:
@@ -155,12 +154,12 @@ def kill_processes(folder):
                 os.kill(int(place.parent.name), signal.SIGKILL)
                 found = True
         except OSError:
-            continue  # it has ended, or is another user's
+            continue  # it has ended, or belongs to another user
     return found
 
 
 def end_processes(folder):
-    """Ends what a block has left running. A process that is just being started shows no environment for a moment."""
+    """Ends the processes that a block left running. A process that is just starting has no environment for a moment."""
     quiet = 0
     while quiet < 3:
         quiet = 0 if kill_processes(folder) else quiet + 1
@@ -168,7 +167,7 @@ def end_processes(folder):
 
 
 def run(block, folder):
-    """The exit code of a block and what it wrote."""
+    """Runs a block. Returns its exit code and output."""
     copy_sources(folder / "sources")
     text = block.text
     if block.language == "console":

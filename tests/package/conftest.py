@@ -1,4 +1,4 @@
-"""The released executable, as the tests see it."""
+"""Fixtures that read the released executable."""
 import pathlib
 
 import pefile
@@ -14,7 +14,7 @@ def image():
 
 @pytest.fixture(scope="session")
 def resource(image):
-    """Returns a function: bytes of a resource by type, name or id, and language; fails when there is none."""
+    """Returns a function that finds a resource by type, name or id, and language. It fails if there is none."""
 
     def find(kind, name, language):
         for by_type in image.DIRECTORY_ENTRY_RESOURCE.entries:

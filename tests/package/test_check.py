@@ -1,4 +1,4 @@
-"""tools/check.py: the sources keep its rules, and each rule finds what breaks it."""
+"""Tests tools/check.py: the sources follow its rules, and each rule finds code that breaks it."""
 import pathlib
 import shutil
 import subprocess

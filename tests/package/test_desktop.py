@@ -1,4 +1,4 @@
-"""tools/desktop, with a display process on a machine of the test's own."""
+"""Tests tools/desktop with a display process. Each test has its own machine."""
 import json
 import os
 import pathlib
@@ -47,7 +47,7 @@ class Machine:
         return result.stdout
 
     def failure(self, *arguments):
-        """The exit code and the line of a command that fails."""
+        """Runs a command that must fail. Returns its exit code and error line."""
         result = self.run(*arguments)
         assert result.stdout == "" and result.stderr.count("\n") == 1
         return result.returncode, result.stderr.removeprefix("desktop: ").rstrip("\n")

@@ -1,4 +1,4 @@
-"""What the built Vellumd.exe carries and needs."""
+"""Checks the resources, imports and headers of the built Vellumd.exe."""
 import pathlib
 import re
 import struct
@@ -6,8 +6,8 @@ import xml.etree.ElementTree as tree
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
-# DLLs that every Windows since 7 ships, and that showing notes needs: those of the other roles are loaded when they are
-# needed, and what is newer is looked up at run time.
+# DLLs that every Windows since 7 ships and that showing notes needs. The program loads other DLLs when it first uses
+# them, and looks up newer functions at run time.
 ALLOWED_DLLS = {
     "advapi32.dll",
     "comctl32.dll",
@@ -20,7 +20,7 @@ ALLOWED_DLLS = {
     "user32.dll",
     "wtsapi32.dll",
 }
-# Entry points that came after Windows 7 and that a careless call, or a newer tool chain, would bring in.
+# Functions newer than Windows 7 that careless code or a newer tool chain could import.
 NEWER_THAN_WINDOWS_7 = {
     "CreateFile2",
     "GetDpiForMonitor",

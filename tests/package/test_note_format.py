@@ -1,4 +1,4 @@
-"""The documented note format: schema, samples and the examples of the page agree."""
+"""Checks the documented note format: the schema, the samples and the examples of the page agree."""
 import json
 import pathlib
 import re

@@ -1,4 +1,4 @@
-// The line of text that a title is.
+// The EDIT control, which shows the title of a note.
 #include "common/DrawingHandles.h"
 #include "support/ControlParent.h"
 
@@ -21,7 +21,7 @@ class Edit : public testing::Test {
 
 }  // namespace
 
-TEST_F(Edit, everyNewTextIsReportedAsAnUpdateAndAChange) {
+TEST_F(Edit, everyChangeSendsUpdateAndChange) {
     const std::tuple<void (*)(HWND), int, int, const char*, const char*> rows[] = {
         {[](HWND e) { SetWindowTextW(e, TEXT("new")); }, 1, 2, "new", "0-0"},
         {[](HWND e) { SetWindowTextW(e, TEXT("hello")); }, 1, 1, "hello", "0-0"},
@@ -42,7 +42,7 @@ TEST_F(Edit, everyNewTextIsReportedAsAnUpdateAndAChange) {
     EXPECT_EQ(parent.take(), "400 300 400 300") << "each character is one";
 }
 
-TEST_F(Edit, keysWithoutAnEffectAreNotReported) {
+TEST_F(Edit, keysWithoutEffectSendNothing) {
     const std::tuple<void (*)(HWND), int, const char*> rows[] = {
         {pressBackspace, 0, "0-0"},
         {[](HWND e) { press(e, VK_DELETE); }, 5, "5-5"},
@@ -57,7 +57,7 @@ TEST_F(Edit, keysWithoutAnEffectAreNotReported) {
     }
 }
 
-TEST_F(Edit, readOnlyStopsTheUserAndNotTheProgram) {
+TEST_F(Edit, readOnlyStopsTheUserButNotTheProgram) {
     EXPECT_EQ(SendMessageW(edit, EM_SETREADONLY, TRUE, 0), TRUE);
     EXPECT_NE(GetWindowLongW(edit, GWL_STYLE) & ES_READONLY, 0);
     select(1, 3);
@@ -75,7 +75,7 @@ TEST_F(Edit, readOnlyStopsTheUserAndNotTheProgram) {
     EXPECT_EQ(textOf(edit), "xby the program");
 }
 
-TEST_F(Edit, newFontSetsMarginsOfItsOwn) {
+TEST_F(Edit, newFontResetsTheMargins) {
     LOGFONTW description = {};
     description.lfHeight = -20;
     WideView(TEXT("Segoe UI")).copy(description.lfFaceName, LF_FACESIZE);
@@ -89,7 +89,7 @@ TEST_F(Edit, newFontSetsMarginsOfItsOwn) {
     SendMessageW(edit, WM_SETFONT, 0, TRUE);
 }
 
-TEST_F(Edit, hasABeamForACursor) {
+TEST_F(Edit, showsTheIBeamCursor) {
     SetCursor(LoadCursorW(nullptr, IDC_ARROW));
     SendMessageW(edit, WM_SETCURSOR, reinterpret_cast<WPARAM>(edit), MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
     EXPECT_EQ(SetCursor(nullptr), LoadCursorW(nullptr, IDC_IBEAM));

@@ -1,4 +1,4 @@
-// What is done to files and folders through their handles.
+// Queries and changes of files and folders through their handles.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -20,7 +20,7 @@ FileHandle open(const WideString& path, DWORD access, DWORD share = kAll, DWORD 
     return FileHandle(CreateFileW(path.c_str(), access, share, nullptr, disposition, flags, nullptr));
 }
 
-// 0, or the error.
+// Returns 0 or the error.
 DWORD renameTo(const FileHandle& file, const WideString& target, bool replaces) {
     const std::size_t nameBytes = target.size() * sizeof(WCHAR);
     std::vector<BYTE> request(offsetof(FILE_RENAME_INFO, FileName) + nameBytes + sizeof(WCHAR) + 8);
@@ -40,7 +40,7 @@ DWORD dispose(const FileHandle& file, bool isToGo = true) {
 
 }  // namespace
 
-TEST(FileHandles, fileHasItsKindSizeAndLinks) {
+TEST(FileHandles, reportsAttributesSizeAndLinkCount) {
     const TempFolder folder;
     writeFile(folder / TEXT("a"), "12345");
     BY_HANDLE_FILE_INFORMATION told = {};
@@ -84,7 +84,7 @@ TEST(FileHandles, renamesByHandle) {
     EXPECT_FALSE(exists(source));
 }
 
-TEST(FileHandles, removesByHandleWhenItIsClosed) {
+TEST(FileHandles, deletesByHandleWhenItIsClosed) {
     const TempFolder folder;
     const WideString path = folder / TEXT("a"), moved = folder / TEXT("b");
     writeFile(path, "x");

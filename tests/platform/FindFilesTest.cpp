@@ -1,4 +1,4 @@
-// Listing a folder.
+// FindFirstFileW and FindNextFileW.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -8,7 +8,7 @@
 #include "support/Files.h"
 #include "support/Text.h"
 
-TEST(FindFiles, namesMatchInAnyCaseAndAreSorted) {
+TEST(FindFiles, patternIgnoresCaseAndResultsAreSorted) {
     const TempFolder folder;
     std::filesystem::create_directory(hostPath(folder / TEXT("d.json")));
     for (const WideView name : {TEXT("_.json"), TEXT("a-.json"), TEXT("a.json"), TEXT("B.JSON"), TEXT("c0.json"),

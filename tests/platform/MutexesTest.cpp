@@ -8,7 +8,7 @@
 #include "common/WideText.h"
 #include "support/Files.h"
 
-TEST(Mutexes, secondHandleLearnsThatTheNameExists) {
+TEST(Mutexes, secondHandleGetsAlreadyExists) {
     for (const WideView title : {TEXT("plain"), TEXT("a:b*?\"<>|"), TEXT("\u00fcber\u6f22"), TEXT("with /"), TEXT(".."),
                                  TEXT("with %3A percent")}) {
         const WideString name = TEXT("Local\\Vellumd.Test.") + WideString(title);

@@ -1,4 +1,4 @@
-// The paragraphs of text that a note's body is.
+// The rich edit control, which shows the body of a note.
 #include "support/ControlParent.h"
 
 namespace {
@@ -26,7 +26,7 @@ class RichEdit : public testing::Test {
     }
 };
 
-// True when the RTF has this control word.
+// Whether the RTF contains this control word.
 bool hasWord(const std::string& rtf, const std::string& word) {
     for (std::size_t at = 0; (at = rtf.find("\\" + word, at)) != std::string::npos; ++at) {
         const char next = rtf[at + 1 + word.size()];
@@ -52,7 +52,7 @@ TEST_F(RichEdit, linesOfPlainTextEndInCrLf) {
     }
 }
 
-TEST_F(RichEdit, reportsAChangeOnceAndOnlyWhenAsked) {
+TEST_F(RichEdit, sendsOneChangeAndOnlyIfTheMaskAsksForIt) {
     const std::tuple<void (*)(HWND), const char*, int> rows[] = {
         {[](HWND e) { SetWindowTextW(e, TEXT("new")); }, "new", 1},
         {[](HWND e) { SetWindowTextW(e, TEXT("ab\r\ncd")); }, "ab\r\ncd", 1},
@@ -77,7 +77,7 @@ TEST_F(RichEdit, reportsAChangeOnceAndOnlyWhenAsked) {
         }
 }
 
-// Wine does not tell of a font, others may: a program has to live with both.
+// Wine does not report a font change, other systems may. A program has to work with both.
 TEST_F(RichEdit, newFontIsReportedAtMostOnce) {
     for (const int most : {1, 0}) {
         SendMessageW(edit, EM_SETEVENTMASK, 0, most * ENM_CHANGE);
@@ -125,7 +125,7 @@ TEST_F(RichEdit, readsTheTextOfRtf) {
     }
 }
 
-TEST_F(RichEdit, damagedRtfIsAnErrorAndKeepsTheTextBeforeTheDamage) {
+TEST_F(RichEdit, damagedRtfFailsAndKeepsTheTextBeforeTheDamage) {
     for (const char* none : {"", "{", "{\\rt", "text", "{\\pwd a}", "\xef\xbb\xbf{\\rtf1 a}", " {\\rtf1 a}"}) {
         SetWindowTextW(edit, TEXT("old"));
         Stream stream{none};
@@ -165,7 +165,7 @@ TEST_F(RichEdit, formatsAndTextSurviveRoundTrips) {
         EXPECT_FALSE(hasWord(streamOut(edit), word)) << word << " outlived the text";
 }
 
-TEST_F(RichEdit, oneColourForTheWholeTextReplacesItsColours) {
+TEST_F(RichEdit, colourForTheWholeTextReplacesAllColours) {
     streamIn(edit, R"({\rtf1 {\colortbl;\red1\green2\blue3;}a\cf1 b\par c})");
     select(1, 2);
     parent.take();
@@ -208,8 +208,8 @@ TEST_F(RichEdit, readsAndWritesInPiecesOfAnySize) {
     EXPECT_EQ(textOf(edit), text);
 }
 
-// A control that was told no limit may cut what is longer; one that was has all of it, and takes more.
-TEST_F(RichEdit, raisedLimitLetsLongTextsIn) {
+// With the default limit, a control may cut longer text. With a raised limit it keeps all text and accepts more.
+TEST_F(RichEdit, raisedLimitAcceptsLongText) {
     SendMessageW(edit, EM_EXLIMITTEXT, 0, 0x7FFFFFFE);
     std::string rtf = "{\\rtf1 ";
     for (int line = 0; line < 340; ++line)
@@ -222,7 +222,7 @@ TEST_F(RichEdit, raisedLimitLetsLongTextsIn) {
     EXPECT_EQ(textOf(edit).size(), units + 1);
 }
 
-TEST_F(RichEdit, refusingCallbackEndsTheStream) {
+TEST_F(RichEdit, failingCallbackEndsTheStream) {
     SetWindowTextW(edit, TEXT("old"));
     Stream in{"{\\rtf1 abc}", 6, 1};
     in.into(edit);

@@ -26,7 +26,7 @@ KernelHandle ownToken(DWORD access) {
     return token;
 }
 
-// Variable-size data in two calls.
+// Reads variable-size data: the first call gets the size, the second one the data.
 Bytes tokenData(HANDLE token, TOKEN_INFORMATION_CLASS what) {
     DWORD needed = 0;
     EXPECT_EQ(errorAfter(GetTokenInformation(token, what, nullptr, 0, &needed)), ERROR_INSUFFICIENT_BUFFER);
@@ -45,7 +45,7 @@ Field fieldOf(const Bytes& data, std::size_t offset = 0) {
     return field;
 }
 
-// Whether the pointer leads into the data, with all of the SID.
+// Whether the whole SID lies inside the data.
 bool holds(const Bytes& data, PSID sid) {
     const BYTE* at = static_cast<const BYTE*>(sid);
     return at > data.data() && at + 8 <= data.data() + data.size() && IsValidSid(sid) &&
@@ -54,7 +54,7 @@ bool holds(const Bytes& data, PSID sid) {
 
 }  // namespace
 
-TEST(Security, wellKnownSidsHaveTheirBytes) {
+TEST(Security, wellKnownSidsHaveTheDocumentedBytes) {
     const std::pair<WELL_KNOWN_SID_TYPE, Bytes> rows[] = {
         {WinLocalSystemSid, {1, 1, 0, 0, 0, 0, 0, 5, 18, 0, 0, 0}},
         {WinBuiltinAdministratorsSid, {1, 2, 0, 0, 0, 0, 0, 5, 32, 0, 0, 0, 0x20, 2, 0, 0}},
@@ -66,7 +66,7 @@ TEST(Security, wellKnownSidsHaveTheirBytes) {
         for (const auto& other : rows)
             EXPECT_EQ(IsWellKnownSid(sid.data(), other.first) != FALSE, other.first == type);
         DWORD small = static_cast<DWORD>(sid.size() - 1);
-        EXPECT_FALSE(CopySid(small, copy.data(), sid.data()));  // Wine leaves the last error as it was
+        EXPECT_FALSE(CopySid(small, copy.data(), sid.data()));  // Wine does not set the last error here
         EXPECT_EQ(errorAfter(CreateWellKnownSid(type, nullptr, sid.data(), &small)), ERROR_INSUFFICIENT_BUFFER);
         EXPECT_EQ(small, sid.size());
         ASSERT_TRUE(CopySid(static_cast<DWORD>(copy.size()), copy.data(), sid.data()));
@@ -76,14 +76,14 @@ TEST(Security, wellKnownSidsHaveTheirBytes) {
     }
 }
 
-TEST(Security, damagedSidsAreNotValid) {
+TEST(Security, damagedSidsAreInvalid) {
     Bytes unknownRevision = {2, 0, 0, 0, 0, 0, 0, 5}, tooManyParts = wellKnown(WinLocalSystemSid);
     tooManyParts[1] = 16;
     for (const PSID sid : {PSID{nullptr}, PSID{unknownRevision.data()}, PSID{tooManyParts.data()}})
         EXPECT_FALSE(IsValidSid(sid));
 }
 
-TEST(Security, sidIsMadeOfItsParts) {
+TEST(Security, buildsASidFromItsParts) {
     SID_IDENTIFIER_AUTHORITY authority = {SECURITY_NT_AUTHORITY};
     PSID made = nullptr;
     ASSERT_TRUE(AllocateAndInitializeSid(&authority, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS, 3, 4, 5,
@@ -94,7 +94,7 @@ TEST(Security, sidIsMadeOfItsParts) {
     FreeSid(made);
 }
 
-TEST(Security, tokenTellsTheSizeFirstAndThenTheData) {
+TEST(Security, tokenInformationReturnsSizeThenData) {
     const KernelHandle token = ownToken(TOKEN_QUERY);
     const Bytes user = tokenData(token.get(), TokenUser), label = tokenData(token.get(), TokenIntegrityLevel),
                 groups = tokenData(token.get(), TokenGroups);
@@ -113,7 +113,7 @@ TEST(Security, tokenTellsTheSizeFirstAndThenTheData) {
             << i;
 }
 
-TEST(Security, tokenHasFieldsOfFixedSize) {
+TEST(Security, tokenInformationReturnsFixedSizeData) {
     const KernelHandle token = ownToken(TOKEN_QUERY);
     DWORD session = 77, needed = 0, ofProcess = 78;
     EXPECT_TRUE(GetTokenInformation(token.get(), TokenSessionId, &session, sizeof session, &needed));
@@ -127,7 +127,7 @@ TEST(Security, tokenHasFieldsOfFixedSize) {
     EXPECT_TRUE(GetTokenInformation(token.get(), TokenElevationType, &elevation, sizeof elevation, &needed));
 }
 
-TEST(Security, tokenRefusesWhatItsHandleMayNotDo) {
+TEST(Security, tokenRefusesCallsWithoutTheAccessRight) {
     HANDLE none = nullptr;
     EXPECT_EQ(errorAfter(OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, &none)), ERROR_NO_TOKEN);
 

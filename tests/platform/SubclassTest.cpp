@@ -1,4 +1,4 @@
-// Procedures before a window's own.
+// Window subclassing.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -10,13 +10,13 @@ namespace {
 
 constexpr UINT kAsk = WM_APP + 1;
 
-std::string heard;  // by the procedures, in their order
+std::string heard;  // the messages received, in call order
 
 LRESULT CALLBACK own(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == kAsk || message == WM_NCDESTROY) heard += "own ";
     return message == kAsk ? 1 : DefWindowProcW(window, message, wParam, lParam);
 }
-// Takes itself away at the end, and hands on all the same.
+// Removes itself at WM_NCDESTROY and still calls the next procedure.
 LRESULT CALLBACK passing(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR id, DWORD_PTR data) {
     if (message == kAsk || message == WM_NCDESTROY) heard += std::to_string(id) + ":" + std::to_string(data) + " ";
     if (message == WM_NCDESTROY) RemoveWindowSubclass(window, passing, id);
@@ -53,7 +53,7 @@ class Subclass : public testing::Test {
 
 }  // namespace
 
-TEST_F(Subclass, lastOneSetRunsFirst) {
+TEST_F(Subclass, lastSubclassSetRunsFirst) {
     for (const UINT_PTR id : {1, 2, 3})
         EXPECT_TRUE(SetWindowSubclass(window, passing, id, id * 11));
     EXPECT_EQ(ask(), "3:33 2:22 1:11 own = 1000");
@@ -71,7 +71,7 @@ TEST_F(Subclass, lastOneSetRunsFirst) {
     EXPECT_EQ(ask(), "own = 1");
 }
 
-TEST_F(Subclass, procedureHearsTheEndOfItsWindow) {
+TEST_F(Subclass, subclassReceivesNcDestroy) {
     for (const UINT_PTR id : {1, 2})
         SetWindowSubclass(window, passing, id, 5);
     DestroyWindow(window);

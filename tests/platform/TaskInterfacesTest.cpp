@@ -1,5 +1,5 @@
-// The interfaces of the Task Scheduler, of which the program and the stand-in have some in their own words: what is
-// called lies where the published interface has it, and is asked for by the published number.
+// Task Scheduler interfaces. The program and the stand-in declare some of them on their own. This checks that each
+// called method has its published vtable slot, and each interface its published IID.
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -12,8 +12,8 @@
 
 namespace {
 
-// Which entry of the object's table the method is. Both compilers write a pointer to a virtual method as one more than
-// its place in the table.
+// The vtable slot of a method. Both compilers store a pointer to a virtual method as the byte offset of its slot plus
+// 1.
 template <typename Method>
 std::size_t slotOf(Method method) {
     std::size_t word = 0;
@@ -23,7 +23,7 @@ std::size_t slotOf(Method method) {
 
 }  // namespace
 
-TEST(TaskInterfaces, methodsHaveTheirPublishedPlaces) {
+TEST(TaskInterfaces, methodsHaveTheirPublishedSlots) {
     const std::tuple<const char*, std::size_t, std::size_t> rows[] = {
 #define METHOD(name, published) {#name, slotOf(&name), published}
         // clang-format off
@@ -54,7 +54,7 @@ TEST(TaskInterfaces, methodsHaveTheirPublishedPlaces) {
         EXPECT_EQ(slot, published) << method;
 }
 
-TEST(TaskInterfaces, numbersAreThePublishedOnes) {
+TEST(TaskInterfaces, identifiersMatchThePublishedOnes) {
     const std::pair<GUID, const char*> rows[] = {
         {CLSID_TaskScheduler, "{0F87369F-A4E5-4CFC-BD3E-73E6154572DD}"},
         {IID_ITaskService, "{2FABA4C7-4DA9-4013-9697-20CC3FD40F85}"},

@@ -1,4 +1,4 @@
-// A window that text controls stand in, which keeps what they tell it; and what a test does to them.
+// A parent window for text controls that records their notifications, and functions that act on the controls.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -40,7 +40,7 @@ class ControlParent {
 
     HWND handle() const { return handle_; }
     HWND makeEdit(const WCHAR* text) { return make(TEXT("EDIT"), text, WS_CHILD | WS_VISIBLE | ES_AUTOHSCROLL); }
-    // A rich edit control that reports changes.
+    // Creates a rich edit control with EN_CHANGE enabled.
     HWND makeRichEdit() {
         LoadLibraryW(TEXT("Msftedit.dll"));
         const HWND control = make(TEXT("RICHEDIT50W"), TEXT(""), kRichStyle);
@@ -53,12 +53,12 @@ class ControlParent {
         take();
         return control;
     }
-    // The codes of WM_COMMAND since the last call, such as "400 300".
+    // The WM_COMMAND codes since the last call, in hexadecimal, such as "400 300".
     std::string take() { return std::exchange(told_, {}); }
-    // How many of them were EN_CHANGE.
+    // The number of EN_CHANGE codes among them.
     int takeChanges() {
         const std::string told = take();
-        return static_cast<int>(std::count(told.begin(), told.end(), '3'));  // no other code has one
+        return static_cast<int>(std::count(told.begin(), told.end(), '3'));  // no other code contains a 3
     }
 
   private:
@@ -77,7 +77,7 @@ class ControlParent {
     std::string told_;
 };
 
-// The text as the product reads it.
+// The text as WM_GETTEXT returns it.
 inline std::string textOf(HWND control) {
     WideString text(static_cast<std::size_t>(GetWindowTextLengthW(control)), u'\0');
     const int units = GetWindowTextW(control, text.data(), static_cast<int>(text.size()) + 1);
@@ -85,7 +85,7 @@ inline std::string textOf(HWND control) {
     return utf8(text);
 }
 
-// As a keyboard does: the key goes down and gives its character, if it has one.
+// Sends what a key press sends: WM_KEYDOWN, and WM_CHAR if the key has a character.
 inline void press(HWND control, WPARAM key, WCHAR character = 0) {
     SendMessageW(control, WM_KEYDOWN, key, 0);
     if (character != 0) SendMessageW(control, WM_CHAR, character, 0);
@@ -107,11 +107,11 @@ inline std::string selectionOf(HWND control) {
     return std::to_string(first) + "-" + std::to_string(last);
 }
 
-// One pass of bytes through a control: what it moves at most at once, and the call that refuses.
+// Streams bytes in or out. `most` limits the bytes per call; call number `refusedCall` fails.
 struct Stream {
     std::string bytes;
     std::size_t most = 1000000;
-    int refusedCall = 0;  // counted from 1
+    int refusedCall = 0;  // starts at 1; 0: none
     int calls = 0;
     DWORD error = 0;
     LRESULT result = 0;

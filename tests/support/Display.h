@@ -1,4 +1,4 @@
-// A display process that runs beside the test, and the windows that it shows, seen from outside.
+// A display process next to the test, and its windows as other processes see them.
 #pragma once
 
 #include <memory>
@@ -14,35 +14,35 @@ struct ShownWindow {
     DWORD style = 0;
     DWORD exStyle = 0;
     bool isVisible = false;
-    bool isActive = false;  // has the keyboard
+    bool isActive = false;  // the active window
 };
 
 class DisplayProcess {
   public:
     // Starts Vellumd with these arguments.
     DisplayProcess(const WideString& arguments, const Environment& environment);
-    // Kills it, if it still runs.
+    // Kills the process if it still runs.
     ~DisplayProcess();
     DisplayProcess(const DisplayProcess&) = delete;
     DisplayProcess& operator=(const DisplayProcess&) = delete;
 
-    // The notes that it shows, the uppermost first.
+    // The visible notes, topmost first.
     std::vector<ShownWindow> notes() const;
-    // What a user does with the mouse, in pixels of the screen, and with the keyboard.
+    // Simulates the mouse, in screen pixels, and the keyboard.
     void click(LONG x, LONG y) const;
-    // Drags a bar or the lower right corner.
+    // Drags by a title bar or by the bottom right corner.
     void drag(LONG fromX, LONG fromY, LONG toX, LONG toY) const;
-    // Characters of ASCII, into the body of the uppermost note; they are there on return.
+    // Types ASCII characters into the body of the topmost note. They have arrived when this returns.
     void typeIntoBody(const std::string& text) const;
-    // Tells the notes that the user's session ends; has returned when all have heard of it.
+    // Tells the notes that the session ends. Returns when all have handled it.
     void endSession() const;
-    // What an installer does that wants to replace the program's file: the end of the session for this program alone,
-    // and WM_CLOSE to each note at once.
+    // Does what an installer does to replace the program's file: ends the session for this program only, then sends
+    // WM_CLOSE to every note.
     void closeForInstaller() const;
-    // Closes the hidden message window, as nobody does in daily life, and waits for the process. Its exit code; -1 when
-    // it does not end in time.
+    // Closes the hidden message window and waits for the process. Returns its exit code, or -1 if it does not end in
+    // time.
     int end();
-    // Waits in the same way for a process that ends of itself.
+    // Like end(), for a process that ends on its own.
     int ends();
 
   private:

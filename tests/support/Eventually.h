@@ -1,10 +1,10 @@
-// Waiting in tests for what another thread or process does.
+// Waits for another thread or process.
 #pragma once
 
 #include <chrono>
 #include <thread>
 
-// Looks at the condition again and again; false when it has not come true within the limit.
+// Polls the condition. Returns false if it is still false at the time limit.
 template <typename Condition>
 bool eventually(Condition condition, std::chrono::milliseconds limit = std::chrono::seconds(30)) {
     const auto end = std::chrono::steady_clock::now() + limit;

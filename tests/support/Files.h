@@ -1,4 +1,4 @@
-// A folder of a test's own, seen with the eyes of the platform and with those of the C++ library.
+// Temporary folders and files, with their Windows paths and their paths for the C++ library.
 #pragma once
 
 #include <filesystem>
@@ -6,28 +6,28 @@
 
 #include "common/WideText.h"
 
-// Where the C++ library finds what the product knows by this path.
+// The path for the C++ library of a file that the product knows by `path`.
 std::filesystem::path hostPath(const WideString& path);
-// The other way.
+// The reverse of hostPath.
 WideString productPath(const std::filesystem::path& path);
 
-// Whether Wine takes the place of Windows.
+// Whether this is Wine and not Windows.
 bool isWine();
 
 std::string readFile(const WideString& path);
 std::string contentOf(const std::filesystem::path& hostFile);
 void writeFile(const WideString& path, const std::string& bytes);
 bool exists(const WideString& path);
-// All files below a folder, one after the other.
+// The contents of all files below a folder, concatenated.
 std::string readAllFiles(const WideString& folder);
 
-// 0 behind a call that has succeeded, else the last error.
+// 0 if the call has succeeded, otherwise the last error.
 template <typename Result>
 long errorAfter(const Result& result) {
     return result ? 0 : static_cast<long>(GetLastError());
 }
 
-// Made empty; removed with all it holds at the end of the scope.
+// An empty folder, removed with its content at the end of the scope.
 class TempFolder {
   public:
     TempFolder();
@@ -36,7 +36,7 @@ class TempFolder {
     TempFolder& operator=(const TempFolder&) = delete;
 
     const WideString& path() const { return path_; }
-    // A name in the folder, with "\" between its parts.
+    // The path of an item in the folder.
     WideString operator/(WideView name) const { return path_ + TEXT("\\") + WideString(name); }
 
   private:
@@ -44,7 +44,7 @@ class TempFolder {
     WideString path_;
 };
 
-// Gives a variable of the process's environment a value for the length of a scope; null removes it.
+// Sets an environment variable of the process until the end of the scope; null removes the variable.
 class EnvironmentScope {
   public:
     EnvironmentScope(const WCHAR* name, const WCHAR* value);

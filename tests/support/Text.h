@@ -1,12 +1,12 @@
-// Text in tests: UTF-8 for what is printed and for what files hold.
+// Text conversions for test output and file contents.
 #pragma once
 
 #include <string>
 
 #include "common/WideText.h"
 
-// Code points as they are: a lone surrogate becomes three bytes of its own, so that two texts are equal in UTF-8
-// exactly if they are equal in UTF-16.
+// Converts each unit on its own: a lone surrogate becomes three bytes. So two texts are equal in UTF-8 exactly if they
+// are equal in UTF-16.
 std::string utf8(WideView text);
 WideString wide(const std::string& asciiText);
 

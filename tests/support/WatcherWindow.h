@@ -1,4 +1,4 @@
-// The receiving side of the folder watcher: a message-only window of the calling thread, and what was posted to it.
+// The receiver of the folder watcher's messages: a message-only window of the calling thread that records them.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -37,7 +37,7 @@ class WatcherWindow {
 
     HWND handle() const { return handle_; }
 
-    // Takes over what lies in the queue. Each message is "+" (added or changed) or "-" (gone) and the full path.
+    // Reads the message queue. Records each message as "+" (added or changed) or "-" (removed) and the full path.
     void fetch() {
         MSG message;
         while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
@@ -55,7 +55,7 @@ class WatcherWindow {
     bool awaits(const std::string& message) {
         return eventually([&] { return has(message); });
     }
-    // Adds what comes to `seen` until it holds all that is expected.
+    // Collects messages in `seen` until it contains all expected ones.
     bool awaitsAll(const std::set<std::string>& expected, std::set<std::string>& seen) {
         return eventually([&] {
             for (std::string& message : take())
@@ -63,7 +63,7 @@ class WatcherWindow {
             return std::includes(seen.begin(), seen.end(), expected.begin(), expected.end());
         });
     }
-    // What came since the last call.
+    // The messages since the last call.
     std::vector<std::string> take() {
         fetch();
         return std::exchange(messages_, {});
@@ -74,7 +74,7 @@ class WatcherWindow {
     std::vector<std::string> messages_;
 };
 
-// A watched folder. How many messages one change gives differs: what is told twice in a row counts once.
+// A watched folder. The number of messages for one change varies, so repeated messages count once.
 class WatchedFolder {
   public:
     explicit WatchedFolder(WideString folder) : folder_(std::move(folder)) {}
@@ -85,12 +85,12 @@ class WatchedFolder {
     std::string removed(WideView name) const { return "-" + utf8(joinPath(folder_, name)); }
 
     bool start() { return watcher.start(folder_, window.handle()); }
-    // Starts the watcher, if it does not run, and returns when it reads.
+    // Starts the watcher if it is not running, and returns when it reads changes.
     bool startReading() {
         start();
         return isReading();
     }
-    // Changes a new file until it is told, and lets all that this caused come in.
+    // Changes a new file until the watcher reports it, and waits for all messages that this caused.
     bool isReading() {
         const WideString probe = nextName(TEXT("probe"));
         const bool told = eventually([&] {
@@ -103,7 +103,8 @@ class WatchedFolder {
         window.take();
         return told && untold;
     }
-    // What the changes since the last call gave, as "+a.json -b.json". A last change shows that all has come in.
+    // The changes since the last call, such as "+a.json -b.json". Adds a marker file to see that all messages have
+    // arrived.
     std::string changes() {
         const WideString mark = nextName(TEXT("mark"));
         writeFile(*this / mark, "");
@@ -118,7 +119,7 @@ class WatchedFolder {
         return text;
     }
 
-    WatcherWindow window;  // outlives the watcher
+    WatcherWindow window;  // declared first: must outlive the watcher
     FolderWatcher watcher;
 
   private:

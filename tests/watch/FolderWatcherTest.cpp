@@ -28,7 +28,7 @@ class FolderWatcherThreads : public testing::Test {
 
 }  // namespace
 
-TEST_F(FolderWatcherThreads, reportsEveryWayToChangeAFile) {
+TEST_F(FolderWatcherThreads, reportsEveryKindOfFileChange) {
     const TempFolder elsewhere;
     const fs::path outside = hostPath(elsewhere / TEXT("outside.json"));
     fs::create_directory(host(TEXT("below")));
@@ -40,7 +40,7 @@ TEST_F(FolderWatcherThreads, reportsEveryWayToChangeAFile) {
         const char* title;
         std::function<void()> act;
         std::string expected;
-        std::string orElse = expected;  // where the target of a replacing rename is told of, or is not
+        std::string orElse = expected;  // also accepted: some systems report the replaced file as removed
     } rows[] = {{"new file", [&] { writeFile(watched / TEXT("new.json"), "{}"); }, "+new.json"},
                 {"written in place", [&] { writeFile(watched / TEXT("old.json"), "after"); }, "+old.json"},
                 {"renamed into place",
@@ -68,7 +68,7 @@ TEST_F(FolderWatcherThreads, reportsEveryWayToChangeAFile) {
     }
 }
 
-TEST_F(FolderWatcherThreads, secondStartIsRefusedAndTheFirstGoesOn) {
+TEST_F(FolderWatcherThreads, secondStartFailsAndTheFirstKeepsRunning) {
     const TempFolder other;
     ASSERT_TRUE(watched.startReading());
     WatcherWindow elsewhere;
@@ -95,7 +95,7 @@ TEST_F(FolderWatcherThreads, stoppedWatcherIsSilentAndCanStartAgain) {
     EXPECT_EQ(watched.changes(), "") << "nothing of the time in between";
 }
 
-TEST_F(FolderWatcherThreads, stopsInTheMiddleOfABurst) {
+TEST_F(FolderWatcherThreads, stopsDuringABurstOfChanges) {
     ASSERT_TRUE(watched.startReading());
     std::atomic<bool> enough = false;
     std::thread writer([&] {
@@ -113,7 +113,7 @@ TEST_F(FolderWatcherThreads, stopsInTheMiddleOfABurst) {
     EXPECT_TRUE(wasSilent && watched.window.take().empty());
 }
 
-TEST_F(FolderWatcherThreads, folderThatComesLaterIsWatched) {
+TEST_F(FolderWatcherThreads, watchesAFolderThatIsCreatedLater) {
     WatchedFolder later(folder / TEXT("later"));
     ASSERT_TRUE(later.start());
     fs::create_directory(hostPath(folder / TEXT("later")));
@@ -122,7 +122,7 @@ TEST_F(FolderWatcherThreads, folderThatComesLaterIsWatched) {
         << "nobody is kept from renaming or deleting a folder that is watched";
 }
 
-TEST_F(FolderWatcherThreads, textThatCannotBePostedIsFreed) {
+TEST_F(FolderWatcherThreads, freesTextThatCannotBePosted) {
     auto window = std::make_unique<WatcherWindow>();
     const HWND gone = window->handle();
     FolderWatcher dead;
@@ -133,8 +133,8 @@ TEST_F(FolderWatcherThreads, textThatCannotBePostedIsFreed) {
     EXPECT_EQ(watched.changes(), "");
 }
 
-// No more than fit into the message queue, even when each file gives several messages.
-TEST_F(FolderWatcherThreads, reportsEveryFileThatABurstLeaves) {
+// Writes no more files than fit into the message queue, even if each file causes several messages.
+TEST_F(FolderWatcherThreads, reportsEveryFileThatRemainsAfterABurst) {
     const fs::path place = hostPath(folder.path());
     ASSERT_TRUE(watched.startReading());
     std::set<std::string> expected, seen;

@@ -11,7 +11,7 @@ std::string decoded(const WCHAR* text) {
     return std::string(bytes.begin(), bytes.end());
 }
 
-// The file that is chosen where just these names exist.
+// The file that logoFile chooses if only these files exist.
 std::string chosen(const WideString& folder, const WideString& logo, std::vector<std::string> existing,
                    std::string* asked = nullptr) {
     return utf8(logoFile(folder, logo, [&](const WideString& path) {
@@ -22,7 +22,7 @@ std::string chosen(const WideString& folder, const WideString& logo, std::vector
 
 }  // namespace
 
-TEST(LogoSource, readsBase64UpToAMarkAndRefusesOtherLetters) {
+TEST(LogoSource, decodesBase64UpToAnEndMarkAndRefusesOtherCharacters) {
     const std::pair<const WCHAR*, const char*> rows[] = {{TEXT(""), ""},
                                                          {TEXT("TWFu"), "Man"},
                                                          {TEXT("TWE="), "Ma"},
@@ -42,7 +42,7 @@ TEST(LogoSource, readsBase64UpToAMarkAndRefusesOtherLetters) {
         EXPECT_EQ(decoded(text), bytes) << utf8(text);
 }
 
-TEST(LogoSource, headOfADataUriAndBlanksAreRemoved) {
+TEST(LogoSource, removesDataUriPrefixAndBlanks) {
     EXPECT_EQ(utf8(logoBase64(TEXT("data:image/png;base64,TWFu"))), "TWFu");
     EXPECT_EQ(utf8(logoBase64(TEXT("data:,a,b"))), "a,b") << "up to the first comma";
     EXPECT_EQ(utf8(logoBase64(TEXT("DATA:image/png;base64,TWFu"))), "DATA:image/png;base64,TWFu");
@@ -50,7 +50,7 @@ TEST(LogoSource, headOfADataUriAndBlanksAreRemoved) {
     EXPECT_EQ(utf8(logoBase64(TEXT(" T\tW\r\nF u "))), "TWFu");
 }
 
-TEST(LogoSource, filesAreLookedForInTheFolderOnly) {
+TEST(LogoSource, searchesFilesInTheFolderOnly) {
     const WideString folder = TEXT("D:\\logos");
     EXPECT_EQ(chosen(folder, TEXT("a.png"), {"D:\\logos\\a.png"}), "D:\\logos\\a.png");
     EXPECT_EQ(chosen(folder, TEXT("sub\\a.png"), {"D:\\logos\\sub\\a.png"}), "D:\\logos\\sub\\a.png");
@@ -62,7 +62,7 @@ TEST(LogoSource, filesAreLookedForInTheFolderOnly) {
               "D:\\logos\\default.gif ");
 }
 
-TEST(LogoSource, textsThatCannotBeFileNamesAreNotLookedFor) {
+TEST(LogoSource, doesNotSearchForTextsThatCannotBeFileNames) {
     const WideString folder = TEXT("D:\\logos"), none;
     std::string asked;
     for (const auto& [where, logo] : {std::pair{none, WideString(TEXT("a.png"))},

@@ -1,4 +1,4 @@
-// What a note looks like: its bands, buttons and colours, corner by corner.
+// The layout of a note: bands, buttons, colours and hit testing.
 #include "window/NoteLayout.h"
 
 #include <gtest/gtest.h>
@@ -20,14 +20,14 @@ constexpr Size kNoLogo = {0, 0};
 
 }  // namespace
 
-TEST(NoteLayout, controlsHaveTheirPlacesAtEveryDpi) {
+TEST(NoteLayout, placesControlsAtEveryDpi) {
     const std::tuple<LONG, Size, bool, std::vector<LONG>, std::vector<LONG>> rows[] = {
         {96, {260, 260}, false, {10, 2, 220, 22}, {10, 30, 240, 200}},
         {96, {260, 260}, true, {10, 2, 196, 22}, {10, 30, 240, 200}},
         {120, {325, 325}, false, {13, 2, 274, 28}, {13, 38, 299, 249}},
         {144, {390, 390}, true, {15, 3, 294, 33}, {15, 45, 360, 300}},
         {192, {520, 520}, false, {20, 4, 440, 44}, {20, 60, 480, 400}},
-        {96, {20, 20}, true, {10, 2, 10, 22}, {10, 30, 10, 10}},  // nothing gets under 10 pixels
+        {96, {20, 20}, true, {10, 2, 10, 22}, {10, 30, 10, 10}},  // no part gets smaller than 10 pixels
     };
     for (const auto& [dpi, client, allowNewNote, title, body] : rows) {
         const NoteMetrics metrics = NoteMetrics::at(dpi);
@@ -38,22 +38,22 @@ TEST(NoteLayout, controlsHaveTheirPlacesAtEveryDpi) {
     }
 }
 
-TEST(NoteLayout, capitalsOfTheTitleStandInTheMiddle) {
+TEST(NoteLayout, centresTheCapitalsOfTheTitle) {
     const NoteMetrics metrics = NoteMetrics::at(96);
     EXPECT_EQ(sides(titlePlace(metrics, 260, false, kNoLogo, {19, 5, 10})), (std::vector<LONG>{10, 3, 220, 19}));
     EXPECT_EQ(titlePlace(metrics, 260, false, kNoLogo, {30, 20, 10}).y, 0) << "never above the window";
     EXPECT_EQ(titlePlace(metrics, 260, false, kNoLogo, {0, 0, 10}).height, 1);
 }
 
-TEST(NoteLayout, logoKeepsItsShapeAndTheTitleTakesTheRest) {
+TEST(NoteLayout, logoKeepsItsAspectRatioAndTheTitleGetsTheRest) {
     const NoteMetrics metrics = NoteMetrics::at(96);
     const TitleMetrics ink = TitleMetrics::unknown(metrics);
     const std::tuple<Size, std::vector<LONG>, LONG, LONG> rows[] = {
         {{44, 44}, {10, 2, 22, 22}, 36, 194},
         {{88, 44}, {10, 2, 44, 22}, 58, 172},
         {{10, 30}, {10, 2, 7, 22}, 21, 209},
-        {{1000, 10}, {10, 12, 220, 2}, 234, 10},  // cut in width: it gives up height
-        {{1, 1000}, {10, 2, 0, 22}, 10, 220},     // too thin to be seen: nothing is reserved
+        {{1000, 10}, {10, 12, 220, 2}, 234, 10},  // the width is limited, so the height shrinks too
+        {{1, 1000}, {10, 2, 0, 22}, 10, 220},     // less than a pixel wide: no space is reserved
         {{2147483647, 1}, {10, 13, 220, 0}, 234, 10},
         {{0, 5}, {0, 0, 0, 0}, 10, 220}};
     for (const auto& [image, logo, titleX, titleWidth] : rows) {
@@ -64,14 +64,14 @@ TEST(NoteLayout, logoKeepsItsShapeAndTheTitleTakesTheRest) {
     }
 }
 
-TEST(NoteLayout, everyPointOfANoteHasItsHitCode) {
+TEST(NoteLayout, everyPointHasTheRightHitCode) {
     const std::pair<LRESULT, std::vector<POINT>> rows[] = {
         {HTTOPLEFT, {{0, 0}, {7, 7}, {-5, -5}}},
         {HTTOPRIGHT, {{252, 7}}},
         {HTBOTTOMLEFT, {{7, 252}}},
         {HTBOTTOMRIGHT, {{252, 252}, {259, 259}}},
         {HTLEFT, {{7, 100}, {7, 8}}},
-        {HTRIGHT, {{252, 100}, {252, 15}}},  // the resize zones win over the button
+        {HTRIGHT, {{252, 100}, {252, 15}}},  // the resize zones win over the buttons
         {HTTOP, {{100, 7}, {8, 7}, {240, 7}}},
         {HTBOTTOM, {{100, 252}, {251, 252}}},
         {HTCLOSE, {{240, 8}, {251, 22}, {235, 22}}},
@@ -105,7 +105,7 @@ TEST(NoteLayout, footerJoinsAuthorAndDate) {
     EXPECT_EQ(utf8(footerText(TEXT(""), TEXT(""))), "");
 }
 
-TEST(NoteText, lineEndsGoBothWays) {
+TEST(NoteText, convertsLineEndsBothWays) {
     const std::tuple<const WCHAR*, const WCHAR*, const WCHAR*> rows[] = {
         {TEXT(""), TEXT(""), TEXT("")},
         {TEXT("a\nb"), TEXT("a\r\nb"), TEXT("a\nb")},

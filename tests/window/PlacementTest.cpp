@@ -1,4 +1,4 @@
-// Where notes go: arithmetic on plain rectangles.
+// Note placement: arithmetic on plain rectangles.
 #include "window/Placement.h"
 
 #include <gtest/gtest.h>
@@ -34,14 +34,14 @@ TEST(Placement, centringRoundsTowardsZero) {
     EXPECT_EQ(sides(centredIn({-1920, -200, 0, 880}, 261, 261)), sides({-1091, 209, -830, 470}));
 }
 
-TEST(Placement, lengthsScaleAsTheSystemScalesThem) {
+TEST(Placement, scalesLengthsLikeTheSystem) {
     const LONG rows[][3] = {{12, 96, 12}, {12, 120, 15}, {12, 144, 18}, {24, 192, 48},
                             {1, 144, 2},  {1, 143, 1},   {26, 120, 33}, {5, 120, 6}};
     for (const auto& [length, dpi, pixels] : rows)
         EXPECT_EQ(scaleToDpi(length, dpi), pixels) << length << " at " << dpi;
 }
 
-TEST(Placement, touchingIsNotIntersecting) {
+TEST(Placement, touchingRectanglesDoNotIntersect) {
     const RECT note = {100, 100, 360, 360};
     EXPECT_FALSE(intersect(note, {360, 100, 400, 360}));
     EXPECT_FALSE(intersect(note, {100, 360, 400, 400}));
@@ -54,13 +54,13 @@ TEST(Placement, secondNoteAvoidsTheFirst) {
     const RECT first = {1648, 12, 1908, 272};
     const auto isFree = [&](const RECT& place) { return !intersect(place, first); };
     EXPECT_EQ(sides(findFreePlace(first, kDesktop, 96, isFree)), sides({1660, 276, 1920, 536}));
-    // at twice the DPI a step is twice as long
+    // At twice the DPI, a step is twice as long.
     EXPECT_EQ(sides(findFreePlace(first, kDesktop, 192, isFree)), sides({1660, 300, 1920, 560}));
-    // the step never gets under 16 pixels
+    // A step is at least 16 pixels.
     EXPECT_EQ(placementTry(first, kDesktop, 48, 0).top, 28);
 }
 
-TEST(Placement, triesGoAlongFourDiagonalsAndStayInTheWorkArea) {
+TEST(Placement, triesFourDiagonalsInsideTheWorkArea) {
     const RECT wanted = rectAt(900, 500, 100, 100);
     EXPECT_EQ(sides(placementTry(wanted, kDesktop, 96, 0)), sides({924, 524, 1024, 624}));
     EXPECT_EQ(sides(placementTry(wanted, kDesktop, 96, 49)), sides({1820, 940, 1920, 1040})) << "the far corner";
@@ -73,7 +73,7 @@ TEST(Placement, triesGoAlongFourDiagonalsAndStayInTheWorkArea) {
     EXPECT_EQ(sides(placementTry(rectAt(-300, -300, 100, 100), kLeftOfPrimary, 96, 49)), sides({-100, 900, 0, 1000}));
 }
 
-TEST(Placement, noteStaysAtItsWantedPlaceWhenNoneIsFree) {
+TEST(Placement, noteStaysAtItsWantedPlaceIfNoPlaceIsFree) {
     const RECT wanted = rectAt(-50, 20, 260, 260);
     int tries = 0;
     const RECT place = findFreePlace(wanted, kDesktop, 96, [&](const RECT&) { return ++tries < 0; });
@@ -84,7 +84,7 @@ TEST(Placement, noteStaysAtItsWantedPlaceWhenNoneIsFree) {
     EXPECT_EQ(last, 200) << "the last try counts";
 }
 
-TEST(Placement, coordinatesOfAnyKindAreHarmless) {
+TEST(Placement, extremeCoordinatesDoNotOverflow) {
     for (const LONG x : {LONG{-2147483647 - 1}, LONG{2147483647}, LONG{-32768}}) {
         const RECT rect = rectAt(x, x, 8000, 8000);
         for (int n = 0; n < kPlacementTries; ++n)

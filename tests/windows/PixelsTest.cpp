@@ -1,5 +1,4 @@
-// What a person sees of a note on a screen of Windows, pixel by pixel. On Linux the drawing is a list of operations,
-// which tests/machine looks at one by one.
+// The pixels of a note on the Windows screen. On Linux drawing is a list of operations, which tests/machine checks.
 #include <gtest/gtest.h>
 
 #include "common/DrawingHandles.h"
@@ -13,7 +12,7 @@ namespace {
 
 constexpr LONG kLeft = 20, kTop = 500;
 
-// Of the screen; the lowest byte is red.
+// A pixel of the screen, as a COLORREF.
 COLORREF pixel(LONG x, LONG y) {
     const WindowDc screen(nullptr);
     return GetPixel(screen.get(), kLeft + x, kTop + y);
@@ -21,7 +20,7 @@ COLORREF pixel(LONG x, LONG y) {
 
 constexpr COLORREF kBody = RGB(254, 235, 77), kBar = RGB(236, 217, 59);
 
-// The bar under a square of 0x3C of 255 black.
+// Whether the pixel is the bar's colour under black with alpha 0x3C.
 bool isHighlighted(LONG x, LONG y) {
     const COLORREF seen = pixel(x, y);
     const auto isNear = [](BYTE channel, BYTE plain) {
@@ -32,7 +31,7 @@ bool isHighlighted(LONG x, LONG y) {
            isNear(GetBValue(seen), GetBValue(kBar));
 }
 
-// Holds the mouse there, which trembles as a hand does.
+// Holds the mouse there with small movements until the condition is true.
 template <typename Condition>
 bool hoverUntil(LONG x, LONG y, Condition condition) {
     LONG tremor = 0;
@@ -40,7 +39,7 @@ bool hoverUntil(LONG x, LONG y, Condition condition) {
     return eventually([&] { return move(), condition(); }, std::chrono::seconds(10));
 }
 
-// How dark the darkest pixel of a rectangle is, by its green.
+// The lowest green value in the rectangle.
 int darkest(LONG left, LONG top, LONG right, LONG bottom) {
     int least = 255;
     for (LONG y = top; y < bottom; ++y)
@@ -49,7 +48,7 @@ int darkest(LONG left, LONG top, LONG right, LONG bottom) {
     return least;
 }
 
-// One note on the screen.
+// Shows one note on the screen.
 class Pixels : public testing::Test {
   protected:
     Pixels() {

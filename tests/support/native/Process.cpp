@@ -1,5 +1,5 @@
-// Native processes write debugger output and message boxes to standard error: a box is its caption in brackets, on a
-// line of its own, then its text and an empty line.
+// Native processes write debug output and message boxes to standard error. A box is its caption in brackets on a
+// separate line, then its text and an empty line.
 #include "support/Process.h"
 
 #include <fcntl.h>
@@ -38,7 +38,7 @@ constexpr std::chrono::seconds kLimit(60);
     _exit(127);
 }
 
-// Reads both pipes until the child has closed them. False when it took too long.
+// Reads both pipes until the child closes them. False if that takes too long.
 bool drain(int out, int err, std::string& outText, std::string& errText) {
     const auto deadline = std::chrono::steady_clock::now() + kLimit;
     std::array<pollfd, 2> waits{pollfd{out, POLLIN, 0}, pollfd{err, POLLIN, 0}};

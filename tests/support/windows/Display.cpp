@@ -43,7 +43,7 @@ BOOL CALLBACK listNote(HWND window, LPARAM into) {
     return TRUE;
 }
 
-// The mouse itself. The system hands its events to the windows in their order.
+// Sends real mouse input. The system delivers it to the windows in order.
 void mouse(DWORD what, LONG x, LONG y) {
     const LONG width = GetSystemMetrics(SM_CXSCREEN), height = GetSystemMetrics(SM_CYSCREEN);
     INPUT input = {};
@@ -147,8 +147,8 @@ void DisplayProcess::drag(LONG fromX, LONG fromY, LONG toX, LONG toY) const {
     eventually([thread] { return isInMoveLoop(thread); });
     for (LONG step = 1; step <= kSteps; ++step)
         mouse(0, fromX + (toX - fromX) * step / kSteps, fromY + (toY - fromY) * step / kSteps);
-    // Wine tells of the pointer's earlier places late: the last move is repeated until the window has followed it. Both
-    // a move and a new size at the lower right corner take that corner along.
+    // Wine reports older pointer positions late. So repeat the last move until the window has followed it. A move and a
+    // resize both move the bottom right corner.
     eventually([&] {
         POINT at = {};
         if (GetCursorPos(&at) && (at.x != toX || at.y != toY)) mouse(0, toX, toY);

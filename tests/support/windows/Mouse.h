@@ -2,5 +2,5 @@
 
 #include <windows.h>
 
-// The mouse itself, in pixels of the screen.
+// Moves the real mouse, in screen pixels.
 void moveMouse(LONG x, LONG y);

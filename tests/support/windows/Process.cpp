@@ -1,5 +1,4 @@
-// The child runs under this process as its debugger, which is how its debugger output is had. A message box is read,
-// and its button pressed.
+// Runs the child under a debugger to receive its debug output. Reads a message box and presses its button.
 #include "support/Process.h"
 
 #include <atomic>
@@ -35,7 +34,7 @@ void readAll(HANDLE reader, std::string& text) {
         text.append(buffer, length);
 }
 
-// Waits for no window for long: the one that is asked may be stopped at a debug event.
+// Uses a timeout, since the window's process may be stopped at a debug event.
 std::string windowText(HWND window) {
     WCHAR text[4096] = {};
     DWORD_PTR length = 0;
@@ -48,12 +47,12 @@ bool isClass(HWND window, WideView name) {
     return equalsIgnoreCase(WideView(className, static_cast<std::size_t>(GetClassNameW(window, className, 32))), name);
 }
 
-// Reads and closes the box that the process shows. False while there is none.
+// Reads and closes the message box of the process. False if it shows none.
 bool answerBox(DWORD processId, ProcessResult& result) {
     const HWND box = FindWindowW(TEXT("#32770"), TEXT("Vellumd"));
     DWORD owner = 0;
     if (box == nullptr || GetWindowThreadProcessId(box, &owner) == 0 || owner != processId) return false;
-    if (!IsWindowVisible(box)) return false;  // not whole yet
+    if (!IsWindowVisible(box)) return false;  // still being created
     for (HWND child = GetWindow(box, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT))
         if (isClass(child, TEXT("Static"))) result.boxText += windowText(child);
     result.boxCaption = windowText(box);
@@ -73,7 +72,7 @@ void takeDebugText(HANDLE process, const OUTPUT_DEBUG_STRING_INFO& info, Process
     }
 }
 
-// Serves the debug events of the child until it ends.
+// Handles the debug events of the child until it ends.
 void serve(const PROCESS_INFORMATION& child, ProcessResult& result) {
     const DWORD start = GetTickCount();
     while (GetTickCount() - start < kLimitMs) {
