@@ -1,4 +1,4 @@
-// The life of App with the platform failing under it.
+// The start and end of App while platform calls fail.
 
 #include <objbase.h>
 
@@ -40,7 +40,7 @@ TEST_F(AppStart, commandLineThatCannotBeSplitHasNoOptions) {
     EXPECT_EQ(runApp({"Vellumd", "--register", "--delete"}), kEnterMessageLoop);
 }
 
-TEST_F(AppStart, helpShowsABoxAndStopsTheScan) {
+TEST_F(AppStart, helpShowsABoxAndStopsReadingOptions) {
     EXPECT_EQ(runApp({"Vellumd", "--applet-queue", "--register", "/?", "--delete"}), kSuccess);
     const std::vector<MessageBox> boxes = notices::takeMessageBoxes();
     ASSERT_EQ(boxes.size(), 1U);
@@ -48,10 +48,10 @@ TEST_F(AppStart, helpShowsABoxAndStopsTheScan) {
     EXPECT_EQ(faults::uses("CreateFileW"), 0U) << "no log";
 }
 
-TEST_F(AppStart, everyRoleEndsWithADocumentedCodeWhateverFails) {
+TEST_F(AppStart, everyRoleEndsWithADocumentedCodeWhicheverCallFails) {
     const std::pair<std::vector<std::string>, std::vector<int>> rows[] = {
         {{"Vellumd", "--help"}, {0, kEnterMessageLoop, 1}},
-        // An option that is lost with the command line leaves a plain start.
+        // If the command line cannot be read, its options are lost and the program starts normally.
         {{"Vellumd", "--register", "--delete"}, {12, kEnterMessageLoop, 1}},
         {{"Vellumd", "--applet-recover", "x"}, {14, kEnterMessageLoop, 1}}};
     for (const auto& [arguments, exitCodes] : rows) {

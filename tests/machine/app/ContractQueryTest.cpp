@@ -10,7 +10,7 @@
 using namespace platform;
 using faults::Action;
 
-// Standard output of the test program is a pipe of the fixture while a query runs.
+// While a query runs, standard output of the test program is a pipe of the fixture.
 class ContractQuery : public MachineTest {
   protected:
     DWORD ask(std::string& output) {
@@ -46,7 +46,7 @@ TEST_F(ContractQuery, eachFailingCallHasItsExitCode) {
     }
 }
 
-TEST_F(ContractQuery, writeOfNothingIsAWriteFault) {
+TEST_F(ContractQuery, writeOfZeroBytesIsAWriteFault) {
     std::string output;
     faults::arm({"WriteFile", 1, Action::Short, 0});
     EXPECT_EQ(ask(output), DWORD{ERROR_WRITE_FAULT});
@@ -61,7 +61,7 @@ TEST_F(ContractQuery, shortWritesDeliverTheWholeLine) {
     EXPECT_EQ(faults::uses("AttachConsole"), 0U) << "there is a stream";
 }
 
-TEST_F(ContractQuery, asksForTheConsoleOfTheParentWithoutAnOutput) {
+TEST_F(ContractQuery, attachesToTheParentConsoleIfThereIsNoOutput) {
     std::string output;
     failCall("GetStdHandle", 0, ERROR_INVALID_HANDLE);
     failCall("AttachConsole", 1, ERROR_ACCESS_DENIED);
@@ -70,15 +70,15 @@ TEST_F(ContractQuery, asksForTheConsoleOfTheParentWithoutAnOutput) {
 
 namespace {
 
-// Runs the query as a process in a session of its own, with these as standard output and terminal (-1 for none).
-// Gives the exit code.
+// Runs the query as a process in its own session with this standard output and terminal. -1 or null means none. Returns
+// the exit code.
 int askAsProcess(int output, const char* terminal) {
     const std::string image = (fs::read_symlink("/proc/self/exe").parent_path() / "Vellumd").string();
     const pid_t child = fork();
     if (child == 0) {
         setsid();
         if (terminal != nullptr) [[maybe_unused]]
-            const int own = open(terminal, O_RDWR);  // becomes the session's
+            const int own = open(terminal, O_RDWR);  // becomes the controlling terminal of the session
         if (output < 0)
             close(STDOUT_FILENO);
         else
@@ -93,7 +93,7 @@ int askAsProcess(int output, const char* terminal) {
 
 }  // namespace
 
-TEST(ContractProcess, answerGoesToTheTerminalOfTheParentWithoutAnOutput) {
+TEST(ContractProcess, answersOnTheParentsTerminalIfThereIsNoOutput) {
     EXPECT_EQ(askAsProcess(-1, nullptr), ERROR_INVALID_HANDLE) << "no stream, no terminal";
 
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
@@ -109,7 +109,7 @@ TEST(ContractProcess, answerGoesToTheTerminalOfTheParentWithoutAnOutput) {
     close(terminal);
 }
 
-TEST(ContractProcess, writeThatFailsIsTheExitCode) {
+TEST(ContractProcess, failedWriteIsTheExitCode) {
     const int full = open("/dev/full", O_WRONLY);
     EXPECT_EQ(askAsProcess(full, nullptr), ERROR_DISK_FULL);
     close(full);

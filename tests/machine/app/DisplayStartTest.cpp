@@ -1,4 +1,4 @@
-// The start of the display role and its end: every step, every failure.
+// The start and end of the display role: every step and every failure.
 
 #include "app/MessageWindow.h"
 #include "machine/support/DisplayFixture.h"
@@ -9,7 +9,7 @@ using DisplayStart = DisplayMachine;
 
 }  // namespace
 
-TEST_F(DisplayStart, everyFailureHasItsExitCodeAndItsLine) {
+TEST_F(DisplayStart, everyFailureHasItsExitCodeAndLogLine) {
     const std::tuple<const char*, unsigned, int, const char*> rows[] = {
         {"CreateMutexW", 1, 4, "[ERROR] App: CreateMutex failed; err=1450\r\n"},
         {"GdiplusStartup", 1, 5, "[ERROR] App: GdiplusStartup failed\r\n"},
@@ -39,7 +39,7 @@ TEST_F(DisplayStart, everyFailureHasItsExitCodeAndItsLine) {
     }
 }
 
-TEST_F(DisplayStart, aUserWithoutFoldersHasNoNotes) {
+TEST_F(DisplayStart, userWithoutAProfileFolderCannotStart) {
     describe("[session 1]\nuser = stranger\n");
     platform::setCommandLine({"Vellumd"});
     App app;
@@ -48,7 +48,7 @@ TEST_F(DisplayStart, aUserWithoutFoldersHasNoNotes) {
     app.shutdown();
 }
 
-TEST_F(DisplayStart, theDefaultFolderLiesInTheProfile) {
+TEST_F(DisplayStart, defaultFolderIsInTheProfile) {
     platform::setCommandLine({"Vellumd", "--no-autostart", "-i", "a/b:c"});
     App app;
     EXPECT_EQ(app.initialize(nullptr, TEXT("")), kEnterMessageLoop);
@@ -57,7 +57,7 @@ TEST_F(DisplayStart, theDefaultFolderLiesInTheProfile) {
     app.shutdown();
 }
 
-TEST_F(DisplayStart, aSecondProcessWakesTheFirstAndEnds) {
+TEST_F(DisplayStart, secondProcessWakesTheFirstAndExits) {
     App first, second, third, fourth;
     EXPECT_EQ(start(first), kEnterMessageLoop);
     EXPECT_EQ(start(second, {"-i", ""}), 0) << "an empty name is that of no instance";
@@ -72,7 +72,7 @@ TEST_F(DisplayStart, aSecondProcessWakesTheFirstAndEnds) {
     fourth.shutdown();
 }
 
-TEST_F(DisplayStart, theAutoStartValueIsWrittenAnewAtEachStart) {
+TEST_F(DisplayStart, eachStartRewritesTheAutoStartValue) {
     const std::string option = utf8(productPath(notes()));
     const auto valueAfter = [&](const std::vector<std::string>& arguments) {
         App app;
@@ -106,11 +106,11 @@ TEST_F(DisplayStart, shutdownLeavesTheNoteWindowsToTheSystem) {
         EXPECT_EQ(get("a.json"), before) << "nothing is saved";
     }
     EXPECT_TRUE(IsWindow(left));
-    SendMessageW(left, WM_SIZE, 0, 0x00640064);  // a late message finds no object, and does no harm
+    SendMessageW(left, WM_SIZE, 0, 0x00640064);  // the object is gone: a late message must do no harm
     EXPECT_TRUE(DestroyWindow(left));
 }
 
-TEST_F(DisplayStart, theLoopRunsUntilTheMessageWindowIsClosed) {
+TEST_F(DisplayStart, messageLoopRunsUntilItsWindowCloses) {
     App app;
     EXPECT_EQ(start(app), kEnterMessageLoop);
     PostMessageW(app.messageWindow(), WM_CLOSE, 0, 0);
@@ -119,7 +119,7 @@ TEST_F(DisplayStart, theLoopRunsUntilTheMessageWindowIsClosed) {
     EXPECT_EQ(whileFailing("GetMessageW", 1, 1450, runMessageLoop), 0) << "an error ends it too";
 }
 
-TEST_F(DisplayStart, anyCallMayFail) {
+TEST_F(DisplayStart, survivesAnyFailingCall) {
     platform::clock::useRealTime();
     putNote("a");
     putNote("b", ",\"position\":{\"x\":1,\"y\":2}");
@@ -147,7 +147,7 @@ TEST_F(DisplayStart, anyCallMayFail) {
         EXPECT_EQ(get("a.json"), "{\"id\":\"a\"}");
         EXPECT_EQ(platform::faults::openAllocations(), memory);
         EXPECT_EQ(platform::faults::openDrawing(), 0U);
-        // A worker that could not be stopped, or waited for, has its handles a moment longer.
+        // If the worker could not be stopped or waited for, it keeps its handles a little longer.
         EXPECT_TRUE(eventually([&] { return platform::faults::openHandles() <= handles + 5; }));
         const std::string text = log();
         EXPECT_TRUE((fired || has(text, "Started; 2 note(s) loaded")) && !HasFailure()) << text;

@@ -1,4 +1,4 @@
-// How the open notes follow the files, at the edges of time and of names.
+// How open notes follow their files: time limits and unusual names.
 
 #include "machine/support/DisplayFixture.h"
 
@@ -7,13 +7,13 @@ namespace {
 class Lifecycle : public DisplayMachine {
   protected:
     void restart() { EXPECT_EQ(start(app), kEnterMessageLoop); }
-    // A line of the log that ends with the path of a file.
+    // A log line that ends with the path of a file.
     std::string line(const std::string& text, const std::string& file) { return text + utf8(path(file)) + "\r\n"; }
     ~Lifecycle() override {
         platform::clock::useRealTime();
         app.shutdown();
     }
-    // What the App says of a file that has been written, or that is gone.
+    // What App logs after a file was changed.
     std::string changed(const std::string& file) {
         log();
         tellChanged(app, file);
@@ -29,7 +29,7 @@ class Lifecycle : public DisplayMachine {
         send(app, message, wParam);
         return log();
     }
-    // Lets time pass since the App has saved the note.
+    // Opens the note, saves it, and advances the clock.
     void openAndSave(const std::string& id, std::int64_t milliseconds = 0) {
         putNote(id);
         restart();
@@ -49,7 +49,7 @@ TEST_F(Lifecycle, ownWritesAreIgnoredForThreeSeconds) {
     EXPECT_EQ(removed("a.json"), line("[DEBUG] App: Ignoring own remove notification: ", "a.json"));
 }
 
-TEST_F(Lifecycle, changesThreeSecondsAfterAnOwnWriteCount) {
+TEST_F(Lifecycle, reportsChangesThreeSecondsAfterAnOwnWrite) {
     openAndSave("a", 3000);
     EXPECT_EQ(changed("a.json"),
               line("[DEBUG] App: File added: ", "a.json") + "[DEBUG] App: Note already open, updating: id=a\r\n");
@@ -60,14 +60,14 @@ TEST_F(Lifecycle, changesThreeSecondsAfterAnOwnWriteCount) {
     EXPECT_EQ(noteRects().size(), 0U);
 }
 
-TEST_F(Lifecycle, anotherSaveStartsTheThreeSecondsAgain) {
+TEST_F(Lifecycle, anotherSaveRestartsTheThreeSeconds) {
     openAndSave("a", 2000);
     save(app, "a");
     platform::clock::advance(2000);
     EXPECT_TRUE(isOwn(changed("a.json")));
 }
 
-TEST_F(Lifecycle, changesAfterAFailedSaveCount) {
+TEST_F(Lifecycle, reportsChangesAfterAFailedSave) {
     openAndSave("a");
     failCall("MoveFileExW", 1, ERROR_ACCESS_DENIED);
     log();
@@ -76,29 +76,29 @@ TEST_F(Lifecycle, changesAfterAFailedSaveCount) {
     EXPECT_TRUE(has(changed("a.json"), "File added"));
 }
 
-TEST_F(Lifecycle, theTimerForgetsWritesThatAreOlderThanFiveSeconds) {
+TEST_F(Lifecycle, timerForgetsWritesOlderThanFiveSeconds) {
     putNote("b");
     openAndSave("a", 1);
     save(app, "b");
-    platform::clock::advance(2999);  // the clock of the timer runs from the start
+    platform::clock::advance(2999);  // the timer counts from the start
     platform::desktop::pump();
     const auto isForgotten = [&](const char* file) {
-        platform::clock::advance(-2500);  // an entry counts again, if it is still there
+        platform::clock::advance(-2500);  // makes the entry count as recent again, if it still exists
         const bool isKnown = isOwn(removed(file));
         platform::clock::advance(2500);
         return !isKnown;
     };
-    platform::clock::advance(2000);  // a is exactly 5000 old
+    platform::clock::advance(2000);  // now the entry of a is exactly 5000 ms old
     platform::desktop::pump();
     EXPECT_FALSE(isForgotten("a.json"));
-    send(app, WM_TIMER, 77);  // its number does not matter
+    send(app, WM_TIMER, 77);  // the timer id does not matter
     EXPECT_FALSE(isForgotten("a.json")) << "exactly 5000 stays";
     platform::clock::advance(1);
     send(app, WM_TIMER, 1);
     EXPECT_TRUE(isForgotten("a.json"));
     EXPECT_FALSE(isForgotten("b.json"));
     platform::clock::advance(5000);
-    platform::desktop::pump();  // the timer itself
+    platform::desktop::pump();  // fires the timer
     EXPECT_TRUE(isForgotten("b.json"));
 }
 
@@ -125,7 +125,7 @@ TEST_F(Lifecycle, theFileNameIsTheId) {
     }
 }
 
-TEST_F(Lifecycle, aSaveWritesTheIdOfTheFileName) {
+TEST_F(Lifecycle, saveWritesTheIdOfTheFileName) {
     put("other.json", R"({"id":"mine"})");
     put(".json", R"({"id":"hidden"})");
     restart();
@@ -143,13 +143,13 @@ TEST_F(Lifecycle, idThatLeadsOutOfTheFolderIsRefused) {
     EXPECT_TRUE(has(log(), "[WARN ] App: Failed to load note after 3 retries: " + utf8(path(".json")) +
                                " (invalid note structure)\r\n"));
     EXPECT_EQ(noteRects().size(), 0U);
-    for (const UINT message : {WM_APP_NOTE_CHANGED, WM_APP_NOTE_DISMISS}) {  // a key, the cross
+    for (const UINT message : {WM_APP_NOTE_CHANGED, WM_APP_NOTE_DISMISS}) {  // a key press, the close button
         sendText(app, message, TEXT("..\\victim"));
         EXPECT_EQ(contentOf(folder() / "victim.json"), "precious");
     }
 }
 
-TEST_F(Lifecycle, aRemovalIsLookedUpUnderTheNameOnDisk) {
+TEST_F(Lifecycle, removalMatchesTheIdByExactCase) {
     put("CASE.json", "{\"id\":\"case\"}");
     putNote("a");
     restart();
@@ -160,7 +160,7 @@ TEST_F(Lifecycle, aRemovalIsLookedUpUnderTheNameOnDisk) {
     EXPECT_EQ(noteRects().size(), 1U);
 }
 
-TEST_F(Lifecycle, anUnreadableFileIsTriedThreeTimes) {
+TEST_F(Lifecycle, unreadableFileIsTriedThreeTimes) {
     putNote("a", ",\"title\":\"before\"");
     restart();
     const std::tuple<const char*, const char*, const char*> rows[] = {
@@ -182,14 +182,14 @@ TEST_F(Lifecycle, anUnreadableFileIsTriedThreeTimes) {
     EXPECT_TRUE(has(get("a.json"), "\"title\": \"before\""));
 }
 
-TEST_F(Lifecycle, aFileThatIsReadableAtTheSecondTryIsLoaded) {
+TEST_F(Lifecycle, fileThatIsReadableAtTheSecondTryIsLoaded) {
     restart();
     putNote("late");
     failCall("ReadFile", 1, ERROR_LOCK_VIOLATION);
     EXPECT_TRUE(has(changed("late.json"), "Note opened: id=late"));
 }
 
-TEST_F(Lifecycle, aWakeUpReadsTheFolderAnew) {
+TEST_F(Lifecycle, wakeUpScansTheFolderAgain) {
     putNote("gone");
     openAndSave("a");
     putNote("b");
@@ -202,21 +202,21 @@ TEST_F(Lifecycle, aWakeUpReadsTheFolderAnew) {
     EXPECT_EQ(noteRects().size(), 3U) << "a note whose file is gone stays open";
 }
 
-TEST_F(Lifecycle, endOfTheSessionSavesEveryNoteInTheOrderOfOpening) {
+TEST_F(Lifecycle, endOfTheSessionSavesNotesInOpeningOrder) {
     restart();
     for (const char* id : {"c", "a", "b"}) {
         putNote(id);
         tellChanged(app, std::string(id) + ".json");
     }
     tellRemoved(app, "a.json");
-    tellChanged(app, "a.json");  // it is now the last one
+    tellChanged(app, "a.json");  // reopened, so it is now the last one
     EXPECT_EQ(afterMessage(WM_ENDSESSION, FALSE), "");
     EXPECT_EQ(afterMessage(WM_ENDSESSION, TRUE),
               "[DEBUG] App: Saved note id=c\r\n[DEBUG] App: Saved note id=b\r\n[DEBUG] App: Saved note id=a\r\n");
     EXPECT_TRUE(has(get("c.json"), "\"position\"")) << "with the place where it was shown";
 }
 
-TEST_F(Lifecycle, endOfTheSessionSavesEveryWaitingEditOnce) {
+TEST_F(Lifecycle, endOfTheSessionSavesEachPendingEditOnce) {
     for (const char* id : {"a", "b", "c"})
         putNote(id, R"(,"editable":true)");
     restart();
@@ -234,7 +234,7 @@ TEST_F(Lifecycle, endOfTheSessionSavesEveryWaitingEditOnce) {
     EXPECT_TRUE(platform::desktop::pump()) << "the loop ends";
 }
 
-TEST_F(Lifecycle, endOfTheSessionSavesWhatFilesStillLack) {
+TEST_F(Lifecycle, endOfTheSessionSavesWhatIsNotInTheFilesYet) {
     for (const char* id : {"failed", "replaced", "saved"})
         putNote(id);
     restart();
@@ -243,17 +243,17 @@ TEST_F(Lifecycle, endOfTheSessionSavesWhatFilesStillLack) {
         save(app, id);
     }
     save(app, "saved");
-    tellChanged(app, "replaced.json");  // the record is the file's again
+    tellChanged(app, "replaced.json");  // the record is read from the file again
     log();
     SendMessageW(firstNote(), WM_ENDSESSION, TRUE, 0);
     EXPECT_EQ(log(), "[DEBUG] App: Saved note id=failed\r\n");
     SendMessageW(firstNote(), WM_ENTERSIZEMOVE, 0, 0);
-    SendMessageW(firstNote(), WM_EXITSIZEMOVE, 0, 0);  // its message waits behind the one that is sent
+    SendMessageW(firstNote(), WM_EXITSIZEMOVE, 0, 0);  // its posted message comes after the sent one
     SendMessageW(firstNote(), WM_ENDSESSION, TRUE, 0);
     EXPECT_TRUE(has(log(), "Saved note id="));
 }
 
-TEST_F(Lifecycle, notesThatLieOnNoMonitorAreMovedToThePrimary) {
+TEST_F(Lifecycle, notesOutsideAllMonitorsMoveToThePrimary) {
     platform::desktop::setMonitors({{u"\\\\.\\DISPLAY1", {0, 0, 1920, 1080}, {0, 0, 1920, 1040}, 96, true},
                                     {u"\\\\.\\DISPLAY2", {1920, 0, 3840, 1080}, {1920, 0, 3840, 1080}, 96, false}});
     putNote("far", R"(,"position":{"x":2000,"y":100,"width":300,"height":200})");
@@ -271,7 +271,7 @@ TEST_F(Lifecycle, notesThatLieOnNoMonitorAreMovedToThePrimary) {
     }
 }
 
-TEST_F(Lifecycle, messagesForNotesThatAreGoneDoNothing) {
+TEST_F(Lifecycle, messagesForClosedNotesDoNothing) {
     restart();
     log();
     for (const UINT message : {WM_APP_NOTE_MOVED, WM_APP_NOTE_CHANGED, WM_APP_NOTE_DISMISS})
@@ -281,7 +281,7 @@ TEST_F(Lifecycle, messagesForNotesThatAreGoneDoNothing) {
     EXPECT_EQ(log(), "");
 }
 
-TEST_F(Lifecycle, aDismissedNoteLosesItsFile) {
+TEST_F(Lifecycle, dismissingANoteDeletesItsFile) {
     putNote("a");
     putNote("b");
     restart();
@@ -296,7 +296,7 @@ TEST_F(Lifecycle, aDismissedNoteLosesItsFile) {
     EXPECT_TRUE(fs::exists(notes() / "b.json"));
 }
 
-TEST_F(Lifecycle, aNewNoteIsSavedAtOnce) {
+TEST_F(Lifecycle, newNoteIsSavedAtOnce) {
     restart();
     const std::string text = afterMessage(WM_APP_NOTE_NEW);
     ASSERT_TRUE(has(text, "[INFO ] App: New note created: id="));
@@ -308,7 +308,7 @@ TEST_F(Lifecycle, aNewNoteIsSavedAtOnce) {
     EXPECT_TRUE(isOwn(changed(id + ".json")));
 }
 
-TEST_F(Lifecycle, aNewNoteThatFailsIsLogged) {
+TEST_F(Lifecycle, failedNewNoteIsLogged) {
     restart();
     failCall("CoCreateGuid", 0, ERROR_ACCESS_DENIED);
     for (const char* what : {"one note without an id", "the next takes its place"}) {

@@ -1,4 +1,4 @@
-// Who may take part in the hand-over of private queues.
+// Which processes may use private queues.
 
 #include "machine/support/StoreFixture.h"
 
@@ -9,7 +9,7 @@ constexpr DWORD kDenied = ERROR_ACCESS_DENIED, kNoShell = ERROR_NOT_FOUND;
 
 class AppletContextMachine : public StoreMachine {
   protected:
-    // The error of reading the context, 0 for success. A failure leaves nothing of what was there before.
+    // Reads the context. Returns the error, 0 for success. Checks that a failure clears the context.
     static DWORD read(bool allowElevated, AppletContext& context) {
         context = {{1, {2, 0}, 3}, {1, 1}, TEXT("C:\\before")};
         DWORD err = 99;
@@ -29,7 +29,7 @@ class AppletContextMachine : public StoreMachine {
         std::string session = "";
     };
     static constexpr const char* kAdministrator = "administrator = yes";
-    // On a machine without UAC, or no high token gets as far as the rule that a case is about.
+    // Runs on a machine without UAC. Otherwise no high token would reach the rule that the case tests.
     void expectRead(const Case& row, DWORD error, DWORD errorWithElevation) {
         SCOPED_TRACE(row.token + std::string(" ") + row.user + " " + row.session);
         describeOne(row.user, row.session);
@@ -45,7 +45,7 @@ class AppletContextMachine : public StoreMachine {
         const OwnerState state = lookupOwner(identity, user, err);
         return {state, static_cast<long>(err)};
     }
-    // A machine of one session, with lines of its own for user, session, and logons besides.
+    // Describes a machine with one session, with extra lines for the user, the session and the logons.
     void describeOne(const std::string& user, const std::string& session, const std::string& logons = "") {
         describe("[user operator]\nprofile = C:\\Users\\operator\n" + user + "\n[session 1]\nuser = operator\n" +
                  "logon = 0x3A1F7\n" + session + "\n" + logons);
@@ -63,7 +63,7 @@ TEST_F(AppletContextMachine, describesTheLogonOfTheProcess) {
     EXPECT_EQ(utf8(found.storeRoot), "C:\\Users\\operator\\AppData\\Local\\OmbrelAppletNotes");
 }
 
-TEST_F(AppletContextMachine, isGivenToOrdinaryUsers) {
+TEST_F(AppletContextMachine, acceptsOrdinaryUsers) {
     expectRead({"operator@1"}, 0, 0);
     expectRead({"operator@1 0x2100"}, 0, 0);
     expectRead({"operator@1", "", "logon type = 10"}, 0, 0);  // remote desktop
@@ -71,37 +71,37 @@ TEST_F(AppletContextMachine, isGivenToOrdinaryUsers) {
     expectRead({"operator@1", kAdministrator, "shell token = operator@1 high"}, 0, 0);
 }
 
-TEST_F(AppletContextMachine, isRefusedToEveryoneElse) {
+TEST_F(AppletContextMachine, refusesEveryoneElse) {
     for (const Case& refused : std::initializer_list<Case>{{"operator@1 low"},
                                                            {"operator@1 0x1FFF"},
                                                            {"operator@1 impersonating"},
                                                            {"SYSTEM@0"},
-                                                           {"operator@0 medium"},  // a service of the user
+                                                           {"operator@0 medium"},  // a service that runs as the user
                                                            {"operator@1 high"},
                                                            {"operator@1 0x3001", kAdministrator},
-                                                           {"operator@1 logon=0x77"},  // the shell has another logon
-                                                           {"operator@1", "", "logon type = 3"},  // by network
+                                                           {"operator@1 logon=0x77"},  // another logon than the shell's
+                                                           {"operator@1", "", "logon type = 3"},  // network logon
                                                            {"operator@1", "", "logon data = no"},
                                                            {"operator@1", "", "logon time = 0"}})
         expectRead(refused, kDenied, kDenied);
 }
 
-TEST_F(AppletContextMachine, isRefusedWhereTheShellIsAnothers) {
+TEST_F(AppletContextMachine, refusesIfTheShellBelongsToAnotherLogon) {
     for (const char* shell :
          {"visitor@1 logon=0x3A1F7", "operator@1 logon=0x77", "operator@2 logon=0x3A1F7", "operator@1 low"})
         expectRead({"operator@1", "", std::string("shell token = ") + shell}, kDenied, kDenied);
-    // An administrator may open it.
+    // An administrator is able to open this shell's process, but it is another user's shell.
     expectRead({"operator@1 high", kAdministrator, "shell token = visitor@1 logon=0x3A1F7"}, kDenied, kDenied);
 }
 
-TEST_F(AppletContextMachine, elevatedAdministratorsPassWhereThatIsAllowed) {
+TEST_F(AppletContextMachine, acceptsElevatedAdministratorsIfAllowed) {
     expectRead({"operator@1 high", kAdministrator}, kDenied, 0);
     expectRead({"operator@1 high", kAdministrator, "shell = no"}, kDenied, kNoShell);
     expectRead({"operator@1", "", "shell = no"}, kNoShell, kNoShell);
 }
 
-// What is known of the logon must agree with the token.
-TEST_F(AppletContextMachine, isRefusedWhereTheLogonDataDisagreeWithTheToken) {
+// The logon data must match the token.
+TEST_F(AppletContextMachine, refusesIfLogonDataAndTokenDisagree) {
     const auto readAs = [&](const std::string& user, const std::string& logonData) {
         const std::string token = user + "@1 medium logon=0x777";
         describeOne("", "shell token = " + token, "[logon 0x777]\n" + logonData);
@@ -116,8 +116,8 @@ TEST_F(AppletContextMachine, isRefusedWhereTheLogonDataDisagreeWithTheToken) {
         EXPECT_EQ(readAs("operator", others), kDenied) << others;
 }
 
-// An administrator's ordinary token is elevated only where the machine runs without UAC.
-TEST_F(AppletContextMachine, elevationCountsOnlyWithoutUac) {
+// The ordinary token of an administrator is elevated only on a machine without UAC.
+TEST_F(AppletContextMachine, acceptsElevationOnlyWithoutUac) {
     describeOne("administrator = yes", "");
     useToken("operator@1 high");
     EXPECT_EQ(read(true), kDenied) << "no value";
@@ -131,13 +131,13 @@ TEST_F(AppletContextMachine, elevationCountsOnlyWithoutUac) {
     }
 }
 
-TEST_F(AppletContextMachine, everyFailingCallIsAnError) {
+TEST_F(AppletContextMachine, everyFailingCallReturnsAnError) {
     describeOne("administrator = yes", "");
     useToken("operator@1 high");
     setUac("REG_DWORD", "00000000");
     DWORD err = 0;
     const auto check = [&](bool fired) {
-        const bool isRelease = !notices::takeDebugOutput().empty();  // one that fails is told to the debugger instead
+        const bool isRelease = !notices::takeDebugOutput().empty();  // a failing release call only writes a debug line
         EXPECT_EQ(err == 0, !fired || isRelease);
         EXPECT_TRUE(err == 0 || err == 1234 || err == 5 || err == 1168 ||
                     err == static_cast<DWORD>(HRESULT_FROM_WIN32(1234)))
@@ -159,7 +159,7 @@ TEST_F(AppletContextMachine, ownerIsLiveOrGone) {
     EXPECT_EQ(faults::openAllocations(), 0U);
 }
 
-TEST_F(AppletContextMachine, ownerIsUnknownWhereTheQuestionFails) {
+TEST_F(AppletContextMachine, ownerIsUnknownIfTheLookupFails) {
     const LogonIdentity own = context().identity;
     const Owner invalid(OwnerState::Unknown, ERROR_INVALID_PARAMETER);
     BYTE noSid[12] = {9, 1};
@@ -167,19 +167,19 @@ TEST_F(AppletContextMachine, ownerIsUnknownWhereTheQuestionFails) {
     EXPECT_EQ(look(own, nullptr), invalid);
     EXPECT_EQ(look(own, noSid), invalid);
     const std::pair<DWORD, long> failures[] = {{ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED},
-                                               {0x10000, 0}};  // which is no Windows error
+                                               {0x10000, 0}};  // not a Windows error
     for (const auto& [failure, error] : failures)
         EXPECT_EQ(whileFailing("LsaGetLogonSessionData", 1, failure, [&] { return look(own); }),
                   Owner(OwnerState::Unknown, error));
     EXPECT_EQ(faults::openAllocations(), 0U);
 }
 
-TEST_F(AppletContextMachine, ownerIsUnknownWhereTheLogonIsNoUsers) {
+TEST_F(AppletContextMachine, ownerIsUnknownIfTheLogonIsNotAUsers) {
     const std::pair<const char*, long> rows[] = {
-        {"user = operator\nsession = 1\ntime = 0x5\ntype = 5\n", ERROR_INVALID_DATA},  // a service's
+        {"user = operator\nsession = 1\ntime = 0x5\ntype = 5\n", ERROR_INVALID_DATA},  // logon of a service
         {"user = operator\nsession = 1\ntime = 0x5\ndata = no\n", ERROR_INVALID_DATA},
         {"session = 1\ntime = 0x5\n", ERROR_INVALID_DATA},
-        {"user = operator\nsession = 1\ntime = 0\n", 0},  // no identity
+        {"user = operator\nsession = 1\ntime = 0\n", 0},  // not a valid identity
         {"user = operator\nsession = 0\ntime = 5\n", 0}};
     for (const auto& [logon, error] : rows) {
         rewriteMachine(kMachine + std::string("[logon 0x777]\n") + logon);

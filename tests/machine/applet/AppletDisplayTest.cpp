@@ -1,4 +1,4 @@
-// The display of a private queue, as processes.
+// The display of a private queue. Most cases run it as a process.
 
 #include "app/App.h"
 #include "app/ExitCode.h"
@@ -24,7 +24,7 @@ class AppletDisplayMachine : public StoreMachine {
     }
     std::vector<std::string> arguments() const { return {"--applet-queue", "-i", name_, "--log-level", "debug"}; }
     bool isThere(const std::string& id) const { return fs::exists(queue_ / (id + ".json")); }
-    // The program where the writer stages it, and the value that it sets.
+    // Copies the program to the place where the writer installs it.
     fs::path stage() const {
         const fs::path folder = root() / "runtime" / std::string(64, 'a');
         fs::create_directories(folder);
@@ -41,7 +41,7 @@ class AppletDisplayMachine : public StoreMachine {
     }
     bool hasRunValue() const { return fs::exists(runValue()); }
 
-    // A display of one note in the test's own process, and what it logs for a message.
+    // Starts a display of one note in the test's own process.
     void startInProcess() {
         putNote("note_a");
         desktop::setMonitors(machine().monitors);
@@ -62,7 +62,7 @@ class AppletDisplayMachine : public StoreMachine {
     App app_;
 };
 
-TEST_F(AppletDisplayMachine, showsTheNotesOfItsQueueThatItMayRead) {
+TEST_F(AppletDisplayMachine, showsTheReadableNotesOfItsQueue) {
     putNote("note_a");
     putPrivateFile(queue_ / "note_c.json", "{");
     putNote("note_d");
@@ -75,7 +75,7 @@ TEST_F(AppletDisplayMachine, showsTheNotesOfItsQueueThatItMayRead) {
     EXPECT_FALSE(fs::exists(runValue("Vellumd"))) << "nor an auto-start value";
 }
 
-TEST_F(AppletDisplayMachine, secondDisplayOfAQueueEnds) {
+TEST_F(AppletDisplayMachine, secondDisplayOfAQueueExits) {
     putNote("note_a");
     RoleProcess display(arguments());
     ASSERT_TRUE(display.shows(1)) << display.said();
@@ -88,7 +88,7 @@ TEST_F(AppletDisplayMachine, secondDisplayOfAQueueEnds) {
     EXPECT_TRUE(next.shows(1)) << "the queue waits for the next display";
 }
 
-TEST_F(AppletDisplayMachine, writesEditsBackAndFollowsItsWriter) {
+TEST_F(AppletDisplayMachine, savesEditsAndFollowsItsWriter) {
     putNote("note_a", ",\"allowNewNote\":true");
     RoleProcess display(arguments());
     ASSERT_TRUE(display.shows(1)) << display.said();
@@ -104,7 +104,7 @@ TEST_F(AppletDisplayMachine, writesEditsBackAndFollowsItsWriter) {
     EXPECT_TRUE(display.shows(1));
 }
 
-TEST_F(AppletDisplayMachine, dismissalThatFailsKeepsTheNoteOpen) {
+TEST_F(AppletDisplayMachine, failedDismissalKeepsTheNoteOpen) {
     startInProcess();
     EXPECT_EQ(faults::uses("CreateMutexW"), 0U) << "the lease keeps a second one away";
     const HWND note = firstNote();
@@ -123,7 +123,7 @@ TEST_F(AppletDisplayMachine, dismissalThatFailsKeepsTheNoteOpen) {
     EXPECT_FALSE(IsWindow(note) || isThere("note_a"));
 }
 
-TEST_F(AppletDisplayMachine, noteMayBeRemovedWhileItsBoxIsOpen) {
+TEST_F(AppletDisplayMachine, noteMayBeRemovedWhileItsMessageBoxIsOpen) {
     startInProcess();
     notices::duringNextBox([&] { told(WM_APP_FILE_REMOVED, TEXT("note_a.json")); });
     whileHeld(".lifecycle.lock", [&] { return told(WM_APP_NOTE_DISMISS); });
@@ -131,7 +131,7 @@ TEST_F(AppletDisplayMachine, noteMayBeRemovedWhileItsBoxIsOpen) {
     EXPECT_EQ(firstNote(), nullptr);
 }
 
-TEST_F(AppletDisplayMachine, anotherProgramLeavesTheAutoStartValue) {
+TEST_F(AppletDisplayMachine, unstagedProgramKeepsTheAutoStartValue) {
     setRunValue(stage());
     putNote("note_a");
     RoleProcess display(arguments());
@@ -156,7 +156,7 @@ TEST_F(AppletDisplayMachine, lastDismissalOfTheStagedProgramRemovesTheAutoStartV
     ASSERT_TRUE(display.shows(0));
     EXPECT_TRUE(eventually([&] { return !hasRunValue(); })) << display.said();
     EXPECT_FALSE(has(display.said(), "cleanup deferred"));
-    // The process stays, and shows what comes.
+    // The process keeps running and shows new notes.
     setRunValue(image);
     putNote("note_c");
     ASSERT_TRUE(display.shows(1));
@@ -164,7 +164,8 @@ TEST_F(AppletDisplayMachine, lastDismissalOfTheStagedProgramRemovesTheAutoStartV
     EXPECT_TRUE(eventually([&] { return !hasRunValue(); })) << "a removal from outside counts as well";
 }
 
-// A pass over a store without notes removes the auto-start value where the program itself is the staged one.
+// A pass over a store without notes removes the auto-start value only if the running program is in the store's runtime
+// folder.
 TEST_F(AppletDisplayMachine, onlyAStagedProgramRemovesTheAutoStartValue) {
     const std::string digits(64, 'b');
     const auto pass = [&](const fs::path& image, const std::string& err) {
@@ -177,22 +178,22 @@ TEST_F(AppletDisplayMachine, onlyAStagedProgramRemovesTheAutoStartValue) {
         EXPECT_TRUE(err.empty() || recovery.says(deferred)) << image << recovery.said();
     };
     const fs::path runtime = root() / "runtime";
-    pass(runtime / digits / "Vellumd.exe", "");  // there is not even a key
+    pass(runtime / digits / "Vellumd.exe", "");  // the registry key does not even exist
     setRunValue(runtime / digits / "Vellumd.exe");
     pass(runtime / (digits.substr(1) + "x") / "Vellumd.exe", "13");
     pass(runtime / digits.substr(1) / "Vellumd.exe", "5");
     pass(runtime / (digits + "b") / "Vellumd.exe", "5");
     pass(runtime / digits / "vellumd.exe", "5");
     pass(root().parent_path() / "OmbrelAppletNotex/runtime" / digits / "Vellumd.exe",
-         "5");  // as long, in another place
+         "5");  // a path of the same length in another place
     pass(runtime / digits / "more" / "Vellumd.exe", "5");
-    pass(runtime / std::string(64, 'c') / "Vellumd.exe", "13");  // the value names another
+    pass(runtime / std::string(64, 'c') / "Vellumd.exe", "13");  // the value names another program
     EXPECT_TRUE(hasRunValue());
     pass(runtime / digits / "Vellumd.exe", "");
     EXPECT_FALSE(hasRunValue());
 }
 
-TEST_F(AppletDisplayMachine, aPassCleansUpWhateverItMet) {
+TEST_F(AppletDisplayMachine, passCleansUpWhateverItsResult) {
     const fs::path image = stage();
     const LogonIdentity live = {4, {0x4B2E0, 0}, 0x1DC30127C5E6F20}, over = {2, {1, 0}, 1};
     const auto pass = [&](const char* counts, const char* faults = "") {
@@ -209,7 +210,7 @@ TEST_F(AppletDisplayMachine, aPassCleansUpWhateverItMet) {
     EXPECT_EQ(pass("live=1 unknown=0 deferred=0 failed=0"), 0);
     EXPECT_TRUE(hasRunValue()) << "a note is left";
     StoreMachine::putNote(makeQueue(utf8(formatQueueName(over))), "note_a.json", "{}");
-    fs::create_directory(queue_ / "note_a.json");  // the own queue fails, which puts off that of another logon
+    fs::create_directory(queue_ / "note_a.json");  // the own queue fails, so the queue of the other logon is deferred
     EXPECT_EQ(pass("live=0 unknown=0 deferred=2 failed=1"), 16);
 }
 

@@ -1,4 +1,4 @@
-// A recovery pass and its children, as processes.
+// A recovery pass and its child processes.
 
 #include "applet/AppletLaunch.h"
 #include "machine/support/PassFixture.h"
@@ -17,7 +17,7 @@ class AppletLaunchMachine : public PassMachine {
         const auto found = displays();
         return found.size() == 1 && !RoleProcess::notesIn(ask(1, found[0], "list")).empty();
     }
-    // A child that finds the store locked by its pass, which cleans up, ends; the next pass shows the note.
+    // A child ends if its pass still holds the store's lock for the cleanup. Then another pass must show the note.
     bool isShownAfter(const RoleProcess& first, const Environment& environment = {}) const {
         std::unique_ptr<RoleProcess> next;
         for (int passes = 1; passes < 50; ++passes) {
@@ -30,7 +30,7 @@ class AppletLaunchMachine : public PassMachine {
         }
         return false;
     }
-    // How a role ends, with what it says, and how many processes have begun by then.
+    // Checks the exit code and output of a role, and how many processes have started by then.
     static void expectEnd(RoleProcess& role, int code, const std::string& line, std::size_t processes = 1) {
         EXPECT_EQ(role.exitCode(), code) << role.said();
         EXPECT_TRUE(role.says(line)) << line << role.said();
@@ -39,7 +39,7 @@ class AppletLaunchMachine : public PassMachine {
     std::string refused(int err) const {
         return "Applet recovery: dispatch queue, queue=" + ownQueue() + " (err=" + std::to_string(err) + ")";
     }
-    // A machine without UAC whose user is an administrator.
+    // Describes a machine without UAC whose user is an administrator.
     void describeUnfiltered(const char* enableLua) const {
         rewriteMachine(
             "[user operator]\nprofile = C:\\Users\\operator\nadministrator = yes\n"
@@ -61,14 +61,14 @@ TEST_F(AppletLaunchMachine, passStartsADisplayOfItsOwnQueueOnce) {
     EXPECT_TRUE(has(environmentOf(first), "VELLUM_TOKEN=operator@1"));
     EXPECT_EQ(RoleProcess::surroundings(first), "desktop=winsta0\\default job=logon with the starter's environment");
 
-    // A further child finds the queue displayed, and ends.
+    // Another child finds that the queue is displayed, and ends.
     RoleProcess again(recover());
     EXPECT_EQ(again.exitCode(), 0);
     EXPECT_TRUE(again.says("Applet queue context/lease rejected (err=32)")) << again.said();
     EXPECT_EQ(displays(), std::vector<pid_t>{first});
 }
 
-TEST_F(AppletLaunchMachine, childOfAnotherTokenRunsNothing) {
+TEST_F(AppletLaunchMachine, childWithAWrongTokenIsTerminated) {
     const auto rejects = [&](const char* token) {
         SCOPED_TRACE(token);
         fs::remove(folder() / "ended.txt");
@@ -84,9 +84,9 @@ TEST_F(AppletLaunchMachine, childOfAnotherTokenRunsNothing) {
     EXPECT_TRUE(displays().empty());
 }
 
-// The call behind the making of the child, by name: the one that opens the child's token is the first behind those that
-// a launch needs without a child.
-TEST_F(AppletLaunchMachine, failedCallEndsTheChild) {
+// Fails the first call after the child was created. That is the OpenProcessToken call that opens the child's token: it
+// comes after those that a launch makes before it creates the child.
+TEST_F(AppletLaunchMachine, failingCallTerminatesTheChild) {
     const auto launch = [&] { return dispatchQueue(wide(ownQueue())); };
     EXPECT_EQ(whileFailing("GetModuleFileNameW", 0, 1234, launch), 1234U);
     failCall("CreateProcessW", 1, 1234);
@@ -104,15 +104,15 @@ TEST_F(AppletLaunchMachine, failedCallEndsTheChild) {
     EXPECT_TRUE(fs::exists(root() / ownQueue() / "note_a.json"));
 }
 
-// Whatever use of a call fails from the start to the end of a pass, the note is in the queue, or on a screen once.
-TEST_F(AppletLaunchMachine, anyCallOfAPassMayFail) {
+// Whichever call of a pass fails, the note stays in its queue or is shown exactly once.
+TEST_F(AppletLaunchMachine, anyCallOfAPassCanFailWithoutLosingTheNote) {
     unsigned launched = 0, refused = 0;
     for (unsigned use = 20; use < 240; use += 11) {
         SCOPED_TRACE(use);
         RoleProcess pass(recover(), {{"VELLUM_FAULTS", "*:" + std::to_string(use) + "=fail(1234)"}});
         const int code = pass.exitCode();
         EXPECT_TRUE(code == 0 || (code >= 15 && code <= 17)) << code << pass.said();
-        // Where a look at its own token fails, the pass hands over to a child at medium integrity.
+        // If the check of its own token fails, the pass hands over to a child at medium integrity.
         const bool isLaunched = code == 0 || has(pass.said(), "dispatched=1");
         EXPECT_TRUE(isLaunched ? isShownAfter(pass) : pass.timesSaid("Vellumd starting; pid=") == 1) << pass.said();
         ++(isLaunched ? launched : refused);
@@ -122,7 +122,7 @@ TEST_F(AppletLaunchMachine, anyCallOfAPassMayFail) {
     EXPECT_TRUE(launched > 2 && refused > 5) << launched << " " << refused;
 }
 
-TEST_F(AppletLaunchMachine, imageAndItsFoldersStayInPlaceDuringALaunch) {
+TEST_F(AppletLaunchMachine, imageAndItsFoldersCannotMoveDuringALaunch) {
     faults::arm({"CreateProcessW", 1, faults::Action::Hold});
     failCall("CreateProcessW", 1, 1234);
     DWORD result = 0;
@@ -138,7 +138,7 @@ TEST_F(AppletLaunchMachine, imageAndItsFoldersStayInPlaceDuringALaunch) {
     EXPECT_EQ(result, 1234U);
 }
 
-// The image is the last thing that a launch looks at.
+// A launch examines the image last.
 TEST_F(AppletLaunchMachine, imageThatCannotBeExaminedIsRefused) {
     const auto launch = [&] { return dispatchQueue(wide(ownQueue())); };
     faults::clear();
@@ -151,7 +151,7 @@ TEST_F(AppletLaunchMachine, imageThatCannotBeExaminedIsRefused) {
     EXPECT_EQ(faults::uses("CreateProcessW"), 0U);
 }
 
-TEST_F(AppletLaunchMachine, imageWithASecondLinkBehindALinkOrTooFarDownIsNotStarted) {
+TEST_F(AppletLaunchMachine, refusesAnImageThatIsLinkedOrHasTooLongAPath) {
     const fs::path image = folder() / "drive_c/my programs/Vellumd.exe", way = folder() / "drive_c/way",
                    distant = folder() / "drive_c" / std::string(200, 'd') / std::string(60, 'd') / "Vellumd.exe";
     const auto isRefused = [&](const fs::path& refusedImage, int error) {
@@ -175,7 +175,7 @@ TEST_F(AppletLaunchMachine, imageWithASecondLinkBehindALinkOrTooFarDownIsNotStar
     isRefused(distant, ERROR_FILENAME_EXCED_RANGE);
 }
 
-TEST_F(AppletLaunchMachine, onlyAQueueOfThisLogonIsLaunched) {
+TEST_F(AppletLaunchMachine, launchesOnlyAQueueOfThisLogon) {
     const WideString foreign = TEXT("applet-00000002-0000000000000999-0000000000000001"), none = TEXT("applet-x");
     AppletContext nobody;
     nobody.userSid = context().userSid;
@@ -201,7 +201,7 @@ TEST_F(AppletLaunchMachine, passWithoutAStoreHasNothingToDo) {
     EXPECT_EQ(pass.timesSaid("rejected"), 0U) << pass.said();
 }
 
-TEST_F(AppletLaunchMachine, passEndsAsStoreAndOwnersAllow) {
+TEST_F(AppletLaunchMachine, passReportsABadStoreAndUnknownOwners) {
     chmod(root().c_str(), 0750);
     RoleProcess open(recover());
     expectEnd(open, 15, "Applet recovery store rejected (err=5)");
@@ -214,7 +214,7 @@ TEST_F(AppletLaunchMachine, passEndsAsStoreAndOwnersAllow) {
     EXPECT_TRUE(pass.says("unknown=1"));
 }
 
-// An administrator on a machine without UAC is elevated from the start.
+// An administrator on a machine without UAC always has an elevated token.
 TEST_F(AppletLaunchMachine, elevatedDisplayRunsInAChildAtMediumIntegrity) {
     describeUnfiltered("00000000");
     RoleProcess start({"--applet-queue", "-i", ownQueue()}, kHigh);
@@ -240,7 +240,7 @@ TEST_F(AppletLaunchMachine, elevatedPassRunsInAChildAtMediumIntegrity) {
     }
 }
 
-TEST_F(AppletLaunchMachine, elevatedPassThatCannotBeLoweredEnds) {
+TEST_F(AppletLaunchMachine, elevatedPassExitsIfItsChildCannotStart) {
     describeUnfiltered("00000000");
     for (const char* call :
          {"SaferCreateLevel", "SaferComputeTokenFromLevel", "SaferCloseLevel", "CreateRestrictedToken",

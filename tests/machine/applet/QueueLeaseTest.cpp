@@ -1,4 +1,4 @@
-// What a display process does in its queue: it holds it, reads, replaces and removes its notes, and cleans up.
+// What a display process does with its queue: it holds a lease, reads, replaces and removes notes, and cleans up.
 #include "applet/QueueLease.h"
 
 #include <map>
@@ -45,14 +45,14 @@ class QueueLeaseMachine : public StoreMachine {
     static long remove(const QueueLease& held, const WideString& name = kNote) {
         return errorOf([&](DWORD& err) { return held.removeNote(name, err); });
     }
-    // The error of a cleanup that finds nothing in the store.
+    // Runs a cleanup that must find an empty store. Returns its error.
     long clean() {
         const unsigned before = removals_;
         const long error = errorOf([&](DWORD& err) { return store_.cleanupEmptyStore(removal_, err); });
         EXPECT_EQ(removals_, before + 1);
         return error;
     }
-    // The error of a cleanup that leaves the entry alone.
+    // Runs a cleanup that must not remove the startup entry. Returns its error.
     long leave(const StartupEntryRemoval& removal) const {
         const unsigned before = removals_;
         DWORD err = 99;
@@ -66,11 +66,11 @@ class QueueLeaseMachine : public StoreMachine {
     std::string name_ = ownQueue();
     fs::path queue_ = makeQueue(name_);
     unsigned removals_ = 0;
-    DWORD result_ = 0;  // of the next removal
+    DWORD result_ = 0;  // what the next removal returns
     const StartupEntryRemoval removal_ = [this] { return ++removals_, result_; };
 };
 
-TEST_F(QueueLeaseMachine, oneLeaseOfAQueueAtATime) {
+TEST_F(QueueLeaseMachine, queueHasOneLeaseAtATime) {
     const LogonIdentity own = context().identity;
     QueueLease first = lease(), second;
     EXPECT_EQ(open(second, wide(name_), own), ERROR_SHARING_VIOLATION) << "displayed already";
@@ -97,7 +97,7 @@ TEST_F(QueueLeaseMachine, isForQueuesOfThisLogonOnly) {
     EXPECT_EQ(open(held, wide(claimed), own), 0);
 }
 
-TEST_F(QueueLeaseMachine, keepsItsFolderInPlaceUntilItEnds) {
+TEST_F(QueueLeaseMachine, queueCannotBeMovedWhileLeased) {
     QueueLease held = lease();
     store_ = QueueStore();
     const WideString path = pathOf(name_), moved = pathOf("moved");
@@ -111,7 +111,7 @@ TEST_F(QueueLeaseMachine, keepsItsFolderInPlaceUntilItEnds) {
     EXPECT_EQ(faults::openHandles(), 0U);
 }
 
-TEST_F(QueueLeaseMachine, withoutALeaseNothingIsDone) {
+TEST_F(QueueLeaseMachine, emptyLeaseRefusesEveryOperation) {
     const QueueLease none;
     std::string bytes = "x";
     EXPECT_EQ(read(none, bytes), ERROR_INVALID_PARAMETER);
@@ -133,7 +133,7 @@ TEST_F(QueueLeaseMachine, readsNotesOfUpTo2MiB) {
     }
 }
 
-TEST_F(QueueLeaseMachine, notesHaveNamesOfTheirOwn) {
+TEST_F(QueueLeaseMachine, refusesOtherNamesThanThoseOfNotes) {
     const QueueLease held = lease();
     std::string bytes;
     EXPECT_EQ(read(held, bytes, TEXT("note_x.json")), ERROR_FILE_NOT_FOUND);
@@ -143,7 +143,7 @@ TEST_F(QueueLeaseMachine, notesHaveNamesOfTheirOwn) {
             EXPECT_EQ(error, ERROR_INVALID_PARAMETER) << name;
 }
 
-TEST_F(QueueLeaseMachine, shortReadGoesOnAndOneWithoutBytesEndsIt) {
+TEST_F(QueueLeaseMachine, continuesAfterAShortReadAndFailsAfterAnEmptyOne) {
     const QueueLease held = lease();
     std::string bytes;
     putNote("note_a.json", "0123456789");
@@ -156,7 +156,7 @@ TEST_F(QueueLeaseMachine, shortReadGoesOnAndOneWithoutBytesEndsIt) {
     EXPECT_EQ(read(held, bytes), ERROR_HANDLE_EOF);
 }
 
-TEST_F(QueueLeaseMachine, locksStopWritingAndNotReading) {
+TEST_F(QueueLeaseMachine, locksBlockWritesButNotReads) {
     const QueueLease held = lease();
     const WideString gone = TEXT("note_gone.json");
     std::string bytes;
@@ -173,7 +173,7 @@ TEST_F(QueueLeaseMachine, locksStopWritingAndNotReading) {
     EXPECT_FALSE(fs::exists(queue_ / "note_a.json"));
 }
 
-TEST_F(QueueLeaseMachine, replacesANoteByAPrivateOne) {
+TEST_F(QueueLeaseMachine, updateWritesAPrivateNote) {
     const QueueLease held = lease();
     putNote("note_a.json", "old");
     const std::string bytes = "head" + std::string(5000, 'x') + "tail";
@@ -185,7 +185,7 @@ TEST_F(QueueLeaseMachine, replacesANoteByAPrivateOne) {
     EXPECT_EQ(names(), (std::vector<std::string>{".display.lock", ".writer.lock", "note_a.json"}));
 }
 
-TEST_F(QueueLeaseMachine, updateThatIsRefusedLeavesTheOldNote) {
+TEST_F(QueueLeaseMachine, refusedUpdateKeepsTheOldNote) {
     const QueueLease held = lease();
     putNote("note_a.json", "old");
     EXPECT_EQ(update(held, "new", TEXT("note_b.json")), ERROR_FILE_NOT_FOUND) << "it makes no new note";
@@ -197,8 +197,9 @@ TEST_F(QueueLeaseMachine, updateThatIsRefusedLeavesTheOldNote) {
     EXPECT_EQ(names(), (std::vector<std::string>{".display.lock", ".writer.lock", "note_a.json"}));
 }
 
-// The note is closed when its successor is on the disk. The close of the successor decides how the update ended.
-TEST_F(QueueLeaseMachine, updateFailsWhenAFileCannotBeClosed) {
+// The old note is closed after the new content is on disk. The close of the new file decides whether the update
+// succeeded.
+TEST_F(QueueLeaseMachine, updateFailsIfAFileCannotBeClosed) {
     const QueueLease held = lease();
     putNote("note_a.json", "old");
     failCall("CloseHandle", 1, 1234);
@@ -211,7 +212,7 @@ TEST_F(QueueLeaseMachine, updateFailsWhenAFileCannotBeClosed) {
     EXPECT_EQ(whileFailing("CloseHandle", 1, 1236, [&] { return remove(held); }), 1236);
 }
 
-// Fifteen notes of 2 MiB beside the one that is replaced: 30 MiB, and 2 MiB to come.
+// 15 notes of 2 MiB besides the replaced one make 30 MiB, so 2 MiB are left.
 TEST_F(QueueLeaseMachine, updateKeepsTheQueueWithin32MiB) {
     const QueueLease held = lease();
     putNotes(0, 15, 2 * kMiB);
@@ -224,7 +225,7 @@ TEST_F(QueueLeaseMachine, updateKeepsTheQueueWithin32MiB) {
     EXPECT_EQ(update(held, std::string(2 * kMiB - 1, 'z')), 0);
 }
 
-TEST_F(QueueLeaseMachine, updateCounts128FilesWhateverTheyAre) {
+TEST_F(QueueLeaseMachine, updateAllows128EntriesOfAnyKind) {
     const QueueLease held = lease();
     putNote("note_a.json", "old");
     putNotes(1, 128, 1);
@@ -241,7 +242,8 @@ TEST_F(QueueLeaseMachine, updateCounts128FilesWhateverTheyAre) {
     EXPECT_EQ(content(), "new");
 }
 
-// The temporary path, with a name of 42 characters, and the note's own, where the machine opens longer ones.
+// Tests two paths: that of the temporary file, whose name has 42 characters, and the note's own. The machine allows
+// longer paths.
 TEST_F(QueueLeaseMachine, pathOf260CharactersIsTooLong) {
     allowLongPaths();
     for (const std::string& note : {std::string("note_a.json"), "note_" + std::string(86, 'x') + ".json"})
@@ -256,8 +258,8 @@ TEST_F(QueueLeaseMachine, pathOf260CharactersIsTooLong) {
         }
 }
 
-// The process is killed at each call of an update and of a removal.
-TEST_F(QueueLeaseMachine, processThatIsKilledAtAnyCallLeavesWhatTheNextOneCanUse) {
+// Kills the process at each call of an update and of a removal.
+TEST_F(QueueLeaseMachine, killAtAnyCallLeavesAUsableQueue) {
     std::map<std::string, unsigned> seen;
     for (const bool updates : {true, false}) {
         const auto body = [&](const QueueLease& held) { updates ? update(held, "new") : remove(held); };
@@ -289,7 +291,7 @@ TEST_F(QueueLeaseMachine, cleanupRemovesTheEntryOfAnEmptyStore) {
     EXPECT_EQ(clean(), 77);
 }
 
-TEST_F(QueueLeaseMachine, cleanupLeavesTheEntryWhileAnythingIsInAQueue) {
+TEST_F(QueueLeaseMachine, cleanupKeepsTheEntryUnlessAllQueuesAreEmpty) {
     for (const char* name : {"note_a.json", "{stale}.tmp", "anything"}) {
         putNote(name, "x");
         EXPECT_EQ(leave(), 0) << name;
@@ -302,7 +304,7 @@ TEST_F(QueueLeaseMachine, cleanupLeavesTheEntryWhileAnythingIsInAQueue) {
     EXPECT_EQ(leave(), ERROR_INVALID_PARAMETER);
 }
 
-TEST_F(QueueLeaseMachine, cleanupRefusesAStoreWithAStrayEntry) {
+TEST_F(QueueLeaseMachine, cleanupRefusesAStoreWithAnUnknownEntry) {
     const fs::path stray = root() / "applet-x";
     putPrivateFile(stray, "");
     EXPECT_EQ(leave(), ERROR_ACCESS_DENIED) << "a file";
@@ -314,10 +316,10 @@ TEST_F(QueueLeaseMachine, cleanupRefusesAStoreWithAStrayEntry) {
     EXPECT_EQ(leave(), ERROR_INVALID_DATA) << "other capitals";
 }
 
-TEST_F(QueueLeaseMachine, cleanupLooksAt4096Entries) {
+TEST_F(QueueLeaseMachine, cleanupAcceptsUpTo4096Entries) {
     for (unsigned i = 1; i <= 4094; ++i)
         makeQueue("applet-00000002-" + hex(i, 16) + "-0000000000000001");
-    EXPECT_EQ(clean(), 0);  // with "runtime" and the own queue: 4096
+    EXPECT_EQ(clean(), 0);  // together with "runtime" and the own queue: 4096
     makeQueue("applet-00000003-0000000000000001-0000000000000001");
     EXPECT_EQ(leave(), ERROR_MORE_DATA);
 }

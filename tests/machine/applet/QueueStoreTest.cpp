@@ -1,4 +1,4 @@
-// The store: what it takes to be opened, and what is refused in it.
+// The store: when it opens, and which objects in it are refused.
 
 #include <set>
 
@@ -11,7 +11,7 @@ using namespace platform;
 
 namespace {
 
-// What of an object must not change.
+// The properties of a file that must not change.
 std::string stateOf(const fs::path& path) {
     struct stat state = {};
     if (lstat(path.c_str(), &state) != 0) return "absent";
@@ -26,7 +26,7 @@ enum class Kind { Link, HardLink, Other, Access };
 struct Plant {
     const char* what;
     Kind kind;
-    mode_t bits = 0;  // that make the access list
+    mode_t bits = 0;  // the mode bits that stand for the access list
 };
 constexpr Plant kPlants[] = {{"link", Kind::Link},
                              {"hard link", Kind::HardLink},
@@ -38,7 +38,7 @@ constexpr Plant kPlants[] = {{"link", Kind::Link},
                              {"no entry", Kind::Access, 0},
                              {"no list", Kind::Access, 07777}};
 
-// Puts something in the place of a good object, which goes aside where it is not the object itself.
+// Puts a bad object in place of a good one. The good one is renamed to "-aside" if the bad one replaces it.
 void plantAt(const fs::path& place, const Plant& plant) {
     const fs::path aside = place.string() + "-aside";
     const bool isFolder = fs::is_directory(place);
@@ -55,7 +55,7 @@ void plantAt(const fs::path& place, const Plant& plant) {
     if (plant.kind == Kind::Other) chmod(place.c_str(), isFolder ? 0600 : 0700);
 }
 
-// The notes of all queues, and whatever else lies there besides the locks.
+// The notes of all queues, and all other files except locks.
 std::string notesIn(const fs::path& root) {
     std::string text;
     for (const auto& entry : fs::recursive_directory_iterator(root))
@@ -91,7 +91,7 @@ class QueueStoreMachine : public StoreMachine {
         return *std::find_if(std::begin(kOperations), std::end(kOperations),
                              [&](const Operation& each) { return each.name == name; });
     }
-    // A store with one queue, in it the note, and what else the operation finds when all is well.
+    // Creates a store with one queue and everything that the operation expects, with or without a note.
     void prepare(const Operation& operation, bool hasNote) {
         held_ = QueueLease();
         store_ = QueueStore();
@@ -109,18 +109,18 @@ class QueueStoreMachine : public StoreMachine {
         heldInCallback_.clear();
         takeExclusiveOpenings();
     }
-    // The operation finds this planted in the place of a good object.
+    // Checks that the operation refuses this object in place of a good one.
     void expectRefused(const Operation& operation, const fs::path& path, const Plant& plant) {
         SCOPED_TRACE(path.string() + ", " + plant.what + ", " + operation.name);
         prepare(operation, operation.name != std::string("cleanup"));
         const fs::path aside = path.string() + "-aside";
         const bool isTemporary = path.extension() == ".tmp", isNote = path.extension() == ".json";
         if (isTemporary) putPrivateFile(path, "planted");
-        if (fs::is_directory(path) && plant.kind == Kind::HardLink) return;  // folders have none
+        if (fs::is_directory(path) && plant.kind == Kind::HardLink) return;  // folders have no hard links
         plantAt(path, plant);
         const std::string before = stateOf(path) + stateOf(aside);
         const long error = errorOf([&](DWORD& err) { return operation.perform(*this, err); });
-        // A listing tells that a note is a link or a folder before anything is opened.
+        // The listing shows that a note is a link or a folder, so nothing is opened.
         const bool isListed = isNote && operation.name == std::string("measure") && error == ERROR_INVALID_DATA;
         EXPECT_TRUE(isListed || error == (isTemporary ? ERROR_FILE_EXISTS : ERROR_ACCESS_DENIED)) << error;
         EXPECT_EQ(stateOf(path) + stateOf(aside), before);
@@ -136,7 +136,7 @@ class QueueStoreMachine : public StoreMachine {
     QueueStore store_;
     QueueLease held_;
     unsigned callbacks_ = 0;
-    std::string heldInCallback_;  // the locks that were taken by then
+    std::string heldInCallback_;  // the locks that were held at that time
 };
 
 const QueueStoreMachine::Operation QueueStoreMachine::kOperations[9] = {
@@ -177,7 +177,7 @@ const QueueStoreMachine::Operation QueueStoreMachine::kOperations[9] = {
     {"cleanup",
      [](auto& test, DWORD& err) { return test.store_.cleanupEmptyStore([&] { return test.noteCallback(); }, err); }}};
 
-TEST_F(QueueStoreMachine, opensAPlainLocalPathOnly) {
+TEST_F(QueueStoreMachine, opensOnlyPlainLocalPaths) {
     makeStore();
     fs::create_directories(folder() / "drive_c/dir");
     const std::string root = utf8(context().storeRoot);
@@ -190,7 +190,7 @@ TEST_F(QueueStoreMachine, opensAPlainLocalPathOnly) {
         {ERROR_BAD_PATHNAME,
          {"C:\\dir\\\\x", "C:\\.\\x", "C:\\..\\x", "C:\\dir\\x.", "C:\\dir \\x", "C:\\dir/x", "C:\\dir\\x:y",
           "C:\\dir\\x*", "C:\\dir\\x?", "C:\\dir\\x\"", "C:\\dir\\<x", "C:\\dir\\x>", "C:\\dir\\x|"}},
-        // Each folder is opened before the next is looked at.
+        // Each folder is opened before the next one is checked.
         {ERROR_FILE_NOT_FOUND, {longest, "C:\\dir\\missing", "C:\\missing\\x", "C:\\missing\\x."}}};
     for (const auto& [error, paths] : rows)
         for (const std::string& path : paths)
@@ -198,7 +198,7 @@ TEST_F(QueueStoreMachine, opensAPlainLocalPathOnly) {
     EXPECT_EQ(faults::openHandles() + faults::openAllocations(), 0U);
 }
 
-TEST_F(QueueStoreMachine, opensForAUserOnly) {
+TEST_F(QueueStoreMachine, openNeedsAValidUserSid) {
     makeStore();
     BYTE noSid[12] = {9, 1};
     for (const PSID sid : {PSID{nullptr}, PSID{noSid}}) {
@@ -209,7 +209,7 @@ TEST_F(QueueStoreMachine, opensForAUserOnly) {
     EXPECT_EQ(faults::openHandles() + faults::openAllocations(), 0U);
 }
 
-TEST_F(QueueStoreMachine, makesItsRootPrivateAndNothingElse) {
+TEST_F(QueueStoreMachine, createsOnlyAPrivateRoot) {
     fs::create_directories(root().parent_path());
     EXPECT_EQ(openRoot(), ERROR_FILE_NOT_FOUND);
     chmod(root().parent_path().c_str(), 0755);
@@ -225,7 +225,7 @@ TEST_F(QueueStoreMachine, makesItsRootPrivateAndNothingElse) {
     EXPECT_TRUE(fs::is_empty(root())) << "opening makes no lock";
 }
 
-TEST_F(QueueStoreMachine, rootThatCannotBeMadeIsAnError) {
+TEST_F(QueueStoreMachine, failsIfTheRootCannotBeCreated) {
     fs::create_directories(root().parent_path());
     EXPECT_EQ(whileFailing("CreateDirectoryW", 1, 1234, [&] { return openRoot(true); }), 1234);
     EXPECT_FALSE(fs::exists(root()));
@@ -234,7 +234,7 @@ TEST_F(QueueStoreMachine, rootThatCannotBeMadeIsAnError) {
     EXPECT_EQ(contentOf(root()), "file");
 }
 
-TEST_F(QueueStoreMachine, newFolderInheritsToWhatIsMadeInIt) {
+TEST_F(QueueStoreMachine, contentOfANewFolderInheritsItsList) {
     const QueueStore store = makeStore();
     QueueStore::Impl& made = *store.impl();
     void* entry = nullptr;
@@ -246,7 +246,7 @@ TEST_F(QueueStoreMachine, newFolderInheritsToWhatIsMadeInIt) {
     EXPECT_EQ(fs::status(hostPath(TEXT("C:\\folder"))).permissions(), fs::perms{0751});
 }
 
-TEST_F(QueueStoreMachine, refusedOpeningLeavesItEmpty) {
+TEST_F(QueueStoreMachine, failedOpenLeavesTheStoreEmpty) {
     QueueStore store = makeStore();
     DWORD err = 0;
     EXPECT_FALSE(store.open(TEXT("C:\\"), owner(), false, err));
@@ -255,8 +255,8 @@ TEST_F(QueueStoreMachine, refusedOpeningLeavesItEmpty) {
     EXPECT_TRUE(store.open(context().storeRoot, owner(), false, err));
 }
 
-// No folder on the path can be renamed or deleted, by another process either.
-TEST_F(QueueStoreMachine, keepsItsPathWhereItIs) {
+// No process can rename or delete a folder of the path.
+TEST_F(QueueStoreMachine, foldersOfItsPathCannotBeMoved) {
     QueueStore store = makeStore();
     EXPECT_EQ(faults::openHandles(), 6U) << "the drive's own folder, and the five below it";
     for (fs::path path = root(); path != hostPath(TEXT("C:\\")); path = path.parent_path()) {
@@ -271,9 +271,9 @@ TEST_F(QueueStoreMachine, keepsItsPathWhereItIs) {
     EXPECT_TRUE(MoveFileExW(context().storeRoot.c_str(), TEXT("C:\\moved"), 0));
 }
 
-TEST_F(QueueStoreMachine, plantedObjectsAreRefusedAndLeftAlone) {
+TEST_F(QueueStoreMachine, plantedObjectsAreRefusedAndNotChanged) {
     const std::string queue = ownQueue();
-    // Below the store root.
+    // Paths relative to the store root.
     const std::pair<std::string, std::vector<const char*>> places[] = {
         {"", {"open"}},
         {"/.lifecycle.lock", {"lease", "update", "remove", "list", "measure", "claim", "cleanup"}},
@@ -289,8 +289,8 @@ TEST_F(QueueStoreMachine, plantedObjectsAreRefusedAndLeftAlone) {
                 expectRefused(operation(name), root().string() + place, plant);
 }
 
-// Folders above the root belong to others; what counts is that they are folders.
-TEST_F(QueueStoreMachine, wayToTheRootHasNoLinks) {
+// Folders above the root may belong to others, but must be real folders.
+TEST_F(QueueStoreMachine, pathToTheRootMayNotContainLinks) {
     makeStore();
     const fs::path local = root().parent_path();
     chmod(local.c_str(), 0777);
@@ -302,8 +302,8 @@ TEST_F(QueueStoreMachine, wayToTheRootHasNoLinks) {
     EXPECT_EQ(openRoot(), ERROR_ACCESS_DENIED);
 }
 
-// A link to nothing in the place of a lock makes nothing where it points.
-TEST_F(QueueStoreMachine, lockIsNeverMadeThroughALink) {
+// If a lock file is a dangling link, opening it must not create the target.
+TEST_F(QueueStoreMachine, lockIsNeverCreatedThroughALink) {
     store_ = makeStore();
     makeQueue(ownQueue());
     fs::create_symlink(folder() / "elsewhere", root() / ".lifecycle.lock");
@@ -311,7 +311,7 @@ TEST_F(QueueStoreMachine, lockIsNeverMadeThroughALink) {
     EXPECT_FALSE(fs::exists(folder() / "elsewhere"));
 }
 
-// Whoever takes several locks takes them in one order: recovery, lifecycle, then writer or display.
+// Several locks are always taken in this order: recovery, lifecycle, then writer or display.
 TEST_F(QueueStoreMachine, locksAreTakenInOneOrder) {
     const std::string
         first = "+.lifecycle.lock",
@@ -338,8 +338,9 @@ TEST_F(QueueStoreMachine, locksAreTakenInOneOrder) {
     EXPECT_TRUE(pass.starts_with("+.recovery.lock " + first) && pass.ends_with(last + " -.recovery.lock")) << pass;
 }
 
-// Whatever call fails, the operation gives its error, the note is whole, and nothing is left open, held or lying about.
-TEST_F(QueueStoreMachine, everyFailingCallIsAnError) {
+// Whichever call fails, the operation returns its error, the note is complete, and no handle, lock or temporary file is
+// left.
+TEST_F(QueueStoreMachine, everyFailingCallReturnsAnError) {
     for (const Operation& each : kOperations) {
         SCOPED_TRACE(each.name);
         const std::string before = each.name == std::string("cleanup") ? "" : "old", after = each.noteAfter;
@@ -347,7 +348,8 @@ TEST_F(QueueStoreMachine, everyFailingCallIsAnError) {
         bool done = false;
         DWORD err = 0;
         const auto check = [&](bool fired) {
-            const bool isRelease = !notices::takeDebugOutput().empty();  // one that fails is a line for the debugger
+            const bool isRelease =
+                !notices::takeDebugOutput().empty();  // a failing release call only writes a debug line
             const std::string now = notesIn(root());
             EXPECT_EQ(done, err == 0);
             EXPECT_TRUE(fired ? err != 0 || isRelease || (isUpdate && now == "new") : err == 0);
@@ -361,7 +363,7 @@ TEST_F(QueueStoreMachine, everyFailingCallIsAnError) {
     }
 }
 
-TEST_F(QueueStoreMachine, searchThatFailsNeverMakesAStoreLookEmpty) {
+TEST_F(QueueStoreMachine, failedSearchNeverMakesAStoreLookEmpty) {
     const Operation& cleanup = operation("cleanup");
     bool done = false;
     DWORD err = 0;

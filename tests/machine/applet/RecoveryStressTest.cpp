@@ -1,4 +1,4 @@
-// Several at one store at once: recovery passes of two logons and the displays that they start, killed at any moment.
+// Many processes on one store: recovery passes of two logons and their displays, killed at random times.
 #include <map>
 #include <set>
 
@@ -12,7 +12,7 @@ class RecoveryStressMachine : public PassMachine {
     RecoveryStressMachine() { makeStore(); }
 
     static Environment tokenOf(DWORD session) { return {{"VELLUM_TOKEN", "operator@" + std::to_string(session)}}; }
-    // A queue of another logon that is over, with one note.
+    // Creates a queue of a logon that has ended, with one note.
     void leaveNote(unsigned n) const {
         const std::string id = "note_" + std::to_string(n);
         putNote(makeQueue("applet-00000002-" + hex(0x900 + n, 16) + "-0000000000000001"), id + ".json",
@@ -22,7 +22,7 @@ class RecoveryStressMachine : public PassMachine {
         RoleProcess pass(recover(), tokenOf(session));
         return pass.exitCode();
     }
-    // Of every note in the store: its files.
+    // The files of each note in the store.
     std::map<std::string, std::vector<fs::path>> notesInTheStore() const {
         std::map<std::string, std::vector<fs::path>> found;
         for (const auto& entry : fs::recursive_directory_iterator(root()))
@@ -45,7 +45,7 @@ class RecoveryStressMachine : public PassMachine {
     }
 };
 
-TEST_F(RecoveryStressMachine, everyNoteIsShownOnceWhoeverIsKilled) {
+TEST_F(RecoveryStressMachine, everyNoteIsShownOnceAfterRandomKills) {
     constexpr unsigned kNotes = 4, kRounds = 12;
     const unsigned seed = seedOfTest();
     SCOPED_TRACE("VELLUM_SEED=" + std::to_string(seed));
@@ -53,14 +53,14 @@ TEST_F(RecoveryStressMachine, everyNoteIsShownOnceWhoeverIsKilled) {
     for (unsigned round = 0; round < kRounds; ++round) {
         if (round < kNotes) leaveNote(round);
         RoleProcess first(recover(), tokenOf(1)), second(recover(), tokenOf(4));
-        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 80));  // to kill it at another moment
+        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 80));  // varies the moment of the kill
         first.kill();
         killADisplay(random);
         const int code = second.exitCode();
         EXPECT_TRUE(code == 0 || code == 16 || code == 17) << code << second.said();
     }
     endProcesses();
-    // A display that meets another's lock ends, and a pass puts the queue off: the next pass shows its notes.
+    // A display that meets a lock ends, and a pass then defers the queue. The next pass shows its notes.
     std::multiset<std::string> shown;
     EXPECT_TRUE(eventually([&] {
         EXPECT_EQ((passIn(1) | passIn(4)) & ~17, 0);

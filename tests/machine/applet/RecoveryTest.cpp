@@ -1,4 +1,4 @@
-// Queues that logons left behind: listed, measured, claimed, and walked through by a recovery pass.
+// Queues of logons that have ended: a recovery pass lists, measures, claims and shows them.
 #include "applet/Recovery.h"
 
 #include <map>
@@ -24,7 +24,7 @@ Claim failed(long error) {
 
 class RecoveryMachine : public StoreMachine {
   protected:
-    // The n-th queue of a logon that is over. It is listed before those of the own logon.
+    // The n-th queue of a logon that has ended. It is listed before the queues of the own logon.
     static std::string foreign(unsigned n) { return "applet-00000001-" + hex(0x900 + n, 16) + "-0000000000000001"; }
     std::string claimed(unsigned n) const { return own_ + "-r-" + hex(n, 32); }
     fs::path makeQueue(const std::string& name, unsigned notes = 1, std::size_t size = 10) const {
@@ -45,7 +45,7 @@ class RecoveryMachine : public StoreMachine {
             fs::remove_all(root() / name);
     }
 
-    // The names of up to so many queues; none behind an error.
+    // Lists up to `limit` queues in names_. After an error names_ must be empty.
     long list(DWORD limit = 100) {
         names_ = {TEXT("before")};
         isTruncated_ = true;
@@ -57,7 +57,7 @@ class RecoveryMachine : public StoreMachine {
     long measure(const std::string& name) {
         return errorOf([&](DWORD& err) { return store_.measureQueue(wide(name), notes_, bytes_, err); });
     }
-    // "notes bytes" of the own queue, which can be measured.
+    // Measures the own queue, which must succeed. Returns "notes bytes".
     std::string size() {
         EXPECT_EQ(measure(own_), 0);
         return std::to_string(notes_) + " " + std::to_string(bytes_);
@@ -71,13 +71,13 @@ class RecoveryMachine : public StoreMachine {
         EXPECT_EQ(result == ClaimResult::Claimed, !made.empty());
         return {result, static_cast<long>(err)};
     }
-    // A queue as its display has it open.
+    // Opens a queue like its display does.
     FileHandle show(const std::string& name) const {
         return FileHandle(CreateFileW(pathOf(name).c_str(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                       nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     }
 
-    // A pass as text. Whom it asked for and what it started is in asked_ and started_.
+    // Runs a pass and returns its result as text. asked_ and started_ record its lookups and launches.
     std::string recovered() {
         asked_.clear();
         started_.clear();
@@ -95,7 +95,7 @@ class RecoveryMachine : public StoreMachine {
             return result == results_.end() ? DWORD{0} : result->second;
         }));
     }
-    // The counters as the log has them, and the report behind them.
+    // The non-zero counters and the error report.
     static std::string text(const RecoveryResult& result) {
         std::ostringstream out;
         const std::pair<const char*, DWORD> counters[] = {
@@ -140,7 +140,7 @@ TEST_F(RecoveryMachine, listsUpToTheLimit) {
     EXPECT_EQ(list(), ERROR_INVALID_PARAMETER);
 }
 
-TEST_F(RecoveryMachine, strayEntryFailsTheListing) {
+TEST_F(RecoveryMachine, unknownEntryFailsTheListing) {
     makeQueue(foreign(0));
     const fs::path stray = root() / foreign(7);
     const auto isRefused = [&](const fs::path& entry) {
@@ -195,7 +195,7 @@ TEST_F(RecoveryMachine, measuringNeedsAQueueWithoutAWriter) {
     EXPECT_EQ(whileHeld(own_ + "\\.writer.lock", [&] { return measure(own_); }), ERROR_SHARING_VIOLATION);
 }
 
-TEST_F(RecoveryMachine, claimNeedsItsArguments) {
+TEST_F(RecoveryMachine, claimRefusesInvalidArguments) {
     const OwnerLookup gone = [](const LogonIdentity&) { return OwnerState::Gone; };
     makeQueue(foreign(0));
     EXPECT_EQ(claim("applet-x"), failed(ERROR_INVALID_PARAMETER)) << "not the name of a queue";
@@ -208,7 +208,7 @@ TEST_F(RecoveryMachine, claimNeedsItsArguments) {
     }
 }
 
-TEST_F(RecoveryMachine, claimLeavesAQueueThatSomebodyUses) {
+TEST_F(RecoveryMachine, claimLeavesAQueueThatIsInUse) {
     const std::string queue = foreign(0);
     makeQueue(queue);
     for (const OwnerState state : {OwnerState::Live, OwnerState::Unknown})
@@ -227,7 +227,7 @@ TEST_F(RecoveryMachine, claimLeavesAQueueThatSomebodyUses) {
     EXPECT_EQ(queues(), std::vector<std::string>{queue});
 }
 
-TEST_F(RecoveryMachine, claimRenamesTheQueueToOneOfThisLogon) {
+TEST_F(RecoveryMachine, claimRenamesTheQueueForThisLogon) {
     makeQueue(foreign(0));
     ASSERT_EQ(claim(foreign(0)), Claim(ClaimResult::Claimed, 0));
     const std::string name = claimedName_;
@@ -242,7 +242,7 @@ TEST_F(RecoveryMachine, claimRenamesTheQueueToOneOfThisLogon) {
     EXPECT_TRUE(claimedName_.size() == 84 && claimedName_ != name);
 }
 
-TEST_F(RecoveryMachine, claimFailsWhereTheNewNameIsTaken) {
+TEST_F(RecoveryMachine, claimFailsIfTheNewNameExists) {
     const fs::path inTheWay = root() / (own_ + "-r-00000001000200030405060708090A0B");
     makeQueue(foreign(0));
     putPrivateFile(inTheWay, "mine");
@@ -260,8 +260,8 @@ TEST_F(RecoveryMachine, claimedPathHasFewerThan260Characters) {
     }
 }
 
-// A pass that is killed at any call leaves the queue whole under the one name or the other, for the next pass to show.
-TEST_F(RecoveryMachine, passThatIsKilledAtAnyCallLeavesTheQueueForTheNextPass) {
+// Wherever a pass is killed, the queue stays complete under its old or its new name, and the next pass shows it.
+TEST_F(RecoveryMachine, killedPassLeavesTheQueueForTheNextPass) {
     std::map<std::string, unsigned> seen;
     const auto prepare = [&] {
         removeQueues();
@@ -279,7 +279,7 @@ TEST_F(RecoveryMachine, passThatIsKilledAtAnyCallLeavesTheQueueForTheNextPass) {
     EXPECT_TRUE(seen["as it was"] > 0 && seen["claimed"] > 0);
 }
 
-TEST_F(RecoveryMachine, passTreatsEveryQueueByTheStateOfItsOwner) {
+TEST_F(RecoveryMachine, passHandlesEachQueueByTheStateOfItsOwner) {
     EXPECT_EQ(recovered(), "") << "an empty store";
     for (const std::string& queue : {own_, claimed(1), foreign(0), foreign(1), foreign(2)})
         makeQueue(queue);
@@ -295,14 +295,14 @@ TEST_F(RecoveryMachine, passTreatsEveryQueueByTheStateOfItsOwner) {
     EXPECT_EQ(recovered(), "dispatched=3 live=1 unknown=1 ") << "now it is an own one";
 }
 
-TEST_F(RecoveryMachine, queueThatIsDisplayedAlreadyCountsAsDispatched) {
+TEST_F(RecoveryMachine, displayedQueueCountsAsDispatched) {
     makeQueue(own_);
     makeQueue(claimed(1));
     results_ = {{own_, ERROR_ALREADY_EXISTS}, {claimed(1), 1234}};
     EXPECT_EQ(recovered(), "dispatched=1 failed=1 " + report("dispatch queue", 1234, claimed(1)));
 }
 
-TEST_F(RecoveryMachine, onePassRunsAtATime) {
+TEST_F(RecoveryMachine, onlyOnePassRunsAtATime) {
     makeQueue(own_);
     const auto pass = [&] { return recovered(); };
     EXPECT_EQ(whileHeld(".recovery.lock", pass), "deferred=1 " + report("lock recovery", ERROR_SHARING_VIOLATION));
@@ -315,7 +315,7 @@ TEST_F(RecoveryMachine, onePassRunsAtATime) {
     EXPECT_TRUE(started_.empty()) << "one stray entry, and no queue is touched";
 }
 
-TEST_F(RecoveryMachine, passNeedsItsArguments) {
+TEST_F(RecoveryMachine, passRefusesInvalidArguments) {
     const OwnerLookup owner = [](const LogonIdentity&) { return OwnerState::Gone; };
     const QueueDispatch dispatch = [](const WideString&) { return DWORD{0}; };
     const LogonIdentity self = context().identity;
@@ -325,7 +325,7 @@ TEST_F(RecoveryMachine, passNeedsItsArguments) {
         EXPECT_EQ(text(result), "failed=1 " + report("validate recovery arguments", ERROR_INVALID_PARAMETER));
 }
 
-TEST_F(RecoveryMachine, ownQueueOverBudgetBarsThoseOfOthers) {
+TEST_F(RecoveryMachine, ownQueueOverBudgetDefersThoseOfOthers) {
     makeQueue(own_, 100);
     makeQueue(claimed(1), 100);
     makeQueue(foreign(0));
@@ -346,7 +346,7 @@ TEST_F(RecoveryMachine, budgetIs128NotesAnd32MiB) {
     EXPECT_EQ(recovered(), "claimed=1 dispatched=2 deferred=1 ");
 }
 
-TEST_F(RecoveryMachine, ownQueueThatCannotBeMeasuredBarsThoseOfOthers) {
+TEST_F(RecoveryMachine, unmeasurableOwnQueueDefersThoseOfOthers) {
     makeQueue(own_);
     makeQueue(foreign(0));
     EXPECT_EQ(whileHeld(own_ + "\\.writer.lock", [&] { return recovered(); }), "deferred=2 ");
@@ -354,7 +354,7 @@ TEST_F(RecoveryMachine, ownQueueThatCannotBeMeasuredBarsThoseOfOthers) {
     EXPECT_EQ(recovered(), "deferred=1 failed=1 " + report("measure queue", ERROR_INVALID_DATA, own_));
 }
 
-TEST_F(RecoveryMachine, claimedQueueThatCannotBeShownKeepsItsNameAndItsShareOfTheBudget) {
+TEST_F(RecoveryMachine, claimedQueueKeepsItsNameAndBudgetIfItsLaunchFails) {
     makeQueue(foreign(0), 100);
     makeQueue(foreign(1), 100);
     EXPECT_EQ(recovered(), "claimed=1 dispatched=1 deferred=1 ");
@@ -364,7 +364,7 @@ TEST_F(RecoveryMachine, claimedQueueThatCannotBeShownKeepsItsNameAndItsShareOfTh
     EXPECT_EQ(recovered(), "deferred=1 failed=1 " + report("dispatch queue", ERROR_ACCESS_DENIED, shown));
 }
 
-TEST_F(RecoveryMachine, claimThatIsPutOffSaysWhy) {
+TEST_F(RecoveryMachine, deferredClaimReportsItsReason) {
     makeQueue(foreign(0));
     {
         const FileHandle shown = show(foreign(0));
@@ -377,9 +377,9 @@ TEST_F(RecoveryMachine, claimThatIsPutOffSaysWhy) {
     EXPECT_EQ(recovered(isBack), "deferred=1 ") << "the owner is back by the time of the claim";
 }
 
-// Each file that the pass opens between its two questions for the owner is gone in turn: while the queue is measured
-// that is a failure, while it is claimed somebody else was faster.
-TEST_F(RecoveryMachine, queueThatVanishesBeforeItsClaimIsPutOff) {
+// Between its two owner lookups a pass opens several files. Each one in turn is missing. While the queue is measured
+// this counts as a failure; while it is claimed, another process was faster.
+TEST_F(RecoveryMachine, queueThatVanishesBeforeItsClaimIsDeferred) {
     makeQueue(foreign(0));
     for (const DWORD error : {ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND}) {
         std::set<std::string> results;
@@ -399,7 +399,7 @@ TEST_F(RecoveryMachine, queueThatVanishesBeforeItsClaimIsPutOff) {
     }
 }
 
-TEST_F(RecoveryMachine, storeOf4096QueuesIsSeenAndOneOf4097IsNot) {
+TEST_F(RecoveryMachine, handlesAStoreOf4096QueuesButNotOf4097) {
     for (unsigned i = 0; i < 4095; ++i)
         StoreMachine::makeQueue(foreign(i));
     makeQueue(foreign(4095));
@@ -409,7 +409,7 @@ TEST_F(RecoveryMachine, storeOf4096QueuesIsSeenAndOneOf4097IsNot) {
     EXPECT_TRUE(asked_.empty() && started_.empty());
 }
 
-// Any failing call is counted or harmless, and no lock stays held.
+// Each failing call is counted or does no harm, and no lock stays held.
 TEST_F(RecoveryMachine, everyFailingCallOfAPassIsCounted) {
     std::string result;
     const auto reset = [&] {

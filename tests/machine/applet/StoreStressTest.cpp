@@ -1,4 +1,4 @@
-// A display process at work while somebody else turns its queue upside down.
+// A display process uses its queue while another process damages the queue.
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -14,7 +14,7 @@ namespace {
 
 constexpr auto kDuration = std::chrono::seconds(4), kMostDuration = std::chrono::seconds(60);
 
-// Content that shows whether it is whole: its length, as many letters, and an end.
+// Content that can be checked for completeness: its length, that many letters, and an end mark.
 std::string wholeNote(std::mt19937& random) {
     const std::size_t size = 1 + random() % 30000;
     return std::to_string(size) + ":" + std::string(size, static_cast<char>('a' + random() % 26)) + ":end";
@@ -35,7 +35,7 @@ std::string nameOf(std::mt19937& random) {
 
 class StoreStressMachine : public StoreMachine {
   protected:
-    // What is not the display process's to touch: by name, content and mode. Links to it come and go.
+    // Everything outside the queue, by name, content and mode. Link counts are left out since links come and go.
     std::map<std::string, std::string> outside() const {
         std::map<std::string, std::string> found;
         for (const auto& entry : fs::recursive_directory_iterator(folder() / "outside")) {
@@ -56,7 +56,7 @@ class StoreStressMachine : public StoreMachine {
         }
     }
 
-    // One act of the display process.
+    // One random operation of the display process.
     void useQueue(const QueueLease& held, std::mt19937& random) {
         const WideString name = wide(nameOf(random));
         const std::size_t dice = random() % 8;
@@ -74,7 +74,7 @@ class StoreStressMachine : public StoreMachine {
         refused_ += err == ERROR_ACCESS_DENIED;
     }
 
-    // One act of mischief.
+    // One random disturbance.
     void disturb(const fs::path& queue, std::mt19937& random) const {
         const fs::path note = queue / nameOf(random), other = queue / nameOf(random),
                        fresh = folder() / "drive_c/fresh";
@@ -101,13 +101,14 @@ class StoreStressMachine : public StoreMachine {
     unsigned reads_ = 0, updates_ = 0, removals_ = 0, refused_ = 0, busy_ = 0;
 };
 
-TEST_F(StoreStressMachine, nothingOutsideTheQueueIsTouchedAndNoNoteIsHalf) {
+TEST_F(StoreStressMachine, keepsFilesOutsideTheQueueAndEveryNoteIntact) {
     const unsigned seed = seedOfTest();
     SCOPED_TRACE("VELLUM_SEED=" + std::to_string(seed));
     fs::create_directories(folder() / "outside/folder");
     for (const char* file : {"outside/victim.json", "outside/note_1.json", "outside/folder/note_2.json"})
         putPrivateFile(folder() / file, "no note");
-    // The display may open a planted link that goes before it is counted: the victim has a second name of its own.
+    // If a planted link vanishes before the display counts the links, the display may use the file. A second permanent
+    // link keeps the victim's link count above 1.
     fs::create_hard_link(folder() / "outside/victim.json", folder() / "outside/second.json");
     const auto before = outside();
     const QueueStore store = makeStore();

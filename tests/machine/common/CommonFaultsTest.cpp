@@ -1,4 +1,4 @@
-// Folders, identity and the auto-start value with calls failing.
+// Folders, identity and the auto-start value while calls fail.
 
 #include "common/AutoStart.h"
 #include "common/Folders.h"
@@ -18,7 +18,7 @@ std::string autoStartWithError() {
 
 }  // namespace
 
-TEST_F(CommonFaults, folderTreeIsWholeOrTheCallFails) {
+TEST_F(CommonFaults, folderTreeIsCompleteOrTheCallFails) {
     const fs::path top = folder() / "drive_c/tree";
     bool made = false;
     const auto check = [&](bool fired) {
@@ -29,8 +29,8 @@ TEST_F(CommonFaults, folderTreeIsWholeOrTheCallFails) {
     forEachFailingCall([&] { made = createDirectoryTree(TEXT("C:\\tree\\a\\b")); }, check);
 }
 
-// Another process makes the last folder first; or a file is there.
-TEST_F(CommonFaults, folderThatAppearsMeanwhileIsFineAndAFileIsNot) {
+// Another process creates the last folder, or a file, in between.
+TEST_F(CommonFaults, acceptsAFolderThatAppearsMeanwhileButNotAFile) {
     const fs::path top = folder() / "drive_c/tree";
     const auto makeUnseen = [](unsigned use) {
         return whileFailing("GetFileAttributesW", use, ERROR_FILE_NOT_FOUND,

@@ -1,4 +1,4 @@
-// The log on a machine of its own: its name and its clock, and every call failing in turn.
+// The log on a test machine: file name, clock, and each call failing in turn.
 
 #include "common/Identity.h"
 #include "common/Logger.h"
@@ -26,13 +26,13 @@ TEST_F(LoggerFaults, logNeverStopsTheProgram) {
             const std::string text = opened ? readFile(logPath()) : std::string();
             EXPECT_TRUE(text.empty() || text.ends_with("\r\n")) << text;
             EXPECT_TRUE(fired || text.ends_with("App: line 1\r\n")) << text;
-            // The debugger hears the line in every case.
+            // The debugger gets the line in every case.
             ASSERT_EQ(notices::takeDebugOutput().size(), 1U);
             fs::remove_all(logs);
         });
 }
 
-TEST_F(LoggerFaults, rotationThatFailsKeepsEveryLineThatWasWritten) {
+TEST_F(LoggerFaults, failedRotationKeepsEveryWrittenLine) {
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     const WideString path = logPath(), older = path + TEXT(".1");
     logClose();
@@ -53,11 +53,12 @@ TEST_F(LoggerFaults, rotationThatFailsKeepsEveryLineThatWasWritten) {
     forEachFailingCall(body, check);
 }
 
-TEST_F(LoggerFaults, messageThatTheFormatterCutsIsMarked) {
+TEST_F(LoggerFaults, messageCutByTheFormatterEndsInDots) {
     const WideString format(1999, TEXT('m'));
     for (const std::size_t written : {5U, 1995U, 1996U, 1998U}) {
         ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
-        // The first text of a line is its timestamp, the second the message; so many units of it are carried out.
+        // The first formatted text of a line is the timestamp, the second the message. The fault stops the message
+        // after `written` units.
         faults::arm({"vsnwprintf", 2, faults::Action::Short, static_cast<DWORD>(written)});
         logWrite(LogLevel::Info, TEXT("App"), format.c_str());
         faults::clear();
@@ -70,7 +71,7 @@ TEST_F(LoggerFaults, messageThatTheFormatterCutsIsMarked) {
     EXPECT_EQ(utf8(newGuidText()), "") << "no text is better than half an identifier";
 }
 
-TEST_F(LoggerFaults, lineIsOneWriteAndADroppedLineIsNotFormatted) {
+TEST_F(LoggerFaults, lineIsOneWriteAndDroppedLinesAreNotFormatted) {
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     EXPECT_EQ(faults::uses("FlushFileBuffers"), 0U);
     logWrite(LogLevel::Info, TEXT("App"), TEXT("x"));
@@ -90,10 +91,10 @@ TEST_F(LoggerFaults, logOfASessionWithoutAUserIsNamedUnknown) {
     logClose();
 }
 
-TEST_F(LoggerFaults, fileIsNamedAfterTheLocalDayItWasOpenedAndLinesHaveUtcTime) {
+TEST_F(LoggerFaults, fileNameHasTheLocalDayOfItsOpeningAndLinesHaveUtcTime) {
     setenv("TZ", "EAST-9", 1);
     tzset();
-    platform::clock::set(1773410340007);  // 2026-03-13T13:59:00.007Z, where it is 22:59 in the east
+    platform::clock::set(1773410340007);  // 2026-03-13T13:59:00.007Z, which is 22:59 in the zone EAST
     ASSERT_TRUE(logOpen(LogLevel::Info, nullptr));
     EXPECT_TRUE(has(utf8(logPath()), "_20260313.log")) << utf8(logPath());
     platform::clock::advance(3660000);
@@ -109,7 +110,7 @@ TEST_F(LoggerFaults, fileIsNamedAfterTheLocalDayItWasOpenedAndLinesHaveUtcTime) 
     tzset();
 }
 
-TEST_F(LoggerFaults, sessionOrUserThatCannotBeReadHasItsDefault) {
+TEST_F(LoggerFaults, unknownSessionOrUserGetsADefault) {
     for (const auto& [call, name] :
          {std::pair{"ProcessIdToSessionId", "\\Vellumd_0_"}, {"WTSQuerySessionInformationW", "\\Vellumd_1_unknown_"}}) {
         EXPECT_TRUE(whileFailing(call, 1, ERROR_ACCESS_DENIED, [] { return logOpen(LogLevel::Info, nullptr); }));

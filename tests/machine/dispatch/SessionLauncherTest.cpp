@@ -1,4 +1,4 @@
-// A display process in every session, started by LocalSystem.
+// LocalSystem starts a display process in every session.
 
 #include "dispatch/SessionLauncher.h"
 #include "machine/support/RoleProcess.h"
@@ -22,13 +22,13 @@ class SessionLauncherMachine : public MachineTest {
     bool isServedOnce(DWORD session) const {
         return eventually([&] { return processesIn(session).size() == 1; }, std::chrono::seconds(20));
     }
-    // Runs the role; a display then shows in each session of a user.
+    // Runs the role and waits until each session with a user has a display.
     void serve(RoleProcess& dispatcher) const {
         EXPECT_EQ(dispatcher.exitCode(), 0) << dispatcher.said();
         for (const DWORD session : {1U, 2U, 3U})
             ASSERT_TRUE(isServedOnce(session)) << session << dispatcher.said();
     }
-    // What is logged when no process can be started: the program is not there.
+    // Dispatches a program that does not exist. Returns the log.
     static std::string dispatch(bool isServed = false) {
         EXPECT_EQ(SessionLauncher::dispatchToSessions(TEXT("C:\\none.exe"), TEXT("")), isServed);
         return log();
@@ -39,7 +39,7 @@ class SessionLauncherMachine : public MachineTest {
     static RoleArguments launch() { return {"--launch-user-sessions", "--log-level", "debug"}; }
 };
 
-TEST_F(SessionLauncherMachine, everySessionOfAUserGetsADisplayWithItsToken) {
+TEST_F(SessionLauncherMachine, everyUserSessionGetsADisplayWithItsToken) {
     RoleProcess dispatcher(launch(), system());
     serve(dispatcher);
     for (const DWORD session : {1U, 2U, 3U}) {
@@ -69,13 +69,13 @@ TEST_F(SessionLauncherMachine, anotherDispatchServesTheSessionsThatLostTheirDisp
     EXPECT_EQ(processesIn(1), untouched);
 }
 
-TEST_F(SessionLauncherMachine, optionsArriveAsTheyWereGiven) {
+TEST_F(SessionLauncherMachine, passesOptionsUnchanged) {
     describe("[user operator]\nprofile = C:\\Users\\operator\n[session 1]\nuser = operator\n");
     fs::create_directories(folder() / "drive_c/notes here");
     RoleProcess run({"--launch-user-sessions", "-i", "blue \\\"sky\\", "--folder", "C:\\notes here\\"}, system());
     EXPECT_EQ(run.exitCode(), 0) << run.said();
     ASSERT_TRUE(isServedOnce(1));
-    // The instance's folder, with what a file name cannot have replaced.
+    // The folder of the instance, with invalid characters replaced.
     EXPECT_TRUE(eventually([&] { return fs::exists(folder() / "drive_c/notes here/blue __sky_"); }));
 }
 
@@ -90,7 +90,7 @@ TEST_F(SessionLauncherMachine, onlyLocalSystemMayDispatch) {
     EXPECT_EQ(run.exitCode(), 13);
 }
 
-TEST_F(SessionLauncherMachine, jobWithoutBreakawayLeavesTheSessionsUnserved) {
+TEST_F(SessionLauncherMachine, jobWithoutBreakawayStartsNoDisplays) {
     RoleProcess run({"--launch-user-sessions"}, system("scheduler"));
     EXPECT_EQ(run.exitCode(), 13);
     for (const char* session : {"1", "2", "3"})
@@ -103,7 +103,7 @@ TEST_F(SessionLauncherMachine, dispatchWithoutSessionsSucceeds) {
     EXPECT_EQ(dispatch(true), "");
 }
 
-TEST_F(SessionLauncherMachine, tokenHasToBeOfTheSession) {
+TEST_F(SessionLauncherMachine, tokenMustBelongToTheSession) {
     describe("[user visitor]\nprofile = C:\\Users\\visitor\n[session 2]\nuser = visitor\nuser token = visitor@1\n");
     useToken("SYSTEM@0");
     EXPECT_EQ(dispatch(), "[ERROR] SessionLauncher: Token does not target session 2\r\n");
@@ -118,7 +118,7 @@ TEST_F(SessionLauncherMachine, missingPrivilegeIsAnError) {
     EXPECT_EQ(dispatch(), "[ERROR] SessionLauncher: Cannot enable SeIncreaseQuotaPrivilege (err=1300)\r\n");
 }
 
-TEST_F(SessionLauncherMachine, processThatCannotBeStartedStopsNoOtherSession) {
+TEST_F(SessionLauncherMachine, failedStartDoesNotStopOtherSessions) {
     useToken("SYSTEM@0");
     const std::string all = dispatch();
     for (const char* session : {"1", "2", "3"})
@@ -127,8 +127,8 @@ TEST_F(SessionLauncherMachine, processThatCannotBeStartedStopsNoOtherSession) {
             << all;
 }
 
-// In the order of the calls. What fails for the second session leaves the first alone.
-TEST_F(SessionLauncherMachine, everyFailureHasItsLine) {
+// In call order. A failure for the second session does not affect the first.
+TEST_F(SessionLauncherMachine, everyFailureHasItsLogLine) {
     const std::tuple<const char*, unsigned, const char*, const char*> rows[] = {
         {"OpenProcessToken", 1, "ERROR", "OpenProcessToken failed (err=1234)"},
         {"GetTokenInformation", 2, "ERROR", "Session dispatch requires LocalSystem"},
@@ -149,7 +149,7 @@ TEST_F(SessionLauncherMachine, everyFailureHasItsLine) {
     }
 }
 
-TEST_F(SessionLauncherMachine, nothingStaysOpenBehindADispatch) {
+TEST_F(SessionLauncherMachine, dispatchLeavesNothingOpen) {
     useToken("SYSTEM@0");
     EXPECT_TRUE(SessionLauncher::dispatchToSessions(productPath(RoleProcess::builtProgram()), TEXT("--no-autostart")));
     EXPECT_EQ(faults::openHandles() + faults::openAllocations(), 0U);

@@ -1,4 +1,5 @@
-// The registration of the scheduled task: what is kept, every step failing, who may do it, what its action is given.
+// The registration of the scheduled task: the stored task, each failing step, who may register, and the action's
+// command line.
 #include "dispatch/TaskSched.h"
 
 #include <objbase.h>
@@ -130,7 +131,7 @@ const Step kSteps[] = {
     // clang-format on
 };
 
-// The order of the table is that of the steps: the first that fails is the one that is named.
+// The table is in step order. The error must name the first failing step, so make all later steps fail too.
 void failAllBehind(std::size_t step) {
     for (std::size_t later = step + 1; later < std::size(kSteps); ++later)
         failCall(kSteps[later].call, kSteps[later].uses.front(), ERROR_ACCESS_DENIED);
@@ -138,7 +139,7 @@ void failAllBehind(std::size_t step) {
 
 }  // namespace
 
-TEST_F(TaskRegistration, taskIsKeptWithEveryValue) {
+TEST_F(TaskRegistration, storesEveryValueOfTheTask) {
     clock::set(1773480413789);
     ASSERT_TRUE(enlist()) << utf8(error);
     EXPECT_EQ(error, TEXT(""));
@@ -152,7 +153,7 @@ TEST_F(TaskRegistration, taskIsKeptWithEveryValue) {
     EXPECT_EQ(filesOfTasks(), 1U);
 }
 
-TEST_F(TaskRegistration, everyStepThatFailsIsNamedAndLeavesTheTaskAsItWas) {
+TEST_F(TaskRegistration, failingStepIsNamedAndLeavesTheTaskUnchanged) {
     static_assert(std::size(kSteps) == 50);
     for (std::size_t step = 0; step < std::size(kSteps); ++step)
         for (const unsigned use : kSteps[step].uses) {
@@ -172,7 +173,7 @@ TEST_F(TaskRegistration, everyStepThatFailsIsNamedAndLeavesTheTaskAsItWas) {
         }
 }
 
-TEST_F(TaskRegistration, anyCallThatFailsLeavesTheOldTaskOrTheNewOne) {
+TEST_F(TaskRegistration, failingCallLeavesTheOldTaskOrTheNewOne) {
     bool succeeded = false, raised = false;
     unsigned raises = 0;
     clock::set(1773480413789);
@@ -200,7 +201,7 @@ TEST_F(TaskRegistration, anyCallThatFailsLeavesTheOldTaskOrTheNewOne) {
     EXPECT_EQ(raises, 2U) << "the user and the security descriptor, which belong to no step";
 }
 
-TEST_F(TaskRegistration, lackOfMemoryForTheLastCallAbortsTheProcess) {
+TEST_F(TaskRegistration, outOfMemoryInTheLastCallAbortsTheProcess) {
     ASSERT_TRUE(enlist());
     const std::string use = std::to_string(faults::uses("SysAllocString"));
     fs::remove(file());
@@ -210,14 +211,14 @@ TEST_F(TaskRegistration, lackOfMemoryForTheLastCallAbortsTheProcess) {
     EXPECT_FALSE(fs::exists(file()));
 }
 
-TEST_F(TaskRegistration, firstRunThatFailsIsAFailureAndTheTaskExists) {
+TEST_F(TaskRegistration, failedFirstRunIsAFailureButKeepsTheTask) {
     failCall("IRegisteredTask::Run", 1, 0x8004130F);
     EXPECT_FALSE(enlist(true));
     EXPECT_EQ(utf8(error), "Task registered, but immediate dispatch request failed (hr=0x8004130f)");
     EXPECT_TRUE(fs::exists(file()));
 }
 
-TEST_F(TaskRegistration, deletionThatFailsHasItsText) {
+TEST_F(TaskRegistration, failedDeletionNamesItsStep) {
     ASSERT_TRUE(enlist());
     for (const auto& [call, text] : {std::pair{"CoCreateInstance", "CoCreateInstance(TaskScheduler)"},
                                      {"ITaskService::Connect", "ITaskService::Connect"},
@@ -240,7 +241,7 @@ TEST_F(TaskRegistration, deletingTwiceSucceeds) {
     }
 }
 
-TEST_F(TaskRegistration, onlyAnElevatedAdministratorAndTheSystemMayDoIt) {
+TEST_F(TaskRegistration, onlyElevatedAdministratorsAndTheSystemManageTasks) {
     for (const auto& [token, may] : {std::pair{"bob@2", false},
                                      {"bob@2 high", false},
                                      {"ann@1", false},
@@ -259,14 +260,14 @@ TEST_F(TaskRegistration, onlyAnElevatedAdministratorAndTheSystemMayDoIt) {
     }
 }
 
-TEST_F(TaskRegistration, questionForElevationThatFailsHasItsError) {
+TEST_F(TaskRegistration, failedElevationCheckReturnsItsError) {
     EXPECT_FALSE(whileFailing("AllocateAndInitializeSid", 1, ERROR_NOT_ENOUGH_MEMORY, [&] { return enlist(); }));
     EXPECT_EQ(utf8(error), "AllocateAndInitializeSid failed (hr=0x80070008)");
     EXPECT_FALSE(whileFailing("CheckTokenMembership", 1, ERROR_NO_IMPERSONATION_TOKEN, [&] { return remove(); }));
     EXPECT_EQ(utf8(error), "Task management requires an elevated administrator or LocalSystem (hr=0x8007051d)");
 }
 
-TEST_F(TaskRegistration, rolesEndWithTheirCodesAndLines) {
+TEST_F(TaskRegistration, rolesExitWithTheirCodesAndLogLines) {
     const auto run = [&](RoleArguments arguments, const char* token, int exitCode, const std::string& line) {
         RoleProcess role(std::move(arguments), {{"VELLUM_TOKEN", token}});
         EXPECT_EQ(role.exitCode(), exitCode);

@@ -1,4 +1,4 @@
-// Notes on a machine where everything fails once: the old file or the new one stands, whole.
+// Reading and saving notes while each call fails in turn: the file must hold the old note or the new one, complete.
 
 #include "machine/support/MachineFixture.h"
 #include "notes/FileIo.h"
@@ -14,9 +14,9 @@ using NoteFileFaults = MachineTest;
 
 const WCHAR* const kPath = TEXT("C:\\note.json");
 const WCHAR* const kTemporary = TEXT("C:\\note.json.tmp");
-const std::string kOld(70000, 'o'), kNew(200000, 'n');  // more than one write each
+const std::string kOld(70000, 'o'), kNew(200000, 'n');  // each needs more than one write
 
-// Does the work on another thread; `meanwhile` runs while its first use of the call is held.
+// Runs `work` on another thread and holds its first use of the call. Runs `meanwhile`, then lets the call continue.
 template <typename Work, typename Meanwhile>
 void whileHeld(const char* call, Work work, Meanwhile meanwhile) {
     faults::arm({call, 1, Action::Hold});
@@ -29,7 +29,7 @@ void whileHeld(const char* call, Work work, Meanwhile meanwhile) {
 
 }  // namespace
 
-TEST_F(NoteFileFaults, failedSaveLeavesTheOldNoteAndNoTemporaryFile) {
+TEST_F(NoteFileFaults, failedSaveKeepsTheOldNoteAndNoTemporaryFile) {
     bool saved = false;
     writeFile(kPath, kOld);
     const auto check = [&](bool) {
@@ -41,7 +41,7 @@ TEST_F(NoteFileFaults, failedSaveLeavesTheOldNoteAndNoTemporaryFile) {
         << "open, four writes, flush, close, move";
 }
 
-TEST_F(NoteFileFaults, saveThatIsKilledAtAnyCallLeavesOneWholeNote) {
+TEST_F(NoteFileFaults, saveKilledAtAnyCallLeavesOneCompleteNote) {
     unsigned runs = 0;
     const auto prepare = [&] {
         ++runs;
@@ -59,7 +59,7 @@ TEST_F(NoteFileFaults, saveThatIsKilledAtAnyCallLeavesOneWholeNote) {
     EXPECT_GT(runs, 7U);
 }
 
-TEST_F(NoteFileFaults, shortWritesAddUpAndAWriteOfNothingFails) {
+TEST_F(NoteFileFaults, continuesAfterShortWritesAndFailsAfterAnEmptyOne) {
     faults::arm({"WriteFile", 0, Action::Short, 777});
     EXPECT_TRUE(writeFileAtomic(kPath, kNew));
     EXPECT_TRUE(readFile(kPath) == kNew);
@@ -70,7 +70,7 @@ TEST_F(NoteFileFaults, shortWritesAddUpAndAWriteOfNothingFails) {
     EXPECT_FALSE(exists(kTemporary));
 }
 
-TEST_F(NoteFileFaults, savesInPiecesOf64KiBThroughAFileOfItsOwn) {
+TEST_F(NoteFileFaults, savesInPiecesOf64KiBThroughATemporaryFile) {
     takeExclusiveOpenings();
     for (const std::size_t bytes : {200000U, 131072U, 65536U, 0U}) {
         faults::clear();
@@ -82,7 +82,7 @@ TEST_F(NoteFileFaults, savesInPiecesOf64KiBThroughAFileOfItsOwn) {
     }
 }
 
-TEST_F(NoteFileFaults, saveSucceedsThoughTheFlushFails) {
+TEST_F(NoteFileFaults, saveSucceedsEvenIfTheFlushFails) {
     EXPECT_TRUE(whileFailing("FlushFileBuffers", 1, 1, [] { return writeFileAtomic(kPath, kNew); }));
     EXPECT_TRUE(readFile(kPath) == kNew);
 }
@@ -95,7 +95,7 @@ TEST_F(NoteFileFaults, temporaryFileThatCannotBeRemovedStays) {
     EXPECT_TRUE(readFile(kPath) == kNew && readFile(kTemporary) == kOld);
 }
 
-TEST_F(NoteFileFaults, readGivesTheWholeFileOrNothing) {
+TEST_F(NoteFileFaults, readReturnsTheWholeFileOrNothing) {
     writeFile(kPath, kNew);
     std::string bytes;
     forEachFailingCall([&] { EXPECT_TRUE(readFileBytes(kPath, bytes) || bytes.empty()); },
@@ -122,14 +122,14 @@ TEST_F(NoteFileFaults, readerAllowsOtherReadersButNoDeletion) {
     EXPECT_TRUE(bytes == kNew && same == kNew);
 }
 
-TEST_F(NoteFileFaults, partialResultIsFreedBeforeTheSecondReading) {
+TEST_F(NoteFileFaults, partialResultIsFreedBeforeTheSecondParse) {
     JsonValue value;
     whileHeld(
         "MultiByteToWideChar", [&] { EXPECT_FALSE(parseJsonUtf8("[[1],[2],x", value, nullptr)); },
         [&] { EXPECT_EQ(value.kind, JsonKind::Null) << "what the way over bytes had built"; });
 }
 
-TEST_F(NoteFileFaults, conversionThatFailsGivesNoText) {
+TEST_F(NoteFileFaults, failedConversionReturnsNoText) {
     const auto widened = [] { return utf8(utf8ToWide("abc")); };
     const auto narrowed = [] { return wideToUtf8(TEXT("abc")); };
     EXPECT_EQ(whileFailing("MultiByteToWideChar", 2, ERROR_NOT_ENOUGH_MEMORY, widened), "");

@@ -5,7 +5,7 @@ using namespace platform;
 
 using FaultGate = MachineTest;
 
-TEST_F(FaultGate, readsFaultsAndRefusesOtherTexts) {
+TEST_F(FaultGate, parsesFaultsAndRefusesOtherTexts) {
     std::vector<faults::Fault> parsed;
     EXPECT_TRUE(
         faults::parse("CreateFileW:2=fail(32);*:every=delay(7);WriteFile:1=short(0);*:40=kill;X:1=fail", parsed));
@@ -19,21 +19,21 @@ TEST_F(FaultGate, readsFaultsAndRefusesOtherTexts) {
         EXPECT_FALSE(faults::parse(bad, parsed)) << bad;
 }
 
-TEST_F(FaultGate, successLeavesALastErrorThatMeansNothing) {
+TEST_F(FaultGate, successLeavesAMeaninglessLastError) {
     SetLastError(ERROR_ACCESS_DENIED);
     EXPECT_TRUE(CreateDirectoryW(TEXT("C:\\1"), nullptr));
     EXPECT_NE(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
     EXPECT_NE(GetLastError(), DWORD{ERROR_SUCCESS});
 }
 
-TEST_F(FaultGate, environmentBreaksAProcess) {
+TEST_F(FaultGate, environmentInjectsFaultsIntoAProcess) {
     for (const auto& [faults, exitCode] :
          {std::pair{"CoInitializeEx:1=fail", 1U}, {"CreateFileW:1=kill", 0xffffffffU}, {"nonsense", 2U}})
         EXPECT_EQ(runVellumd(TEXT(""), {{"VELLUM_MACHINE", folder().string()}, {"VELLUM_FAULTS", faults}}).exitCode,
                   exitCode);
 }
 
-TEST_F(FaultGate, closedAndForeignHandlesAreErrorsNotCrashes) {
+TEST_F(FaultGate, closedAndWrongHandlesGiveErrorsNotCrashes) {
     const HANDLE file = CreateFileW(TEXT("C:\\f"), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
     EXPECT_TRUE(CloseHandle(file));
     HKEY key = nullptr;

@@ -14,7 +14,7 @@ std::string variable(const WCHAR* name) {
 
 }  // namespace
 
-TEST_F(MachineDescription, descriptionDecidesUsersSessionsAndEnvironment) {
+TEST_F(MachineDescription, descriptionSetsUsersSessionsAndEnvironment) {
     describe(
         "# two sessions, nobody on the first\n"
         "[session 2]\n"
@@ -34,7 +34,7 @@ TEST_F(MachineDescription, descriptionDecidesUsersSessionsAndEnvironment) {
     EXPECT_EQ(utf8(logPath()), "");
 }
 
-TEST_F(MachineDescription, badDescriptionIsRefusedWithItsReason) {
+TEST_F(MachineDescription, badDescriptionIsRefusedWithAReason) {
     const std::tuple<const char*, const char*, const char*> rows[] = {
         {"[session 1]\nuser operator\n", nullptr, "line 2 is neither"},
         {"[sesion 1]\nuser = operator\n", nullptr, "knows no section \"sesion\""},

@@ -1,5 +1,5 @@
-// The tokens that machine.txt describes, and what the mode bits of files are. Under Wine there is one user, any token
-// makes a primary one, and each DACL has an entry more.
+// The tokens that machine.txt describes, and security descriptors stored as mode bits. Not run under Wine, which has
+// one user, makes every token primary, and adds an entry to each DACL.
 #include <sys/stat.h>
 
 #include <aclapi.h>
@@ -107,7 +107,7 @@ FileHandle open(const WCHAR* path, DWORD access) {
     return FileHandle(CreateFileW(path, access, kAll, nullptr, OPEN_EXISTING, kFolder, nullptr));
 }
 
-// "owner: holder mask flags, holder mask flags", with what is not usual: "protected", "denied", "no list"; or the
+// "owner: holder mask flags, holder mask flags", plus "protected", "denied" or "no list" where it applies; or the
 // error.
 std::string security(HANDLE file) {
     PSID owner = nullptr;
@@ -136,7 +136,7 @@ std::string security(HANDLE file) {
 
 }  // namespace
 
-TEST_F(MachineSecurity, tokenIsAsDescribed) {
+TEST_F(MachineSecurity, tokenMatchesItsDescription) {
     describe(kUsers);
     const std::string ann = "S-1-5-21-7-8-9-1000";
     const std::pair<const char*, std::string> rows[] = {
@@ -161,7 +161,7 @@ TEST_F(MachineSecurity, tokenIsAsDescribed) {
     }
 }
 
-TEST_F(MachineSecurity, administratorHasTwoTokensWhereTheSessionIsElevated) {
+TEST_F(MachineSecurity, administratorHasTwoTokensIfTheSessionIsElevated) {
     describe(kUsers);
     useToken("ann@2");
     const std::string limited = told(openToken().get());
@@ -174,7 +174,7 @@ TEST_F(MachineSecurity, administratorHasTwoTokensWhereTheSessionIsElevated) {
     EXPECT_EQ(fixed<TOKEN_STATISTICS>(linkedToken(full.get()).get(), TokenStatistics).TokenType, TokenPrimary);
 }
 
-TEST_F(MachineSecurity, mediumTokenIsMadeOfAHighOne) {
+TEST_F(MachineSecurity, mediumTokenIsDerivedFromAHighOne) {
     describe(kUsers);
     useToken("ann@3 high");
     const KernelHandle high = openToken(TOKEN_DUPLICATE | TOKEN_QUERY);
@@ -192,7 +192,7 @@ TEST_F(MachineSecurity, mediumTokenIsMadeOfAHighOne) {
     EXPECT_EQ(fixed<TOKEN_STATISTICS>(copy.get(), TokenStatistics).PrivilegeCount, 1U);
 }
 
-TEST_F(MachineSecurity, modeBitsAreEntries) {
+TEST_F(MachineSecurity, modeBitsBecomeAccessEntries) {
     writeFile(TEXT("C:\\f"), "x");
     const std::string full = " " + kOperator + " 1f01ff 0", admins = "S-1-5-32-544", everyone = " S-1-1-0";
     const std::pair<mode_t, std::string> rows[] = {{0600, kOperator + ":" + full},
@@ -207,7 +207,7 @@ TEST_F(MachineSecurity, modeBitsAreEntries) {
                                                    {04600, admins + ":" + full},
                                                    {07777, kOperator + ": protected no list"}};
     EXPECT_EQ(security(open(TEXT("C:\\f"), FILE_READ_ATTRIBUTES).get()), "error 5");
-    const FileHandle file = open(TEXT("C:\\f"), READ_CONTROL);  // opened while its owner may read it
+    const FileHandle file = open(TEXT("C:\\f"), READ_CONTROL);  // opened while the owner may still read it
     for (const auto& [mode, entries] : rows) {
         chmod(hostPath(TEXT("C:\\f")).c_str(), mode);
         EXPECT_EQ(security(file.get()), entries) << std::oct << mode;

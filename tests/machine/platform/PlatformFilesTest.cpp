@@ -1,4 +1,4 @@
-// Files as Windows treats them, where Linux would be more generous.
+// File rules of Windows that are stricter than those of Linux.
 #include <sys/stat.h>
 
 #include <atomic>
@@ -34,7 +34,7 @@ TEST_F(PlatformFiles, shareModesDecideWhoMayOpen) {
         {GENERIC_READ, kAll, GENERIC_READ, 0, 32},
         {GENERIC_READ, FILE_SHARE_READ, DELETE, kAll, 32},
         {GENERIC_READ, FILE_SHARE_DELETE, DELETE, kAll, 0},
-        {0, 0, GENERIC_READ, 0, 0},  // attributes only: neither denies nor is denied
+        {0, 0, GENERIC_READ, 0, 0},  // attributes only: never conflicts
         {GENERIC_WRITE, 0, 0, 0, 0}};
     for (const auto& [access, share, secondAccess, secondShare, error] : rows) {
         const FileHandle first = openFile(TEXT("C:\\f"), access, share);
@@ -46,7 +46,7 @@ TEST_F(PlatformFiles, shareModesDecideWhoMayOpen) {
     EXPECT_TRUE(openFile(TEXT("C:\\f"), GENERIC_READ, 0)) << "nothing is left of those that were closed";
 }
 
-TEST_F(PlatformFiles, makerOfAFileHasItBeforeAnybodyWhoOpensIt) {
+TEST_F(PlatformFiles, creatorOfAFileWinsOverOtherOpeners) {
     constexpr unsigned kFiles = 300;
     std::atomic<unsigned> making{0};
     const auto path = [&] { return TEXT("C:\\f") + wide(std::to_string(making)); };
@@ -61,20 +61,20 @@ TEST_F(PlatformFiles, makerOfAFileHasItBeforeAnybodyWhoOpensIt) {
     second.join();
 }
 
-TEST_F(PlatformFiles, openFilesKeepTheirNames) {
+TEST_F(PlatformFiles, openFilesCannotBeMovedOrReplaced) {
     writeFile(TEXT("C:\\a"), "a");
     writeFile(TEXT("C:\\b"), "b");
     const std::tuple<const WCHAR*, DWORD, DWORD, long> holders[] = {
         {TEXT("C:\\a"), GENERIC_READ, FILE_SHARE_READ, ERROR_SHARING_VIOLATION},
         {TEXT("C:\\b"), GENERIC_READ, kAll, ERROR_ACCESS_DENIED},
-        {TEXT("C:\\b"), 0, kAll, ERROR_ACCESS_DENIED}};  // a handle without any right counts as well
+        {TEXT("C:\\b"), 0, kAll, ERROR_ACCESS_DENIED}};  // a handle without any rights keeps the name too
     for (const auto& [path, access, share, error] : holders) {
         const FileHandle held = openFile(path, access, share);
         EXPECT_EQ(move(TEXT("C:\\a"), TEXT("C:\\b"), MOVEFILE_REPLACE_EXISTING), error) << utf8(path) << access;
     }
 }
 
-TEST_F(PlatformFiles, moveReplacesOnlyWhereItIsAsked) {
+TEST_F(PlatformFiles, moveReplacesOnlyIfAsked) {
     writeFile(TEXT("C:\\a"), "a");
     writeFile(TEXT("C:\\b"), "b");
     EXPECT_EQ(move(TEXT("C:\\a"), TEXT("C:\\b"), 0), ERROR_ALREADY_EXISTS);
@@ -85,7 +85,7 @@ TEST_F(PlatformFiles, moveReplacesOnlyWhereItIsAsked) {
     EXPECT_EQ(errorAfter(DeleteFileW(TEXT("C:\\nowhere\\b"))), ERROR_PATH_NOT_FOUND);
 }
 
-// Also for root.
+// Holds for root as well.
 TEST_F(PlatformFiles, readOnlyFileRefusesWritersAndDeletion) {
     writeFile(TEXT("C:\\b"), "b");
     chmod(hostPath(TEXT("C:\\b")).c_str(), 0444);
@@ -95,7 +95,7 @@ TEST_F(PlatformFiles, readOnlyFileRefusesWritersAndDeletion) {
     EXPECT_EQ(move(TEXT("C:\\b"), TEXT("C:\\c"), 0), 0) << "but it can be moved";
 }
 
-TEST_F(PlatformFiles, pathsAreResolvedAsWindowsDoes) {
+TEST_F(PlatformFiles, resolvesPathsLikeWindows) {
     CreateDirectoryW(TEXT("C:\\Folder"), nullptr);
     writeFile(TEXT("C:\\Folder\\Note.JSON"), "x");
     const fs::path file = folder() / "drive_c/Folder/Note.JSON";

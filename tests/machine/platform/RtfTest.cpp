@@ -1,4 +1,4 @@
-// RTF as no writer makes it. What well-formed RTF means is asked of both platforms, in tests/platform.
+// RTF that no program writes. tests/platform tests well-formed RTF on both platforms.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,7 +18,7 @@ DWORD read(const std::string& rtf, RichText& text) {
 
 }  // namespace
 
-TEST(Rtf, depthAndLengthHaveBounds) {
+TEST(Rtf, depthAndLengthAreLimited) {
     const std::tuple<std::string, DWORD, const char*> rows[] = {
         {"a" + std::string(100000, '{') + "b", kRtfIsDamaged, "a"},
         {std::string(500, '{') + "b" + std::string(501, '}'), kRtfOk, "b"},
@@ -30,8 +30,8 @@ TEST(Rtf, depthAndLengthHaveBounds) {
     }
 }
 
-// Many of the bytes mean something, so that the storm gets past the first group.
-TEST(Rtf, readsAnyBytesAndWritesWhatItReadsBack) {
+// Many of the random bytes are RTF syntax, so that parsing gets past the first group.
+TEST(Rtf, readsAnyBytesAndWritesRtfThatReadsBack) {
     const std::string meaning =
         "{}\\'\\uc\\par \\b\\cf1\\fs\\bin\\*;{\\colortbl\\red-132768\\ansicpg932\\ansicpg65001\x83 \n\\plain"
         "{\\fonttbl";

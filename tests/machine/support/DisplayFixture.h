@@ -1,4 +1,4 @@
-// The display role inside the test's own process: an App on a machine of its own, with a clock that the test moves.
+// Runs the display role inside the test's process: an App on its own machine, with a clock that the test moves.
 #pragma once
 
 #include "app/App.h"
@@ -14,7 +14,7 @@ class DisplayMachine : public MachineTest {
         platform::desktop::setMonitors(platform::machine().monitors);
         fs::create_directories(notes());
     }
-    // Takes what an App leaves to the system; it leaves windows, and nothing else.
+    // Destroys the windows that an App leaves to the system. Nothing else may be left.
     ~DisplayMachine() override {
         platform::clock::useRealTime();
         platform::faults::clear();
@@ -22,7 +22,7 @@ class DisplayMachine : public MachineTest {
             DestroyWindow(window);
         EXPECT_EQ(leftOpen(), atStart_);
     }
-    // How much memory, and how many things to draw with, are in use.
+    // The memory blocks and drawing objects in use.
     static std::string leftOpen() {
         using namespace platform::faults;
         return std::to_string(openAllocations() + openMemory()) + " blocks, " + std::to_string(openDrawing()) +
@@ -32,7 +32,7 @@ class DisplayMachine : public MachineTest {
     static HWND firstNote() { return FindWindowExW(nullptr, nullptr, TEXT("Vellumd.NoteWindow"), nullptr); }
 
     fs::path notes() const { return folder() / "notes"; }
-    // Of the file, as the App builds it.
+    // The path of a note's file as App builds it.
     WideString path(const std::string& name) const { return productPath(notes()) + TEXT("\\") + wide(name); }
     void put(const std::string& name, const std::string& text) const { std::ofstream(notes() / name) << text; }
     void putNote(const std::string& id, const std::string& more = "") const {
@@ -40,7 +40,7 @@ class DisplayMachine : public MachineTest {
     }
     std::string get(const std::string& name) const { return contentOf(notes() / name); }
 
-    // Starts a display of the notes folder, without a watcher unless `more` says "watched".
+    // Starts a display of the notes folder. It has a watcher only if `more` contains "watched".
     int start(App& app, const std::vector<std::string>& more = {}) {
         std::vector<std::string> arguments = {"Vellumd",     "--folder", utf8(productPath(notes())),
                                               "--log-level", "debug",    "--no-autostart"};
@@ -61,14 +61,14 @@ class DisplayMachine : public MachineTest {
     void tellRemoved(const App& app, const std::string& name) const { sendText(app, WM_APP_FILE_REMOVED, path(name)); }
     void save(const App& app, const std::string& id) const { sendText(app, WM_APP_NOTE_CHANGED, wide(id)); }
 
-    // The places of all notes, the uppermost first, separated by blanks.
+    // The rectangles of all notes as text, topmost first, separated by spaces.
     static std::string places() {
         std::string all;
         for (const RECT& rect : noteRects())
             all += (all.empty() ? "" : " ") + platform::desktop::describeRect(rect);
         return all;
     }
-    // The rectangle of each note window, the uppermost first.
+    // The rectangle of each note window, topmost first.
     static std::vector<RECT> noteRects() {
         std::vector<RECT> rects;
         for (HWND window = nullptr;

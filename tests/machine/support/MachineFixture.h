@@ -1,4 +1,4 @@
-// A machine of a test's own.
+// A fixture that gives each test its own machine.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -22,11 +22,11 @@
 
 namespace fs = std::filesystem;
 
-// Makes the n-th use of a call from now on fail, or each use when n is 0.
+// Makes the n-th use of a call fail, counted from now; 0 means every use.
 inline void failCall(const char* call, unsigned use, DWORD error) {
     platform::faults::arm({call, use, platform::faults::Action::Fail, error});
 }
-// The result of the operation while that use of the call fails. Afterwards no fault is armed.
+// Returns the operation's result while that use of the call fails. Then disarms all faults.
 template <typename Operation>
 auto whileFailing(const char* call, unsigned use, DWORD error, Operation operation) {
     failCall(call, use, error);
@@ -49,14 +49,14 @@ class MachineTest : public testing::Test {
         fs::remove_all(folder_);
     }
 
-    // Replaces machine.txt; the process then runs on the machine that it describes.
+    // Replaces machine.txt and moves the process to the described machine.
     void describe(const std::string& text) {
         std::ofstream(folder_ / "machine.txt") << text;
         platform::useMachine(folder_);
     }
     const fs::path& folder() const { return folder_; }
 
-    // What was logged since the last call, a line each, without the time.
+    // The log lines since the last call, without timestamps.
     static std::string log() {
         std::string text;
         for (const std::u16string& line : platform::notices::takeDebugOutput()) {
@@ -67,14 +67,14 @@ class MachineTest : public testing::Test {
         return text;
     }
 
-    // What a process was started with, a line for each variable.
+    // The initial environment of a process, one variable per line.
     static std::string environmentOf(pid_t id) {
         std::string text = contentOf("/proc/" + std::to_string(id) + "/environ");
         std::replace(text.begin(), text.end(), '\0', '\n');
         return text;
     }
     fs::path sockets(DWORD session) const { return folder_ / "desktops" / std::to_string(session); }
-    // The processes that have a desktop in the session.
+    // The processes with windows in the session.
     std::vector<pid_t> processesIn(DWORD session) const {
         std::vector<pid_t> found;
         std::error_code error;
@@ -84,7 +84,7 @@ class MachineTest : public testing::Test {
         }
         return found;
     }
-    // Kills a process and waits until it holds no lock any more.
+    // Kills a process and waits until its locks are released.
     static void end(pid_t id) {
         kill(id, SIGKILL);
         EXPECT_TRUE(eventually([id] {
@@ -92,9 +92,10 @@ class MachineTest : public testing::Test {
             return status.empty() || (has(status, "State:\tZ") && has(status, "Threads:\t1\n"));
         })) << id;
     }
-    // Ends the processes of this machine, or those of them whose VELLUM_TOKEN begins so, and what they are starting.
+    // Ends the processes of this machine, including those that they are starting. With `token`, only those whose
+    // VELLUM_TOKEN starts with it.
     void endProcesses(const std::string& token = "") const {
-        // One that is just being started shows no environment for a moment.
+        // A process that is just starting has no environment for a moment.
         for (unsigned quiet = 0; quiet < 3; ++quiet) {
             if (killThoseOf("VELLUM_MACHINE=" + folder_.string() + "\n", "VELLUM_TOKEN=" + token)) quiet = 0;
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
@@ -118,8 +119,8 @@ class MachineTest : public testing::Test {
     fs::path folder_;
 };
 
-// Runs `body` with the 1st, 2nd, 3rd ... use of any call failing, until a run meets no fault. `check` runs after each,
-// with the faults gone. Nothing may be left open by any of them. Returns the number of runs that met a fault.
+// Runs `body` with its 1st, 2nd, 3rd ... call failing, until a run meets no fault. After each run, disarms the fault
+// and calls `check`. No run may leave a handle or memory open. Returns the number of runs that met a fault.
 template <typename Body, typename Check>
 unsigned forEachFailingCall(Body body, Check check, DWORD error = 5) {
     for (unsigned use = 1; use < 10000; ++use) {
@@ -142,7 +143,7 @@ unsigned forEachFailingCall(Body body, Check check, DWORD error = 5) {
 }
 
 // Runs `body` in a process that is killed at its 1st, 2nd, 3rd ... call, until a run ends without a kill. `prepare`
-// runs before each process, `check` after it. `begin` runs in the process first: its calls do not count, and `body`
+// runs before each process, `check` after it. `begin` runs first inside the process. Its calls do not count, and `body`
 // gets its result.
 template <typename Prepare, typename Begin, typename Body, typename Check>
 void forEachKilledCall(Prepare prepare, Begin begin, Body body, Check check) {

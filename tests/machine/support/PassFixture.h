@@ -1,4 +1,4 @@
-// Recovery passes as processes, and the displays that they start, which are nobody's children any more.
+// Recovery passes as processes, and the displays that they start. Those displays have no parent any more.
 #pragma once
 
 #include "machine/support/RoleProcess.h"
@@ -8,14 +8,14 @@ class PassMachine : public StoreMachine {
   protected:
     ~PassMachine() override { endProcesses(); }
 
-    // Only from its own session can a desktop be reached.
+    // A desktop can be reached only from its own session.
     static std::string ask(DWORD session, pid_t id, const std::string& request) {
         platform::useToken("operator@" + std::to_string(session));
         const std::string answer = platform::remote::askProcess(id, request);
         platform::useToken("operator@1");
         return answer;
     }
-    // The processes that show something in a session.
+    // The processes that show windows in a session.
     std::vector<pid_t> displays(DWORD session = 1) const {
         std::vector<pid_t> found = processesIn(session);
         std::erase_if(found, [session](pid_t id) { return ask(session, id, "list").empty(); });

@@ -27,7 +27,7 @@ class RoleProcess {
         arguments.insert(arguments.begin(), image.string());
         child_ = fork();
         if (child_ != 0) return;
-        prctl(PR_SET_PDEATHSIG, SIGKILL);  // no child outlives a test that is killed
+        prctl(PR_SET_PDEATHSIG, SIGKILL);  // ends the child if the test is killed
         const int file = open(errors_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
         dup2(file, STDOUT_FILENO);
         dup2(file, STDERR_FILENO);
@@ -52,14 +52,14 @@ class RoleProcess {
         siginfo_t end = {};
         return waitid(P_PID, static_cast<id_t>(child_), &end, WEXITED | WNOHANG | WNOWAIT) == 0 && end.si_pid == 0;
     }
-    // The exit code; -1 when it did not end in time.
+    // The exit code; -1 if it does not end in time.
     int exitCode() {
         int status = 0;
         if (!eventually([&] { return waitpid(child_, &status, WNOHANG) == child_; })) return -1;
         child_ = -1;
         return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
     }
-    // What it told the debugger, and what it wrote to standard output.
+    // Its debug output and standard output.
     std::string said() const { return contentOf(errors_); }
     bool says(const std::string& text) const {
         return eventually([&] { return timesSaid(text) > 0; });
@@ -71,8 +71,8 @@ class RoleProcess {
             ++count;
         return count;
     }
-    // How a process stands that one of these has started. Of the starter's open files, one leads to its standard error
-    // a second time; a child that inherits has it.
+    // The desktop, the job, and inherited state of a process that one of these has started. The starter has a second
+    // descriptor of its standard error file; the child has it too if it inherited handles.
     static std::string surroundings(pid_t child) {
         const fs::path process = "/proc/" + std::to_string(child);
         std::string text = "desktop=" + platform::desktopOf(child) + " job=" + platform::jobOf(child);
@@ -85,7 +85,7 @@ class RoleProcess {
         return text;
     }
     std::string ask(const std::string& request) const { return platform::remote::askProcess(child_, request); }
-    // The line of the list for each note window, the uppermost first.
+    // The line of the window list for each note, topmost first.
     std::vector<std::string> notes() const { return notesIn(ask("list")); }
     static std::vector<std::string> notesIn(const std::string& text) {
         std::vector<std::string> found;
@@ -94,17 +94,17 @@ class RoleProcess {
             if (has(line, "Vellumd.NoteWindow")) found.push_back(line);
         return found;
     }
-    // Also that it watches its folder by then.
+    // Waits until it shows that many notes and watches its folder.
     bool shows(std::size_t count) const {
         return eventually([&] { return notes().size() == count && isWatching(); });
     }
-    // Presses the close button of the uppermost note, and a point in its body.
+    // Clicks the close button of the topmost note.
     void pressClose() const { ask(clickOn(notes().at(0), 245, 13)); }
     void type(const std::string& text) const {
         ask(clickOn(notes().at(0), 130, 130));
         ask("type " + text);
     }
-    // The request that clicks on a point of a window.
+    // The request that clicks at a point of a window.
     static std::string clickOn(const std::string& note, long x, long y) {
         unsigned long long handle = 0;
         long left = 0, top = 0;

@@ -1,5 +1,5 @@
-// A machine with a user's store on it, and the hand of the writer of queues, which is no part of the program. The
-// writer does exactly what the program demands of it; what a bad one does, a test does to the files itself.
+// A machine with the store of a user, and a correct writer of queues. The writer is not part of the program. Tests
+// simulate a faulty writer by changing the files.
 #pragma once
 
 #include <sys/stat.h>
@@ -13,7 +13,7 @@
 #include "machine/support/MachineFixture.h"
 
 constexpr std::size_t kMiB = 0x100000;
-constexpr fs::perms kPrivateFile{01600}, kPrivateFolder{01700};  // the user's alone, with a protected list
+constexpr fs::perms kPrivateFile{01600}, kPrivateFolder{01700};  // for the user only, with a protected list
 
 inline std::string hex(unsigned value, int digits) {
     char text[64];
@@ -21,7 +21,7 @@ inline std::string hex(unsigned value, int digits) {
     return text;
 }
 
-// What VELLUM_SEED says, so that a run can be repeated; else another one each time.
+// VELLUM_SEED if it is set, so that a run can be repeated; otherwise a random seed.
 inline unsigned seedOfTest() {
     const char* const given = std::getenv("VELLUM_SEED");
     return given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device()();
@@ -36,7 +36,7 @@ class StoreMachine : public MachineTest {
         root_ = hostPath(context_.storeRoot);
     }
 
-    // Two users; the first is logged on in session 1, and was in sessions 2 and 3, which are over.
+    // Two users. The first is logged on in sessions 1 and 4, and was logged on in sessions 2 and 3 before.
     static constexpr const char* kMachine = R"(
 [user operator]
 profile = C:\Users\operator
@@ -56,7 +56,7 @@ logon = 0x5C3D1
 logon time = 0x1DC30127C5E6F21
 )";
 
-    // The error of an operation, 0 for success: what it returns and the error that it gives agree.
+    // The error of an operation, 0 for success. Checks that its return value matches.
     template <typename Operation>
     static long errorOf(Operation operation) {
         DWORD err = 99;
@@ -67,9 +67,9 @@ logon time = 0x1DC30127C5E6F21
 
     const AppletNotes::AppletContext& context() const { return context_; }
     PSID owner() const { return AppletNotes::sidOf(context_.userSid); }
-    const fs::path& root() const { return root_; }  // of the store
+    const fs::path& root() const { return root_; }  // root of the store
 
-    // The writer: everything private from the first moment.
+    // Creates the store like a writer: everything is private from the start.
     AppletNotes::QueueStore makeStore() const {
         fs::create_directories(root_.parent_path());
         AppletNotes::QueueStore store;
@@ -84,7 +84,7 @@ logon time = 0x1DC30127C5E6F21
         return folder;
     }
     fs::path makeQueue(const std::string& name) const { return makePrivateFolder(root_ / name); }
-    // Opens another store, whose root path has so many characters, and makes a queue in it.
+    // Opens another store whose root path has `length` characters, and creates a queue in it.
     fs::path openStoreOfLength(std::size_t length, const std::string& queue, AppletNotes::QueueStore& store) const {
         const WideString path = TEXT("C:\\") + WideString(length - 3, TEXT('x'));
         EXPECT_EQ(errorOf([&](DWORD& err) { return store.open(path, owner(), true, err); }), 0);
@@ -97,7 +97,7 @@ logon time = 0x1DC30127C5E6F21
         std::ofstream(file, std::ios::binary) << bytes;
         chmod(file.c_str(), 0600);
     }
-    // The result of an operation while another has this file of the store open for itself alone.
+    // The result of an operation while this file of the store is open elsewhere with share mode 0.
     template <typename Operation>
     auto whileHeld(const std::string& name, Operation operation) const {
         const FileHandle held = hold(name);
@@ -109,7 +109,7 @@ logon time = 0x1DC30127C5E6F21
         return held;
     }
     WideString pathOf(const std::string& name) const { return context_.storeRoot + TEXT("\\") + wide(name); }
-    // Values of the machine's as the registry's files hold them.
+    // Writes a machine value in the format of the registry's files.
     void setUac(const std::string& type, const std::string& value) const {
         setMachineValue("SOFTWARE/Microsoft/Windows/CurrentVersion/Policies/System", "EnableLUA." + type, value);
     }

@@ -1,4 +1,4 @@
-// The folder watcher with the machine in hand: folders that go away, lost changes, calls that fail, a clock to move.
+// The folder watcher on the stand-in: vanishing folders, lost changes, failing calls, and a clock that the test moves.
 
 #include <atomic>
 #include <functional>
@@ -24,7 +24,7 @@ class WatcherFaultsThreads : public MachineTest {
         clock::useRealTime();
     }
 
-    // How often the log has had a line with this text since the last take.
+    // How many log lines with this text were written since forgetLog.
     std::size_t logged(const std::string& text) {
         for (const std::u16string& line : notices::takeDebugOutput())
             log += utf8(line);
@@ -42,20 +42,21 @@ class WatcherFaultsThreads : public MachineTest {
     }
     void write(const std::string& name) const { std::ofstream(place / name) << "{}"; }
 
-    // Holds the worker before the read that follows the next change. A wait more than results: a read is pending.
+    // Holds the worker before the read that follows the next change. A read is pending if there was one more wait than
+    // results.
     static void holdNextRead() {
         ASSERT_TRUE(eventually(
             [] { return faults::uses("WaitForMultipleObjects") == faults::uses("GetOverlappedResult") + 1; }));
         faults::arm({"ReadDirectoryChangesW", 1, faults::Action::Hold});
     }
-    // A second that somebody waits for, no less and no more.
+    // Passes a second that some thread waits for, and checks that it waits for exactly a second.
     static void passSecond() {
         ASSERT_TRUE(eventually(waiting::isTimeAwaited));
         clock::advance(999);
         EXPECT_TRUE(waiting::isTimeAwaited());
         clock::advance(1);
     }
-    // Starts the watcher while the call fails, which it tries at once and after each second.
+    // Starts the watcher while the call fails. Checks that it tries at once and then each second.
     void tryEachSecond(const char* call) {
         const unsigned failed = faults::uses(call), opened = faults::uses("CreateFileW");
         ASSERT_TRUE(watched.start());
@@ -68,7 +69,7 @@ class WatcherFaultsThreads : public MachineTest {
             EXPECT_EQ(faults::uses("CreateFileW"), opened + tries);
         }
     }
-    // Moves the clock by half seconds until the condition holds; says how far, in milliseconds.
+    // Moves the clock in steps of half a second until the condition is true. Returns the milliseconds moved, or -1.
     int advanceUntil(const std::function<bool()>& condition) const {
         for (int moved = 0;; moved += 500) {
             if (eventually(condition, std::chrono::milliseconds(20))) return moved;
@@ -77,7 +78,7 @@ class WatcherFaultsThreads : public MachineTest {
         }
     }
 
-    // Starts the watcher, lets it see a change, and stops it. Says whether it started.
+    // Starts the watcher, causes a change, and stops the watcher. Returns whether it started.
     bool runOnce() {
         const bool started = watched.start();
         advanceUntil([&] {
@@ -124,7 +125,7 @@ TEST_F(WatcherFaultsThreads, outageIsLoggedOnceAndRetriedEachSecond) {
         faults::clear();
         passSecond();
         if (isListed) {
-            passSecond();  // a read that pends so long works
+            passSecond();  // a read counts as working after it was pending that long
             EXPECT_TRUE(watched.window.awaits(watched.added(TEXT("meanwhile.json"))));
         }
         EXPECT_TRUE(watched.isReading());
@@ -134,7 +135,7 @@ TEST_F(WatcherFaultsThreads, outageIsLoggedOnceAndRetriedEachSecond) {
     }
 }
 
-TEST_F(WatcherFaultsThreads, folderDeletedAndMadeAgainIsWatchedAgain) {
+TEST_F(WatcherFaultsThreads, watchesAFolderAgainAfterItIsRecreated) {
     write("a.json");
     clock::set(1'000'000);
     ASSERT_TRUE(watched.startReading());
@@ -157,7 +158,7 @@ TEST_F(WatcherFaultsThreads, folderDeletedAndMadeAgainIsWatchedAgain) {
     }
 }
 
-TEST_F(WatcherFaultsThreads, changesThatWereLostAreFoundByListingTheFolder) {
+TEST_F(WatcherFaultsThreads, lostChangesAreFoundByListingTheFolder) {
     ASSERT_TRUE(watched.startReading());
     holdNextRead();
     write("first.json");
@@ -175,18 +176,18 @@ TEST_F(WatcherFaultsThreads, changesThatWereLostAreFoundByListingTheFolder) {
     faults::disarm("ReadDirectoryChangesW");
     ASSERT_TRUE(awaitsLog("Watcher: Change buffer overflowed; re-enumerating folder\r\n"));
     EXPECT_TRUE(watched.window.awaitsAll(expected, seen));
-    // What follows are late messages at most, about files of the listing.
+    // After the listing, only late messages about the same files may come.
     write("mark.json");
     expected.insert("+C:\\notes\\mark.json");
     EXPECT_TRUE(watched.window.awaitsAll(expected, seen));
     EXPECT_EQ(seen, expected);
 }
 
-TEST_F(WatcherFaultsThreads, stopWaitsForTheBatchInHand) {
+TEST_F(WatcherFaultsThreads, stopWaitsForTheCurrentBatch) {
     constexpr unsigned kFiles = 20;
     ASSERT_TRUE(watched.startReading());
     holdNextRead();
-    std::ofstream(place / "first.json").flush();  // empty: one change and no second
+    std::ofstream(place / "first.json").flush();  // an empty file causes one change, not two
     ASSERT_TRUE(eventually([] { return faults::fired(); }));
     for (unsigned i = 0; i < kFiles; ++i)
         fs::create_hard_link(place / "first.json", place / ("n" + std::to_string(i) + ".json"));
@@ -241,7 +242,7 @@ TEST_F(WatcherFaultsThreads, workerWithoutAReadEventEnds) {
     EXPECT_TRUE(watched.startReading());
 }
 
-TEST_F(WatcherFaultsThreads, onlyTheMessageThatCannotBePostedIsLost) {
+TEST_F(WatcherFaultsThreads, losesOnlyTheMessageThatCannotBePosted) {
     ASSERT_TRUE(watched.startReading());
     failCall("PostMessageW", 1, ERROR_NOT_ENOUGH_QUOTA);
     write("a.txt");
@@ -251,7 +252,7 @@ TEST_F(WatcherFaultsThreads, onlyTheMessageThatCannotBePostedIsLost) {
     EXPECT_EQ(watched.changes(), "+next.json");
 }
 
-// All but SetEvent: a worker that cannot be asked to stop goes on.
+// All calls except SetEvent: without it the worker never learns that it must stop.
 TEST_F(WatcherFaultsThreads, failingCallLeavesNoHandleOpen) {
     const std::size_t handles = faults::openHandles();
     clock::set(1'000'000);

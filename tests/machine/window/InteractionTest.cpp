@@ -1,4 +1,4 @@
-// A note under the user's hands: typing, closing, dragging, the buttons, changes from outside, what is painted.
+// A user works with a note: typing, closing, dragging, buttons, outside changes, and painting.
 
 #include "machine/support/DisplayFixture.h"
 #include "support/ControlParent.h"
@@ -16,19 +16,19 @@ class Interaction : public DisplayMachine {
         platform::clock::useRealTime();
         app.shutdown();
     }
-    // The form of TZ. A zone without a name needs no data of the system.
+    // Sets TZ. The zones here need no time zone data of the system.
     static void useZone(const char* zone) {
         setenv("TZ", zone, 1);
         tzset();
     }
-    // Opens one note at 100, 100 of 260 by 260.
+    // Opens one note of 260 by 260 at 100, 100.
     void open(const std::string& more = "", const std::string& id = "n") {
         putNote(id, ",\"position\":{\"x\":100,\"y\":100,\"width\":260,\"height\":260}" + more);
         ASSERT_EQ(start(app), kEnterMessageLoop);
         platform::desktop::pump();
         log();
     }
-    // Brings the file of a note into being, or another content into it, as a writer does.
+    // Creates or replaces the file of a note, as a writer does.
     void write(const std::string& id, const std::string& more) const {
         putNote(id, more);
         tellChanged(app, id + ".json");
@@ -81,7 +81,7 @@ TEST_F(Interaction, threeKeysAreSavedOnce800MsAfterTheLast) {
     platform::desktop::click(kInTitle);
     platform::desktop::click(kInBody);
     EXPECT_EQ(logAfter(5000), "") << "neither opening nor a click is an edit";
-    SetWindowPos(firstNote(), nullptr, 110, 90, 0, 0, SWP_NOSIZE | SWP_NOACTIVATE);  // by somebody else
+    SetWindowPos(firstNote(), nullptr, 110, 90, 0, 0, SWP_NOSIZE | SWP_NOACTIVATE);  // moved by another program
     for (const char16_t* key : {u"a", u"b", u"c"}) {
         platform::desktop::typeText(key);
         EXPECT_EQ(logAfter(500), "");
@@ -103,7 +103,7 @@ TEST_F(Interaction, titleIsSavedAsWell) {
     EXPECT_TRUE(has(get("n.json"), "\"title\": \"xT\"")) << get("n.json");
 }
 
-TEST_F(Interaction, readOnlyNoteReportsNoEdit) {
+TEST_F(Interaction, readOnlyNoteCannotBeEdited) {
     open(",\"title\":\"T\",\"content\":\"c\"");
     type(kInBody, u"abc");
     EXPECT_EQ(textOf(body()), "c");
@@ -133,7 +133,7 @@ TEST_F(Interaction, editableNoteIsMovedByItsBarAndSizedByItsEdges) {
         {kInTitle, {500, 500}, "100,100-360,360", ""},
         {kOnFreeBar, {kOnFreeBar.x + 40, kOnFreeBar.y - 60}, "140,40-400,300", saved()},
         {{399, 299}, {499, 349}, "140,40-500,350", saved()},
-        {{499, 200}, {0, 200}, "140,40-280,350", saved()},  // down to the least size
+        {{499, 200}, {0, 200}, "140,40-280,350", saved()},  // down to the minimum size
         {{150, 349}, {150, 0}, "140,40-280,160", saved()},
         {{141, 41}, {100, 20}, "99,19-280,160", saved()}};
     for (const auto& [from, to, place, line] : rows) {
@@ -145,7 +145,7 @@ TEST_F(Interaction, editableNoteIsMovedByItsBarAndSizedByItsEdges) {
     EXPECT_TRUE(has(controls(), "RICHEDIT50W 10,30-171,111 ")) << "the body follows";
 }
 
-TEST_F(Interaction, noteDroppedOnAnotherSlidesAwayAndASizedOneStays) {
+TEST_F(Interaction, noteDroppedOnAnotherMovesAwayButAResizedOneStays) {
     putNote("other", ",\"position\":{\"x\":500,\"y\":100,\"width\":260,\"height\":260}");
     open();
     drag({359, 359}, {600, 359});
@@ -156,7 +156,7 @@ TEST_F(Interaction, noteDroppedOnAnotherSlidesAwayAndASizedOneStays) {
     EXPECT_TRUE(has(get("n.json"), "\"x\": 664"));
 }
 
-TEST_F(Interaction, noteDroppedOnAnotherAtTheEdgeSlidesAlongIt) {
+TEST_F(Interaction, noteDroppedOnAnotherAtTheScreenEdgeMovesAlongIt) {
     putNote("other", ",\"position\":{\"x\":1660,\"y\":100,\"width\":260,\"height\":260}");
     open();
     drag(kOnFreeBar, {kOnFreeBar.x + 1560, kOnFreeBar.y});
@@ -191,7 +191,7 @@ TEST_F(Interaction, closeButtonAndCloseMessageDismissTheNoteOnce) {
     EXPECT_FALSE(fs::exists(notes() / "n.json"));
 }
 
-TEST_F(Interaction, buttonActsOnTheReleaseWhereverThePressWas) {
+TEST_F(Interaction, buttonReactsToTheReleaseOnly) {
     open(",\"allowNewNote\":true");
     for (const auto& [pressed, released] : {std::pair{kInBody, kOnNew}, {kOnNew, kInBody}}) {
         platform::desktop::moveMouse(pressed);
@@ -216,7 +216,7 @@ TEST_F(Interaction, changeOfTheFileIsNotSavedAsAnEdit) {
     EXPECT_TRUE(has(get("n.json"), "third"));
 }
 
-TEST_F(Interaction, coloursFollowTheNoteAlsoAfterAChange) {
+TEST_F(Interaction, coloursFollowTheNoteAfterEachChange) {
     const std::tuple<const char*, const char*, const char*, const char*, const char*> rows[] = {
         {R"("bgColor":"#101010","titleBarBGColor":"#202020","noteTitleColor":"#303030","noteBodyColor":"#404040")",
          "303030 on 202020\n", "404040 on 101010, itself 404040 404040 on 101010\n", "FF101010", "FF202020"},
@@ -226,7 +226,7 @@ TEST_F(Interaction, coloursFollowTheNoteAlsoAfterAChange) {
          "FF909090", "FF7E7E7E"}};
     open();
     for (const auto& [colors, title, body, bodyBand, bar] : rows)
-        for (const std::string id : {"n", bar}) {  // open before, and opened now
+        for (const std::string id : {"n", bar}) {  // an open note, and a newly opened one
             write(id, R"(,"contentRtf":"{\\rtf1{\\colortbl;\\red1;}\\cf1 a}",)" + std::string(colors));
             const std::string seen = controls() + frame();
             for (const char* part : {title, body, bodyBand, bar})
@@ -235,7 +235,7 @@ TEST_F(Interaction, coloursFollowTheNoteAlsoAfterAChange) {
         }
 }
 
-TEST_F(Interaction, richTextWinsAndSurvivesAnEdit) {
+TEST_F(Interaction, richTextHasPriorityAndSurvivesAnEdit) {
     open(R"(,"editable":true,"content":"plain","contentRtf":"{\\rtf1\\ansi caf\\'e9 \\u9733?\\par two}")");
     EXPECT_EQ(textOf(body()), "caf\xC3\xA9 \xE2\x98\x85\r\ntwo");
     type(kInTitle, u"t");
@@ -249,10 +249,10 @@ TEST_F(Interaction, richTextWinsAndSurvivesAnEdit) {
     EXPECT_EQ(textOf(body()), "caf\xC3\xA9 \xE2\x98\x85\r\ntwo") << "again from the saved file";
 }
 
-TEST_F(Interaction, waitingEditIsSavedWhenTheWindowIsDestroyedUnlessTheAppClosesIt) {
+TEST_F(Interaction, destroyedWindowSavesAPendingEditUnlessTheAppClosesIt) {
     open(",\"editable\":true,\"content\":\"x\"");
     type(kInBody, u"y");
-    DestroyWindow(firstNote());  // by somebody else
+    DestroyWindow(firstNote());  // destroyed by another program
     platform::desktop::pump();
     EXPECT_EQ(log(), saved());
     EXPECT_TRUE(has(get("n.json"), "yx"));
@@ -392,7 +392,7 @@ TEST_F(Interaction, logoIsReadFromAFileOrFromBase64) {
     }
 }
 
-TEST_F(Interaction, missingLogoFolderIsLookedForOnce) {
+TEST_F(Interaction, missingLogoFolderIsSearchedOnce) {
     ASSERT_EQ(start(app), kEnterMessageLoop);
     const auto questionsOf = [&](const std::string& id) {
         platform::faults::clear();
@@ -415,7 +415,7 @@ TEST_F(Interaction, failingCallOfANewNoteLeaksNothing) {
     const auto dismiss = [&](const std::string& id) { sendText(app, WM_APP_NOTE_DISMISS, wide(id)); };
     const auto check = [&](bool) {
         const std::string text = log();
-        // Either the file or the line in the log is there to tell the id.
+        // The file or the log line gives the id of the new note.
         for (const auto& entry : fs::directory_iterator(notes()))
             dismiss(entry.path().stem().string());
         if (const std::size_t at = text.find("New note created: id="); at != std::string::npos)

@@ -1,4 +1,4 @@
-// Where the windows of notes land on monitors of all kinds, and what the record remembers.
+// Where note windows open on different monitors, and what the record stores.
 
 #include "common/Monitors.h"
 #include "machine/support/DisplayFixture.h"
@@ -84,7 +84,7 @@ TEST_F(NotePlaces, notesOpenAtTheirStoredPlaceOnAMonitorThatExists) {
     }
 }
 
-TEST_F(NotePlaces, screenStandsInWhereThereIsNoMonitor) {
+TEST_F(NotePlaces, usesTheScreenIfThereIsNoMonitor) {
     platform::desktop::setMonitors({});
     NoteRecord note = fresh(TEXT("\\\\.\\DISPLAY7"));
     note.monitorBounds = {1, 2, 3, 4};
@@ -107,7 +107,7 @@ TEST_F(NotePlaces, noteStaysTopmostWhenItsOrderIsChanged) {
     }
 }
 
-TEST_F(NotePlaces, anActivatedNoteComesToTheTop) {
+TEST_F(NotePlaces, activatedNoteComesToTheTop) {
     NoteWindow &low = open(stored(0, 0, 140, 120)), &high = open(stored(500, 0, 140, 120));
     for (const auto& [how, top] : {std::pair{WA_INACTIVE, &high}, {WA_ACTIVE, &low}}) {
         SendMessageW(low.hwnd(), WM_ACTIVATE, how, 0);
@@ -115,7 +115,7 @@ TEST_F(NotePlaces, anActivatedNoteComesToTheTop) {
     }
 }
 
-TEST_F(NotePlaces, screenDpiStandsInWhereTheCallsFail) {
+TEST_F(NotePlaces, usesTheScreenDpiIfTheDpiCallsFail) {
     platform::desktop::setMonitors({kLeft, kRight4K});
     NoteWindow& window = open(fresh(TEXT("\\\\.\\DISPLAY3")));
     EXPECT_EQ(windowDpi(window.hwnd()), 192);
@@ -133,8 +133,8 @@ TEST_F(NotePlaces, screenDpiStandsInWhereTheCallsFail) {
     EXPECT_EQ(monitorDpi(nullptr), 96);
 }
 
-// The calls are looked up once a process: this test needs one of its own, as ctest gives it.
-TEST_F(NotePlaces, screenDpiStandsInWhereTheCallsAreMissing) {
+// A process looks up the calls only once, so this test needs its own process, as under ctest.
+TEST_F(NotePlaces, usesTheScreenDpiIfTheDpiCallsAreMissing) {
     platform::desktop::setMonitors({kLeft, kRight4K});
     platform::desktop::offerDpiCalls(false, false);
     EXPECT_EQ(monitorDpi(reinterpret_cast<HMONITOR>(0x10001)), 144);
@@ -143,7 +143,7 @@ TEST_F(NotePlaces, screenDpiStandsInWhereTheCallsAreMissing) {
     EXPECT_EQ(enumerateMonitors().size(), 1U) << "one that cannot be read is left out";
 }
 
-TEST_F(NotePlaces, freePlaceIsSearchedInTheStepsOfTheNotesMonitor) {
+TEST_F(NotePlaces, searchesAFreePlaceInStepsForTheMonitorsDpi) {
     platform::desktop::setMonitors({kMain, kRight4K});
     App app;
     for (const char* id : {"1", "2"})
@@ -158,7 +158,7 @@ TEST_F(NotePlaces, openNotesDoNotCoverEachOther) {
     for (int i = 0; i < 60; ++i)
         putNote(std::to_string(1000 + i));
     ASSERT_EQ(start(app), kEnterMessageLoop);
-    // What a look at every rectangle gives, in the order of opening.
+    // The expected places, from comparing with every open note in opening order.
     const RECT workArea = {0, 0, 1920, 1040}, wanted = topRightCorner(workArea, 96, 260, 260);
     std::vector<RECT> taken;
     std::string expected;
