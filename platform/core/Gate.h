@@ -20,9 +20,9 @@ class CallSite {
     CallSite(const CallSite&) = delete;
     CallSite& operator=(const CallSite&) = delete;
 
-    // For functions that set the last error: true if the call must fail. The last error is set.
+    // For functions that report failures through the last error: sets it and returns true if the call must fail.
     bool fails();
-    // For functions that return a Windows error code: that code, or 0 to continue.
+    // For functions that return a Windows error code: the code to return, or 0 to continue.
     DWORD error();
     // For functions that return an HRESULT: a failure code to return, or S_OK to continue.
     HRESULT hresult();

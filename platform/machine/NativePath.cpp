@@ -76,7 +76,8 @@ std::string assemble(const std::string& root, const std::vector<std::string>& pa
     return resolved;
 }
 
-// Long paths need an entry in the program's manifest, which the product has. The registry of the machine decides.
+// Windows allows long paths if the program's manifest and the registry both do. The product's manifest does, so this
+// reads the machine's registry.
 bool allowsLongPaths() {
     std::ifstream value(machineFolder() / "registry/HKEY_LOCAL_MACHINE/SYSTEM/CurrentControlSet/Control/FileSystem" /
                         "LongPathsEnabled.REG_DWORD");

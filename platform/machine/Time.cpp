@@ -84,7 +84,7 @@ BOOL SystemTimeToFileTime(const SYSTEMTIME* time, FILETIME* fileTime) {
     return TRUE;
 }
 
-// Uses the UTC offset of today, even if the given time lies in another season.
+// Uses the current UTC offset, even for a time in another season.
 BOOL FileTimeToLocalFileTime(const FILETIME* utc, FILETIME* local) {
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;

@@ -14,7 +14,7 @@ namespace {
 // The mouse pointer. There is one for the desktop, used on the thread of the windows.
 struct Pointer {
     POINT at = {-1, -1};
-    HWND tracked = nullptr;  // gets WM_MOUSELEAVE or WM_NCMOUSELEAVE
+    HWND tracked = nullptr;  // gets WM_NCMOUSELEAVE when the mouse leaves
     HWND moving = nullptr;   // the window being moved or sized
     LRESULT zone = HTNOWHERE;
     POINT grip = {};

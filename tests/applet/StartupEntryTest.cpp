@@ -29,7 +29,7 @@ class StartupEntry : public testing::Test {
 
 }  // namespace
 
-TEST_F(StartupEntry, removesTheValueOnlyWhenItIsOurs) {
+TEST_F(StartupEntry, removesOnlyItsOwnValue) {
     const std::size_t whole = (expected.size() + 1) * sizeof(WCHAR);
     const WideString longest(260, TEXT('x'));
     WideString otherCase = expected;

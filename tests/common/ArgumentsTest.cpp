@@ -31,7 +31,7 @@ TEST(Arguments, quotedArgumentSplitsBackToItself) {
         EXPECT_EQ(utf8(quoteArgument(text)), utf8(quoted));
 }
 
-TEST(Arguments, splitsAsTheSystemDoes) {
+TEST(Arguments, splitsLikeTheSystem) {
     const std::pair<const WCHAR*, const char*> rows[] = {
         {TEXT("p"), "<p>"},
         {TEXT("p   "), "<p>"},

@@ -35,7 +35,7 @@ TEST(WideText, formattedTextIsCutAtTheCapacityAndTerminated) {
     }
 }
 
-TEST(WideText, hexDigitsOfEitherCaseHaveTheirValue) {
+TEST(WideText, decodesHexDigitsInEitherCase) {
     constexpr WideView kDigits = TEXT("0123456789abcdef0123456789ABCDEF");
     for (WCHAR unit = 0; unit < 0x200; ++unit) {
         const std::size_t at = kDigits.find(unit);
@@ -43,7 +43,7 @@ TEST(WideText, hexDigitsOfEitherCaseHaveTheirValue) {
     }
 }
 
-TEST(WideText, comparesOrdinallyWithoutCase) {
+TEST(WideText, comparesOrdinallyIgnoringCase) {
     const std::tuple<const WCHAR*, const WCHAR*, bool> rows[] = {
         {TEXT("JSON"), TEXT("json"), true},       {TEXT(""), TEXT(""), true},
         {TEXT("a"), TEXT("ab"), false},           {TEXT("\u00C4\u00D6"), TEXT("\u00E4\u00F6"), true},

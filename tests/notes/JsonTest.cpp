@@ -47,7 +47,7 @@ WideString repeated(const WCHAR* text, std::size_t count) {
 
 }  // namespace
 
-TEST(Json, acceptsAndWritesBack) {
+TEST(Json, acceptsValidDocumentsAndWritesThemBack) {
     const std::vector<Case> cases = readCases(TEXT("accepted.txt"));
     ASSERT_GT(cases.size(), 45U);
     for (const Case& row : cases) {
@@ -58,7 +58,7 @@ TEST(Json, acceptsAndWritesBack) {
     }
 }
 
-TEST(Json, refusesWithTextAndPosition) {
+TEST(Json, errorsHaveTextAndPosition) {
     const std::vector<Case> cases = readCases(TEXT("refused.txt"));
     ASSERT_GT(cases.size(), 70U);
     for (const Case& row : cases) {

@@ -28,7 +28,7 @@ def test_schema_is_valid():
 
 
 @pytest.mark.parametrize("path", samples("good"), ids=lambda path: path.name)
-def test_good_samples_fit(path):
+def test_good_samples_match_the_schema(path):
     note = json.loads(path.read_bytes().decode("utf-8"))
     check(note)
     assert note["id"] == path.stem
@@ -36,7 +36,7 @@ def test_good_samples_fit(path):
 
 
 @pytest.mark.parametrize("path", samples("bad"), ids=lambda path: path.name)
-def test_bad_samples_do_not(path):
+def test_bad_samples_are_refused(path):
     with pytest.raises((UnicodeDecodeError, json.JSONDecodeError, jsonschema.ValidationError)):
         check(json.loads(path.read_bytes().decode("utf-8")))
 
@@ -53,12 +53,12 @@ def test_bad_samples_do_not(path):
         '"content": null',
     ],
 )
-def test_schema_refuses_what_the_reader_would_have_to_forgive(member):
+def test_schema_refuses_invalid_values(member):
     with pytest.raises(jsonschema.ValidationError):
         check(json.loads('{"id": "a", %s}' % member))
 
 
-def test_examples_of_the_page_fit_and_show_every_key():
+def test_examples_of_the_page_match_and_show_every_key():
     assert len(EXAMPLES) == 2
     for example in EXAMPLES:
         check(json.loads(example))

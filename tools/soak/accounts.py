@@ -1,4 +1,4 @@
-"""The checks in the end: every note, and every file of the machine."""
+"""The checks at the end: every note, and every file of the machine."""
 import re
 from collections import Counter
 

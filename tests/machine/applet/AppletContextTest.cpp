@@ -174,7 +174,7 @@ TEST_F(AppletContextMachine, ownerIsUnknownIfTheLookupFails) {
     EXPECT_EQ(faults::openAllocations(), 0U);
 }
 
-TEST_F(AppletContextMachine, ownerIsUnknownIfTheLogonIsNotAUsers) {
+TEST_F(AppletContextMachine, ownerIsUnknownIfTheLogonIsNotOfAUser) {
     const std::pair<const char*, long> rows[] = {
         {"user = operator\nsession = 1\ntime = 0x5\ntype = 5\n", ERROR_INVALID_DATA},  // logon of a service
         {"user = operator\nsession = 1\ntime = 0x5\ndata = no\n", ERROR_INVALID_DATA},

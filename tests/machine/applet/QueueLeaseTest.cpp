@@ -81,7 +81,7 @@ TEST_F(QueueLeaseMachine, queueHasOneLeaseAtATime) {
     EXPECT_EQ(open(second, wide(name_), own), ERROR_ACCESS_DENIED);
 }
 
-TEST_F(QueueLeaseMachine, isForQueuesOfThisLogonOnly) {
+TEST_F(QueueLeaseMachine, leasesOnlyQueuesOfThisLogon) {
     const LogonIdentity own = context().identity;
     LogonIdentity other = own;
     ++other.logonTime;
@@ -133,7 +133,7 @@ TEST_F(QueueLeaseMachine, readsNotesOfUpTo2MiB) {
     }
 }
 
-TEST_F(QueueLeaseMachine, refusesOtherNamesThanThoseOfNotes) {
+TEST_F(QueueLeaseMachine, refusesNamesThatAreNotNoteNames) {
     const QueueLease held = lease();
     std::string bytes;
     EXPECT_EQ(read(held, bytes, TEXT("note_x.json")), ERROR_FILE_NOT_FOUND);

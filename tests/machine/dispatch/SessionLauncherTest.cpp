@@ -57,7 +57,7 @@ TEST_F(SessionLauncherMachine, everyUserSessionGetsADisplayWithItsToken) {
     EXPECT_TRUE(fs::exists(folder() / "drive_c/Users/visitor/AppData/Local/Quorvane/Ombrel/Notes"));
 }
 
-TEST_F(SessionLauncherMachine, anotherDispatchServesTheSessionsThatLostTheirDisplay) {
+TEST_F(SessionLauncherMachine, nextDispatchServesSessionsWithoutADisplay) {
     RoleProcess first(launch(), system());
     serve(first);
     const std::vector<pid_t> untouched = processesIn(1);
