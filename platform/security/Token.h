@@ -20,7 +20,7 @@ enum Privilege : DWORD { AssignPrimaryToken = 3, IncreaseQuota = 5, Tcb = 7, Cha
 struct TokenState {
     std::mutex lock;  // guards `who` and `privileges`
     Token who;
-    std::map<DWORD, bool> privileges;  // privilege -> is enabled; a missing one is not held
+    std::map<DWORD, bool> privileges;  // the privileges held, and whether each is enabled
     LUID id = {};
     TOKEN_TYPE type = TokenPrimary;
     SECURITY_IMPERSONATION_LEVEL level = SecurityImpersonation;
