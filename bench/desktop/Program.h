@@ -18,7 +18,6 @@ class Program {
   public:
     // Starts an executable in the folder of this one. On failure prints a message and ends this process.
     Program(const WideString& executable, const WideString& arguments, const WideString& noteClass);
-    // Ends the program.
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;

@@ -16,7 +16,6 @@ struct AccessEntry {
     BYTE type = ACCESS_ALLOWED_ACE_TYPE;  // or ACCESS_DENIED_ACE_TYPE, which has the same layout
 };
 
-// The bytes of an ACL.
 std::vector<BYTE> makeList(const std::vector<AccessEntry>& entries);
 // The entries of a list; empty if `list` is null.
 std::vector<AccessEntry> readList(PACL list);

@@ -12,8 +12,7 @@
 
 namespace {
 
-// The vtable slot of a method. Both compilers store a pointer to a virtual method as the byte offset of its slot plus
-// 1.
+// The vtable slot of a method. Both compilers store a pointer to a virtual method as the slot's byte offset plus 1.
 template <typename Method>
 std::size_t slotOf(Method method) {
     std::size_t word = 0;

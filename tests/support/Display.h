@@ -19,7 +19,6 @@ struct ShownWindow {
 
 class DisplayProcess {
   public:
-    // Starts Vellumd with these arguments.
     DisplayProcess(const WideString& arguments, const Environment& environment);
     // Kills the process if it still runs.
     ~DisplayProcess();

@@ -5,8 +5,8 @@
 
 #include "common/WideText.h"
 
-// Converts each unit on its own: a lone surrogate becomes three bytes. So two texts are equal in UTF-8 exactly if they
-// are equal in UTF-16.
+// Keeps a lone surrogate, as three bytes, instead of replacing it. So two texts are equal in UTF-8 exactly if they are
+// equal in UTF-16.
 std::string utf8(WideView text);
 WideString wide(const std::string& asciiText);
 

@@ -74,7 +74,6 @@ class StoreStressMachine : public StoreMachine {
         refused_ += err == ERROR_ACCESS_DENIED;
     }
 
-    // One random disturbance.
     void disturb(const fs::path& queue, std::mt19937& random) const {
         const fs::path note = queue / nameOf(random), other = queue / nameOf(random),
                        fresh = folder() / "drive_c/fresh";
