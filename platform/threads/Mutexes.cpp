@@ -13,19 +13,13 @@
 #include "core/Encoding.h"
 #include "core/Error.h"
 #include "core/Gate.h"
-#include "core/HandleTable.h"
+#include "core/Waitable.h"
 #include "machine/Machine.h"
 
 namespace platform {
 namespace {
 
 constexpr off_t kHandleByte = 0, kOwnerByte = 1, kMakingByte = 2;
-
-struct Mutex : Object {
-    explicit Mutex(Descriptor opened) : descriptor(std::move(opened)) {}
-    Descriptor descriptor;
-    std::thread::id owner;  // the thread that may release it, if any
-};
 
 bool setLock(const Descriptor& descriptor, int command, short type, off_t byte) {
     struct flock lock = {};
@@ -35,6 +29,24 @@ bool setLock(const Descriptor& descriptor, int command, short type, off_t byte) 
     lock.l_len = 1;
     return fcntl(descriptor.get(), command, &lock) == 0;
 }
+
+struct Mutex : Waitable {
+    explicit Mutex(Descriptor opened) : descriptor(std::move(opened)) {}
+
+    // A mutex whose owner has died is free; nobody hears of WAIT_ABANDONED.
+    bool isReady() override {
+        const std::thread::id self = std::this_thread::get_id();
+        if (owner != self && !setLock(descriptor, F_OFD_SETLK, F_WRLCK, kOwnerByte)) return false;
+        owner = self;
+        ++uses;
+        return true;
+    }
+    bool isPolled() const override { return true; }
+
+    Descriptor descriptor;
+    std::thread::id owner;  // none, or the thread that may release it
+    int uses = 0;           // how often the owner has to release it
+};
 
 bool hasOtherHandles(const Descriptor& descriptor) {
     struct flock lock = {};
@@ -99,8 +111,7 @@ HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES, BOOL initialOwner, LPCWSTR name) {
     const bool known = hasOtherHandles(mutex->descriptor);
     setLock(mutex->descriptor, F_OFD_SETLK, F_RDLCK, kHandleByte);
     // Only the process that creates the mutex owns it from the start.
-    if (!known && initialOwner && setLock(mutex->descriptor, F_OFD_SETLK, F_WRLCK, kOwnerByte))
-        mutex->owner = std::this_thread::get_id();
+    if (!known && initialOwner) mutex->isReady();
     setLock(mutex->descriptor, F_OFD_SETLK, F_UNLCK, kMakingByte);
     const HANDLE handle = openHandle(std::move(mutex));
     SetLastError(known ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
@@ -113,6 +124,7 @@ BOOL ReleaseMutex(HANDLE handle) {
     const auto mutex = find<Mutex>(handle);
     if (mutex == nullptr) return FALSE;
     if (mutex->owner != std::this_thread::get_id()) return refuse(ERROR_NOT_OWNER);
+    if (--mutex->uses != 0) return TRUE;
     setLock(mutex->descriptor, F_OFD_SETLK, F_UNLCK, kOwnerByte);
     mutex->owner = std::thread::id();
     return TRUE;

@@ -14,6 +14,8 @@ using namespace platform;
 
 namespace {
 
+constexpr std::uint64_t kPollMs = 5;
+
 void setSignal(Event& event, bool on) {
     {
         std::lock_guard hold(waiting::lock());
@@ -27,13 +29,20 @@ DWORD waitForAny(const std::vector<std::shared_ptr<Waitable>>& objects, DWORD mi
     std::size_t first = 0;
     const auto ready = [&] {
         const auto found =
-            std::find_if(objects.begin(), objects.end(), [](const auto& object) { return object->signalled; });
+            std::find_if(objects.begin(), objects.end(), [](const auto& object) { return object->isReady(); });
         first = static_cast<std::size_t>(found - objects.begin());
         return found != objects.end();
     };
+    const bool polled =
+        std::any_of(objects.begin(), objects.end(), [](const auto& object) { return object->isPolled(); });
     const std::uint64_t deadline = waiting::deadlineAfter(milliseconds);
     std::unique_lock held(waiting::lock());
-    return waiting::sleepUntil(held, deadline, ready) ? WAIT_OBJECT_0 + static_cast<DWORD>(first) : WAIT_TIMEOUT;
+    bool isReady = false;
+    do {
+        const std::uint64_t next = polled ? std::min(deadline, waiting::ticks() + kPollMs) : deadline;
+        isReady = waiting::sleepUntil(held, next, ready);
+    } while (!isReady && waiting::ticks() < deadline);
+    return isReady ? WAIT_OBJECT_0 + static_cast<DWORD>(first) : WAIT_TIMEOUT;
 }
 
 }  // namespace

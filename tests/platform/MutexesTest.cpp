@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <atomic>
 #include <iterator>
+#include <thread>
 
 #include "common/Handles.h"
 #include "common/WideText.h"
@@ -42,4 +44,26 @@ TEST(Mutexes, namesDifferByCaseNamespaceAndLength) {
     }
     const KernelHandle local(CreateMutexW(nullptr, FALSE, TEXT("Vellumd.a")));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS}) << "a name without a namespace is the session's";
+}
+
+TEST(Mutexes, waitTakesItWhenItsOwnerLetsGo) {
+    const KernelHandle first(CreateMutexW(nullptr, FALSE, TEXT("Local\\Vellumd.Test.wait")));
+    ASSERT_EQ(WaitForSingleObject(first.get(), 0), WAIT_OBJECT_0);
+    ASSERT_EQ(WaitForSingleObject(first.get(), 0), WAIT_OBJECT_0) << "the owner has it already";
+    DWORD early = WAIT_FAILED, late = WAIT_FAILED;
+    std::atomic<bool> hasWaited = false;
+    std::thread other([&] {
+        const KernelHandle second(CreateMutexW(nullptr, FALSE, TEXT("Local\\Vellumd.Test.wait")));
+        early = WaitForSingleObject(second.get(), 20);
+        hasWaited = true;
+        late = WaitForSingleObject(second.get(), 20000);
+        ReleaseMutex(second.get());
+    });
+    while (!hasWaited)
+        Sleep(1);
+    EXPECT_TRUE(ReleaseMutex(first.get()));
+    EXPECT_TRUE(ReleaseMutex(first.get())) << "taken twice";
+    other.join();
+    EXPECT_EQ(early, DWORD{WAIT_TIMEOUT});
+    EXPECT_EQ(late, WAIT_OBJECT_0);
 }
