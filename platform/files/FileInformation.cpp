@@ -8,6 +8,7 @@
 #include "core/Error.h"
 #include "core/Gate.h"
 #include "files/FileObject.h"
+#include "files/FileTimes.h"
 #include "files/Moves.h"
 #include "machine/NativePath.h"
 
@@ -23,12 +24,6 @@ DWORD attributesOf(struct stat status, const std::string& native) {
     if (isLink) attributes |= FILE_ATTRIBUTE_REPARSE_POINT;
     if (S_ISREG(status.st_mode) && (status.st_mode & 0222) == 0) attributes |= FILE_ATTRIBUTE_READONLY;
     return attributes;
-}
-
-FILETIME fileTimeOf(const timespec& time) {
-    constexpr std::int64_t kTicksBefore1970 = 116444736000000000;
-    const auto ticks = static_cast<std::uint64_t>(time.tv_sec * 10'000'000 + time.tv_nsec / 100 + kTicksBefore1970);
-    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
 }
 
 BY_HANDLE_FILE_INFORMATION informationOf(const struct stat& status, DWORD attributes) {

@@ -15,6 +15,7 @@
 #include "core/Gate.h"
 #include "core/HandleTable.h"
 #include "core/Ordinal.h"
+#include "files/FileTimes.h"
 #include "machine/NativePath.h"
 
 namespace platform {
@@ -24,6 +25,7 @@ struct Entry {
     std::u16string name;
     DWORD attributes = FILE_ATTRIBUTE_ARCHIVE;
     ULONGLONG size = 0;  // 0 for folders
+    FILETIME writtenAt = {};
 };
 
 struct Search : Object {
@@ -45,6 +47,7 @@ Entry entryOf(int folder, const char* name) {
     entry.name = toWide(name);
     struct stat own, target;
     if (fstatat(folder, name, &own, AT_SYMLINK_NOFOLLOW) != 0) return entry;
+    entry.writtenAt = fileTimeOf(own.st_mtim);
     const bool isLink = S_ISLNK(own.st_mode);
     if (!isLink || fstatat(folder, name, &target, 0) != 0) target = own;
     if (S_ISDIR(target.st_mode)) entry.attributes = FILE_ATTRIBUTE_DIRECTORY;
@@ -57,6 +60,7 @@ Entry entryOf(int folder, const char* name) {
 void fill(WIN32_FIND_DATAW& data, const Entry& entry) {
     data = {};
     data.dwFileAttributes = entry.attributes;
+    data.ftLastWriteTime = entry.writtenAt;
     data.nFileSizeHigh = static_cast<DWORD>(entry.size >> 32);
     data.nFileSizeLow = static_cast<DWORD>(entry.size);
     const std::size_t units = std::min<std::size_t>(entry.name.size(), MAX_PATH - 1);

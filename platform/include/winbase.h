@@ -25,7 +25,9 @@
 #define WAIT_TIMEOUT 258U
 #define WAIT_FAILED 0xffffffffU
 
+#define STD_INPUT_HANDLE (static_cast<DWORD>(-10))
 #define STD_OUTPUT_HANDLE (static_cast<DWORD>(-11))
+#define STD_ERROR_HANDLE (static_cast<DWORD>(-12))
 #define ATTACH_PARENT_PROCESS (static_cast<DWORD>(-1))
 
 #define CREATE_SUSPENDED 0x00000004U
@@ -204,6 +206,12 @@ BOOL ProcessIdToSessionId(DWORD processId, DWORD* sessionId);
 BOOL GetUserNameW(LPWSTR name, LPDWORD capacity);
 DWORD GetModuleFileNameW(HMODULE module, LPWSTR path, DWORD capacity);
 HANDLE GetStdHandle(DWORD which);
+// A terminal counts as a console.
+BOOL GetConsoleMode(HANDLE console, LPDWORD mode);
+BOOL WriteConsoleW(HANDLE console, const void* text, DWORD units, LPDWORD written, LPVOID reserved);
+BOOL ReadConsoleW(HANDLE console, LPVOID text, DWORD units, LPDWORD read, LPVOID control);
+BOOL LookupAccountSidW(LPCWSTR system, PSID sid, LPWSTR name, LPDWORD nameUnits, LPWSTR domain, LPDWORD domainUnits,
+                       PSID_NAME_USE use);
 BOOL AttachConsole(DWORD processId);
 void OutputDebugStringW(LPCWSTR text);
 HLOCAL LocalFree(HLOCAL memory);

@@ -6,6 +6,9 @@
 // Security identifiers.
 using PSID = PVOID;
 
+enum SID_NAME_USE { SidTypeUser = 1 };
+using PSID_NAME_USE = SID_NAME_USE*;
+
 struct SID_IDENTIFIER_AUTHORITY {
     BYTE Value[6];
 };
@@ -215,5 +218,7 @@ struct FILE_NOTIFY_INFORMATION {
 #define REG_DWORD 4U
 #define KEY_QUERY_VALUE 0x0001U
 #define KEY_SET_VALUE 0x0002U
+#define KEY_ENUMERATE_SUB_KEYS 0x0008U
 #define KEY_READ 0x20019U
+#define KEY_WOW64_64KEY 0x0100U
 #define KEY_WRITE 0x20006U

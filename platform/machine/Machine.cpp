@@ -57,6 +57,18 @@ struct Running {
     Token token;
 };
 
+// Makes the folders of a profile, and its value in the registry's list of profiles. What is there stays.
+void makeProfile(const fs::path& folder, const std::string& path, const std::string& value) {
+    const fs::path list =
+        folder / "registry/HKEY_LOCAL_MACHINE/SOFTWARE/Microsoft/Windows NT/CurrentVersion/ProfileList";
+    const fs::path file = list / (value + ".REG_EXPAND_SZ");
+    std::error_code error;
+    fs::create_directories(onDrive(folder, path) / "AppData" / "Local", error);
+    if (fs::exists(file, error)) return;
+    fs::create_directories(file.parent_path(), error);
+    std::ofstream(file) << path;
+}
+
 Running start(const fs::path& folder) {
     std::error_code error;
     fs::create_directories(folder / "drive_c" / "ProgramData", error);
@@ -67,7 +79,8 @@ Running start(const fs::path& folder) {
     Running running{folder, readDescription(file), {}};
     running.token = chooseToken(running.description);
     for (const User& user : running.description.users)
-        if (!user.profile.empty()) fs::create_directories(onDrive(folder, user.profile) / "AppData" / "Local", error);
+        if (!user.profile.empty()) makeProfile(folder, user.profile, user.sid + "/ProfileImagePath");
+    makeProfile(folder, "C:\\Users\\Default", "Default");
     return running;
 }
 

@@ -6,6 +6,7 @@
 #include <winreg.h>
 
 #include <unistd.h>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -135,6 +136,20 @@ std::string encode(DWORD type, const BYTE* data, DWORD byteCount) {
     return out;
 }
 
+// %NAME% becomes the variable's value; one that is unknown stays as it is.
+std::u16string expandVariables(const std::u16string& text) {
+    std::u16string out;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = text[at] == u'%' ? text.find(u'%', at + 1) : std::u16string::npos;
+        WCHAR value[MAX_PATH];
+        const bool isKnown = end != std::u16string::npos &&
+                             GetEnvironmentVariableW(text.substr(at + 1, end - at - 1).c_str(), value, MAX_PATH) != 0;
+        out += isKnown ? std::u16string(value) : text.substr(at, 1);
+        at = isKnown ? end + 1 : at + 1;
+    }
+    return out;
+}
+
 fs::path userHive() {
     return machineFolder() / "registry" / "HKEY_USERS" / processToken().user;
 }
@@ -231,6 +246,48 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD, LPDWORD type, LPBYTE d
     if (data == nullptr) return ERROR_SUCCESS;
     if (capacity < bytes.size()) return ERROR_MORE_DATA;
     if (!bytes.empty()) std::memcpy(data, bytes.data(), bytes.size());
+    return ERROR_SUCCESS;
+}
+
+// The keys come in the order of their names, as Windows lists them.
+LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD units, LPDWORD, LPWSTR, LPDWORD, FILETIME*) {
+    static constinit CallSite site{__func__};
+    if (const DWORD error = site.error()) return static_cast<LSTATUS>(error);
+    std::shared_ptr<KeyObject> object;
+    if (const LSTATUS status = use(key, KEY_ENUMERATE_SUB_KEYS, object)) return status;
+    std::vector<std::u16string> names;
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(object->folder, error))
+        if (entry.is_directory()) names.push_back(toWide(entry.path().filename().string()));
+    std::sort(names.begin(), names.end());
+    if (index >= names.size()) return ERROR_NO_MORE_ITEMS;
+    const std::u16string& found = names[index];
+    if (found.size() >= *units) return ERROR_MORE_DATA;
+    std::memcpy(name, found.c_str(), (found.size() + 1) * sizeof(WCHAR));
+    *units = static_cast<DWORD>(found.size());
+    return ERROR_SUCCESS;
+}
+
+LSTATUS RegGetValueW(HKEY key, LPCWSTR path, LPCWSTR name, DWORD flags, LPDWORD, PVOID data, LPDWORD byteCount) {
+    static constinit CallSite site{__func__};
+    if (const DWORD error = site.error()) return static_cast<LSTATUS>(error);
+    if (path != nullptr || flags != RRF_RT_REG_SZ) return ERROR_INVALID_PARAMETER;
+    std::shared_ptr<KeyObject> object;
+    if (const LSTATUS status = use(key, KEY_QUERY_VALUE, object)) return status;
+    Value value;
+    if (!findValue(object->folder, name, value)) return ERROR_FILE_NOT_FOUND;
+    if (!isText(value.type)) return ERROR_UNSUPPORTED_TYPE;
+    std::ifstream file(value.file, std::ios::binary);
+    const std::vector<BYTE> bytes =
+        decode(value.type, {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()});
+    std::u16string text(bytes.size() / sizeof(WCHAR), 0);
+    std::memcpy(text.data(), bytes.data(), text.size() * sizeof(WCHAR));
+    text.resize(std::min(text.find(u'\0'), text.size()));
+    if (value.type == REG_EXPAND_SZ) text = expandVariables(text);
+    const DWORD needed = static_cast<DWORD>((text.size() + 1) * sizeof(WCHAR)), capacity = *byteCount;
+    *byteCount = needed;
+    if (capacity < needed) return ERROR_MORE_DATA;
+    std::memcpy(data, text.c_str(), needed);
     return ERROR_SUCCESS;
 }
 
