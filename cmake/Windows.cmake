@@ -25,3 +25,19 @@ target_compile_definitions(vellum_platform INTERFACE STRICT)
 # The entry point is wWinMain in the GUI subsystem. Optimises for size: the program is idle almost all the time.
 add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffunction-sections> $<$<COMPILE_LANGUAGE:CXX>:-fdata-sections>)
 add_link_options(-Wl,--gc-sections -Wl,--nxcompat -Wl,--dynamicbase -Wl,--high-entropy-va)
+
+# windows_resources(<program> [<file>...]): adds resources/<program>.rc, with the manifest and the version. The files are
+# those that the script includes: Ninja does not see them.
+function(windows_resources program)
+  set(VELLUM_PROGRAM ${program})
+  set(manifest ${CMAKE_CURRENT_BINARY_DIR}/${program}.manifest)
+  configure_file(${PROJECT_SOURCE_DIR}/src/resources/Vellumd.manifest.in ${manifest} @ONLY)
+  string(REPLACE "." "," version_commas "${PROJECT_VERSION}.0")
+  set(script ${PROJECT_SOURCE_DIR}/src/resources/${program}.rc)
+  list(TRANSFORM ARGN PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  target_sources(${program} PRIVATE ${script})
+  target_include_directories(${program} PRIVATE ${CMAKE_CURRENT_BINARY_DIR})
+  set_source_files_properties(${script} PROPERTIES
+    COMPILE_DEFINITIONS "VELLUM_CONTRACT_VERSION=${VELLUM_CONTRACT_VERSION}L;VELLUM_VERSION_COMMAS=${version_commas};VELLUM_VERSION_TEXT=\\\"${PROJECT_VERSION}\\\""
+    OBJECT_DEPENDS "${manifest};${ARGN}")
+endfunction()

@@ -16,7 +16,8 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 # The floors (layers) of each tree, lowest first. A folder may include itself and lower floors, but not another folder
 # on its own floor.
 FLOORS = {
-    "src": [["common"], ["notes"], ["watch", "dispatch", "applet", "window"], ["app"]],
+    "src": [["common"], ["notes"], ["watch", "dispatch", "applet", "window"], ["app"],
+            ["ctl"]],
     "platform": [["core"], ["machine"], ["security"], ["files", "threads", "process", "com"], ["windows"], ["drawing"],
                  ["controls", "tasks"], ["testing"]],
 }

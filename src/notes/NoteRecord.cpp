@@ -46,8 +46,6 @@ constexpr WideView allowNewNote = TEXT("allowNewNote");
 constexpr WideView logo = TEXT("logo");
 }  // namespace keys
 
-constexpr LONG kLeastWidth = 120, kLeastHeight = 100, kLargestExtent = 8000;
-
 // Rounds towards zero. A number that does not fit becomes INT32_MIN, like the processor's own conversion.
 LONG truncated(double number) {
     const double whole = std::trunc(number);

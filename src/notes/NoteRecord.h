@@ -15,6 +15,9 @@
 constexpr COLORREF kDefaultNoteColor = 0x004DEBFE;  // red FE, green EB, blue 4D
 constexpr COLORREF kDefaultTextColor = 0x001E1E1E;
 
+// Limits of a window's size, in pixels; a stored size beyond them takes the nearest limit.
+constexpr LONG kLeastWidth = 120, kLeastHeight = 100, kLargestExtent = 8000;
+
 struct NoteRecord {
     WideString id;  // not empty in a record that was read; the file is named after it
     WideString title;

@@ -1,0 +1,35 @@
+#include "ctl/Failure.h"
+
+#include <windows.h>
+
+namespace ctl {
+namespace {
+
+struct Reason {
+    DWORD error;
+    const char* text;
+};
+
+// The errors that a person can do something about.
+constexpr Reason kReasons[] = {
+    {ERROR_FILE_NOT_FOUND, "not found"},
+    {ERROR_PATH_NOT_FOUND, "not found"},
+    {ERROR_ACCESS_DENIED, "access denied"},
+    {ERROR_SHARING_VIOLATION, "another program uses it"},
+    {ERROR_HANDLE_DISK_FULL, "the disk is full"},
+    {ERROR_DISK_FULL, "the disk is full"},
+    {ERROR_INVALID_NAME, "no file can have this name"},
+    {ERROR_FILENAME_EXCED_RANGE, "the path is too long"},
+    {ERROR_FILE_TOO_LARGE, "the file is too large"},
+};
+
+}  // namespace
+
+Failure systemFailure(const std::string& what, unsigned long error) {
+    const std::string number = "Windows error " + std::to_string(error);
+    for (const Reason& reason : kReasons)
+        if (reason.error == error) return {kFailed, what + ": " + reason.text + " (" + number + ")"};
+    return {kFailed, what + ": " + number};
+}
+
+}  // namespace ctl
