@@ -171,7 +171,7 @@ command_soak() {
         tools/wine-session.sh /usr/bin/python3 -B tools/soak --wine --build build/windows "$@"
         return
     fi
-    build native-release Vellumd vellum-fire-task vellum-applet-writer
+    build native-release Vellumd vellum-fire-task vellum-queue-writer
     /usr/bin/python3 -B tools/soak "$@"
 }
 
@@ -198,7 +198,7 @@ case "${1:-}" in
     test) command_test ;;
     build)
         case "${2:-}" in
-            native) need_native; build native Vellumd vellum-fire-task vellum-applet-writer ;;
+            native) need_native; build native Vellumd vellum-fire-task vellum-queue-writer ;;
             windows) need_windows; build windows Vellumd ;;
             *) usage >&2; exit 2 ;;
         esac ;;

@@ -12,8 +12,20 @@ build=$(realpath "${1:-build/native}")
 said=$VELLUM_MACHINE/said.txt
 fail() { printf 'FAILED: %s\n' "$*" >&2; cat "$said" >&2; exit 1; }
 
-# writer SESSION COMMAND...: runs the writer in a session.
-writer() { VELLUM_TOKEN="ann@$1" "$build/vellum-applet-writer" "${@:2}" || fail "the writer: ${*:2}"; }
+# note NAME: a file with a note, for the writer.
+note() {
+    printf '{"id": "%s", "title": "%s", "content": "Hello."}\n' "$1" "$1" > "$VELLUM_MACHINE/$1.json"
+    echo "$VELLUM_MACHINE/$1.json"
+}
+# writer SESSION EXPECTED-CODE ARGUMENT...: runs the writer in a session. What it prints goes to a file: a display that
+# it starts would keep a pipe open.
+writer() {
+    local code
+    VELLUM_TOKEN="ann@$1" "$build/vellum-queue-writer" "${@:3}" > "$VELLUM_MACHINE/written.txt" 2> "$said" < /dev/null
+    code=$?
+    grep -a '^vellum-queue-writer' "$said" | sed 's/^/   /'
+    [ $code = "$2" ] || fail "the writer ended with $code instead of $2"
+}
 # pass SESSION EXPECTED-CODE COUNTER...: runs a recovery pass of the staged program and shows how it ended.
 pass() {
     local code counter
@@ -46,13 +58,14 @@ expect_shown() {
     shows "$1" "$2" || fail "session $1 shows: $(shown "$1" | xargs)"
     echo "   session $1 shows: ${2:-nothing}"
 }
-# hold SESSION: holds the writer's lock of the queue until release.
+# hold SESSION: another writer holds its lock until release.
 hold() {
-    VELLUM_TOKEN="ann@$1" "$build/vellum-applet-writer" hold "$queue" 60 > "$VELLUM_MACHINE/hold.txt" &
+    VELLUM_TOKEN="ann@$1" "$build/vellum-queue-writer" --queue "$queue" --hold "$build/Vellumd" \
+        > "$VELLUM_MACHINE/hold.txt" < <(exec sleep 100) &
     holder=$!
     wait_until grep -q held "$VELLUM_MACHINE/hold.txt" || fail 'the lock is not held'
 }
-release() { kill $holder; wait $holder 2> /dev/null; rm "$VELLUM_MACHINE/hold.txt"; }
+release() { kill $holder 2> /dev/null; wait $holder 2> /dev/null; rm "$VELLUM_MACHINE/hold.txt"; }
 queues() { for queue_folder in "$store"/applet-*; do echo "   ${queue_folder##*/}: $(ls "$queue_folder" | xargs)"; done; }
 end_displays() { for display in $(displays "$1"); do kill_and_wait "$display"; done; }
 has_value() { [ -n "$(find "$VELLUM_MACHINE/registry" -name 'OmbrelAppletNotes*')" ]; }
@@ -75,22 +88,22 @@ user = ann
 logon = 0x1A10
 logon time = 0x1DC2F6A5B3C4D10'
 
-say 'The writer creates a store, stages the program and creates a queue for its logon'
-queue=$(writer 1 queue) || exit 1
+say 'The writer creates a store, stages the program and writes notes into the queue of its logon'
+writer 1 0 --no-display "$build/Vellumd" "$(note note_first)" "$(note note_second)"
+queue=$(cat "$VELLUM_MACHINE/written.txt")
 store=$(dirname "$(find "$VELLUM_MACHINE/drive_c" -name "$queue")")
-writer 1 stage "$build/Vellumd"
 staged=$(find "$store/runtime" -name Vellumd.exe)
-chmod u+x "$staged"
-writer 1 note "$queue" note_first 'The first note'
-writer 1 note "$queue" note_second 'The second note'
+chmod u+x "$staged"  # Linux asks for it where bash starts a program
 queues
 has_value || fail 'no auto-start value'
 
-say 'Being written: a pass leaves the queue for later'
+say 'Being written: a pass leaves the queue for later. A second writer tries again and again, then gives up (3)'
 hold 1
 pass 1 17 deferred=1
 shows 1 '' || fail 'something is shown'
+writer 1 3 "$build/Vellumd" "$(note note_third)"
 release
+[ ! -e "$store/$queue/note_third.json" ] || fail 'a note is there'
 
 say 'Waiting: the next pass of the logon starts a display process'
 pass 1 0 dispatched=1
@@ -101,6 +114,16 @@ pass 1 0
 expect_shown 1 'note_first note_second'
 pass 2 0 live=1 dispatched=0
 expect_shown 2 ''
+
+say 'A writer that meets error 32 waits for a moment. Then the display shows its note; no other display starts'
+hold 1
+(sleep .5; kill $holder) &
+writer 1 0 "$build/Vellumd" "$(note note_third)"
+release
+expect_shown 1 'note_first note_second note_third'
+[ "$(displays 1 | wc -w)" = 1 ] || fail 'more than one display'
+rm "$store/$queue/note_third.json"
+expect_shown 1 'note_first note_second'
 
 say 'The display process is killed: the queue waits, and the next pass shows it again'
 end_displays 1
@@ -135,5 +158,11 @@ expect_shown 2 ''
 queues
 wait_until eval '! has_value' || fail 'the auto-start value is still there'
 pass 2 0 claimed=0 dispatched=0
+
+say 'The next note: the writer sets the value again, makes the queue of this logon and starts its display'
+writer 2 0 "$build/Vellumd" "$(note note_fourth)"
+queues
+has_value || fail 'no auto-start value'
+expect_shown 2 'note_fourth'
 
 say 'Done'

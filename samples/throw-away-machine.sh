@@ -1,6 +1,6 @@
 # Sourced by the other scripts of this folder: creates a machine of the stand-in that exists as long as the script runs,
 # and finds the processes on it. $build must be the folder with the built programs.
-for program in Vellumd vellum-fire-task vellum-applet-writer; do
+for program in Vellumd vellum-fire-task vellum-queue-writer; do
     [ -x "$build/$program" ] || { echo "$build/$program is missing: run ./dev.sh build native" >&2; exit 1; }
 done
 VELLUM_MACHINE=$(mktemp -d)

@@ -25,11 +25,11 @@ NO_FLOOR = {"src/resources", "platform/include", "platform/supplement"}  # no so
 
 MOST_FUNCTION_LINES = 60
 MOST_FILE_LINES = 500
-MEASURED = ["src", "platform", "tests", "tools"]
-FORMATTED = ["src", "platform", "tests", "bench", "fuzz", "tools"]
+MEASURED = ["src", "platform", "tests", "samples", "tools"]
+FORMATTED = ["src", "platform", "tests", "samples", "bench", "fuzz", "tools"]
 
 DECLARATIONS = "platform/include"
-USERS = ["src", "platform", "tests", "bench", "fuzz"]
+USERS = ["src", "platform", "tests", "samples", "bench", "fuzz"]
 
 Finding = collections.namedtuple("Finding", "path line what cure")
 
@@ -241,8 +241,8 @@ def unused_declarations():
 # --- constructs
 
 FORBIDDEN = [
-    (["src", "tests"], r"\bwchar_t\b", "wchar_t has another size on Linux", "write WCHAR"),
-    (["src", "tests"], r'\bL(?="|\')', "a wide literal has another size on Linux", "write TEXT(...)"),
+    (["src", "tests", "samples"], r"\bwchar_t\b", "wchar_t has another size on Linux", "write WCHAR"),
+    (["src", "tests", "samples"], r'\bL(?="|\')', "a wide literal has another size on Linux", "write TEXT(...)"),
     (["src"], r"^\s*#\s*(?:if|ifdef|ifndef|elif)\b", "code for one platform", "let platform/ stand in for the call"),
 ]
 

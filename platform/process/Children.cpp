@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <linux/close_range.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <windows.h>
@@ -150,6 +151,13 @@ std::shared_ptr<TokenState> exchanged(std::shared_ptr<TokenState> token) {
     return isOther ? makeToken(other) : token;
 }
 
+// An owner who may do everything with a file may run it. Linux wants a bit for that, which no access list here sets.
+void letOwnerRun(const std::string& image) {
+    struct stat status;
+    if (stat(image.c_str(), &status) == 0 && (status.st_mode & 0700) == 0600)
+        chmod(image.c_str(), status.st_mode | 0100);
+}
+
 bool start(const Start& wanted, PROCESS_INFORMATION* made) {
     reapAbandoned();
     std::string image, folder;
@@ -159,6 +167,7 @@ bool start(const Start& wanted, PROCESS_INFORMATION* made) {
     if (!isUnderstood(wanted) ||
         !chooseChildJob((wanted.flags & CREATE_BREAKAWAY_FROM_JOB) != 0, wanted.token->who.sessionId, job))
         return false;
+    letOwnerRun(image);
     const bool isSuspended = (wanted.flags & CREATE_SUSPENDED) != 0;
     const std::shared_ptr<TokenState> token = exchanged(wanted.token);
     Pipe resume, report;

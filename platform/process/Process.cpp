@@ -1,5 +1,5 @@
-// The command line and the image path of this process. main() sets the command line before it starts any thread. The
-// product reads both.
+// The command line and the image path of this process. The product's main() sets the command line before it starts any
+// thread; a program with a main() of its own gets the one that it was started with. The product reads both.
 #include "process/Process.h"
 
 #include <sys/auxv.h>
@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 
 #include "core/Encoding.h"
 #include "core/Error.h"
@@ -32,6 +34,15 @@ std::u16string quoted(const std::string& argument) {
         out.push_back(unit);
     }
     return out.append(backslashes, u'\\') + u"\"";
+}
+
+std::vector<std::string> startedWith() {
+    std::stringstream text;
+    text << std::ifstream("/proc/self/cmdline", std::ios::binary).rdbuf();
+    std::vector<std::string> arguments;
+    for (std::string argument; std::getline(text, argument, '\0');)
+        arguments.push_back(argument);
+    return arguments;
 }
 
 }  // namespace
@@ -59,6 +70,7 @@ using namespace platform;
 LPWSTR GetCommandLineW() {
     static constinit CallSite site{__func__};
     site.pass();
+    if (commandLine.empty()) setCommandLine(startedWith());
     return commandLine.data();
 }
 
