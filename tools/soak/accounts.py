@@ -13,7 +13,8 @@ ON_MACHINE = "|".join((
     r"machine\.txt", r"messages\.txt", r"tasks/.*\.txt", r"mutexes/\d+/.*", r"desktops/\d+/\d+", r"registry/.*",
     r"drive_c/ProgramData/OmbrelService_Common/Logs/Vellumd_\d_\w+_\d{8}\.log(\.1)?",
     NOTES + NOTE,
-    STORE + r"(\.lifecycle\.lock|\.recovery\.lock|runtime/A{64}/Vellumd\.exe)",
+    STORE + r"(\.lifecycle\.lock|\.recovery\.lock|runtime/[0-9A-F]{64}/Vellumd\.exe)",
+    STORE + r"runtime/[0-9A-F]{8}\.tmp",  # of a writer that was killed
     STORE + r"applet-[-0-9A-Fr]+/(\.writer\.lock|\.display\.lock|note_q\d+\.json)",
     r".*victim\.(json|txt)",
 )), NOTES + NOTE + r"\.tmp|" + STORE + r"applet-[^/]+/\{[-0-9A-F]+\}\.tmp"

@@ -99,14 +99,13 @@ class Machine:
                 token = next((value[13:] for value in variables if value.startswith(b"VELLUM_TOKEN=")), b"")
                 yield int(place.parent.name), token.decode()
 
-    def start(self, program, *arguments, token, faults="", output=subprocess.DEVNULL):
+    def start(self, program, *arguments, token, faults="", output=subprocess.DEVNULL, stdin=subprocess.DEVNULL):
         environment = {name: value for name, value in os.environ.items() if not name.startswith("VELLUM_")}
         environment |= {"VELLUM_MACHINE": str(self.folder), "VELLUM_TOKEN": token}
         if faults:
             environment["VELLUM_FAULTS"] = faults
         path = program if "/" in str(program) else self.build / program
-        return subprocess.Popen([path, *arguments], env=environment, stdin=subprocess.DEVNULL, stdout=output,
-                                stderr=output)
+        return subprocess.Popen([path, *arguments], env=environment, stdin=stdin, stdout=output, stderr=output)
 
     def run(self, program, *arguments, token, faults="", patience=60):
         """The exit status and the output. A file takes the output, since child processes could keep a pipe open."""

@@ -1,5 +1,8 @@
 """Private queues: a writer fills them, recovery passes start displays for them, users change the notes there."""
+import json
+import pathlib
 import subprocess
+import tempfile
 import time
 
 from ledger import read
@@ -54,39 +57,46 @@ class QueueActor(User):
             time.sleep(0.01)  # the queue may be renamed at this moment
         return note.path
 
-    def program(self, *arguments, faults=""):
-        return self.machine.run("vellum-applet-writer", *arguments, token=self.token, faults=faults)
+    def writer(self, *files, faults=""):
+        """Runs the writer, which prints the name of its queue."""
+        return self.machine.run("vellum-queue-writer", "--no-display", self.machine.build / "Vellumd", *files,
+                                token=self.token, faults=faults)
 
     def stage(self):
-        self.program("queue")
-        self.program("stage", str(self.machine.build / "Vellumd"))
+        self.writer()
         staged = next(self.folder.glob("runtime/*/Vellumd.exe"))
         staged.chmod(0o700)
         return str(staged)
 
-    def until_done(self, *arguments):
-        """The writer does not wait for locks, so repeat the command until it succeeds."""
+    def queue_of_writer(self, *files):
+        """The writer waits for locks for two seconds only, so repeat the command until it succeeds."""
         for _ in range(TRIES):
             if self.session not in self.machine.logons:
                 return None
-            status, said = self.program(*arguments)
+            status, said = self.writer(*files)
             if status == 0:
                 return said.strip()
             time.sleep(0.05)
-        self.ledger.problem(f"the writer of queues failed: {' '.join(arguments)}: {said}")
+        self.ledger.problem(f"the writer of queues failed: {said}")
         return None
 
     def write(self, step):
-        queue = self.until_done("queue")
+        queue = self.queue_of_writer()
         if not queue:
             return self.ledger.count("steps in a session without a logon")
-        body = f"QUEUED {step.number}"
+        with tempfile.TemporaryDirectory() as folder:
+            file = pathlib.Path(folder) / f"{step.note}.json"
+            body = f"QUEUED {step.number}"
+            file.write_text(json.dumps({"id": step.note, "title": step.note, "content": body, "editable": True}))
+            self.write_note(step, queue, file, body)
+
+    def write_note(self, step, queue, file, body):
         if step.how == "dying":
-            self.program("note", queue, step.note, body, faults="WriteFile:1=kill")
+            self.writer(file, faults="WriteFile:1=kill")
         note = self.ledger.note(step.note, self.folder, self.folder / queue / f"{step.note}.json")
         with self.ledger.lock:
             note.made, note.versions[step.number] = time.time(), (step.note, body)
-        if self.until_done("note", queue, step.note, body) is None:
+        if self.queue_of_writer(file) is None:
             with self.ledger.lock:  # the logon ended before the note was written
                 note.removed, note.removed_by = time.time(), "nobody: it was never whole"
             if self.path(note).exists():
@@ -98,14 +108,13 @@ class QueueActor(User):
             return self.ledger.count("steps in a session without a logon")
         holder = None
         if step.how == "held":
-            queue = self.until_done("queue")
-            holder = queue and self.machine.start("vellum-applet-writer", "hold", queue, "5", token=self.token,
-                                                  output=subprocess.DEVNULL)
+            holder = self.machine.start("vellum-queue-writer", "--no-display", "--hold", self.machine.build / "Vellumd",
+                                        token=self.token, stdin=subprocess.PIPE, output=subprocess.PIPE)
+            holder.stdout.readline()  # it has the lock, or has failed
         status, said = self.machine.run(self.staged, "--applet-recover", token=self.token,
                                         faults=f"*:{step.number}=kill" if step.how == "dying" else "")
         if holder:
-            holder.kill()
-            holder.wait()
+            holder.communicate()
         self.ledger.exits[f"--applet-recover: {status}"] += 1
         if status not in EXPECTED_EXITS and self.session in self.machine.logons:
             self.ledger.problem(f"a recovery pass ended with {status}: {said[-300:]}")
