@@ -1,4 +1,4 @@
-// Runs the built program as a process.
+// Runs the built programs as processes.
 #pragma once
 
 #include <string>
@@ -21,3 +21,12 @@ using Environment = std::vector<std::pair<std::string, std::string>>;
 // Runs Vellumd from the test program's folder until it ends. `arguments` follows the program name on the command line,
 // unchanged. `environment` is set for the child only.
 ProcessResult runVellumd(const WideString& arguments, const Environment& environment = {});
+
+struct ConsoleResult {
+    DWORD exitCode = 0xffffffff;  // this one: it timed out and was killed
+    std::string output;           // bytes on standard output
+    std::string errors;           // bytes on standard error
+};
+
+// Runs vellumctl in the same way, with `input` on its standard input.
+ConsoleResult runVellumctl(const WideString& arguments, const std::string& input = {});

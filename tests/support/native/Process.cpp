@@ -12,6 +12,7 @@
 
 #include <array>
 #include <chrono>
+#include <cstdio>
 
 #include "common/Arguments.h"
 #include "common/Folders.h"
@@ -22,10 +23,12 @@
 namespace {
 
 constexpr std::chrono::seconds kLimit(60);
+constexpr DWORD kKilled = 0xffffffff;
 
-[[noreturn]] void becomeChild(const std::vector<std::string>& arguments, const Environment& environment,
+[[noreturn]] void becomeChild(const std::vector<std::string>& arguments, const Environment& environment, int in,
                               const std::array<int, 2>& out, const std::array<int, 2>& err) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (in >= 0) dup2(in, STDIN_FILENO);
     dup2(out[1], STDOUT_FILENO);
     dup2(err[1], STDERR_FILENO);
     for (const auto& [name, value] : environment)
@@ -59,6 +62,29 @@ bool drain(int out, int err, std::string& outText, std::string& errText) {
     return true;
 }
 
+// Runs a program beside the test. `in` is its standard input, -1 for the test's own. Returns the exit code.
+DWORD run(WideView program, const WideString& arguments, const Environment& environment, int in, std::string& output,
+          std::string& errors) {
+    const std::filesystem::path image = hostPath(joinPath(parentPath(executablePath()), program));
+    std::vector<std::string> texts;
+    for (const WideString& argument : splitCommandLine(WideString(program) + TEXT(" ") + arguments))
+        texts.push_back(utf8(argument));
+    texts[0] = image.string();
+
+    std::array<int, 2> out, err;
+    if (pipe2(out.data(), O_CLOEXEC) != 0 || pipe2(err.data(), O_CLOEXEC) != 0) return kKilled;
+    const pid_t child = fork();
+    if (child == 0) becomeChild(texts, environment, in, out, err);
+    close(out[1]);
+    close(err[1]);
+    if (!drain(out[0], err[0], output, errors)) kill(child, SIGKILL);
+    close(out[0]);
+    close(err[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? static_cast<DWORD>(WEXITSTATUS(status)) : kKilled;
+}
+
 void splitBox(ProcessResult& result, std::string text) {
     const std::size_t open = text.find("[Vellumd]\n");
     const std::size_t end = open == std::string::npos ? open : text.find("\n\n", text.find("\n\n", open) + 2);
@@ -73,28 +99,21 @@ void splitBox(ProcessResult& result, std::string text) {
 }  // namespace
 
 ProcessResult runVellumd(const WideString& arguments, const Environment& environment) {
-    const std::filesystem::path image = hostPath(joinPath(parentPath(executablePath()), TEXT("Vellumd")));
-    std::vector<std::string> texts;
-    for (const WideString& argument : splitCommandLine(TEXT("Vellumd ") + arguments))
-        texts.push_back(utf8(argument));
-    texts[0] = image.string();
-
-    std::array<int, 2> out, err;
-    if (pipe2(out.data(), O_CLOEXEC) != 0 || pipe2(err.data(), O_CLOEXEC) != 0) return {};
-    const pid_t child = fork();
-    if (child == 0) becomeChild(texts, environment, out, err);
-    close(out[1]);
-    close(err[1]);
-
     ProcessResult result;
-    std::string errText;
-    result.finished = drain(out[0], err[0], result.output, errText);
-    if (!result.finished) kill(child, SIGKILL);
-    close(out[0]);
-    close(err[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    result.exitCode = WIFEXITED(status) ? static_cast<DWORD>(WEXITSTATUS(status)) : 0xffffffff;
-    splitBox(result, std::move(errText));
+    std::string errors;
+    result.exitCode = run(TEXT("Vellumd"), arguments, environment, -1, result.output, errors);
+    result.finished = result.exitCode != kKilled;
+    splitBox(result, std::move(errors));
+    return result;
+}
+
+ConsoleResult runVellumctl(const WideString& arguments, const std::string& input) {
+    ConsoleResult result;
+    std::FILE* const in = std::tmpfile();
+    if (in == nullptr) return result;
+    std::fwrite(input.data(), 1, input.size(), in);
+    std::rewind(in);
+    result.exitCode = run(TEXT("vellumctl"), arguments, {}, fileno(in), result.output, result.errors);
+    std::fclose(in);
     return result;
 }

@@ -130,3 +130,36 @@ ProcessResult runVellumd(const WideString& arguments, const Environment& environ
     answering.join();
     return result;
 }
+
+ConsoleResult runVellumctl(const WideString& arguments, const std::string& input) {
+    const WideString image = joinPath(parentPath(executablePath()), TEXT("vellumctl.exe"));
+    WideString commandLine = TEXT("\"") + image + TEXT("\" ") + arguments;
+    Pipe in = makePipe(), out = makePipe(), err = makePipe();
+    SetHandleInformation(in.reader.get(), HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
+    SetHandleInformation(in.writer.get(), HANDLE_FLAG_INHERIT, 0);
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = in.reader.get();
+    startup.hStdOutput = out.writer.get();
+    startup.hStdError = err.writer.get();
+    PROCESS_INFORMATION child = {};
+    ConsoleResult result;
+    if (!CreateProcessW(image.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                        &child))
+        return result;
+    const KernelHandle process(child.hProcess), thread(child.hThread);
+    for (Pipe* pipe : {&out, &err})
+        pipe->writer.reset();
+    in.reader.reset();
+    DWORD written = 0;
+    WriteFile(in.writer.get(), input.data(), static_cast<DWORD>(input.size()), &written, nullptr);  // fits into a pipe
+    in.writer.reset();
+    std::thread reading(readAll, out.reader.get(), std::ref(result.output));
+    std::thread readingErrors(readAll, err.reader.get(), std::ref(result.errors));
+    if (WaitForSingleObject(process.get(), kLimitMs) != WAIT_OBJECT_0) TerminateProcess(process.get(), 0xffffffff);
+    reading.join();
+    readingErrors.join();
+    GetExitCodeProcess(process.get(), &result.exitCode);
+    return result;
+}
