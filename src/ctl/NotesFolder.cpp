@@ -98,6 +98,16 @@ std::optional<NoteFile> NotesFolder::read(const WideString& id) const {
     return file;
 }
 
+std::optional<FileTime> NotesFolder::writtenAt(const WideString& id) const {
+    const WideString path = pathOf(id);
+    WIN32_FIND_DATAW entry = {};
+    const FindHandle search(FindFirstFileW(path.c_str(), &entry));
+    if (search) return ticksOf(entry.ftLastWriteTime);
+    const DWORD error = GetLastError();
+    if (!isMissing(error)) throw systemFailure("cannot look at " + wideToUtf8(path), error);
+    return std::nullopt;
+}
+
 void NotesFolder::write(const WideString& id, std::string_view bytes) const {
     const WideString path = pathOf(id), draft = joinPath(path_, id + kDraft);
     DWORD error = tryAgain([&] { return writeDraft(draft, bytes); });

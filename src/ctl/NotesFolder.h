@@ -35,6 +35,8 @@ class NotesFolder {
 
     // Nothing when there is no such note.
     std::optional<NoteFile> read(const WideString& id) const;
+    // The time of its last write, without opening it: a save of Vellumd fails while another program has the file open.
+    std::optional<FileTime> writtenAt(const WideString& id) const;
     // Replaces the whole file: a reader sees the old note or the new one.
     void write(const WideString& id, std::string_view bytes) const;
     // False when there is no such note.

@@ -23,39 +23,35 @@ std::optional<Texts> textsOf(std::string_view bytes) {
     return Texts{std::move(record.title), std::move(record.content)};
 }
 
-class Watch {
-  public:
-    explicit Watch(const NoteFile& file)
-        : writtenAt_(file.writtenAt), bytes_(file.bytes), texts_(textsOf(file.bytes)) {}
-
-    // Whether the user has edited the note since the last look. A text that another program has written is where the
-    // user starts from.
-    bool isEdited(const NoteFile& file) {
-        if (file.writtenAt == writtenAt_ && file.bytes == bytes_) return false;
-        writtenAt_ = file.writtenAt;
-        bytes_ = file.bytes;
-        std::optional<Texts> now = textsOf(file.bytes);
-        if (!now || now == texts_) return false;  // moved or resized
-        texts_ = std::move(now);
-        return isWrittenByProgram(bytes_);
-    }
-    const WideString& content() const { return texts_->content; }
-
-  private:
-    FileTime writtenAt_;
-    std::string bytes_;
-    std::optional<Texts> texts_;
+// What the note was when the command last read it. A text that another program has written is where the user starts
+// from.
+struct Seen {
+    FileTime writtenAt = 0;
+    std::optional<Texts> texts;
 };
 
+// Whether the user has edited the note since the last look.
+bool isEdited(const NoteFile& file, Seen& seen) {
+    std::optional<Texts> now = textsOf(file.bytes);
+    seen.writtenAt = file.writtenAt;
+    if (!now || now == seen.texts) return false;  // moved or resized
+    seen.texts = std::move(now);
+    return isWrittenByProgram(file.bytes);
+}
+
 // Returns kDone, kDismissed or kTimedOut.
-int watch(const NotesFolder& folder, const WaitRequest& request, Watch& watch) {
+int watch(const NotesFolder& folder, const WaitRequest& request, Seen& seen) {
     const ULONGLONG start = GetTickCount64();
     for (;;) {
-        const std::optional<NoteFile> file = folder.read(request.id);
-        if (!file) return kDismissed;
-        if (watch.isEdited(*file)) return kDone;
-        if (request.seconds && static_cast<double>(GetTickCount64() - start) >= *request.seconds * 1000)
-            return kTimedOut;
+        const std::optional<FileTime> writtenAt = folder.writtenAt(request.id);
+        if (!writtenAt) return kDismissed;
+        if (*writtenAt != seen.writtenAt) {
+            const std::optional<NoteFile> file = folder.read(request.id);
+            if (!file) return kDismissed;
+            if (isEdited(*file, seen)) return kDone;
+        }
+        const auto ms = static_cast<double>(GetTickCount64() - start);
+        if (request.seconds && ms >= *request.seconds * 1000) return kTimedOut;
         Sleep(kPauseMs);
     }
 }
@@ -66,9 +62,9 @@ int run(const WaitRequest& request) {
     const NotesFolder folder = singleFolder(request.target, Missing::Skip);
     const std::optional<NoteFile> file = folder.read(request.id);
     if (!file) throw Failure{kNo, "no note " + wideToUtf8(request.id)};
-    Watch state(*file);
-    const int code = watch(folder, request, state);
-    if (code == kDone) printOut(wideToUtf8(state.content()) + "\n");
+    Seen seen{file->writtenAt, textsOf(file->bytes)};
+    const int code = watch(folder, request, seen);
+    if (code == kDone) printOut(wideToUtf8(seen.texts->content) + "\n");
     return code;
 }
 

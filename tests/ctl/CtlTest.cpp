@@ -1,6 +1,7 @@
 // vellumctl as a process: what its commands do to the files, what they print, and what a running display shows of it.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <sstream>
 #include <thread>
 
@@ -64,19 +65,23 @@ class CtlOnScreen : public Ctl {
     bool logs(const std::string& text) const {
         return eventually([&] { return has(readAllFiles(programData.path()), text); });
     }
+    int linesWith(const std::string& text) const {
+        std::istringstream lines(readAllFiles(programData.path()));
+        int count = 0;
+        for (std::string line; std::getline(lines, line);)
+            count += has(line, text);
+        return count;
+    }
     // Whether the display loads the note `count` times. The replacement of a file can close and open its window.
     bool isLoaded(int count) const {
-        return eventually([&] {
-            std::istringstream lines(readAllFiles(programData.path()));
-            int loads = 0;
-            for (std::string line; std::getline(lines, line);)
-                loads += has(line, "Note opened: id=n") || has(line, "Note already open, updating: id=n");
-            return loads >= count;
-        });
+        return eventually(
+            [&] { return linesWith("Note opened: id=n") + linesWith("Note already open, updating: id=n") >= count; });
     }
+    // Watches the log: reading the file meanwhile could make the save fail.
     void typeAndSave(const std::string& text) const {
+        const int before = linesWith("Saved note id=n");
         display->typeIntoBody(text);
-        EXPECT_TRUE(eventually([&] { return has(readFile(file("n")), text); }));
+        EXPECT_TRUE(eventually([&] { return linesWith("Saved note id=n") > before; }));
     }
     void close() const {
         const RECT place = display->notes().at(0).rect;
@@ -246,23 +251,53 @@ TEST_F(CtlOnScreen, noteThatIsPostedAgainRightAfterTheUserClosedItIsSeen) {
     EXPECT_TRUE(shows(1));
 }
 
-TEST_F(CtlOnScreen, waitTellsWhatTheUserDid) {
+TEST_F(CtlOnScreen, waitEndsWhenTheUserHasEditedTheNote) {
     put("n", kEditable);
     start(1);
-    EXPECT_EQ(run("wait n --timeout 0.3").exitCode, 5U);
     ConsoleResult result;
-    std::thread waiting([&] { result = run("wait n"); });
-    Sleep(1000);                                  // the command notices a change only if it has seen the note before
-    output("post --id n --title new --no-wait");  // not the user
-    typeAndSave("abc");
+    std::atomic<bool> hasEnded = false;
+    std::thread waiting([&] {
+        result = run("wait n");
+        hasEnded = true;
+    });
+    std::string typed;
+    while (!hasEnded && typed.size() < 100) {  // an edit before its first look is not one that it waits for
+        display->typeIntoBody("a");
+        typed += 'a';
+        eventually([&] { return hasEnded.load(); }, std::chrono::milliseconds(1500));
+    }
     waiting.join();
-    EXPECT_EQ(result.exitCode, 0U);
-    EXPECT_EQ(result.output, "abc\n");
-    waiting = std::thread([&] { result = run("wait n"); });
-    Sleep(1000);
-    close();
-    waiting.join();
+    EXPECT_EQ(result.exitCode, 0U) << result.errors;
+    EXPECT_TRUE(result.output.size() > 1 && result.output.find_first_not_of('a') == result.output.size() - 1)
+        << result.output;
+}
+
+TEST_F(CtlOnScreen, waitEndsWhenTheNoteIsGone) {
+    put("n", kEditable);
+    start(1);
+    ConsoleResult result;
+    for (int tries = 0; result.exitCode != 4U && tries < 10; ++tries) {  // it may start too late to see the note
+        put("n", kEditable);
+        ASSERT_TRUE(shows(1));
+        std::thread waiting([&] { result = run("wait n"); });
+        Sleep(500);
+        close();
+        waiting.join();
+        EXPECT_TRUE(result.exitCode == 4U || result.errors == "vellumctl: no note n\n") << result.errors;
+    }
     EXPECT_EQ(result.exitCode, 4U);
     EXPECT_EQ(result.output, "");
-    EXPECT_EQ(run("wait n").exitCode, 1U) << "it is gone before the command starts";
+}
+
+TEST_F(Ctl, waitTakesNoPostForAnEdit) {
+    put("n", kEditable);
+    ConsoleResult result;
+    std::thread waiting([&] { result = run("wait n --timeout 2"); });
+    for (const char* text : {"one", "two", "three"}) {
+        Sleep(600);
+        output((std::string("post --id n --text ") + text).c_str());
+    }
+    waiting.join();
+    EXPECT_EQ(result.exitCode, 5U);
+    EXPECT_EQ(result.output, "");
 }
