@@ -63,8 +63,8 @@ struct Closer {
 };
 using Handle = std::unique_ptr<void, Closer>;
 
-Handle openFile(const Text& path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD disposition) {
-    const HANDLE file = CreateFileW(path.c_str(), access, share, security, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+Handle openFile(const Text& path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD how) {
+    const HANDLE file = CreateFileW(path.c_str(), access, share, security, how, FILE_ATTRIBUTE_NORMAL, nullptr);
     return Handle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }
 
@@ -89,7 +89,7 @@ Bytes tokenData(TOKEN_INFORMATION_CLASS what) {
     return data;
 }
 
-// Windows may give session and logon id again after a restart, but not with the same time.
+// Session and logon id may come again after a restart, but not with the same time. A name with 0 stops every pass.
 Text queueOfLogon() {
     DWORD session = 0;
     require(ProcessIdToSessionId(GetCurrentProcessId(), &session), TEXT("the session"));
@@ -99,6 +99,8 @@ Text queueOfLogon() {
     if (status != 0 || data == nullptr) fail(TEXT("the logon session"), LsaNtStatusToWinError(status));
     const ULONGLONG time = static_cast<ULONGLONG>(data->LogonTime.QuadPart);
     LsaFreeReturnBuffer(data);
+    if (session == 0 || (id.LowPart == 0 && id.HighPart == 0) || time == 0)
+        throw Failure{TEXT("this process is in no logon of a user at a desktop")};
     return TEXT("applet-") + hex(session, 8) + TEXT("-") + hex(static_cast<DWORD>(id.HighPart), 8) +
            hex(id.LowPart, 8) + TEXT("-") + hex(time, 16);
 }
@@ -322,10 +324,8 @@ void run(const Options& options) {
         locks.front().reset();
         for (const Note& note : notes)
             store.writeWhole(store.pathOf(queue + TEXT("\\") + note.name), note.bytes);
-        if (options.hold) {
-            print(stdout, TEXT("held"));
-            std::getchar();
-        }
+        if (options.hold) print(stdout, TEXT("held"));
+        if (options.hold) std::getchar();
     }
     print(stdout, queue);
     if (!options.noDisplay && options.queue.empty()) show(store, program, queue);

@@ -180,9 +180,10 @@ def test_what_cannot_work_is_refused_with_a_reason(machine):
         ([small, machine.file("note_empty.json", b"")], 2, "note_empty.json: empty, or not read to its end"),
         ([small, large], 2, "note_large.json: larger than 2 MiB"),
         (["--no-display", machine.files], 2, "Windows error 5"),
+        ([small], 2, "this process is in no logon of a user", "SYSTEM@0"),
     ]
-    for arguments, code, reason in rows:
-        ended, lines = machine.write(*arguments)
+    for arguments, code, reason, *token in rows:
+        ended, lines = machine.write(*arguments, token=token[0] if token else "ann@1")
         assert ended == code and reason in lines[0], f"{arguments}: {ended}, {lines}"
         assert machine.notes() == {} and not machine.value(), arguments
 
