@@ -53,7 +53,8 @@ TEST(NoteLayout, logoKeepsItsAspectRatioAndTheTitleGetsTheRest) {
         {{88, 44}, {10, 2, 44, 22}, 58, 172},
         {{10, 30}, {10, 2, 7, 22}, 21, 209},
         {{1000, 10}, {10, 12, 220, 2}, 234, 10},  // the width is limited, so the height shrinks too
-        {{1, 1000}, {10, 2, 0, 22}, 10, 220},     // less than a pixel wide: no space is reserved
+        {{1, 20}, {10, 2, 1, 22}, 15, 215},
+        {{1, 1000}, {10, 2, 0, 22}, 10, 220},  // less than a pixel wide: no space is reserved
         {{2147483647, 1}, {10, 13, 220, 0}, 234, 10},
         {{0, 5}, {0, 0, 0, 0}, 10, 220}};
     for (const auto& [image, logo, titleX, titleWidth] : rows) {

@@ -185,8 +185,8 @@ TEST_F(QueueStoreMachine, opensOnlyPlainLocalPaths) {
     const std::pair<long, std::vector<std::string>> rows[] = {
         {0, {root, "c" + root.substr(1)}},
         {ERROR_INVALID_PARAMETER,
-         {"", "C:\\", "C:", root + "\\", "\\\\server\\share", "\\dir\\store", "1:\\dir", "C:/dir", "C:dir\\store",
-          longest + "y"}},
+         {"", "C:\\", "C:", root + "\\", "\\\\server\\share", "\\dir\\store", "1:\\dir", "@:\\dir", "[:\\dir",
+          "`:\\dir", "{:\\dir", "C:/dir", "C:dir\\store", longest + "y"}},
         {ERROR_BAD_PATHNAME,
          {"C:\\dir\\\\x", "C:\\.\\x", "C:\\..\\x", "C:\\dir\\x.", "C:\\dir \\x", "C:\\dir/x", "C:\\dir\\x:y",
           "C:\\dir\\x*", "C:\\dir\\x?", "C:\\dir\\x\"", "C:\\dir\\<x", "C:\\dir\\x>", "C:\\dir\\x|"}},
@@ -195,6 +195,8 @@ TEST_F(QueueStoreMachine, opensOnlyPlainLocalPaths) {
     for (const auto& [error, paths] : rows)
         for (const std::string& path : paths)
             EXPECT_EQ(open(path), error) << path;
+    for (const char* drive : {"A", "Z", "a", "z"})
+        EXPECT_NE(open(drive + std::string(":\\dir\\missing")), ERROR_INVALID_PARAMETER) << drive;
     EXPECT_EQ(faults::openHandles() + faults::openAllocations(), 0U);
 }
 
