@@ -43,8 +43,8 @@ need() {
     "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-need_native() { need cmake ninja-build g++ googletest libstb-dev python3; }
-need_windows() { need cmake ninja-build g++-mingw-w64-x86-64-posix googletest python3; }
+need_native() { need cmake ninja-build g++ googletest libcli11-dev libstb-dev python3; }
+need_windows() { need cmake ninja-build g++-mingw-w64-x86-64-posix googletest libcli11-dev python3; }
 need_wine() { need wine wine64 xvfb xauth; }
 
 cmake_options=()  # used by the next build
@@ -72,6 +72,7 @@ command_test() {
     need_native
     need_windows
     need_wine
+    need clang
     need python3-pytest python3-pefile python3-jsonschema clang-format
     rm -rf build/reports
     mkdir -p build/reports
@@ -81,6 +82,9 @@ command_test() {
     run_tests native ctest --preset native -j4 --output-junit "$reports_folder/native.xml"
     build native-tsan
     run_tests native-tsan ctest --preset native-tsan -j4 --output-junit "$reports_folder/native-tsan.xml"
+    build native-clang
+    run_tests native-clang ctest --preset native-clang -j4 --output-junit "$reports_folder/native-clang.xml"
+    build windows-clang
     build windows
     run_tests executable /usr/bin/python3 -m pytest -q -p no:cacheprovider tests/package tests/docs \
         --junitxml="$reports_folder/executable.xml"

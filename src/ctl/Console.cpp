@@ -39,8 +39,7 @@ std::string readConsole(HANDLE console) {
     for (;;) {
         WCHAR buffer[1024];
         DWORD count = 0;
-        if (!ReadConsoleW(console, buffer, 1024, &count, nullptr))
-            throw systemFailure("cannot read the console", GetLastError());
+        if (!ReadConsoleW(console, buffer, 1024, &count, nullptr)) throw lastFailure("cannot read the console");
         text.append(buffer, count);
         const std::size_t end = text.find(kEnd);
         if (count != 0 && end == WideString::npos) continue;
@@ -66,7 +65,7 @@ std::string readStream(HANDLE stream) {
 }  // namespace
 
 void printOut(std::string_view text) {
-    if (!write(STD_OUTPUT_HANDLE, text)) throw systemFailure("cannot write to standard output", GetLastError());
+    if (!write(STD_OUTPUT_HANDLE, text)) throw lastFailure("cannot write to standard output");
 }
 
 void printError(std::string_view text) {

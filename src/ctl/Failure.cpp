@@ -1,6 +1,6 @@
 #include "ctl/Failure.h"
 
-#include <windows.h>
+#include "notes/Text.h"
 
 namespace ctl {
 namespace {
@@ -25,11 +25,16 @@ constexpr Reason kReasons[] = {
 
 }  // namespace
 
-Failure systemFailure(const std::string& what, unsigned long error) {
+Failure systemFailure(const std::string& what, DWORD error) {
     const std::string number = "Windows error " + std::to_string(error);
     for (const Reason& reason : kReasons)
         if (reason.error == error) return {kFailed, what + ": " + reason.text + " (" + number + ")"};
     return {kFailed, what + ": " + number};
+}
+
+Failure lastFailure(const char* what, const WideString& path) {
+    const DWORD error = GetLastError();
+    return systemFailure(path.empty() ? what : what + (" " + wideToUtf8(path)), error);
 }
 
 }  // namespace ctl

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "common/WideText.h"
+
 namespace ctl {
 
 enum ExitCode : int {
@@ -21,6 +23,9 @@ struct Failure {
 };
 
 // "cannot open C:\notes: access denied (Windows error 5)".
-Failure systemFailure(const std::string& what, unsigned long error);
+Failure systemFailure(const std::string& what, DWORD error);
+
+// The same for the thread's last error, which the conversion of a path would change: "cannot read", path.
+Failure lastFailure(const char* what, const WideString& path = {});
 
 }  // namespace ctl

@@ -25,7 +25,7 @@ std::optional<NotesFolder> ownFolder(const Target& target, Missing missing) {
     if (!target.instance.empty()) path = joinPath(path, instanceFolder(target.instance));
     const bool isNew = !isFolder(path);
     if (missing == Missing::Skip && isNew) return std::nullopt;
-    if (!createDirectoryTree(path)) throw systemFailure("cannot make the folder " + wideToUtf8(path), GetLastError());
+    if (!createDirectoryTree(path)) throw lastFailure("cannot make the folder", path);
     return NotesFolder(path, {}, "", isNew);
 }
 

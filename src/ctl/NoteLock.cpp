@@ -22,11 +22,11 @@ WideString mutexName(const WideString& path) {
 NoteLock::NoteLock(const WideString& path) {
     constexpr DWORD kMostMs = 60000;
     KernelHandle mutex(CreateMutexW(nullptr, FALSE, mutexName(path).c_str()));
-    if (!mutex) throw systemFailure("cannot lock " + wideToUtf8(path), GetLastError());
+    if (!mutex) throw lastFailure("cannot lock", path);
     const DWORD result = WaitForSingleObject(mutex.get(), kMostMs);
     if (result == WAIT_TIMEOUT)
         throw Failure{kFailed, "another vellumctl has been changing " + wideToUtf8(path) + " for a minute"};
-    if (result == WAIT_FAILED) throw systemFailure("cannot lock " + wideToUtf8(path), GetLastError());
+    if (result == WAIT_FAILED) throw lastFailure("cannot lock", path);
     mutex_.reset(mutex.release());  // WAIT_ABANDONED: the other command was killed, and files are written whole
 }
 

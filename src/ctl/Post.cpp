@@ -21,7 +21,7 @@ struct Contents {
 
 std::string readInputFile(const WideString& path) {
     std::string bytes;
-    if (!readFileBytes(path, bytes)) throw systemFailure("cannot read " + wideToUtf8(path), GetLastError());
+    if (!readFileBytes(path, bytes)) throw lastFailure("cannot read", path);
     return bytes;
 }
 

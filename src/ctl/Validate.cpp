@@ -204,7 +204,7 @@ int run(const ValidateRequest& request) {
         const std::string name = wideToUtf8(path);
         std::string bytes;
         if (!readFileBytes(path, bytes)) {
-            printError(systemFailure("cannot read " + name, GetLastError()).text);
+            printError(lastFailure("cannot read", path).text);
             code = kFailed;
             continue;
         }

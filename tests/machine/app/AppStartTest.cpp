@@ -49,17 +49,19 @@ TEST_F(AppStart, helpShowsABoxAndStopsReadingOptions) {
 }
 
 TEST_F(AppStart, everyRoleEndsWithADocumentedCodeWhicheverCallFails) {
-    const std::pair<std::vector<std::string>, std::vector<int>> rows[] = {
-        {{"Vellumd", "--help"}, {0, kEnterMessageLoop, 1}},
-        // If the command line cannot be read, its options are lost and the program starts normally.
-        {{"Vellumd", "--register", "--delete"}, {12, kEnterMessageLoop, 1}},
-        {{"Vellumd", "--applet-recover", "x"}, {14, kEnterMessageLoop, 1}}};
-    for (const auto& [arguments, exitCodes] : rows) {
+    const struct {
+        std::vector<std::string> arguments;
+        std::vector<int> exitCodes;
+    } rows[] = {{{"Vellumd", "--help"}, {0, kEnterMessageLoop, 1}},
+                // If the command line cannot be read, its options are lost and the program starts normally.
+                {{"Vellumd", "--register", "--delete"}, {12, kEnterMessageLoop, 1}},
+                {{"Vellumd", "--applet-recover", "x"}, {14, kEnterMessageLoop, 1}}};
+    for (const auto& row : rows) {
         int exitCode = 0;
-        forEachFailingCall([&] { exitCode = runApp(arguments); },
+        forEachFailingCall([&] { exitCode = runApp(row.arguments); },
                            [&](bool fired) {
-                               EXPECT_EQ(std::ranges::count(exitCodes, exitCode), 1) << exitCode;
-                               EXPECT_TRUE(fired || exitCode == exitCodes.front());
+                               EXPECT_EQ(std::ranges::count(row.exitCodes, exitCode), 1) << exitCode;
+                               EXPECT_TRUE(fired || exitCode == row.exitCodes.front());
                                EXPECT_EQ(faults::openApartments(), 0U);
                                notices::takeDebugOutput();
                            });
