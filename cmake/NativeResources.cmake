@@ -21,3 +21,25 @@ const platform::RegisterResource registered{resource};
   target_sources(${target} PRIVATE ${source})
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/platform)
 endfunction()
+
+# native_version(<target>)
+#
+# Replaces the version of a resource script on Windows: compiles the project's version into a native executable.
+# GetFileVersionInfoW finds it there.
+function(native_version target)
+  set(source ${CMAKE_CURRENT_BINARY_DIR}/${target}-version.cpp)
+  file(CONFIGURE OUTPUT ${source} CONTENT [=[
+#include <winver.h>
+
+namespace {
+constexpr DWORD numbers(DWORD first, DWORD second) {
+    return first << 16 | second;
+}
+constexpr DWORD major_minor = numbers(@PROJECT_VERSION_MAJOR@, @PROJECT_VERSION_MINOR@);
+constexpr DWORD patch = numbers(@PROJECT_VERSION_PATCH@, 0);
+[[gnu::used, gnu::section(".version")]] constexpr VS_FIXEDFILEINFO version{
+    0xFEEF04BD, 0x10000, major_minor, patch, major_minor, patch, 0x3F, 0, 0x40004, 1, 0, 0, 0};
+}  // namespace
+]=] @ONLY)
+  target_sources(${target} PRIVATE ${source})
+endfunction()

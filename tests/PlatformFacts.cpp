@@ -18,6 +18,7 @@
 #include <userenv.h>
 #include <wchar.h>
 #include <winsafer.h>
+#include <winver.h>
 #include <wtsapi32.h>
 
 #include <cstdarg>
@@ -181,7 +182,8 @@ static_assert(ERROR_INVALID_SECURITY_DESCR == 1338 && ERROR_PRIVILEGE_NOT_HELD =
 static_assert(ERROR_BAD_IMPERSONATION_LEVEL == 1346 && DISABLE_MAX_PRIVILEGE == 1);
 static_assert(SAFER_SCOPEID_USER == 2 && SAFER_LEVELID_NORMALUSER == 0x20000 && SAFER_LEVEL_OPEN == 1);
 
-static_assert(sizeof(VARIANT) == 24 && offsetof(VARIANT, bstrVal) == 8 && sizeof(VARIANT_BOOL) == 2);
+static_assert(sizeof(VARIANT) == 24 && offsetof(VARIANT, bstrVal) == 8 && offsetof(VARIANT, lVal) == 8 && VT_I4 == 3 &&
+              sizeof(VARIANT_BOOL) == 2);
 static_assert(VARIANT_TRUE == -1 && VARIANT_FALSE == 0 && VT_EMPTY == 0 && VT_BSTR == 8 && CLSCTX_INPROC_SERVER == 1);
 static_assert(TASK_LOGON_SERVICE_ACCOUNT == 5 && TASK_RUNLEVEL_HIGHEST == 1 && TASK_INSTANCES_IGNORE_NEW == 2);
 static_assert(TASK_TRIGGER_TIME == 1 && TASK_TRIGGER_BOOT == 8 && TASK_TRIGGER_LOGON == 9);
@@ -383,5 +385,13 @@ CALL(SHGetKnownFolderPath, HRESULT(REFKNOWNFOLDERID, DWORD, HANDLE, PWSTR*));
 CALL(InitCommonControlsEx, BOOL(const INITCOMMONCONTROLSEX*));
 CALL(WTSQuerySessionInformationW, BOOL(HANDLE, DWORD, WTS_INFO_CLASS, LPWSTR*, DWORD*));
 CALL(WTSFreeMemory, void(PVOID));
+CALL(WTSEnumerateProcessesW, BOOL(HANDLE, DWORD, DWORD, PWTS_PROCESS_INFOW*, DWORD*));
+static_assert(sizeof(WTS_PROCESS_INFOW) == 24 && offsetof(WTS_PROCESS_INFOW, pProcessName) == 8);
+CALL(QueryFullProcessImageNameW, BOOL(HANDLE, DWORD, LPWSTR, DWORD*));
+CALL(GetFileVersionInfoSizeW, DWORD(LPCWSTR, DWORD*));
+CALL(GetFileVersionInfoW, BOOL(LPCWSTR, DWORD, DWORD, LPVOID));
+CALL(VerQueryValueW, BOOL(LPCVOID, LPCWSTR, LPVOID*, UINT*));
+static_assert(sizeof(VS_FIXEDFILEINFO) == 52 && offsetof(VS_FIXEDFILEINFO, dwFileVersionMS) == 8);
+static_assert(SCHED_S_TASK_RUNNING == 0x41301 && SCHED_S_TASK_HAS_NOT_RUN == 0x41303);
 static_assert(has<int(WCHAR*, std::size_t, const WCHAR*, std::va_list)>(
     static_cast<int (*)(WCHAR*, std::size_t, const WCHAR*, std::va_list)>(&vsnwprintf)));

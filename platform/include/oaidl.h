@@ -6,13 +6,14 @@
 using BSTR = WCHAR*;  // a string from SysAllocString; null counts as empty
 using VARIANT_BOOL = std::int16_t;
 using VARTYPE = USHORT;
+using DATE = double;  // days since 30 December 1899
 using DISPID = LONG;
 using LCID = DWORD;
 
 #define VARIANT_TRUE (static_cast<VARIANT_BOOL>(-1))
 #define VARIANT_FALSE (static_cast<VARIANT_BOOL>(0))
 
-enum VARENUM { VT_EMPTY = 0, VT_BSTR = 8 };
+enum VARENUM { VT_EMPTY = 0, VT_I4 = 3, VT_BSTR = 8 };
 
 // Only the members that the product uses, padded to the real size.
 struct VARIANT {
@@ -21,6 +22,7 @@ struct VARIANT {
     WORD wReserved2;
     WORD wReserved3;
     union {
+        LONG lVal;
         BSTR bstrVal;
         void* words[2];
     };

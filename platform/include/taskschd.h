@@ -19,7 +19,6 @@ enum TASK_COMPATIBILITY : int;
 enum TASK_STATE : int;
 
 struct IIdleSettings;
-struct IRegisteredTaskCollection;
 struct IRunningTaskCollection;
 struct ITaskFolderCollection;
 
@@ -202,9 +201,21 @@ struct IRegisteredTask : IDispatch {
     virtual HRESULT get_Enabled(VARIANT_BOOL* enabled) = 0;
     virtual HRESULT put_Enabled(VARIANT_BOOL enabled) = 0;
     virtual HRESULT Run(VARIANT params, IRunningTask** task) = 0;
+    virtual HRESULT RunEx(VARIANT params, LONG flags, LONG session, BSTR user, IRunningTask** task) = 0;
+    virtual HRESULT GetInstances(LONG flags, IRunningTaskCollection** tasks) = 0;
+    virtual HRESULT get_LastRunTime(DATE* date) = 0;
+    virtual HRESULT get_LastTaskResult(LONG* result) = 0;
 
   protected:
     ~IRegisteredTask() = default;
+};
+
+struct IRegisteredTaskCollection : IDispatch {
+    virtual HRESULT get_Count(LONG* count) = 0;
+    virtual HRESULT get_Item(VARIANT index, IRegisteredTask** task) = 0;
+
+  protected:
+    ~IRegisteredTaskCollection() = default;
 };
 
 struct ITaskFolder : IDispatch {

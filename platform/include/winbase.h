@@ -199,6 +199,7 @@ BOOL CreateProcessAsUserW(HANDLE token, LPCWSTR image, LPWSTR commandLine, LPSEC
 DWORD ResumeThread(HANDLE thread);
 BOOL TerminateProcess(HANDLE process, UINT exitCode);
 HANDLE OpenProcess(DWORD access, BOOL inherit, DWORD processId);
+BOOL QueryFullProcessImageNameW(HANDLE process, DWORD flags, LPWSTR path, DWORD* units);
 BOOL OpenProcessToken(HANDLE process, DWORD access, PHANDLE token);
 BOOL OpenThreadToken(HANDLE thread, DWORD access, BOOL openAsSelf, PHANDLE token);
 BOOL LookupPrivilegeValueW(LPCWSTR system, LPCWSTR name, PLUID privilege);

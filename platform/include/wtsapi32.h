@@ -27,7 +27,16 @@ struct WTS_SESSION_INFOW {
 };
 using PWTS_SESSION_INFOW = WTS_SESSION_INFOW*;
 
+struct WTS_PROCESS_INFOW {
+    DWORD SessionId;
+    DWORD ProcessId;
+    LPWSTR pProcessName;
+    PSID pUserSid;
+};
+using PWTS_PROCESS_INFOW = WTS_PROCESS_INFOW*;
+
 BOOL WTSEnumerateSessionsW(HANDLE server, DWORD reserved, DWORD version, PWTS_SESSION_INFOW* sessions, DWORD* count);
+BOOL WTSEnumerateProcessesW(HANDLE server, DWORD reserved, DWORD version, PWTS_PROCESS_INFOW* processes, DWORD* count);
 BOOL WTSQueryUserToken(ULONG sessionId, PHANDLE token);
 
 BOOL WTSQuerySessionInformationW(HANDLE server, DWORD sessionId, WTS_INFO_CLASS what, LPWSTR* buffer, DWORD* bytes);

@@ -22,11 +22,10 @@ namespace fs = std::filesystem;
 constexpr const char* kDescriptionName = "machine.txt";
 
 fs::path defaultFolder() {
-    if (const char* named = std::getenv("VELLUM_MACHINE"); named != nullptr && *named != 0) return fs::absolute(named);
-    if (const char* data = std::getenv("XDG_DATA_HOME"); data != nullptr && *data == '/')
-        return fs::path(data) / "vellum-machine";
-    const char* home = std::getenv("HOME");
-    return fs::path(home == nullptr ? "/tmp" : home) / ".local/share/vellum-machine";
+    return machineFolderIn([](const char* name) {
+        const char* const value = std::getenv(name);
+        return std::string(value == nullptr ? "" : value);
+    });
 }
 
 // Several processes may create the machine at the same time. The first complete file wins.
@@ -98,6 +97,14 @@ Running& running() {
 }
 
 }  // namespace
+
+fs::path machineFolderIn(const std::function<std::string(const char* name)>& variable) {
+    if (const std::string named = variable("VELLUM_MACHINE"); !named.empty()) return fs::absolute(named);
+    if (const std::string data = variable("XDG_DATA_HOME"); data.starts_with('/'))
+        return fs::path(data) / "vellum-machine";
+    const std::string home = variable("HOME");
+    return fs::path(home.empty() ? "/tmp" : home) / ".local/share/vellum-machine";
+}
 
 const fs::path& machineFolder() {
     return running().folder;

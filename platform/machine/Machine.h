@@ -27,6 +27,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -95,6 +96,8 @@ struct MachineDescription {
 // The machine folder, created and filled when first needed. If it cannot be created or read, the process ends with a
 // message.
 const std::filesystem::path& machineFolder();
+// The folder for a process with these variables. A variable that is not set is an empty text.
+std::filesystem::path machineFolderIn(const std::function<std::string(const char* name)>& variable);
 const MachineDescription& machine();  // as it was when the process started
 const Token& processToken();
 // Whether the Administrators group is enabled for this process.

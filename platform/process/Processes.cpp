@@ -5,9 +5,14 @@
 #include <unistd.h>
 #include <windows.h>
 
+#include <cstring>
+
 #include "core/Error.h"
 #include "core/Gate.h"
+#include "machine/NativePath.h"
 #include "machine/TokenText.h"
+#include "process/MachineProcesses.h"
+#include "process/Process.h"
 
 namespace platform {
 namespace {
@@ -24,6 +29,26 @@ bool findShellIf(Predicate isWanted, Shell& shell) {
         if (isWanted(shell)) return true;
     }
     return false;
+}
+
+// False if there is no other process with this id.
+bool tokenOf(DWORD processId, Token& token) {
+    Shell shell;
+    MachineProcess process;
+    if (findShell(processId, shell))
+        token = shell.token;
+    else if (findMachineProcess(processId, process))
+        token = process.token;
+    else
+        return false;
+    return true;
+}
+
+std::u16string imageOf(DWORD processId) {
+    if (processId == static_cast<DWORD>(getpid())) return imagePath();
+    if (processId >= kFirstShell) return u"C:\\Windows\\explorer.exe";
+    MachineProcess process;
+    return findMachineProcess(processId, process) ? windowsPath(process.image) : u"";
 }
 
 // A process may be opened by its user and by administrators.
@@ -71,28 +96,37 @@ HANDLE GetCurrentThread() {
     return reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-2));
 }
 
-// Opens this process and shells only.
 HANDLE OpenProcess(DWORD access, BOOL, DWORD processId) {
     static constinit CallSite site{__func__};
     if (site.fails()) return nullptr;
     if (processId == static_cast<DWORD>(getpid()))
         return openHandle(std::make_shared<ProcessObject>(processId, processTokenState(), access));
-    Shell shell;
-    if (!findShell(processId, shell)) return refuse(ERROR_INVALID_PARAMETER);
-    if (!mayOpen(shell.token)) return refuse(ERROR_ACCESS_DENIED);
-    return openHandle(std::make_shared<ProcessObject>(processId, makeToken(shell.token), access));
+    Token token;
+    if (!tokenOf(processId, token)) return refuse(ERROR_INVALID_PARAMETER);
+    if (!mayOpen(token)) return refuse(ERROR_ACCESS_DENIED);
+    return openHandle(std::make_shared<ProcessObject>(processId, makeToken(token), access));
 }
 
 BOOL ProcessIdToSessionId(DWORD processId, DWORD* sessionId) {
     static constinit CallSite site{__func__};
     if (site.fails()) return FALSE;
-    Shell shell;
-    if (processId == static_cast<DWORD>(getpid()))
-        *sessionId = processToken().sessionId;
-    else if (findShell(processId, shell))
-        *sessionId = shell.sessionId;
-    else
-        return refuse(ERROR_INVALID_PARAMETER);
+    Token token = processToken();
+    if (processId != static_cast<DWORD>(getpid()) && !tokenOf(processId, token)) return refuse(ERROR_INVALID_PARAMETER);
+    *sessionId = token.sessionId;
+    return TRUE;
+}
+
+BOOL QueryFullProcessImageNameW(HANDLE handle, DWORD flags, LPWSTR path, DWORD* units) {
+    static constinit CallSite site{__func__};
+    if (site.fails()) return FALSE;
+    const auto process = findProcess(handle, PROCESS_QUERY_LIMITED_INFORMATION);
+    if (process == nullptr) return FALSE;
+    if (flags != 0) return refuse(ERROR_INVALID_PARAMETER);
+    const std::u16string image = imageOf(process->id);
+    if (image.empty()) return refuse(ERROR_GEN_FAILURE);  // it has ended
+    if (image.size() >= *units) return refuse(ERROR_INSUFFICIENT_BUFFER);
+    std::memcpy(path, image.c_str(), (image.size() + 1) * sizeof(WCHAR));
+    *units = static_cast<DWORD>(image.size());
     return TRUE;
 }
 

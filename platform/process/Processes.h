@@ -1,4 +1,4 @@
-// Processes that a handle can refer to: this process, the shells that machine.txt describes, and child processes.
+// Processes that a handle can refer to: those of the machine, and the shells that machine.txt describes.
 #pragma once
 
 #include <windef.h>

@@ -24,15 +24,14 @@ std::string variable(const char* name) {
     return value == nullptr ? "" : value;
 }
 
-// A variable of another process, as it was when that process started.
+}  // namespace
+
 std::string variableOf(int processId, const std::string& name) {
     std::ifstream file("/proc/" + std::to_string(processId) + "/environ");
     for (std::string entry; std::getline(file, entry, '\0');)
         if (entry.starts_with(name + "=")) return entry.substr(name.size() + 1);
     return {};
 }
-
-}  // namespace
 
 std::string processDesktop() {
     const std::string given = variable("VELLUM_DESKTOP");

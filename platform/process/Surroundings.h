@@ -19,6 +19,9 @@ std::string processJob();
 // break-away or the child runs in another session: a job cannot span sessions.
 bool chooseChildJob(bool leavesJob, unsigned sessionId, std::string& job);
 
+// A variable of any process, as it was when that process started. Empty if it is not set or the process is gone.
+std::string variableOf(int processId, const std::string& name);
+
 // For tests: the desktop that was given to a running process at its start, and its job. Empty if it has none.
 std::string desktopOf(int processId);
 std::string jobOf(int processId);

@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/Clock.h"
 #include "core/Encoding.h"
 #include "machine/Environment.h"
 #include "machine/Machine.h"
@@ -29,17 +30,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* kRuns = "task-runs";
 constexpr HRESULT kTaskDisabled = static_cast<HRESULT>(0x80041326);  // SCHED_E_TASK_DISABLED
 
 bool isPlain(std::u16string_view text) {
     return std::ranges::none_of(text, [](char16_t unit) { return unit < u' '; });
 }
 
-// Finds the file path of a task, ignoring case. The file need not exist.
-HRESULT findFile(const std::u16string& name, std::string& file) {
+// Finds the file path of a task, ignoring case, or of its last run. The file need not exist.
+HRESULT findFile(const std::u16string& name, std::string& file, const char* where = "tasks") {
     const bool isName = !name.empty() && isPlain(name) && name.find_first_of(u"\\/:*?\"<>|") == name.npos;
     if (!isName) return HRESULT_FROM_WIN32(ERROR_INVALID_NAME);
-    const fs::path folder = machineFolder() / "tasks";
+    const fs::path folder = machineFolder() / where;
     std::error_code error;
     fs::create_directories(folder, error);
     if (!nativePath((windowsPath(folder) + u"\\" + name + u".txt").c_str(), file))
@@ -185,15 +187,34 @@ std::vector<std::string> systemEnvironment() {
     _exit(127);
 }
 
-HRESULT startAction(std::map<std::string, std::string>& values) {
+// A shell runs the action, waits for it and writes what its exit code was.
+std::vector<std::string> shellArguments(const std::string& record, const std::string& start) {
+    constexpr const char* kScript =
+        "record=$1 start=$2; shift 2\n"
+        "\"$@\"\n"
+        "printf 'last run = %s\\nlast result = %s\\n' \"$start\" $? >\"$record.$$\" && mv \"$record.$$\" \"$record\"";
+    return {"/bin/sh", "-c", kScript, "task", record, start};
+}
+
+// Notes that the action runs. Returns when it was started, in seconds since 1970.
+std::string recordStart(const std::string& record) {
+    const std::string start = std::to_string(clock::now() / 1000), draft = record + "." + std::to_string(getpid());
+    std::ofstream(draft) << "last run = " << start << "\nlast result = " << SCHED_S_TASK_RUNNING << '\n';
+    rename(draft.c_str(), record.c_str());
+    return start;
+}
+
+HRESULT startAction(std::map<std::string, std::string>& values, const std::string& record) {
     const std::u16string path = toWide(values["path"]), directory = toWide(values["working directory"]);
     std::string program, folder;
     if (!nativePath(path.c_str(), program)) return HRESULT_FROM_WIN32(GetLastError());
     if (!directory.empty() && !nativePath(directory.c_str(), folder)) return HRESULT_FROM_WIN32(GetLastError());
-    std::vector<std::string> arguments, environment = systemEnvironment();
+    std::vector<std::string> arguments = shellArguments(record, recordStart(record));
+    const std::size_t first = arguments.size();
     for (const std::u16string& argument : splitCommandLine(u"\"\" " + toWide(values["arguments"])))
         arguments.push_back(toUtf8(argument));
-    arguments[0] = program;
+    arguments[first] = program;
+    std::vector<std::string> environment = systemEnvironment();
     std::vector<char*> argumentList = pointersTo(arguments), environmentList = pointersTo(environment);
     const pid_t child = fork();
     if (child < 0) return E_OUTOFMEMORY;
@@ -220,19 +241,44 @@ HRESULT save(const std::u16string& name, const Task& task) {
 }
 
 HRESULT remove(const std::u16string& name) {
-    std::string file;
+    std::string file, record;
     if (const HRESULT refused = findFile(name, file); FAILED(refused)) return refused;
-    return unlink(file.c_str()) == 0 ? S_OK : fileError(file);
+    if (unlink(file.c_str()) != 0) return fileError(file);
+    if (SUCCEEDED(findFile(name, record, kRuns))) unlink(record.c_str());
+    return S_OK;
+}
+
+std::vector<std::u16string> list(bool isAdministrator) {
+    std::vector<std::u16string> names;
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(machineFolder() / "tasks", error)) {
+        std::ifstream file(entry.path());
+        if (entry.path().extension() != ".txt" || !file) continue;
+        if (isAdministrator || !readLines(file).contains("security descriptor"))
+            names.push_back(toWide(entry.path().stem().string()));
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+Run lastRun(const std::u16string& name) {
+    std::string record;
+    if (FAILED(findFile(name, record, kRuns))) return {};
+    std::ifstream file(record);
+    std::map<std::string, std::string> values = readLines(file);
+    if (!values.contains("last result")) return {};
+    return {std::atoll(values["last run"].c_str()), static_cast<LONG>(std::atol(values["last result"].c_str()))};
 }
 
 HRESULT run(const std::u16string& name) {
-    std::string path;
+    std::string path, record;
     if (const HRESULT refused = findFile(name, path); FAILED(refused)) return refused;
+    if (const HRESULT refused = findFile(name, record, kRuns); FAILED(refused)) return refused;
     std::ifstream file(path);
     if (!file) return fileError(path);
     std::map<std::string, std::string> values = readLines(file);
     if (values["enabled"] != "yes" || values["allow demand start"] != "yes") return kTaskDisabled;
-    return startAction(values);
+    return startAction(values, record);
 }
 
 }  // namespace platform::tasks

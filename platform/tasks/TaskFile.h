@@ -1,12 +1,15 @@
-// Scheduled tasks, stored as readable text in tasks/<name>.txt of the machine folder. No code waits for the triggers.
-// To simulate a trigger, run the task with vellum-fire-task.
+// Scheduled tasks, stored as readable text in tasks/<name>.txt of the machine folder, and the last run of each in
+// task-runs/<name>.txt. No code waits for the triggers. To simulate a trigger, run the task with vellum-fire-task.
 #pragma once
 
 #include <tasktriggers.h>
+#include <winerror.h>
 
+#include <cstdint>
 #include <deque>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace platform::tasks {
 
@@ -52,8 +55,13 @@ struct Task {
     std::u16string security;
 };
 
-// All three functions return E_INVALIDARG or a name error if the name, or a text of the task, cannot be stored, and
-// E_ACCESSDENIED or the file's error if the file is not accessible.
+struct Run {
+    std::int64_t start = 0;  // seconds since 1970
+    LONG result = SCHED_S_TASK_HAS_NOT_RUN;
+};
+
+// The functions that return an HRESULT return E_INVALIDARG or a name error if the name, or a text of the task, cannot
+// be stored, and E_ACCESSDENIED or the file's error if the file is not accessible.
 
 // Creates or replaces the task atomically.
 HRESULT save(const std::u16string& name, const Task& task);
@@ -63,5 +71,11 @@ HRESULT remove(const std::u16string& name);
 // the program could be executed. Returns 0x80070002 if the task does not exist, 0x80041326 if it is disabled or cannot
 // be started on demand.
 HRESULT run(const std::u16string& name);
+
+// The names of the tasks that the caller may read, sorted.
+std::vector<std::u16string> list(bool isAdministrator);
+// The last run and the exit code of its action. A task whose action has not ended has the result SCHED_S_TASK_RUNNING,
+// also if something has killed the shell that waits for it.
+Run lastRun(const std::u16string& name);
 
 }  // namespace platform::tasks

@@ -1,22 +1,22 @@
 // The COM objects of the Task Scheduler. Each is a view of a task definition in memory, or holds the name of a
 // registered task.
 #include <objbase.h>
+#include <oleauto.h>
 #include <tasktriggers.h>
 #include <winerror.h>
 
-#include <atomic>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "com/Com.h"
-#include "core/Counts.h"
 #include "core/Gate.h"
 #include "machine/Machine.h"
 #include "tasks/TaskFile.h"
+#include "tasks/View.h"
 
 namespace platform {
 namespace {
@@ -24,74 +24,6 @@ namespace {
 bool isSame(const GUID& left, const GUID& right) {
     return std::memcmp(&left, &right, sizeof left) == 0;
 }
-
-[[noreturn]] void abortUnbuilt(const char* method) {
-    std::fprintf(stderr, "%s: the stand-in does not have this method\n", method);
-    std::abort();
-}
-
-// A method that the product does not call. It aborts.
-#define NOT_CALLED(method, ...)            \
-    HRESULT method(__VA_ARGS__) override { \
-        abortUnbuilt(#method);             \
-    }
-
-// A setter that stores the value.
-#define PUTS(name, method, Type, member)                    \
-    HRESULT method(Type value) override {                   \
-        static constinit CallSite site{#name "::" #method}; \
-        const HRESULT refused = site.hresult();             \
-        if (SUCCEEDED(refused)) keep(member, value);        \
-        return refused;                                     \
-    }
-
-// A getter that returns a new view of the same data.
-#define GIVES(name, method, Type, View)                     \
-    HRESULT method(Type** object) override {                \
-        static constinit CallSite site{#name "::" #method}; \
-        *object = nullptr;                                  \
-        const HRESULT refused = site.hresult();             \
-        if (SUCCEEDED(refused)) *object = new View(seen_);  \
-        return refused;                                     \
-    }
-
-template <typename Value>
-void keep(Value& member, Value value) {
-    member = value;
-}
-void keep(std::u16string& member, BSTR value) {
-    member = value == nullptr ? u"" : value;
-}
-
-// A new object has one reference, which belongs to the caller.
-template <typename Interface, typename Seen>
-class View : public Interface {
-  public:
-    explicit View(std::shared_ptr<Seen> seen) : seen_(std::move(seen)) { countOpened(Open::Interfaces); }
-
-    NOT_CALLED(QueryInterface, REFIID, void**)
-    ULONG AddRef() override {
-        countOpened(Open::Interfaces);
-        return ++own_;
-    }
-    ULONG Release() override {
-        countClosed(Open::Interfaces);
-        const ULONG left = --own_;
-        if (left == 0) delete this;
-        return left;
-    }
-    NOT_CALLED(GetTypeInfoCount, UINT*)
-    NOT_CALLED(GetTypeInfo, UINT, LCID, ITypeInfo**)
-    NOT_CALLED(GetIDsOfNames, REFIID, LPOLESTR*, UINT, LCID, DISPID*)
-    NOT_CALLED(Invoke, DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*)
-
-  protected:
-    virtual ~View() = default;
-    const std::shared_ptr<Seen> seen_;
-
-  private:
-    std::atomic<ULONG> own_{1};
-};
 
 class RepetitionView final : public View<IRepetitionPattern, tasks::Trigger> {
   public:
@@ -331,7 +263,13 @@ class DefinitionView final : public View<ITaskDefinition, tasks::Task> {
 class RegisteredView final : public View<IRegisteredTask, const std::u16string> {
   public:
     using View::View;
-    NOT_CALLED(get_Name, BSTR*)
+    HRESULT get_Name(BSTR* name) override {
+        static constinit CallSite site{"IRegisteredTask::get_Name"};
+        *name = nullptr;
+        if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
+        *name = SysAllocString(seen_->c_str());
+        return *name == nullptr ? E_OUTOFMEMORY : S_OK;
+    }
     NOT_CALLED(get_Path, BSTR*)
     NOT_CALLED(get_State, TASK_STATE*)
     NOT_CALLED(get_Enabled, VARIANT_BOOL*)
@@ -343,6 +281,52 @@ class RegisteredView final : public View<IRegisteredTask, const std::u16string> 
         if (parameters.vt != VT_EMPTY) return E_NOTIMPL;
         if (const HRESULT refused = tasks::run(*seen_); FAILED(refused)) return refused;
         *running = new View<IRunningTask, void>(nullptr);
+        return S_OK;
+    }
+    NOT_CALLED(RunEx, VARIANT, LONG, LONG, BSTR, IRunningTask**)
+    NOT_CALLED(GetInstances, LONG, IRunningTaskCollection**)
+    // In local time, as all dates of the scheduler.
+    HRESULT get_LastRunTime(DATE* date) override {
+        static constinit CallSite site{"IRegisteredTask::get_LastRunTime"};
+        constexpr double kSecondsOfDay = 86400, kDaysTo1970 = 25569;
+        *date = 0;
+        if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
+        const tasks::Run run = tasks::lastRun(*seen_);
+        if (run.result == SCHED_S_TASK_HAS_NOT_RUN) return SCHED_S_TASK_HAS_NOT_RUN;
+        const std::time_t start = run.start;
+        std::tm local = {};
+        localtime_r(&start, &local);
+        *date = kDaysTo1970 + static_cast<double>(run.start + local.tm_gmtoff) / kSecondsOfDay;
+        return S_OK;
+    }
+    HRESULT get_LastTaskResult(LONG* result) override {
+        static constinit CallSite site{"IRegisteredTask::get_LastTaskResult"};
+        *result = 0;
+        if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
+        *result = tasks::lastRun(*seen_).result;
+        return S_OK;
+    }
+};
+
+class RegisteredTasksView final : public View<IRegisteredTaskCollection, const std::vector<std::u16string>> {
+  public:
+    using View::View;
+    HRESULT get_Count(LONG* count) override {
+        static constinit CallSite site{"IRegisteredTaskCollection::get_Count"};
+        *count = 0;
+        if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
+        *count = static_cast<LONG>(seen_->size());
+        return S_OK;
+    }
+    // The first one has the index 1.
+    HRESULT get_Item(VARIANT index, IRegisteredTask** task) override {
+        static constinit CallSite site{"IRegisteredTaskCollection::get_Item"};
+        *task = nullptr;
+        if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
+        if (index.vt != VT_I4) return E_NOTIMPL;
+        if (index.lVal < 1 || static_cast<std::size_t>(index.lVal) > seen_->size()) return E_INVALIDARG;
+        const std::u16string& name = (*seen_)[static_cast<std::size_t>(index.lVal) - 1];
+        *task = new RegisteredView(std::make_shared<const std::u16string>(name));
         return S_OK;
     }
 };
@@ -358,7 +342,16 @@ class FolderView final : public View<ITaskFolder, void> {
     NOT_CALLED(CreateFolder, BSTR, VARIANT, ITaskFolder**)
     NOT_CALLED(DeleteFolder, BSTR, LONG)
     NOT_CALLED(GetTask, BSTR, IRegisteredTask**)
-    NOT_CALLED(GetTasks, LONG, IRegisteredTaskCollection**)
+    // No task is hidden. A task that the caller may not read is left out.
+    HRESULT GetTasks(LONG flags, IRegisteredTaskCollection** tasks) override {
+        static constinit CallSite site{"ITaskFolder::GetTasks"};
+        *tasks = nullptr;
+        if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;
+        if (flags != 0) return E_INVALIDARG;
+        *tasks = new RegisteredTasksView(
+            std::make_shared<const std::vector<std::u16string>>(tasks::list(isAdministrator())));
+        return S_OK;
+    }
     HRESULT DeleteTask(BSTR name, LONG reserved) override {
         static constinit CallSite site{"ITaskFolder::DeleteTask"};
         if (const HRESULT refused = site.hresult(); FAILED(refused)) return refused;

@@ -46,6 +46,9 @@ TEST(TaskInterfaces, methodsHaveTheirPublishedSlots) {
         METHOD(IRepetitionPattern::put_StopAtDurationEnd, 12), METHOD(IActionCollection::Create, 12),
         METHOD(IExecAction::put_Path, 11), METHOD(IExecAction::put_Arguments, 13),
         METHOD(IExecAction::put_WorkingDirectory, 15), METHOD(IRegisteredTask::Run, 12),
+        METHOD(ITaskFolder::GetTasks, 14), METHOD(IRegisteredTask::get_Name, 7),
+        METHOD(IRegisteredTask::get_LastRunTime, 15), METHOD(IRegisteredTask::get_LastTaskResult, 16),
+        METHOD(IRegisteredTaskCollection::get_Count, 7), METHOD(IRegisteredTaskCollection::get_Item, 8),
     // clang-format on
 #undef METHOD
     };

@@ -10,7 +10,7 @@ STORE = r"drive_c/Users/ann/AppData/Local/OmbrelAppletNotes/"
 NOTE = r"([WUS]\d+|" + GUID + r")\.json"
 # The files of a machine: a pattern of those that are allowed, and one of those that killed processes leave.
 ON_MACHINE = "|".join((
-    r"machine\.txt", r"messages\.txt", r"tasks/.*\.txt", r"mutexes/\d+/.*", r"desktops/\d+/\d+", r"registry/.*",
+    r"machine\.txt", r"messages\.txt", r"task(s|-runs)/.*\.txt", r"mutexes/\d+/.*", r"desktops/\d+/\d+", r"registry/.*",
     r"drive_c/ProgramData/OmbrelService_Common/Logs/Vellumd_\d_\w+_\d{8}\.log(\.1)?",
     NOTES + NOTE,
     STORE + r"(\.lifecycle\.lock|\.recovery\.lock|runtime/[0-9A-F]{64}/Vellumd\.exe)",
