@@ -17,6 +17,7 @@ endfunction()
 delay_load(oleaut32 SysAllocString SysFreeString VariantClear VariantInit)
 delay_load(secur32 LsaFreeReturnBuffer LsaGetLogonSessionData)
 delay_load(userenv CreateEnvironmentBlock DestroyEnvironmentBlock)
+delay_load(version GetFileVersionInfoSizeW GetFileVersionInfoW VerQueryValueW)
 
 target_link_libraries(vellum_platform INTERFACE ole32 shell32 advapi32 wtsapi32 comctl32 gdi32 gdiplus taskschd user32)
 target_include_directories(vellum_platform SYSTEM INTERFACE ${PROJECT_SOURCE_DIR}/platform/supplement)

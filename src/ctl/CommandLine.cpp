@@ -6,6 +6,7 @@
 #include "app/InstanceNames.h"
 #include "common/Paths.h"
 #include "ctl/Failure.h"
+#include "ctl/LogTime.h"
 #include "ctl/Request.h"
 #include "notes/NoteRecord.h"
 #include "notes/Text.h"
@@ -63,6 +64,19 @@ WideString readId(const std::string& text) {
     throw CLI::ValidationError("'" + text +
                                "' cannot be an id: it names a file, so at most 200 characters and none of "
                                "\\ / : * ? \" < > |, and no name of a device");
+}
+
+std::string readTime(const std::string& text) {
+    if (std::optional<std::string> since = readSince(text)) return *since;
+    throw CLI::ValidationError("--since: '" + text +
+                               "' is not a time: write UTC as 2026-03-14 or 2026-03-14T09:26:53Z, or a span before "
+                               "now as 90s, 30m, 2h or 3d");
+}
+
+LogLevel readLevel(const std::string& text) {
+    LogLevel level = LogLevel::Debug;
+    if (logParseLevel(utf8ToWide(text).c_str(), &level)) return level;
+    throw CLI::ValidationError("--level: '" + text + "' is not a level: write debug, info, warn or error");
 }
 
 // --- commands
@@ -165,6 +179,8 @@ struct Requests {
     ShowRequest show;
     WaitRequest wait;
     ValidateRequest validate;
+    StatusRequest status;
+    LogRequest log;
 };
 
 void describePost(CLI::App& command, PostRequest& post) {
@@ -197,6 +213,23 @@ void describeValidate(CLI::App& command, ValidateRequest& validate) {
         ->required();
 }
 
+void describeLog(CLI::App& command, LogRequest& log) {
+    command
+        .add_option_function<std::string>(
+            "--since", [&log](const std::string& text) { log.since = readTime(text); },
+            "Nothing older: a UTC time, or a span before now such as 90s, 30m, 2h or 3d")
+        ->type_name("T");
+    command
+        .add_option_function<std::string>(
+            "--level", [&log](const std::string& text) { log.level = readLevel(text); },
+            "This level and above: debug, info, warn or error")
+        ->type_name("L");
+    command
+        .add_option_function<std::string>(
+            "-i", [&log](const std::string& name) { log.instance = utf8ToWide(name); }, "Only this instance")
+        ->type_name("NAME");
+}
+
 // Adds the commands, and to `results` how each one's request is had.
 using Results = std::vector<std::pair<const CLI::App*, std::function<Request()>>>;
 
@@ -225,6 +258,9 @@ void describe(CLI::App& app, Requests& requests, Results& results) {
     describeValidate(
         add("validate", "Say what Vellumd would make of files, and what is wrong with them", requests.validate),
         requests.validate);
+    add("status", "Say whether every session has its notes; exits with 1 if something needs attention", requests.status)
+        .add_flag("--json", requests.status.asJson, "As JSON");
+    describeLog(add("log", "Print the lines of all log files in order of time", requests.log), requests.log);
 }
 
 std::vector<std::string> reversed(const std::vector<WideString>& arguments) {

@@ -76,8 +76,19 @@ struct ValidateRequest {
     std::vector<WideString> files;
 };
 
-using Request =
-    std::variant<TextRequest, PostRequest, RemoveRequest, ListRequest, ShowRequest, WaitRequest, ValidateRequest>;
+// For administrators.
+struct StatusRequest {
+    bool asJson = false;
+};
+
+struct LogRequest {
+    std::optional<WideString> instance;  // nothing: all
+    std::string since;                   // a time as in the log, or the beginning of one; empty: no limit
+    LogLevel level = LogLevel::Debug;
+};
+
+using Request = std::variant<TextRequest, PostRequest, RemoveRequest, ListRequest, ShowRequest, WaitRequest,
+                             ValidateRequest, StatusRequest, LogRequest>;
 
 // `arguments` without the name of the program. Throws Failure with kUsage.
 Request readRequest(const std::vector<WideString>& arguments);
@@ -93,5 +104,7 @@ int run(const ListRequest& request);
 int run(const ShowRequest& request);
 int run(const WaitRequest& request);
 int run(const ValidateRequest& request);
+int run(const StatusRequest& request);
+int run(const LogRequest& request);
 
 }  // namespace ctl

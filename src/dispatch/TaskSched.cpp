@@ -286,6 +286,13 @@ bool registerRecoveryTask(const WideString& name, const WideString& executable, 
     return !runNow || dispatchNow(registered, name, error);
 }
 
+HRESULT openRootFolder(ComPointer<ITaskFolder>& folder) {
+    ComPointer<ITaskService> service;
+    HRESULT hr = requireObject(createService(service), service);
+    if (SUCCEEDED(hr)) hr = connectHere(service);
+    return SUCCEEDED(hr) ? requireObject(getRootFolder(service, folder), folder) : hr;
+}
+
 bool deleteRecoveryTask(const WideString& name, WideString* error) {
     empty(error);
     if (!requireElevation(error)) return false;

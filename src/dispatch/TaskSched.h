@@ -4,6 +4,9 @@
 // `error` may be null. It is emptied first; on failure it says which step failed and with which HRESULT.
 #pragma once
 
+#include <taskschd.h>
+
+#include "common/ComHandles.h"
 #include "common/WideText.h"
 
 namespace TaskSched {
@@ -16,6 +19,9 @@ bool registerRecoveryTask(const WideString& name, const WideString& executable, 
 
 // Deletes the task. True also when there is none. Does not stop a running instance.
 bool deleteRecoveryTask(const WideString& name, WideString* error);
+
+// Opens the folder that the tasks are in, for those who read them.
+HRESULT openRootFolder(ComPointer<ITaskFolder>& folder);
 
 // Whether the calling thread is an elevated administrator or LocalSystem.
 bool requireElevation(WideString* error);
