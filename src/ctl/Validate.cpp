@@ -52,7 +52,15 @@ const char* checkTime(const JsonValue& value) {
     return isRight ? "" : "is a time that does not exist";
 }
 
+// Characters, not units: a pair of surrogates counts once, as in the schema.
+std::size_t characterCount(WideView text) {
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](WCHAR unit) { return (unit & 0xFC00) != 0xDC00; }));
+}
+
 const char* checkId(const JsonValue& value) {
+    constexpr std::size_t kMostCharacters = 200;
+    if (characterCount(value.asString()) > kMostCharacters) return "is longer than 200 characters";
     return isPlainStem(value.asString()) ? "" : "cannot be the name of a file, so the note would take the file's name";
 }
 

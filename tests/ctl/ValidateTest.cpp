@@ -52,5 +52,7 @@ TEST(Validate, saysWhatIsWrongAndWhatWouldBeRight) {
     };
     for (const auto& [text, wanted] : cases)
         EXPECT_NE(mistakesIn(text).find(wanted), std::string::npos) << text << "\n" << mistakesIn(text);
+    EXPECT_NE(mistakesIn("{\"id\":\"" + std::string(201, 'a') + "\"}").find("\"id\" is longer than 200 characters"),
+              std::string::npos);
     EXPECT_NE(mistakesIn(R"({"id":"a"})", TEXT("a.txt")).find("has to end in \".json\""), std::string::npos);
 }
