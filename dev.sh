@@ -74,6 +74,7 @@ command_test() {
     need_wine
     need clang
     need python3-pytest python3-pefile python3-jsonschema clang-format
+    need mono-mcs mono-runtime libmono-system-runtime-serialization4.0-cil
     rm -rf build/reports
     mkdir -p build/reports
     reports=()

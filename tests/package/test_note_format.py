@@ -83,21 +83,23 @@ TEXTS = ['""', '"x"', '"\\u00e9\\n"'], ["null", "1", "[]"]
 TIMES = (['"2026-03-14T09:26:53Z"', '"1999-12-31T23:59:59Z"', '"2026-01-01T00:00:00Z"'],
          ['"2026-3-14T09:26:53Z"', '"2026-13-14T09:26:53Z"', '"2026-00-14T09:26:53Z"', '"2026-03-32T09:26:53Z"',
           '"2026-03-00T09:26:53Z"', '"2026-03-14T24:00:00Z"', '"2026-03-14T09:60:53Z"', '"2026-03-14T09:26:60Z"',
-          '"2026-03-14T09:26:53"', '"2026-03-14T09:26:53.5Z"', '"2026-03-14T09:26:53+01:00"', '"2026-03-14T09:26:53Z\\n"',
-          '"2026-03-14t09:26:53z"', '"2026-03-14 09:26:53Z"', '"\\u0662026-03-14T09:26:53Z"', "1773480413", '""'])
+          '"2026-03-14T09:26:53"', '"2026-03-14T09:26:53.5Z"', '"2026-03-14T09:26:53+01:00"',
+          '"2026-03-14T09:26:53Z\\n"', '"2026-03-14t09:26:53z"', '"2026-03-14 09:26:53Z"', '"\\u0662026-03-14T09:26:53Z"', "1773480413", '""'])
 COLORS = (['"#FFCC00"', '"#ffcc00"', '"#abc"'],
-          ['"yellow"', '"#FFCC0"', '"#FFCC0000"', '"FFCC00"', '"#GGGGGG"', '" #FFCC00"', '"#FFCC00\\n"', '""', "16763904"])
+          ['"yellow"', '"#FFCC0"', '"#FFCC0000"', '"FFCC00"', '"#GGGGGG"', '" #FFCC00"', '"#FFCC00\\n"', '""', "1677"])
 FLAGS = ["true", "false"], ['"true"', "1", "null"]
-PIXELS = ["0", "-2147483648", "2147483647", "7.0", "1e3", "-0"], ["0.5", "2147483648", "-2147483649", '"100"', "null", "1e300"]
+PIXELS = (["0", "-2147483648", "2147483647", "7.0", "1e3", "-0"],
+          ["0.5", "2147483648", "-2147483649", '"100"', "null", "1e300"])
 DEVICES = ["CON", "con", "Aux.txt", "nul .a", "prn", "conin$", "CONOUT$", "com1", "LPT9.x.y", "com\u00b9", "lpt\u00b3 "]
-IDS = (["a", "A b", "a.b", ".a", "...", "a,b;c=d+[e]", "\u00e4\u6f22\U0001f4cc", "con1", "com", "com0", "com10", "xnul", "a nul",
-        "nulx.a", "conin", "$", "\x7f", "x" * 200, "\U0001f4cc" * 60],
-       ["", ".", "..", "a/b", "a\\b", "a:b", "a*b", "a?b", 'a"b', "a<b", "a>b", "a|b", "a\0", "a\nb", "a\n", "a\x1fb", "x" * 201, *DEVICES])
+IDS = (["a", "A b", "a.b", ".a", "...", "a,b;c=d+[e]", "\u00e4\u6f22\U0001f4cc", "con1", "com", "com0", "com10", "xnul",
+        "a nul", "nulx.a", "conin", "$", "\x7f", "x" * 200, "\U0001f4cc" * 60],
+       ["", ".", "..", "a/b", "a\\b", "a:b", "a*b", "a?b", 'a"b', "a<b", "a>b", "a|b", "a\0", "a\nb",
+        "a\n", "a\x1fb", "x" * 201, *DEVICES])
 VALUES = {
     "$schema": TEXTS, "title": TEXTS, "content": TEXTS, "contentRtf": TEXTS, "author": TEXTS, "created": TIMES,
     "modified": TIMES, "bgColor": COLORS, "titleBarBGColor": COLORS, "noteTitleColor": COLORS, "noteBodyColor": COLORS,
     "editable": FLAGS, "allowNewNote": FLAGS,
-    "logo": (['""', '"logo.png"', '"data:image/png;base64,AA=="'], ['"my logo.png"', '"AA\\nAA"', '"a\\tb"', '"a\\n"', "null"]),
+    "logo": (['""', '"logo.png"', '"data:image/png;base64,AA=="'], ['"my logo.png"', '"AA\\nAA"', '"a\\tb"', "null"]),
     "tittle": ([], ['"x"']), "Title": ([], ['"x"']), "position": ([], ["[]", "null", '{"z": 1}']),
     "monitor": ([], ['"x"', '{"name": "x"}', '{"bounds": []}', '{"bounds": {"width": 1}}', '{"device": 1}']),
 }
