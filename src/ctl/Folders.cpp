@@ -29,9 +29,10 @@ std::optional<NotesFolder> ownFolder(const Target& target, Missing missing) {
     return NotesFolder(path, {}, "", isNew);
 }
 
-// Opens `path`, which it makes when that is asked for. Empty when it is missing.
-AppletNotes::OwnedHandle holdFolder(const WideString& path, Missing missing) {
-    if (missing == Missing::Make && !CreateDirectoryW(path.c_str(), nullptr)) {
+// Opens `path`, which it makes when that is asked for; `isNew` says that it did. Empty when it is missing.
+AppletNotes::OwnedHandle holdFolder(const WideString& path, Missing missing, bool& isNew) {
+    isNew = missing == Missing::Make && CreateDirectoryW(path.c_str(), nullptr);
+    if (missing == Missing::Make && !isNew) {
         const DWORD error = GetLastError();
         if (error != ERROR_ALREADY_EXISTS) throw systemFailure("cannot make the folder " + wideToUtf8(path), error);
     }
@@ -49,8 +50,9 @@ AppletNotes::OwnedHandle holdFolder(const WideString& path, Missing missing) {
 std::optional<NotesFolder> folderIn(const Profile& profile, const WideString& instance, Missing missing) {
     std::vector<AppletNotes::OwnedHandle> held;
     WideString path = profile.folder;
+    bool isNew = false;
     const auto enter = [&](Missing how) {
-        held.push_back(holdFolder(path, how));
+        held.push_back(holdFolder(path, how, isNew));
         return static_cast<bool>(held.back());
     };
     if (!enter(Missing::Skip)) throw systemFailure("cannot open the profile " + wideToUtf8(path), ERROR_PATH_NOT_FOUND);
@@ -62,7 +64,7 @@ std::optional<NotesFolder> folderIn(const Profile& profile, const WideString& in
         path = joinPath(path, instanceFolder(instance));
         if (!enter(missing)) return std::nullopt;
     }
-    return NotesFolder(path, std::move(held), profile.name);
+    return NotesFolder(path, std::move(held), profile.name, isNew);
 }
 
 std::vector<Profile> profilesOf(const Target& target) {
