@@ -78,7 +78,7 @@ FileTime startOfToday() {
 
 std::optional<std::string> readSince(std::string_view text) {
     if (text.ends_with('Z')) text.remove_suffix(1);
-    for (const std::size_t length : {10, 16, 19, 23})  // a day, a minute, a second, a millisecond
+    for (const std::size_t length : {10U, 16U, 19U, 23U})  // a day, a minute, a second, a millisecond
         if (hasForm(text, kForm.substr(0, length)))
             return exists(text) ? std::optional(std::string(text)) : std::nullopt;
     return readSpan(text);
