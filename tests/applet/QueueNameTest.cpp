@@ -36,6 +36,7 @@ TEST(QueueName, refusesMalformedNamesAndClearsTheResult) {
         {plain, 16, {TEXT("+"), TEXT("0000000000000000")}},
         {plain, 7, {TEXT("00000000"), TEXT("80000000")}},
         {plain, 33, {TEXT("0000000000000000"), TEXT("8000000000000001")}},
+        {plain, 48, {TEXT("G")}},
         {claimed, 49, {TEXT("_"), TEXT("-R"), TEXT("-r0")}},
         {claimed, 52, {TEXT("x")}},
         {claimed, 83, {TEXT("-")}}};
