@@ -190,6 +190,33 @@ def test_script_asks_the_user(machine, answer, printed):
     assert eventually(lambda: "NoteWindow" not in machine.desktop("list"))
 
 
+def snippet(language):
+    page = (ROOT / "docs/note-format.md").read_text(encoding="utf-8")
+    found, = re.findall(rf"```{language}\n(.*?)```", page, re.DOTALL)
+    return found
+
+
+def test_snippet_of_vellumctl(machine):
+    *post, remove = snippet("bat").splitlines()
+    folder = machine.folder / "drive_c/Users/operator/AppData/Local/Quorvane/Ombrel/Notes"
+    assert machine.run("sh", "-euc", "\n".join(post)) == (0, "backup\nbackup\n")
+    note = json.loads((folder / "backup.json").read_text(encoding="utf-8"))
+    assert (note["title"], note["content"], note["editable"]) == ("Backup", "Done.", True)
+    assert machine.run("sh", "-euc", remove) == (0, "") and not list(folder.iterdir())
+
+
+def test_snippet_of_csharp(machine, tmp_path):
+    source, program = tmp_path / "Snippet.cs", tmp_path / "Snippet.exe"
+    source.write_text("using System; class Snippet { static void Main() { " + snippet("csharp") + " } }")
+    subprocess.run(["mcs", "-langversion:5", "-main:Snippet", "-r:System.Runtime.Serialization", f"-out:{program}",
+                    CLIENTS / "Notes.cs", source], check=True)
+    machine.environment["XDG_DATA_HOME"] = str(tmp_path)
+    assert machine.run("mono", program) == (0, "")
+    written, = (tmp_path / "Quorvane/Ombrel/Notes").iterdir()
+    note = json.loads(written.read_text(encoding="utf-8"))
+    assert (note["id"], note["title"], note["content"]) == (written.stem, "Backup", "Done.")
+
+
 def test_good_samples_give_no_warnings(machine):
     shutil.copytree(ROOT / "samples/format/good", machine.notes)
     machine.start_display()
@@ -218,9 +245,8 @@ def test_powershell_module_has_no_syntax_errors(tmp_path):
             console.log(root.hasError ? `error in line ${lineOf(root)}` : 'good');
         }""")
     module = (CLIENTS / "VellumNotes.psm1").read_text(encoding="utf-8")
-    page = (ROOT / "docs/note-format.md").read_text(encoding="utf-8")
-    texts = [module, *re.findall(r"```powershell\n(.*?)```", page, re.DOTALL), module.replace("param(", "param", 1)]
+    texts = [module, snippet("powershell"), module.replace("param(", "param", 1)]
     result = subprocess.run(["node", "check.mjs"], input=json.dumps(texts), cwd=tmp_path, capture_output=True,
                             text=True, timeout=60, check=True)
     *good, damaged = result.stdout.splitlines()
-    assert good == ["good"] * (len(texts) - 1) and len(texts) > 2 and damaged.startswith("error"), result.stdout
+    assert good == ["good", "good"] and damaged.startswith("error"), result.stdout
