@@ -12,13 +12,12 @@ case $outcome in
         echo "the user wrote: $answer"
         # What is not given stays: the title, and the place to which the user has moved the note.
         vellumctl post --id "$id" --text "Thank you, noted." --read-only "$@" >/dev/null
-        sleep 5
-        vellumctl remove "$id" "$@" || [ $? -eq 1 ]  # 1: the user has closed it
+        vellumctl wait "$id" --timeout 5 "$@" || outcome=$?
         ;;
     4) echo "the user agrees" ;;
-    5)
-        echo "no answer"
-        vellumctl remove "$id" "$@" || [ $? -eq 1 ]
-        ;;
+    5) echo "no answer" ;;
     *) exit "$outcome" ;;
 esac
+if [ "$outcome" -eq 5 ]; then                    # the note is still there
+    vellumctl remove "$id" "$@" || [ $? -eq 1 ]  # 1: the user has closed it just now
+fi
