@@ -171,7 +171,7 @@ def test_shows_the_failure_of_the_last_run(machine):
 
 def test_tells_an_ordinary_user_what_he_may_not_read(machine):
     machine.register()
-    wait_until(lambda: machine.displays() == served(""))
+    wait_until(lambda: machine.displays() == served("") and has_run(machine, TASK))
     code, status = machine.status(token="ann@2")
     assert (code, status["tasks"], status["tasksProblem"]) == (0, [], "cannot be read (hr=0x80070005)")
     problems = {copy["session"]: copy.get("problem") for copy in status["copies"]}
