@@ -7,6 +7,7 @@
 #include <winerror.h>
 #include <winnls.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "core/Error.h"
@@ -89,7 +90,13 @@ std::string toUtf8(std::u16string_view wide) {
 std::u16string toWide(std::string_view bytes) {
     std::u16string out;
     out.reserve(bytes.size());
+    const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
     for (std::size_t at = 0; at < bytes.size();) {
+        const std::string_view rest = bytes.substr(at);
+        const auto special = std::find_if_not(rest.begin(), rest.end(), isAscii);
+        out.append(rest.begin(), special);
+        at += static_cast<std::size_t>(special - rest.begin());
+        if (at == bytes.size()) break;
         char32_t c = decodeUtf8(bytes, at);
         if (c == kMalformed) c = kReplacement;
         if (c < 0x10000) {
