@@ -95,6 +95,8 @@ class CtlOnScreen : public Ctl {
 
 constexpr const char* kEditable = ",\"editable\":true,\"position\":{\"x\":100,\"y\":100,\"width\":260,\"height\":200}";
 
+constexpr const char* kDated = ",\"title\":\"two\\nlines\",\"content\":\"body\",\"modified\":\"2026-03-14T09:26:53Z\"";
+
 }  // namespace
 
 TEST_F(Ctl, postWritesANoteAndPrintsItsId) {
@@ -136,13 +138,18 @@ TEST_F(Ctl, postTakesRichTextAndAnImageFromFiles) {
     output(("post --id n --rtf \"" + files + "\\a.rtf\" --logo \"" + files + "\\a.gif\"").c_str());
     EXPECT_EQ(utf8(note("n").contentRtf), "{\\rtf1 a}");
     EXPECT_EQ(utf8(note("n").logo), "R0lGODlhPw==");
+}
+
+TEST_F(Ctl, postNamesAFileThatItCannotUse) {
+    writeFile(parent / TEXT("a.rtf"), "{\\rtf1 a}");
+    const std::string files = utf8(parent.path());
     for (const char* wrong : {"--rtf", "--logo"}) {
         const ConsoleResult result = run((std::string("post --id m ") + wrong + " \"" + files + "\\none\"").c_str());
         EXPECT_EQ(result.exitCode, 3U) << wrong;
         EXPECT_TRUE(has(result.errors, "none: not found (Windows error 2)")) << result.errors;
     }
     EXPECT_EQ(run(("post --id m --logo \"" + files + "\\a.rtf\"").c_str()).exitCode, 2U) << "not an image";
-    EXPECT_EQ(fileCount(), 1U);
+    EXPECT_EQ(fileCount(), 0U);
 }
 
 TEST_F(Ctl, wrongCommandLineGetsOneLineAndWritesNothing) {
@@ -170,9 +177,9 @@ TEST_F(Ctl, wrongCommandLineGetsOneLineAndWritesNothing) {
     EXPECT_EQ(fileCount(), 0U);
 }
 
-TEST_F(Ctl, listAndShowGiveWhatVellumdWouldShow) {
+TEST_F(Ctl, listNamesEachNoteAndEachFileThatIsNone) {
     EXPECT_EQ(output("list"), "") << "no folder yet";
-    put("b", ",\"title\":\"two\\nlines\",\"content\":\"body\",\"modified\":\"2026-03-14T09:26:53Z\"");
+    put("b", kDated);
     put("a", ",\"content\":3");
     writeFile(file("bad"), "{");
     const ConsoleResult list = run("list");
@@ -180,10 +187,19 @@ TEST_F(Ctl, listAndShowGiveWhatVellumdWouldShow) {
     EXPECT_TRUE(list.output.starts_with("a\t") && has(list.output, "\nb\t2026-03-14T09:26:53Z\ttwo lines\tbody\n"))
         << list.output;
     EXPECT_TRUE(has(list.errors, "bad.json is not a note: JSON parse error at line 1 col 2")) << list.errors;
+}
+
+TEST_F(Ctl, listAsJsonHasWholeNotes) {
+    put("b", kDated);
     JsonValue items;
     ASSERT_TRUE(parseJsonUtf8(run("list --json").output, items, nullptr));
-    EXPECT_EQ(utf8(items.at(1).find(TEXT("title")).asString()), "two\nlines");
-    EXPECT_FALSE(items.at(1).contains(TEXT("position"))) << "the file has none";
+    EXPECT_EQ(utf8(items.at(0).find(TEXT("title")).asString()), "two\nlines");
+    EXPECT_FALSE(items.at(0).contains(TEXT("position"))) << "the file has none";
+}
+
+TEST_F(Ctl, showPrintsTheTextAndRefusesWhatIsNoNote) {
+    put("b", kDated);
+    writeFile(file("bad"), "{");
     EXPECT_TRUE(has(output("show b"), "modified: 2026-03-14T09:26:53Z\neditable: no\n\nbody\n"));
     EXPECT_EQ(run("show bad").exitCode, 1U);
     EXPECT_EQ(run("show none").errors, "vellumctl: no note none\n");
