@@ -19,7 +19,7 @@ CLIENTS = ROOT / "samples/clients"
 class Machine:
     def __init__(self, folder):
         self.folder, self.notes = folder / "machine", folder / "notes"
-        self.display, self.title = None, "Backup"
+        self.title, self.processes = "Backup", []
         kept = {name: value for name, value in os.environ.items() if not name.startswith("VELLUM_")}
         self.environment = kept | {"VELLUM_MACHINE": str(self.folder), "PATH": f"{BUILD}:{os.environ['PATH']}"}
 
@@ -27,13 +27,14 @@ class Machine:
         return "Z:" + str(self.notes).replace("/", "\\")
 
     def start_display(self):
-        self.display = subprocess.Popen([BUILD / "Vellumd", "--no-autostart", "--log-level", "debug", "--folder",
-                                         self.windows_name()], env=self.environment, stderr=subprocess.DEVNULL)
+        self.start(BUILD / "Vellumd", "--no-autostart", "--log-level", "debug", "--folder", self.windows_name())
         assert eventually(lambda: "Vellumd.MsgWindow" in self.desktop("list"))
         assert eventually(lambda: "Worker started on" in self.log())
 
     def start(self, *arguments):
-        return subprocess.Popen(arguments, env=self.environment, stdout=subprocess.PIPE, text=True)
+        self.processes.append(subprocess.Popen(arguments, env=self.environment, stdout=subprocess.PIPE,
+                                               stderr=subprocess.DEVNULL, text=True))
+        return self.processes[-1]
 
     def run(self, *arguments):
         result = subprocess.run(arguments, env=self.environment, capture_output=True, text=True, timeout=60)
@@ -69,9 +70,9 @@ def eventually(condition, seconds=30):
 def machine(tmp_path):
     made = Machine(tmp_path)
     yield made
-    if made.display:
-        made.display.kill()
-        made.display.wait()
+    for process in made.processes:
+        process.kill()
+        process.wait()
 
 
 @pytest.fixture(scope="session")
@@ -163,14 +164,15 @@ def test_learns_what_the_user_did(machine, client):
     assert machine.run(*client.post("n", "Running."))[0] == 0
     assert eventually(lambda: machine.desktop("text", "Backup"))
     waiting = machine.start(*client.other("wait", "n"))
-    while waiting.poll() is None:  # it does not wait for an edit before its first look
+    for _ in range(20):  # it does not see an edit before its first look
         machine.type("x")
-        eventually(lambda: waiting.poll() is not None, seconds=1.5)
-    output = waiting.communicate()[0]
+        if eventually(lambda: waiting.poll() is not None, seconds=1.5):
+            break
+    output = waiting.communicate(timeout=1)[0]
     assert waiting.returncode == 0 and output.startswith("x") and output.endswith("xRunning.\n")
     waiting = machine.start(*client.other("wait", "n"))
     machine.desktop("close", "Backup")
-    assert (waiting.wait(30), waiting.communicate()[0]) == (4, "")
+    assert (waiting.communicate(timeout=30)[0], waiting.returncode) == ("", 4)
 
 
 @pytest.mark.parametrize("answer, printed", [
