@@ -74,15 +74,16 @@ public class Notes {
 
     // The note with what the user has typed, or null if he has closed it.
     public Note Get(string id) {
-        byte[] bytes = null;
-        TryAgain(() => bytes = File.Exists(PathOf(id)) ? File.ReadAllBytes(PathOf(id)) : null);
+        byte[] bytes = Read(id);
         if (bytes == null) return null;
         return (Note)new DataContractJsonSerializer(typeof(Note)).ReadObject(new MemoryStream(bytes));
     }
 
+    // The notes of the folder. Files that are not notes are left out.
     public IEnumerable<Note> List() {
         foreach (string path in Directory.GetFiles(folder, "*.json")) {
-            Note note = Get(Path.GetFileNameWithoutExtension(path));
+            Note note = null;
+            try { note = Get(Path.GetFileNameWithoutExtension(path)); } catch (SerializationException) {}
             if (note != null) yield return note;
         }
     }
@@ -107,6 +108,12 @@ public class Notes {
         return DateTime.UtcNow.ToString("yyyy-MM-dd'T'HH:mm:ss'Z'", CultureInfo.InvariantCulture);
     }
 
+    byte[] Read(string id) {
+        byte[] bytes = null;
+        TryAgain(() => bytes = File.Exists(PathOf(id)) ? File.ReadAllBytes(PathOf(id)) : null);
+        return bytes;
+    }
+
     // Replaces the whole file: nobody reads half a note. The line end at the end marks it as ours.
     void Write(Note note) {
         string path = PathOf(note.id), part = Path.Combine(folder, note.id + ".part");
@@ -123,9 +130,12 @@ public class Notes {
     // For three seconds after Vellumd has saved a note it takes no notice of the file. The files that it writes do not
     // end with a line end. File times can lag a little.
     void WaitForOwnSave(string id) {
-        for (int saves = 0; saves < 10 && File.Exists(PathOf(id)); saves++) {
+        for (int saves = 1; ; saves++) {
             double age = (DateTime.UtcNow - File.GetLastWriteTimeUtc(PathOf(id))).TotalSeconds;
-            if (age > 3.2 || File.ReadAllText(PathOf(id)).EndsWith("\n")) return;
+            if (age > 3.2) return;  // so is that of a file that is gone
+            byte[] bytes = Read(id);
+            if (bytes == null || bytes.Length == 0 || bytes[bytes.Length - 1] == '\n') return;
+            if (saves == 10) throw new TimeoutException("the user is still typing in note " + id);
             Thread.Sleep(TimeSpan.FromSeconds(3.2 - Math.Max(age, 0)));
         }
     }

@@ -79,13 +79,12 @@ function Get-VellumNote {
     param([Parameter(Position = 0)] [string]$Id, [string]$Folder = $DefaultFolder)
     $filter = if ($Id) { "$Id.json" } else { '*.json' }
     foreach ($file in Get-ChildItem -LiteralPath $Folder -Filter $filter -ErrorAction Ignore) {
-        # Get-Content of 5.1 would take UTF-8 for the code page of the system.
-        $text = Invoke-Patiently { if ([IO.File]::Exists($file.FullName)) { [IO.File]::ReadAllText($file.FullName) } }
+        $text = Read-NoteFile $file.FullName
         if (-not $text) { continue }   # closed just now
-        $note = $text | ConvertFrom-Json
-        foreach ($key in 'created', 'modified') {        # PowerShell 7 has made dates of these
-            $property = $note.PSObject.Properties[$key]
-            if ($property -and $property.Value -is [datetime]) { $property.Value = Get-NoteTime $property.Value }
+        try { $note = $text | ConvertFrom-Json }
+        catch { if ($Id) { throw } else { continue } }   # not a note
+        foreach ($property in $note.PSObject.Properties) {   # PowerShell 7 has made dates of texts that look like one
+            if ($property.Value -is [datetime]) { $property.Value = Get-NoteTime $property.Value }
         }
         $note
     }
@@ -100,6 +99,11 @@ function Get-NoteTime([datetime]$Time = [datetime]::UtcNow) {
 function Get-NotePath([string]$Id, [string]$Folder) {
     $full = $ExecutionContext.SessionState.Path.GetUnresolvedProviderPathFromPSPath($Folder)
     Join-Path $full "$Id.json"
+}
+
+# Nothing when there is no file. Get-Content of 5.1 would take UTF-8 for the code page of the system.
+function Read-NoteFile([string]$Path) {
+    Invoke-Patiently { if ([IO.File]::Exists($Path)) { [IO.File]::ReadAllText($Path) } }
 }
 
 # Replaces the whole file: nobody reads half a note. Move-Item refuses an existing file, or deletes it first (-Force).
@@ -120,9 +124,12 @@ function Write-NoteFile([string]$Path, $Note) {
 # For three seconds after Vellumd has saved a note it takes no notice of the file. The files that it writes do not end
 # with a line end. File times can lag a little.
 function Wait-OwnSave([string]$Path) {
-    for ($saves = 0; $saves -lt 10 -and [IO.File]::Exists($Path); $saves++) {
+    for ($saves = 1; ; $saves++) {
         $age = ([datetime]::UtcNow - [IO.File]::GetLastWriteTimeUtc($Path)).TotalSeconds
-        if ($age -gt 3.2 -or [IO.File]::ReadAllText($Path).EndsWith("`n")) { return }
+        if ($age -gt 3.2) { return }   # so is that of a file that is gone
+        $text = Read-NoteFile $Path
+        if (-not $text -or $text.EndsWith("`n")) { return }
+        if ($saves -eq 10) { throw "The user is still typing in $Path." }
         Start-Sleep -Milliseconds (1000 * (3.2 - [Math]::Max($age, 0)))
     }
 }

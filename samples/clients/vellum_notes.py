@@ -61,7 +61,7 @@ def get(note_id, folder=None):
         return None
 
 
-def list(folder=None):  # pylint: disable=redefined-builtin
+def list(folder=None):
     """The notes of the folder. Files that are not notes are left out."""
     notes = []
     for path in sorted((folder or default_folder()).glob("*.json")):
@@ -78,12 +78,12 @@ def wait(note_id, folder=None, timeout=float("inf")):
     It opens the file only when that has changed: Vellumd cannot save a note that another program has open."""
     path, end = _path(note_id, folder), time.monotonic() + timeout
     before = note = get(note_id, folder)
-    seen = 0  # of no file
+    seen = None
     while note is not None and _texts(note) == _texts(before):
         if time.monotonic() > end:
             raise TimeoutError(f"the user has done nothing with note {note_id}")
         time.sleep(.2)
-        written = path.stat().st_mtime_ns if path.exists() else None
+        written = _write_time(path)
         if written != seen:
             seen, note = written, get(note_id, folder)
     return note
@@ -95,6 +95,13 @@ def _texts(note):
 
 def _path(note_id, folder):
     return pathlib.Path(folder or default_folder(), note_id + ".json")
+
+
+def _write_time(path):
+    try:
+        return path.stat().st_mtime
+    except FileNotFoundError:
+        return 0
 
 
 def _now():
@@ -112,9 +119,9 @@ def _write(path, note):
 def _wait_for_own_save(path):
     """Waits until Vellumd looks at the file again. The files that it writes do not end with a line end."""
     for _ in range(10):
+        age = time.time() - _write_time(path)
         try:
-            age = time.time() - path.stat().st_mtime
-            if age > OWN_SAVE_SECONDS or path.read_bytes().endswith(b"\n"):
+            if age > OWN_SAVE_SECONDS or _try_again(path.read_bytes).endswith(b"\n"):
                 return
         except FileNotFoundError:
             return

@@ -126,6 +126,7 @@ def test_writes_whole_files_into_a_folder_that_it_makes(machine, client):
     good = machine.run(BUILD / "vellumctl", "validate", machine.windows_name() + "\\n.json")
     assert good[0] == 0, good
     assert machine.run(*client.other("get", "none"))[0] in (1, 4)
+    machine.file("bad").write_text("{")
     assert "Backup" in machine.run(*client.other("list"))[1]
 
 
