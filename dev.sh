@@ -186,11 +186,10 @@ command_check() {
     /usr/bin/python3 tools/check.py || return 1
     [ "${1:-}" = --tidy ] || return 0
     need_native
-    need clang-tidy
-    cmake_options=(-DCMAKE_EXPORT_COMPILE_COMMANDS=ON)
-    build native vellum_core
+    need clang clang-tidy
+    build native-clang vellum_ctl
     say "clang-tidy, about six minutes"
-    git ls-files 'src/*.cpp' | xargs -P "$(nproc)" -n 4 clang-tidy -p build/native --quiet 2>/dev/null
+    git ls-files 'src/*.cpp' | xargs -P "$(nproc)" -n 4 clang-tidy -p build/native-clang --quiet 2>/dev/null
 }
 
 command_format() {

@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include <charconv>
+#include <ranges>
 
 #include "app/InstanceNames.h"
 #include "common/Paths.h"
@@ -265,8 +266,8 @@ void describe(CLI::App& app, Requests& requests, Results& results) {
 
 std::vector<std::string> reversed(const std::vector<WideString>& arguments) {
     std::vector<std::string> out;
-    for (auto at = arguments.rbegin(); at != arguments.rend(); ++at)
-        out.push_back(wideToUtf8(*at));
+    for (const WideString& argument : std::ranges::reverse_view(arguments))
+        out.push_back(wideToUtf8(argument));
     return out;
 }
 
