@@ -1,8 +1,8 @@
 // The command line of vellumctl, parsed by CLI11. Nothing here touches a note. The build defines VELLUM_VERSION.
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <charconv>
-#include <ranges>
 
 #include "app/InstanceNames.h"
 #include "common/Paths.h"
@@ -266,8 +266,9 @@ void describe(CLI::App& app, Requests& requests, Results& results) {
 
 std::vector<std::string> reversed(const std::vector<WideString>& arguments) {
     std::vector<std::string> out;
-    for (const WideString& argument : std::ranges::reverse_view(arguments))
+    for (const WideString& argument : arguments)
         out.push_back(wideToUtf8(argument));
+    std::reverse(out.begin(), out.end());
     return out;
 }
 
