@@ -143,6 +143,17 @@ TEST_F(QueueLeaseMachine, refusesNamesThatAreNotNoteNames) {
             EXPECT_EQ(error, ERROR_INVALID_PARAMETER) << name;
 }
 
+TEST_F(QueueLeaseMachine, readsANoteThatAnotherProcessIsAboutToDelete) {
+    const QueueLease held = lease();
+    std::string bytes;
+    putNote("note_a.json", "x");
+    const WideString path = context().storeRoot + TEXT("\\") + wide(name_) + TEXT("\\note_a.json");
+    const FileHandle other(CreateFileW(path.c_str(), DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                       nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    ASSERT_TRUE(other);
+    EXPECT_EQ(read(held, bytes), 0);
+}
+
 TEST_F(QueueLeaseMachine, continuesAfterAShortReadAndFailsAfterAnEmptyOne) {
     const QueueLease held = lease();
     std::string bytes;
