@@ -21,7 +21,7 @@ usage: ./dev.sh COMMAND
   soak [MINUTES] [SEED]   runs random writers, users, logons and kills on one machine of the stand-in for MINUTES (3),
                           then checks every note. The same seed gives the same plan; --plan prints it
   soak wine [MINUTES] [SEED]  the same for the plain display role under Wine
-  check [--tidy]          checks floors, sizes, forbidden constructs and the format; --tidy adds clang-tidy over src/
+  check [--tidy]          checks layers, sizes, forbidden constructs and the format; --tidy adds clang-tidy over src/
   format                  formats the sources
 TEXT
 }
@@ -180,7 +180,7 @@ command_soak() {
     /usr/bin/python3 -B tools/soak "$@"
 }
 
-# Floors, sizes, forbidden constructs and the format; with --tidy also what clang-tidy says of src/.
+# Layers, sizes, forbidden constructs and the format; with --tidy also what clang-tidy says of src/.
 command_check() {
     need clang-format python3
     /usr/bin/python3 tools/check.py || return 1

@@ -13,15 +13,15 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
-# The floors (layers) of each tree, lowest first. A folder may include itself and lower floors, but not another folder
-# on its own floor.
-FLOORS = {
+# The layers (layers) of each tree, lowest first. A folder may include itself and lower layers, but not another folder
+# on its own layer.
+LAYERS = {
     "src": [["common"], ["notes"], ["watch", "dispatch", "applet", "window"], ["app"],
             ["ctl"]],
     "platform": [["core"], ["machine"], ["security"], ["files", "threads", "process", "com"], ["windows"], ["drawing"],
                  ["controls", "tasks"], ["testing"]],
 }
-NO_FLOOR = {"src/resources", "platform/include", "platform/supplement"}  # no sources, or headers for one platform
+NO_LAYER = {"src/resources", "platform/include", "platform/supplement"}  # no sources, or headers for one platform
 
 MOST_FUNCTION_LINES = 60
 MOST_FILE_LINES = 500
@@ -64,7 +64,7 @@ def line_at(text, offset):
     return text.count("\n", 0, offset) + 1
 
 
-# --- floors
+# --- layers
 
 def includes_of(path):
     """Line and name of each quoted include in a file."""
@@ -74,13 +74,13 @@ def includes_of(path):
             yield number, match[1]
 
 
-def floor_of(tree, folder):
-    return next((level for level, folders in enumerate(FLOORS[tree]) if folder in folders), None)
+def layer_of(tree, folder):
+    return next((level for level, folders in enumerate(LAYERS[tree]) if folder in folders), None)
 
 
 def tree_files(tree):
     files = files_in([tree], ".h", ".cpp")
-    return [file for file in files if not any(file.startswith(folder + "/") for folder in NO_FLOOR)]
+    return [file for file in files if not any(file.startswith(folder + "/") for folder in NO_LAYER)]
 
 
 def climb(tree, path, line, name):
@@ -88,10 +88,10 @@ def climb(tree, path, line, name):
     own, other = path.split("/")[1], name.split("/")[0]
     if "/" not in name or own == other or not (ROOT / tree / other).is_dir():
         return None
-    low, high = floor_of(tree, own), floor_of(tree, other)
+    low, high = layer_of(tree, own), layer_of(tree, other)
     if low is None or high is None:
         folder = own if low is None else other
-        return Finding(path, line, f"{tree}/{folder} is on no floor", "give it its place in FLOORS of tools/check.py")
+        return Finding(path, line, f"{tree}/{folder} is on no layer", "give it its place in LAYERS of tools/check.py")
     if high < low:
         return None
     where = "above" if high > low else "beside"
@@ -124,8 +124,8 @@ def circles(tree):
             yield from visit(path, [path])
 
 
-def floors():
-    for tree in FLOORS:
+def layers():
+    for tree in LAYERS:
         for path in tree_files(tree):
             for line, name in includes_of(path):
                 finding = climb(tree, path, line, name)
@@ -281,7 +281,7 @@ def longest():
             print(f"{length:6}  {name}")
 
 
-RULES = [floors, long_functions, long_files, unused_declarations, forbidden_constructs, format_differences]
+RULES = [layers, long_functions, long_files, unused_declarations, forbidden_constructs, format_differences]
 
 
 def main():

@@ -129,7 +129,7 @@ void keepPicture() {
     std::ofstream(std::getenv("VELLUM_PICTURE")) << desktop::picture();
 }
 
-bool connectFloors() {
+bool connectLayers() {
     faults::armFromEnvironment();
     registerEdit();
     remote::driveWith(answerTo);
@@ -141,5 +141,5 @@ bool connectFloors() {
 }  // namespace platform
 
 // Runs before main(). CMake makes the linker keep this symbol, so that every program contains this file.
-extern "C" const bool vellumFloorsAreConnected;
-const bool vellumFloorsAreConnected = platform::connectFloors();
+extern "C" const bool vellumLayersAreConnected;
+const bool vellumLayersAreConnected = platform::connectLayers();

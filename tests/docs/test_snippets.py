@@ -232,7 +232,7 @@ def test_testing_page_describes_every_variable():
     ("<!-- not run: Windows -->\n\n```cmd\nx\n```", "page:3: nothing runs cmd, say why: <!-- not run: REASON -->"),
     ("```sh\nx\n", "page: a block has no end"),
     ("- a\n\n  ```cmd\n  x\n  ```", "page:3: nothing runs cmd, say why: <!-- not run: REASON -->"),
-    ("# A heading\n[a](#a-heading) [b](docs/platform.md#floors) [c](https://example.com/none)", None),
+    ("# A heading\n[a](#a-heading) [b](docs/platform.md#layers) [c](https://example.com/none)", None),
     ("`src/app/App.cpp` `core/Gate` `docs/*.md` `platform/` `./dev.sh test` `build/none` `tasks/<name>.txt`", None),
     ("<!-- not run: Windows -->\n```powershell\nx\n```", None),
     ("- a\n  <!-- not run: Windows -->\n  ```cmd\n  x\n  ```", None),

@@ -15,8 +15,8 @@ BROKEN = {
         ({"src/watch/a.cpp": '\n#include "window/b.h"\n', "src/window/b.h": ""}, "src/watch/a.cpp:2:"),
     "headers include each other":
         ({"src/app/a.h": '#include "app/b.h"\n', "src/app/b.h": '#include "app/a.h"\n'}, "a circle of includes"),
-    "a folder that no floor knows":
-        ({"platform/new/a.cpp": '#include "core/b.h"\n', "platform/core/b.h": ""}, "platform/new is on no floor"),
+    "a folder that no layer knows":
+        ({"platform/new/a.cpp": '#include "core/b.h"\n', "platform/core/b.h": ""}, "platform/new is on no layer"),
     "a long function": ({"src/app/a.cpp": LONG_FUNCTION}, "src/app/a.cpp:1: f has 62 lines"),
     "a long file": ({"tests/a.cpp": "int x;\n" * 501}, "tests/a.cpp:1: 501 lines"),
     "a declaration without a user": ({"platform/include/a.h": "#define ERROR_OF_NOBODY 1\n"}, "nobody uses ERROR_OF_NOBODY"),
